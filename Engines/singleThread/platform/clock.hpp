@@ -1,0 +1,115 @@
+// Clocks. A platform clock tells the time of the execution platform, simulated or real; one logical
+// clock over it holds the model's "now"; each atom's model clocks read the logical clock relative
+// to their last reset. All readings are microseconds.
+#ifndef VESK_CLOCK_HPP
+#define VESK_CLOCK_HPP
+
+#include "vesk-time.hpp"
+
+class GenericClock {
+ public:
+  GenericClock() : mName(nullptr) {}
+  // Copies the name; null stays null.
+  GenericClock(const char* name);
+  GenericClock(const GenericClock&) = delete;
+  GenericClock& operator=(const GenericClock&) = delete;
+  virtual ~GenericClock();
+
+  // The current reading.
+  virtual Vesk::Time time() const = 0;
+
+  // The clock's own copy of its name, or null.
+  const char* name() const { return mName; }
+  void setName(const char* name);
+  // How far the other clock is ahead of this one: clock.time() - time(). This clock is read first.
+  // A null clock has drift 0.
+  Vesk::Time drift(const GenericClock& clock) const;
+  Vesk::Time drift(const GenericClock* clock) const;
+
+ private:
+  char* mName;  // strdup; freed by the destructor
+};
+
+class PlatformClock : public GenericClock {
+ public:
+  PlatformClock(const char* name) : GenericClock(name) {}
+  // Returns when time() is at least t.
+  virtual void wait(const Vesk::Time& t) = 0;
+};
+
+// Simulated time: jumps forward when somebody waits, never goes back. Starts at 0.
+class SimuClock : public PlatformClock {
+ public:
+  SimuClock(const char* name) : PlatformClock(name) {}
+  Vesk::Time time() const override { return mTime; }
+  void wait(const Vesk::Time& t) override;
+
+ protected:
+  void setTime(Vesk::Time t) { mTime = t; }
+
+ private:
+  Vesk::Time mTime;
+};
+
+// The model's notion of now, starting at 0, over a platform clock that it does not own.
+class LogicalClock : public GenericClock {
+ public:
+  LogicalClock(const char* name, PlatformClock& platform)
+      : GenericClock(name), mPlatformClock(platform) {}
+  PlatformClock& platformClock() const { return mPlatformClock; }
+  Vesk::Time time() const override { return mTime; }
+  // Jumps to the date at once, then lets the platform wait for it. A date that is not after time()
+  // does nothing.
+  void wait(const Vesk::Time& date);
+  // Catches up with the platform clock.
+  void update();
+  // Back to 0. The platform clock stays as it is.
+  void reset();
+
+ protected:
+  void setTime(const Vesk::Time& t) { mTime = t; }
+
+ private:
+  PlatformClock& mPlatformClock;
+  Vesk::Time mTime;
+};
+
+// A model clock. Running, it reads the logical time since its last reset; stopped, it keeps the
+// value it had. A new clock runs and reads the logical time itself. Over a null logical clock (a
+// run without time) the logical time counts as 0.
+class Clock : public GenericClock {
+ public:
+  Clock(const char* name, const LogicalClock& logical) : Clock(name, &logical) {}
+  Clock(const char* name, const LogicalClock* logical)
+      : GenericClock(name), mLogicalClock(logical), mStopped(false) {}
+
+  bool isStopped() const { return mStopped; }
+  // Makes time() return t from now on, whether running or stopped.
+  void setTime(const Vesk::Time& t);
+  Vesk::Time time() const override;
+  // Makes time() return 0; a stopped clock stays stopped.
+  void reset();
+  // Freezes the reading. A clock that is stopped already keeps its first frozen value.
+  void stop();
+  // Resumes from the frozen value. Does nothing to a running clock.
+  void go();
+
+ protected:
+  // Requires: the clock was given a logical clock.
+  const LogicalClock& logicalClock() const { return *mLogicalClock; }
+  Vesk::Time resetTime() const { return mResetTime; }
+  void setResetTime(const Vesk::Time& t) { mResetTime = t; }
+  Vesk::Time intermediateTime() const { return mIntermediateTime; }
+  void setIntermediateTime(const Vesk::Time& t) { mIntermediateTime = t; }
+  void setStopped(bool stopped) { mStopped = stopped; }
+
+ private:
+  Vesk::Time logicalTime() const;
+
+  const LogicalClock* mLogicalClock;  // not owned; may be null
+  Vesk::Time mResetTime;              // logical time of the last reset
+  bool mStopped;
+  Vesk::Time mIntermediateTime;  // the reading frozen by stop()
+};
+
+#endif

@@ -1,0 +1,192 @@
+// The component tree. Leaves are atoms: behaviour with ports, clocks, timing constraints and
+// control states. Inner nodes are compounds: components, the connectors that synchronise their
+// ports, and the priorities between interactions.
+//
+// The model derives from Atom and Compound and fills the lists in its constructors. Everything in
+// an owning list is allocated with `new`; deleting the root deletes the whole model.
+#ifndef VESK_COMPONENT_HPP
+#define VESK_COMPONENT_HPP
+
+#include "structure.hpp"
+
+class Clock;
+class Compound;
+class Connector;
+class Constraint;
+class GenericClock;
+class LogicalClock;
+class Node;
+class Port;
+class Priority;
+class Scheduler;
+
+class Component {
+ public:
+  // Copies the name; null stays null. The holder is the enclosing compound, null for the root.
+  Component(const char* name, const Compound* holder);
+  Component(const Component&) = delete;
+  Component& operator=(const Component&) = delete;
+  virtual ~Component();
+
+  // Slot order is fixed: generated code is built against it.
+  virtual bool isAtom() { return false; }
+  virtual bool isCompound() { return false; }
+  // Sets the initial data and announces the enabled ports. Called by the other form.
+  virtual void initialize() = 0;
+  // The same for a run with time; null for a run without. Called once before the first step.
+  virtual void initialize(LogicalClock* clock) = 0;
+  // The current state as a tree that the caller owns.
+  virtual Node* getState() = 0;
+  // Restores a state that getState() gave; the tree stays the caller's. An atom announces its ports
+  // again.
+  virtual void setState(Node* state) = 0;
+
+  const char* name() const { return mName; }
+  Compound* holder() const { return mHolder; }
+  // Set when the system is initialised; null in a run without time. Not owned.
+  GenericClock* clock() const { return mClock; }
+  void setClock(GenericClock* clock) { mClock = clock; }
+
+ protected:
+  char* mName;  // strdup; freed by the destructor
+  Compound* mHolder;
+  GenericClock* mClock;
+};
+
+// A named control state of an atom.
+class CtrlState {
+ public:
+  // Copies the name; null stays null.
+  CtrlState(const char* name);
+  CtrlState(const CtrlState&) = delete;
+  CtrlState& operator=(const CtrlState&) = delete;
+  ~CtrlState();
+  const char* name() const { return mName; }
+
+ private:
+  char* mName;  // strdup; freed by the destructor
+};
+
+class Atom : public Component {
+ public:
+  Atom(const char* name, const Compound* holder);
+  ~Atom() override;
+
+  // Slot order is fixed: generated code is built against it.
+  bool isAtom() override { return true; }
+  // The model overrides it: initial data and state, then the enabled ports. The default does
+  // nothing.
+  void initialize() override {}
+  // Calls initialize(). A timed model overrides it: when the clock is not null it makes its clocks
+  // and constraints, then calls this.
+  void initialize(LogicalClock* clock) override;
+  // Performs the transition labelled by the port from the current control state, then announces the
+  // enabled ports.
+  virtual void execute(Port* port) = 0;
+  // Announces ports without time: n pairs (Port*, int guard). Marks the enabled ports synced,
+  // without constraint. Stops at and returns the first enabled internal port: the model takes its
+  // transition and announces again. Null when there is none.
+  virtual Port* sync(int n, ...);
+  // Announces ports with time: n triples (Port*, int guard, Constraint*). Marks the enabled ports
+  // that are not dominated synced, under the given constraint after its domination has been
+  // applied. Stops at and returns the first enabled internal port whose constraint is null; timed
+  // internal ports are marked like any other. Null when there is none.
+  virtual Port* rt_sync(int n, ...);
+
+  Array<Port, true>& ports() { return mPorts; }
+  Array<Clock, true>& clocks() { return mClocks; }
+  Array<Constraint, true>& constraints() { return mConstraints; }
+  Array<CtrlState, true>& ctrlStates() { return mCtrlStates; }
+  // The connectors that use a port of this atom, once per port.
+  Array<Connector, false>& links() { return mLinks; }
+  void addPort(Port* port) { mPorts.add(port); }
+
+  // Puts the connectors that use this atom's ports into the scheduler's heap, each once. Nothing
+  // without a scheduler.
+  void notifyDependentConn();
+  // Makes the connectors that use this atom's ports evaluate again.
+  void resetLink();
+  // Intersects a null-terminated list of constraints into its first one. A list of fewer than two
+  // is left alone.
+  static void computePortConstraint(Constraint** list);
+  // Sets the constraints of two ports of one atom and gives the high one priority over the low one.
+  // A timed port cannot dominate an untimed one: that is reported on standard error and leaves both
+  // as they are.
+  void applyPriority(Port* low, Constraint* lowC, Port* high, Constraint* highC);
+
+ protected:
+  Array<Port, true> mPorts;
+  Array<Clock, true> mClocks;
+  Array<Constraint, true> mConstraints;
+  Array<CtrlState, true> mCtrlStates;
+  Array<Connector, false> mLinks;
+
+ public:
+  CtrlState* VESK_STATE;  // the current control state, kept by the model; null after construction.
+                          // Not owned.
+  Scheduler* mScheduler;  // whose heap gets the dependent connectors; set by the engine. Not owned.
+};
+
+class Compound : public Component {
+ public:
+  // Builds the whole system from the untouched command line and returns its root, which the engine
+  // deletes. Supplied by the model; called once, first of all. Null: the model has told the user
+  // why there is no system.
+  static Compound* Create(int argc, char** argv);
+
+  Compound(const char* name, const Compound* holder);
+  ~Compound() override;
+
+  // Slot order is fixed: generated code is built against it.
+  bool isCompound() override { return true; }
+  // The walks visit the components in the order in which they were added.
+  void initialize() override;
+  void initialize(LogicalClock* clock) override;
+  // A Nonleaf with a child per component. A child text with "PRUNE" sets global_prune, otherwise
+  // one with "ERROR" sets global_error, and faulty_leaf either way. The flags are never cleared
+  // here.
+  Node* getState() override;
+  void setState(Node* state) override;
+
+  // Sets up the priorities of the whole tree and, unless the scheduler is null, makes it the
+  // scheduler of every atom.
+  void setup(const Scheduler* scheduler);
+  // Computes the static levels of all connectors. Requires: setup() has run over the whole tree.
+  void setStaticPrioLevel();
+  // Puts every connector of the tree into the scheduler's heap, a compound's own connectors first,
+  // and makes the scheduler that of every atom.
+  void initPrioHeap(Scheduler* scheduler);
+  // Finds what can fire in the current state: returns the head of the list of legal connectors of
+  // this compound and all below, linked through Connector::next(), with priorities applied, and
+  // leaves the enabled timed internal ports in internals(). With incremental set, connectors whose
+  // atoms have not moved keep their interactions.
+  Connector* activate(bool incremental);
+  // The part of activate() that visits the components.
+  Connector* subactivate(bool incremental);
+
+  Array<Component, true>& components() { return mComponents; }
+  Array<Connector, true>& connectors() { return mConnectors; }
+  Array<Priority, true>& priorities() { return mPriorities; }
+  // Head of the list of enabled timed internal ports, linked through Port::next().
+  Port* internals() const { return mInternals; }
+  void setInternals(Port* port) { mInternals = port; }
+
+ protected:
+  Array<Component, true> mComponents;
+  Array<Connector, true> mConnectors;
+  Array<Priority, true> mPriorities;
+  Connector* mLegals;  // unused by the engine
+  Port* mInternals;
+
+ private:
+  void setScheduler(Scheduler* scheduler);
+  void evaluateConnectors(bool incremental);
+  void applyPriorities();
+  void settleConnectors();
+
+  Connector* mLegalHead;  // the list that activate() is building, and its last element
+  Connector* mLegalTail;
+  Port* mInternalTail;  // last element of the list of internal ports
+};
+
+#endif

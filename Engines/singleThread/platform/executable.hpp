@@ -1,0 +1,71 @@
+// What the timed engine fires: an interaction of a connector or an internal port of an atom, seen
+// through one interface.
+#ifndef VESK_EXECUTABLE_HPP
+#define VESK_EXECUTABLE_HPP
+
+#include <iosfwd>
+
+#include "vesk-time.hpp"
+
+class Constraint;
+class GenericClock;
+
+class Executable {
+ public:
+  Executable() : mMark(0), mConstraint(nullptr), mDominated(false), mOwned(nullptr) {}
+  Executable(const Executable&) = delete;
+  Executable& operator=(const Executable&) = delete;
+  virtual ~Executable();
+
+  // Slot order is fixed: generated code is built against it.
+  // The printable name. The text belongs to the executable or is shared: copy it before the next
+  // call.
+  virtual char* label() = 0;
+  // Fires at time t: runs the transitions of the atoms.
+  virtual void execute(const Vesk::Time& t) = 0;
+  // The data side of firing at t; the timed engine calls it just before execute(t).
+  virtual void actuate(const Vesk::Time& t) = 0;
+  // The latest time, seen from t, by which it must fire; MAX when nothing forces it. A pure query.
+  virtual Vesk::Time deadline(const Vesk::Time& t) const = 0;
+  // The first time not before t at which it is enabled; MAX when it is never enabled again. A pure
+  // query.
+  virtual Vesk::Time next(const Vesk::Time& t) const = 0;
+  // The clock in whose values its constraint is printed; null: no translation.
+  virtual GenericClock* displayClock() const = 0;
+
+  // Bit k is set by the filter of level k; filters remove by marking.
+  unsigned int mark() const { return mMark; }
+  void setMark(unsigned int mark) { mMark = mark; }
+  // When it is enabled; null: time never restricts it. Setting one transfers no ownership by
+  // itself: what the derived classes own is said there.
+  Constraint* constraint() const { return mConstraint; }
+  void setConstraint(Constraint* constraint) { mConstraint = constraint; }
+  // Ruled out altogether by a priority: no walk of Executables sees it.
+  bool dominated() const { return mDominated; }
+  void setDominated(bool dominated) { mDominated = dominated; }
+
+  // Gives this priority over the other: without a constraint the other becomes dominated; with one,
+  // the times of this (moved down by the delay) are marked dominated in the other's constraint,
+  // which is made when it has none.
+  void dominate(Executable& other, const Vesk::Time& delay);
+
+  // Makes the constraint that always holds, over the given clock (which may be null), this
+  // executable's constraint and returns it. It is this executable's own: one object, made on first
+  // use, used again by the next call, deleted with the executable.
+  Constraint& useOwnConstraint(const GenericClock* clock);
+  // True while the constraint is the one that useOwnConstraint() gave.
+  bool hasOwnConstraint() const { return mConstraint != nullptr && mConstraint == mOwned; }
+
+ protected:
+  unsigned int mMark;
+  Constraint* mConstraint;
+  bool mDominated;
+  Constraint* mOwned;  // see useOwnConstraint(); may be out of use, and null until first needed
+};
+
+// Writes the label, a blank and the constraint, which is set to print in the values of
+// displayClock(). Requires: not null.
+std::ostream& operator<<(std::ostream& out, Executable& executable);
+std::ostream& operator<<(std::ostream& out, Executable* executable);
+
+#endif

@@ -1,0 +1,70 @@
+// Filters remove executables from the current set by marking them, and may narrow the interval of
+// times at which the engine may fire. A step applies a semantics filter (level 0), then a
+// scheduling filter (level 1).
+#ifndef VESK_FILTER_HPP
+#define VESK_FILTER_HPP
+
+#include "vesk-time.hpp"
+
+class Executables;
+class Interval;
+
+class Filter {
+ public:
+  Filter(unsigned int level) : mLevel(level) {}
+  virtual ~Filter() {}
+
+  // Marks what the filter removes. The lower bound of wait is the current time of the step, the
+  // upper bound the latest time to which the engine may still wait. Clears no mark and never
+  // changes the lower bound.
+  virtual void filter(Executables& executables, Interval& wait) const = 0;
+
+  // 0 to 31.
+  unsigned int level() const { return mLevel; }
+  void setLevel(unsigned int level) { mLevel = level; }
+  // The bits of this and all lower levels: what they have marked, this filter does not see.
+  unsigned int mask() const { return static_cast<unsigned int>((2ull << mLevel) - 1u); }
+  // The bit that this filter sets on what it removes.
+  unsigned int mark() const { return static_cast<unsigned int>(1ull << mLevel); }
+
+ private:
+  unsigned int mLevel;
+};
+
+// The semantics of time: no waiting beyond the earliest deadline, and only what becomes enabled
+// until then.
+class StandardSemantics : public Filter {
+ public:
+  StandardSemantics() : Filter(0) {}
+  void filter(Executables& executables, Interval& wait) const override;
+};
+
+// Keeps everything.
+class EmptyScheduler : public Filter {
+ public:
+  EmptyScheduler() : Filter(1) {}
+  void filter(Executables& executables, Interval& wait) const override;
+};
+
+// Earliest deadline first; among equal deadlines, what is enabled first.
+class EDFScheduler : public Filter {
+ public:
+  EDFScheduler() : Filter(1) {}
+  void filter(Executables& executables, Interval& wait) const override;
+};
+
+// Earliest deadline first, unless something can fire more than a margin before that deadline: then
+// what is enabled first.
+class EDFdeltaScheduler : public Filter {
+ public:
+  // The margin in microseconds; MAX: plain earliest deadline first.
+  EDFdeltaScheduler(Vesk::Time delta) : Filter(1), mDelta(delta) {}
+  void filter(Executables& executables, Interval& wait) const override;
+  const Vesk::Time& delta() const { return mDelta; }
+  void setDelta(const Vesk::Time& delta) { mDelta = delta; }
+
+ private:
+  Vesk::Time mDelta;
+};
+
+#endif

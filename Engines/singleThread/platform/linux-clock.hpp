@@ -1,0 +1,27 @@
+// Real time from the operating system.
+#ifndef VESK_LINUX_CLOCK_HPP
+#define VESK_LINUX_CLOCK_HPP
+
+#include "clock.hpp"
+
+// Reads the microseconds of wall-clock time since its construction.
+class LinuxClock : public PlatformClock {
+ public:
+  LinuxClock(const char* name);
+  Vesk::Time time() const override;
+  // Spins on the clock until t: exact release times at the price of a busy processor. It neither
+  // sleeps nor yields, and follows the wall clock when somebody sets that back or forward.
+  void wait(const Vesk::Time& t) override;
+
+ protected:
+  // Makes time() count from now.
+  void start();
+  void setStart(const Vesk::Time& t) { mStart = t; }
+  // The absolute wall-clock reading in microseconds.
+  Vesk::Time TIME() const;
+
+ private:
+  Vesk::Time mStart;  // wall-clock reading that counts as 0
+};
+
+#endif

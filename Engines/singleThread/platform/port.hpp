@@ -1,0 +1,86 @@
+// Ports: the points at which components take part in interactions.
+//
+// An atom port stands for a transition label of its atom. An exported port belongs to a connector
+// and lets that connector take part, as one port, in a connector above it.
+#ifndef VESK_PORT_HPP
+#define VESK_PORT_HPP
+
+#include "executable.hpp"
+
+class Atom;
+class Connector;
+
+// An atom port never owns the constraints that its model sets; an exported port owns its
+// constraint.
+class Port : public Executable {
+ public:
+  // Copies the name; null stays null.
+  Port(const char* name, const Atom* holder);
+  Port(const char* name, const Connector* holder);
+  ~Port() override;
+
+  // Slot order is fixed: generated code is built against it.
+  // "atom:port", or "compound:connector" for an exported port. Built once; the text belongs to the
+  // port.
+  char* label() override;
+  // Runs the transition of the atom and makes the connectors that use its ports evaluate again;
+  // fires the connector of an exported port. An atom port that is not synced is reported on
+  // standard error and fired all the same.
+  void execute(const Vesk::Time& t) override;
+  // Hands down to the connector of an exported port; nothing for an atom port.
+  void actuate(const Vesk::Time& t) override;
+  // Both translate between the values of the constraint's clock and those of the atom's clock.
+  Vesk::Time deadline(const Vesk::Time& t) const override;
+  Vesk::Time next(const Vesk::Time& t) const override;
+  // The atom's clock; null for an exported port.
+  GenericClock* displayClock() const override;
+
+  // Fires without time.
+  void execute();
+  // True when the port is synced.
+  bool complete() const { return mSynced; }
+  // True for an atom port; the connector's guard for an exported port.
+  bool guard() const;
+
+  const char* name() const { return mName; }
+  // Exactly one of the two is not null. Neither is owned.
+  Atom* atomHolder() const { return mAtomHolder; }
+  Connector* connHolder() const { return mConnHolder; }
+  // Enabled in the current state. The engine does not clear it after a step: the model does, before
+  // it announces.
+  bool synced() const { return mSynced; }
+  void setSynced(bool synced) { mSynced = synced; }
+  bool elected() const { return mElected; }
+  void setElected(bool elected) { mElected = elected; }
+  bool isConnected() const { return mConnected; }
+  void setConnected(bool connected = true) { mConnected = connected; }
+  // Fired by the atom itself or from the compound's list of internal ports, not through a
+  // connector.
+  bool isInternal() const { return mInternal; }
+  void setInternal(bool internal = true) { mInternal = internal; }
+  // Link of a compound's list of enabled timed internal ports, rebuilt at every activation. The
+  // head is in the compound; ports come out in reverse order of the walk.
+  Port* next() const { return mNext; }
+  void setNext(Port* port) { mNext = port; }
+
+  // Records that the connector uses this port. Called by the connector.
+  void setLink(Connector* connector);
+  // Queues the connectors that depend on the atom for evaluation; nothing for an exported port.
+  void notifyDependentPorts();
+
+ protected:
+  char LABEL[1024];  // the label once built, or empty
+  char* mName;       // strdup; freed by the destructor
+  Atom* mAtomHolder;
+  Connector* mConnHolder;
+  bool mSynced;
+  Constraint* mConstraint;  // unused: all operations go through Executable's
+  bool mElected;
+  bool mConnected;
+  bool mInternal;
+  Port* mNext;
+  char*
+      mLongLabel;  // malloc; a label that does not fit into LABEL, or null; freed by the destructor
+};
+
+#endif

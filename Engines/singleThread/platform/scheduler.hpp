@@ -1,0 +1,232 @@
+// The scheduler: settings from the command line, the untimed and the self-timed execution loops,
+// state-space exploration and the single-step console.
+#ifndef VESK_SCHEDULER_HPP
+#define VESK_SCHEDULER_HPP
+
+#include <cstdio>
+#include <fstream>
+
+#include "structure.hpp"
+#include "vesk-time.hpp"
+
+class Compound;
+class Connector;
+class Interaction;
+class Leaf;
+class LogicalClock;
+class Node;
+class PlatformClock;
+class Port;
+class SimuClock;
+struct option;
+
+// A pending transition of the depth-first search. Owns nothing by itself.
+class TransNode {
+ public:
+  TransNode(Node* state, Connector* trans, Interaction* inter)
+      : m_state(state), m_trans(trans), m_inter(inter) {}
+  Node* state() const { return m_state; }
+  // Null for a state without transitions.
+  Connector* trans() const { return m_trans; }
+  // The interaction as it was when the entry was made.
+  Interaction* inter() const { return m_inter; }
+
+ private:
+  Node* m_state;
+  Connector* m_trans;
+  Interaction* m_inter;
+};
+
+// An element of a singly linked list of states, a utility for model code. Does not own the state.
+class StateNode {
+ public:
+  StateNode(Node* state, unsigned int quantity)
+      : m_state(state), m_quantity(quantity), m_next(nullptr) {}
+  Node* state() const { return m_state; }
+  unsigned int quantity() const { return m_quantity; }
+  StateNode* next() const { return m_next; }
+  void setNext(StateNode* next) { m_next = next; }
+  // Node::equals of the two states.
+  bool equals(StateNode* other) const;
+
+ private:
+  Node* m_state;
+  unsigned int m_quantity;
+  StateNode* m_next;
+};
+
+// A list of state nodes with a current position. Neither nodes nor states are owned.
+class StateNodeIter {
+ public:
+  StateNodeIter() : m_head(nullptr), m_current(nullptr) {}
+  StateNode* head() const { return m_head; }
+  StateNode* current() const { return m_current; }
+  // Takes the first node out of the list and returns it, null when there is none.
+  StateNode* popHead();
+  void addHead(StateNode* node);
+  void addTail(StateNode* node);
+  // Puts a node behind the current one, which it then becomes; at the head of a list without a
+  // current node.
+  void addCurrent(StateNode* node);
+  // True when the position is behind the last node.
+  bool end() const { return m_current == nullptr; }
+  bool empty() const { return m_head == nullptr; }
+  // Moves the position on and returns the node there; from the end, back to the head.
+  StateNode* next();
+  // Looks for a node with an equal state from the head; position receives its number from 0.
+  bool isPresent(StateNode* node, int& position) const;
+
+ private:
+  StateNode* m_head;
+  StateNode* m_current;
+};
+
+// Built over a system that it does not own, configured once by parseCmdFile(), run once by run().
+class Scheduler {
+ public:
+  // mode: 0 standard, 1 interactive, 2 random. runMode: 0 explore, 1 execute in simulated time, 3
+  // real time. traverse: -1 none, 0 depth-first, 1 breadth-first. optimizationMode: 0 none, 1
+  // maximal synchronisation, 2 priority heap.
+  Scheduler(Compound* system, int mode, bool quiet, int runMode, int traverse,
+            int optimizationMode);
+  Scheduler(const Scheduler&) = delete;
+  Scheduler& operator=(const Scheduler&) = delete;
+  // Deletes the clocks and closes the trace file; neither the system nor the files of an
+  // exploration.
+  virtual ~Scheduler();
+
+  // Reads the command line into the settings, makes the clocks and, for an exploration, opens its
+  // files. A bad option ends the process with the option list and status -1, `--help` with status
+  // 0.
+  void parseCmdFile(int argc, char** argv);
+  // Explores or executes, as the settings say, until deadlock, error or step limit.
+  void run();
+  void run_execution();
+  // Maximal synchronisation: every step fires all legal connectors up to the first dominated one.
+  void runOptimizedExecution();
+  // Priority heap: evaluates only connectors that can have changed, the highest level first, and
+  // fires each that is legal.
+  void runOptimizedExec2();
+  // The self-timed loop: chooses by deadlines, or at random with mode 2, and waits for its logical
+  // clock.
+  void runRandomExecution();
+  // Asks on standard input which connector fires, with the debug console.
+  void runSinglestepExecution();
+  // Fires the list from its head; false when the run is over.
+  bool execMaxSynchronize(Connector* connector);
+  // A legal, undominated connector: at random, or as the user says. Null when there is none or the
+  // user ends the run.
+  Connector* choose() const;
+  Connector* userChoose() const;
+  // True when nothing of the current step can fire at or after now.
+  bool deadlock(Vesk::Time now);
+  // Computes the earliest deadline of the current step.
+  void setDeadline(Vesk::Time now);
+  // Chooses what fires next, and when: what is possible first, unless something else would miss its
+  // deadline. Exact ties are drawn uniformly.
+  void rt_choose(Vesk::Time now);
+
+  // Enumerate the reachable states of an untimed model and write them to the four files.
+  void run_dfs_exploration();
+  void run_bfs_exploration();
+
+  // The debug console; every operation reports on standard error when the model has no debug
+  // support.
+  void initDebugFct() const;
+  // Lists the parts and values of the current element. The argument is not used.
+  void displayList(char* unused) const;
+  // Prints the value named by a dotted path from the current element.
+  void displayElement(char* path) const;
+  // Moves to the element named by a dotted path; "-" is the parent.
+  void setCurrent(char* path) const;
+
+  // Rebuild a path from a file of transitions. The texts that are given are not changed; results
+  // stay valid until the next call of the same operation.
+  char* getFirstChar(char* s, const char* delims) const;
+  char* getLastChar(char* s, const char* delims) const;
+  char* fromState(char* line) const;
+  char* toState(char* line) const;
+  bool matchToState(char* line, char* state) const;
+  // dst holds at least 1000 characters.
+  void getInteraction(char* dst, FILE* file, char* state, int limit) const;
+  void getPath(FILE* file) const;
+
+  int mode() const { return mMode; }
+  bool quiet() const { return mQuiet; }
+  int runMode() const { return mRunMode; }
+  int optimizationMode() const { return mOptimizationMode; }
+  bool simLimit() const { return mSimLimit; }
+  int maxSimLimit() const { return mMaxSimLimit; }
+  int randSeed() const { return mRandSeed; }
+  // Null in explore mode.
+  PlatformClock* platformClock() const { return mPlatformClock; }
+  LogicalClock* logicalClock() const { return mLogicalClock; }
+  Interaction* choice() const { return mChoice; }
+  Port* choicePort() const { return mChoicePort; }
+  Vesk::Time choiceDeadline() const { return mChoiceDeadline; }
+  Vesk::Time choiceNext() const { return mChoiceNext; }
+  Vesk::Time deadline() const { return mDeadline; }
+  Vesk::Time drift() const { return mDrift; }
+  void setDrift(Vesk::Time drift) { mDrift = drift; }
+  int zeroWaiting() const { return mZeroWaiting; }
+  Vesk::Time maxWait() const { return mMaxWait; }
+  VeskHeap<Connector>& prioHeap() { return mPrioHeap; }
+  // Store a choice and its two times; the other kind of choice is cleared by rt_choose(), not here.
+  void setChoice(Interaction* interaction, Vesk::Time next, Vesk::Time deadline);
+  void setChoice(Port* port, Vesk::Time next, Vesk::Time deadline);
+
+ protected:
+  Compound* mSystem;
+  Connector* mLegal;              // legal connectors of the current step
+  Port* mInternals;               // enabled internal ports of the current step
+  PlatformClock* mPlatformClock;  // owned
+  LogicalClock* mLogicalClock;    // owned
+  Connector* mConnectorChoice;
+  Interaction* mChoice;
+  Port* mChoicePort;
+  Vesk::Time mChoiceNext;
+  Vesk::Time mChoiceDeadline;
+  Vesk::Time mDeadline;           // earliest deadline of the current step
+  VeskHeap<Connector> mPrioHeap;  // connectors waiting for evaluation
+  int mMode;
+  int mIntQuiet;  // option flag
+  bool mQuiet;
+  int mRunMode;
+  int mTraverse;
+  int mOptimizationMode;
+  bool mSimLimit;
+  int mMaxSimLimit;
+  int mSimStep;         // steps counted against the limit
+  int mDisable_output;  // option flag
+  bool disable_output;
+  int mTrace;  // print the state after each step of the self-timed loop
+  int mRandSeed;
+  FILE* aut_file;
+  FILE* state_file;
+  std::ofstream simout_file;
+  FILE* pruned_paths;
+  FILE* deadlock_states;
+  int mZeroWaiting;       // 1: fire at the chosen time; 0: add a random wait first
+  Vesk::Time mMaxWait;    // upper bound of the random wait, microseconds
+  Vesk::Time mDrift;      // platform time minus logical time, measured last
+  Vesk::Time mMaxDrift;   // drift above which the run stops
+  Vesk::Time mDelta;      // time that executing one step may take
+  Vesk::Time mTolerance;  // how long before mDeadline the logical clock catches up
+
+ public:
+  std::ostream* simout;  // where the trace goes; not owned
+
+ protected:
+  bool stepLimitReached();
+
+  SimuClock* mIdleClock;  // owned: stands under the logical clock in explore mode, or null
+};
+
+// 1 when a leaf of the state contains "ERROR", 2 when one before that contains "PRUNE", else 0.
+int ObserverState(Node* state);
+// Writes the banner to standard output.
+void printLogo();
+// Writes the list of options, which ends with a null name, to standard output.
+void help(option* table);
+
+#endif

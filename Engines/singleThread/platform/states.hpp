@@ -1,0 +1,153 @@
+// Global states as trees that mirror the component tree: a Nonleaf per compound, a Leaf with one
+// text per atom, and the helpers with which generated code writes an atom's variables into that
+// text and reads them back.
+#ifndef VESK_STATES_HPP
+#define VESK_STATES_HPP
+
+class Leaf;
+
+// Set by Compound::getState() when an atom's text contains "ERROR" or, with precedence, "PRUNE";
+// model code may set them too. Exploration clears them around every transition and reads them.
+extern bool global_error;
+extern bool global_prune;
+// The leaf that set one of the flags, or null. Not owned.
+extern Leaf* faulty_leaf;
+
+// The state text of one atom. Null texts are allowed and count as empty ones.
+class Atomleaf {
+ public:
+  Atomleaf() : value(nullptr) {}
+  // Copies the text.
+  Atomleaf(const char* text);
+  Atomleaf(const Atomleaf& other);
+  Atomleaf& operator=(const Atomleaf&) = delete;
+  virtual ~Atomleaf();
+
+  // The text, owned by this object; null when none was ever given.
+  char* getVal() const { return value; }
+  // Replaces the text by a copy of the given one, which may be this object's own.
+  void setVal(const char* text);
+  // 0 when the texts are equal, else 1.
+  int compare(const Atomleaf* other) const;
+  // The first character, sign-extended to 32 bits, modulo size; 0 for size 0.
+  unsigned int hash(unsigned int size) const;
+  // A new object that the caller owns.
+  Atomleaf* copy() const;
+
+ private:
+  char* value;  // new[]; deleted by the destructor
+};
+
+// A global state or a part of one.
+class Node {
+ public:
+  Node(bool leaf, unsigned int number = 0) : index(number), isleaf(leaf), nOutTrans(0) {}
+  Node& operator=(const Node&) = delete;
+  virtual ~Node() {}
+
+  // Slot order is fixed: generated code is built against it.
+  // 0 when the other tree has the same shape and the same texts, else 1. A null tree differs.
+  virtual int compare(Node* other) const = 0;
+  // A number below size; 0 for size 0.
+  virtual unsigned int hash(unsigned int size) const = 0;
+  // A deep copy that the caller owns, with the same index and no outgoing transitions.
+  virtual Node* copy() = 0;
+
+  // A number that the owner may give the state.
+  unsigned int getIndex() const { return index; }
+  void setIndex(unsigned int number) { index = number; }
+  bool isLeaf() const { return isleaf; }
+  // Transitions out of the state that exploration has still to take.
+  int outTrans() const { return nOutTrans; }
+  void resetOutTrans() { nOutTrans = 0; }
+  void incrOutTrans() { ++nOutTrans; }
+  void decrOutTrans() { --nOutTrans; }
+
+  // Deliberate: same shape, and leaves that hold the very same Atomleaf object; equal texts do not
+  // count. compare() compares texts.
+  bool equals(Node* other);
+  bool operator==(Node& other);
+  // The texts of all leaves in order, without separators. The caller releases the text with free().
+  // A missing child adds nothing and is reported on standard error.
+  char* printNode() const;
+
+  // Readers of one value from a state text; they move the cursor past the value and its separator,
+  // like the functions below.
+  static char* string2veskState(char*& cursor);  // the caller releases the text with free()
+  static char* string2objState(char*& cursor);   // the caller releases the text with free()
+  static int string2int(char*& cursor);
+  static float string2float(char*& cursor);
+  static bool string2bool(char*& cursor);
+  static bool string2bool(const char* text);  // looks at the first character of a text of its own
+
+ protected:
+  Node(const Node& other) : index(other.index), isleaf(other.isleaf), nOutTrans(0) {}
+
+  unsigned int index;
+  bool isleaf;
+  int nOutTrans;
+};
+
+class Leaf : public Node {
+ public:
+  // Takes ownership of the atom's text.
+  Leaf(Atomleaf* text);
+  Leaf(const Leaf& other);
+  ~Leaf() override;
+  int compare(Node* other) const override;
+  unsigned int hash(unsigned int size) const override;
+  Node* copy() override;
+
+  Atomleaf* getAleaf() const { return aleaf; }
+  // Takes ownership; the previous text is destroyed. Giving the present one again does nothing.
+  void setAleaf(Atomleaf* text);
+
+ private:
+  Atomleaf* aleaf;  // owned
+};
+
+class Nonleaf : public Node {
+ public:
+  // A node with n null children.
+  Nonleaf(int n);
+  Nonleaf(const Nonleaf& other);
+  ~Nonleaf() override;
+  int compare(Node* other) const override;
+  unsigned int hash(unsigned int size) const override;
+  Node* copy() override;
+
+  // Requires for both: 0 <= i < getNumChild(). Children are owned; setChild does not delete the
+  // child it replaces.
+  Node* getChild(int i) const { return children[i]; }
+  void setChild(Node* node, int i) { children[i] = node; }
+  int getNumChild() const { return numChild; }
+  // Leaves in the whole tree.
+  int getNumLeaf() const;
+  // Leaf number pos of a node whose children are all leaves; null when there is none. Deliberate:
+  // on deeper trees the index is decreased by the position of a child, not by the leaves before it.
+  Leaf* getLeaf(int pos);
+
+ private:
+  int numChild;
+  Node** children;  // new[]; the children are owned
+};
+
+// Writers: append one value to the state text in st, a buffer of the caller that holds a text
+// already and is large enough. The name is not written. The separator "," stands before a value,
+// and after the "T" or "F" of a control place.
+void setVariableState(char* st, const char* varName, const char* value);  // no separator
+void setVariableState(char* st, const char* varName, bool value);         // ",T" or ",F"
+void setVariableState(char* st, const char* varName, int value);
+void setVariableState(char* st, const char* varName, float value);  // six decimals
+void setStatePlace(char* st, const char* placeName, bool value);    // "T," or "F,"
+
+// Readers: consume one value and the separator that follows it, and move the cursor. At the end of
+// the text they give null, 0, 0.0 and false, and the cursor stays. The text up to the token
+// character; the caller releases it with free(). SIZE is the expected length and no limit.
+char* vesk_strtok(char*& start, char token, int SIZE);
+char* getVariableState(char*& cursor);  // the caller releases the text with free()
+int getIntVariableState(char*& cursor);
+float getFloatVariableState(char*& cursor);
+bool getBoolVariableState(char*& cursor);  // false for "F", true for any other letter
+
+#endif

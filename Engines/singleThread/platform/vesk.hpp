@@ -1,0 +1,22 @@
+// The engine's interface for models; the only header that a model includes.
+#ifndef VESK_HPP
+#define VESK_HPP
+
+#include "clock.hpp"
+#include "component.hpp"
+#include "connector.hpp"
+#include "constraint.hpp"
+#include "debug.hpp"
+#include "engine.hpp"
+#include "executable.hpp"
+#include "executables.hpp"
+#include "filter.hpp"
+#include "linux-clock.hpp"
+#include "port.hpp"
+#include "priority.hpp"
+#include "scheduler.hpp"
+#include "states.hpp"
+#include "structure.hpp"
+#include "vesk-time.hpp"
+
+#endif
