@@ -86,6 +86,11 @@ class Executer : public Engine {
   void setChoice(Executable* choice) { mChoice = choice; }
   const Vesk::Time& time() const { return mTime; }
   void setTime(const Vesk::Time& time) { mTime = time; }
+  // The next draw of rand() as a number from 0 to below 1.
+  static long double randomFraction();
+  // One of what the filters left, drawn uniformly with one rand(); null, and no draw, when there is
+  // nothing.
+  Executable* pickAtRandom();
 
  private:
   void beginStep();
@@ -132,6 +137,13 @@ class InteractiveExecuter : public Executer {
 
  protected:
   void choose() override;
+
+ private:
+  // Both questions are asked again until the answer is valid; false at the end of input.
+  bool askTime(Vesk::Time& chosen);
+  bool askNumber(int rows, int& number);
+  Vesk::Time randomTime();
+  int listExecutables();
 };
 
 #endif

@@ -1,0 +1,225 @@
+#include "engine.hpp"
+
+#include <unistd.h>
+
+#include <cstdlib>
+#include <iostream>
+
+#include "clock.hpp"
+#include "component.hpp"
+#include "filter.hpp"
+
+namespace {
+
+constexpr char STEP[] = "scheduler [";
+constexpr char STEP_END[] = "] ";
+constexpr char PLATFORM[] = " (platform=";
+constexpr char PLATFORM_END[] = ")";
+constexpr char CAUGHT_UP[] = "-> ";
+constexpr char WAIT[] = ", wait for ";
+constexpr char WAIT_END[] = ", ";
+constexpr char DEADLOCK[] = "] deadlock!";
+constexpr char URGENCY[] = "urgency violated! (at least one transition is urgent at ";
+constexpr char URGENCY_END[] = ")";
+constexpr char DRIFT[] = "too much drift beetween logical clock and real-time clock! (drift is ";
+constexpr char DRIFT_END[] = ")";
+constexpr char NO_CHOICE[] =
+    "Interactions computation error: deadlock found that does not exist! (there is an engine bug)";
+constexpr char LIMIT[] = "Execution limit size (";
+constexpr char LIMIT_END[] = ") reached!";
+
+// What a run writes unless it is quiet.
+class Trace {
+ public:
+  Trace(std::ostream& out, bool quiet) : mOut(quiet ? nullptr : &out) {}
+
+  template <class T>
+  const Trace& operator<<(const T& item) const {
+    if (mOut != nullptr) *mOut << item;
+    return *this;
+  }
+  void endLine() const {
+    if (mOut != nullptr) *mOut << std::endl;
+  }
+
+ private:
+  std::ostream* mOut;
+};
+
+}  // namespace
+
+// Engine and Explorer
+
+Engine::Engine(Compound& system, LogicalClock& clock, Filter& semantics, bool quiet,
+               unsigned int maxSimLimit, std::ostream& simout)
+    : mSystem(system),
+      mLogicalClock(clock),
+      mPlatformClock(clock.platformClock()),
+      mSemantics(semantics),
+      mWait(Vesk::Time::MIN, Vesk::Time::MAX, LAZY, false, true),
+      mQuiet(quiet),
+      mMaxSimLimit(maxSimLimit),
+      mSimout(simout) {}
+
+Explorer::Explorer(Compound& system, LogicalClock& clock, Filter& semantics, bool quiet)
+    : Engine(system, clock, semantics, quiet, 0, std::cout) {}
+
+void Explorer::initialize() {
+  system().setup(nullptr);
+  system().initialize(&logicalClock());
+}
+
+void Explorer::run() {
+  if (maxSimLimit() == 0) {
+    for (;;) pause();
+  }
+  const Trace trace(simout(), quiet());
+  trace << LIMIT << maxSimLimit() << LIMIT_END;
+  trace.endLine();
+}
+
+// The step loop
+
+Executer::Executer(Compound& system, LogicalClock& clock, Filter& semantics, Filter& scheduler,
+                   bool quiet, unsigned int maxSimLimit, std::ostream& simout, int randSeed,
+                   Vesk::Time maxDrift)
+    : Engine(system, clock, semantics, quiet, maxSimLimit, simout),
+      mScheduler(scheduler),
+      mChoice(nullptr),
+      mMaxDrift(maxDrift),
+      mRandSeed(randSeed) {}
+
+void Executer::initialize() {
+  system().setup(nullptr);
+  system().initialize(&logicalClock());
+  std::srand(static_cast<unsigned int>(mRandSeed));
+}
+
+void Executer::run() {
+  unsigned int steps = 0;
+  for (;;) {
+    beginStep();
+    if (!semanticsLeavesSomething()) return;
+    catchUpWithPlatform();
+    if (!urgencyIsRespected()) return;
+    if (!driftIsBounded()) return;
+    if (!pickExecutable()) return;
+    waitAndFire();
+    if (limitReached(steps)) return;
+  }
+}
+
+void Executer::beginStep() {
+  Connector* legals = system().activate(true);
+  interactions().initialize(legals, system().internals());
+  interactions().unmarkAll();
+  Trace(simout(), quiet()) << STEP << logicalClock().time();
+}
+
+bool Executer::semanticsLeavesSomething() {
+  wait().setLow(logicalClock().time());
+  wait().setHigh(Vesk::Time::MAX);
+  semantics().filter(interactions(), wait());
+  if (!deadlock()) return true;
+  const Trace trace(simout(), quiet());
+  trace << DEADLOCK;
+  trace.endLine();
+  return false;
+}
+
+// A step that must fire at once goes on at the logical time, however late the platform is; one that
+// may wait goes on at the platform's time. Marks of the first filtering stay, so the step can only
+// become narrower.
+void Executer::catchUpWithPlatform() {
+  const Trace trace(simout(), quiet());
+  const Vesk::Time now = logicalClock().time();
+  if (wait().high() > now) {
+    logicalClock().update();
+    wait().setLow(logicalClock().time());
+    semantics().filter(interactions(), wait());
+    if (logicalClock().time() != now) trace << CAUGHT_UP << logicalClock().time();
+  } else if (!quiet()) {
+    const Vesk::Time platform = platformClock().time();
+    if (platform != now) trace << PLATFORM << platform << PLATFORM_END;
+  }
+  trace << STEP_END;
+}
+
+bool Executer::urgencyIsRespected() {
+  if (wait().high() >= logicalClock().time()) return true;
+  const Trace trace(simout(), quiet());
+  trace << URGENCY << wait().high() << URGENCY_END;
+  trace.endLine();
+  return false;
+}
+
+bool Executer::driftIsBounded() {
+  const Vesk::Time drift = logicalClock().drift(&platformClock());
+  if (drift <= mMaxDrift) return true;
+  const Trace trace(simout(), quiet());
+  trace << DRIFT << drift << DRIFT_END;
+  trace.endLine();
+  return false;
+}
+
+// Deliberate: the message of an empty choice is written in quiet runs too. It also ends every
+// interactive run that the user leaves.
+bool Executer::pickExecutable() {
+  mScheduler.filter(interactions(), wait());
+  choose();
+  if (mChoice != nullptr) return true;
+  simout() << NO_CHOICE << std::endl;
+  return false;
+}
+
+void Executer::waitAndFire() {
+  const Trace trace(simout(), quiet());
+  if (logicalClock().time() < mTime) {
+    trace << WAIT << mTime << WAIT_END;
+    logicalClock().wait(mTime);
+  }
+  trace << mChoice;
+  trace.endLine();
+  mChoice->actuate(mTime);
+  mChoice->execute(mTime);
+}
+
+bool Executer::limitReached(unsigned int& steps) {
+  if (maxSimLimit() == 0) return false;
+  ++steps;
+  if (steps != maxSimLimit()) return false;
+  const Trace trace(simout(), quiet());
+  trace << LIMIT << steps << LIMIT_END;
+  trace.endLine();
+  return true;
+}
+
+// Choice by chance. Extended precision holds every product exactly, so that all builds draw alike.
+
+long double Executer::randomFraction() {
+  return std::rand() * 0x1p-31L;
+}
+
+Executable* Executer::pickAtRandom() {
+  const int count = interactions().count();
+  if (count == 0) return nullptr;
+  const int index = static_cast<int>(count * randomFraction());
+  return *(interactions().begin() + index);
+}
+
+void StandardExecuter::choose() {
+  const Vesk::Time now = wait().low();
+  setChoice(pickAtRandom());
+  setTime(choice() != nullptr ? choice()->next(now) : now);
+}
+
+// Deliberate: the latest possible time is never drawn unless it is the only one.
+void RandomExecuter::choose() {
+  const Vesk::Time width = wait().high() - wait().low();
+  const long double offset = randomFraction() * width.microseconds();
+  const Vesk::Time chosen = wait().low() + Vesk::Time(static_cast<long long>(offset));
+  wait().setLow(chosen);
+  semantics().filter(interactions(), wait());
+  setChoice(pickAtRandom());
+  setTime(choice() != nullptr ? choice()->next(chosen) : chosen);
+}

@@ -1,0 +1,138 @@
+// The dialogue in which the user chooses the time of a step and what fires.
+#include <cerrno>
+#include <cstdlib>
+#include <iostream>
+#include <string>
+
+#include "clock.hpp"
+#include "engine.hpp"
+#include "filter.hpp"
+
+namespace {
+
+constexpr char ASK_TIME[] = "Enter a new value for current time in ";
+constexpr char ASK_TIME_END[] = ": ";
+constexpr char NO_DEBUG_OPTIONS[] = "Debug options not supported yet!\n";
+constexpr char LIST[] = "List of legal interactions or internal ports at ";
+constexpr char LIST_END[] = ":\n";
+constexpr char ROW[] = "[";
+constexpr char ROW_NUMBER_END[] = "]    ";
+constexpr char ASK_NUMBER[] = "Enter interaction or internal port number (hit 0 to exit): ";
+constexpr char NOT_SUPPORTED[] = "Not supported yet!\n";
+constexpr char RANDOM_CHOICE[] = "  random choice: ";
+constexpr char INVALID[] = "Invalid choice!\n";
+
+constexpr int IGNORED_SEED = 1;
+
+// The number that a whole word spells; false when it spells none or one beyond 64 bits.
+bool parse(const std::string& word, long long& number) {
+  char* end = nullptr;
+  errno = 0;
+  number = std::strtoll(word.c_str(), &end, 10);
+  return end == word.c_str() + word.size() && errno == 0;
+}
+
+// The time of so many milliseconds; false for those beyond 64 bits of microseconds.
+bool toTime(long long milliseconds, Vesk::Time& time) {
+  constexpr long long LIMIT = 0x7FFFFFFFFFFFFFFFLL / 1000;
+  if (milliseconds < -LIMIT || milliseconds > LIMIT) return false;
+  time = Vesk::Time(milliseconds * 1000);
+  return true;
+}
+
+// Writes a question and reads a word of the answer. False at the end of input.
+template <class Question>
+bool ask(const Question& question, std::string& word) {
+  question(std::cout);
+  std::cout << std::flush;
+  return static_cast<bool>(std::cin >> word);
+}
+
+// Answers to the words that a debugger would understand; the operand of `c` and `p` is skipped.
+bool refuseDebugWord(const std::string& word, const char* refusal) {
+  if (word[0] != 'c' && word[0] != 'p' && word[0] != 'l') return false;
+  std::string operand;
+  if (word[0] != 'l') std::cin >> operand;
+  std::cout << refusal;
+  return true;
+}
+
+}  // namespace
+
+InteractiveExecuter::InteractiveExecuter(Compound& system, LogicalClock& clock, Filter& semantics,
+                                         Filter& scheduler, bool quiet, unsigned int maxSimLimit,
+                                         std::ostream& simout, Vesk::Time maxDrift)
+    : Executer(system, clock, semantics, scheduler, quiet, maxSimLimit, simout, IGNORED_SEED,
+               maxDrift) {}
+
+void InteractiveExecuter::choose() {
+  setChoice(nullptr);
+  setTime(wait().low());
+  Vesk::Time chosen;
+  if (!askTime(chosen)) return;
+  logicalClock().wait(chosen);
+  wait().setLow(chosen);
+  semantics().filter(interactions(), wait());
+  setTime(chosen);
+  const int rows = listExecutables();
+  int number = 0;
+  if (!askNumber(rows, number) || number < 1 || number > rows) return;
+  setChoice(interactions()[static_cast<unsigned int>(number - 1)]);
+  setTime(choice()->next(chosen));
+}
+
+bool InteractiveExecuter::askTime(Vesk::Time& chosen) {
+  const auto question = [this](std::ostream& out) { out << ASK_TIME << wait() << ASK_TIME_END; };
+  std::string word;
+  while (ask(question, word)) {
+    if (refuseDebugWord(word, NO_DEBUG_OPTIONS)) continue;
+    if (word[0] == 'r') {
+      chosen = randomTime();
+      std::cout << RANDOM_CHOICE << chosen << '\n';
+      return true;
+    }
+    long long milliseconds = 0;
+    if (parse(word, milliseconds) && toTime(milliseconds, chosen) && wait().in(chosen)) return true;
+    std::cout << INVALID;
+  }
+  return false;
+}
+
+// Deliberate: the width is one unit larger than that of RandomExecuter, so the latest possible time
+// can be drawn.
+Vesk::Time InteractiveExecuter::randomTime() {
+  const Vesk::Time width = wait().high() - wait().low();
+  const long double offset = (width.microseconds() + 1.0L) * randomFraction();
+  return wait().low() + Vesk::Time(static_cast<long long>(offset));
+}
+
+// Writes the rows of the second question and returns their number.
+int InteractiveExecuter::listExecutables() {
+  std::cout << LIST << time() << LIST_END;
+  int rows = 0;
+  const Executables::iterator last = interactions().end();
+  for (Executables::iterator it = interactions().begin(); it != last; ++it) {
+    std::cout << ROW << ++rows << ROW_NUMBER_END << *it << '\n';
+  }
+  return rows;
+}
+
+bool InteractiveExecuter::askNumber(int rows, int& number) {
+  const auto question = [](std::ostream& out) { out << ASK_NUMBER; };
+  std::string word;
+  while (ask(question, word)) {
+    if (refuseDebugWord(word, NOT_SUPPORTED)) continue;
+    if (word[0] == 'r') {
+      number = static_cast<int>(rows * randomFraction() + 1);
+      std::cout << RANDOM_CHOICE << number << '\n';
+      return true;
+    }
+    long long answer = 0;
+    if (parse(word, answer) && answer >= 0 && answer <= rows) {
+      number = static_cast<int>(answer);
+      return true;
+    }
+    std::cout << INVALID;
+  }
+  return false;
+}
