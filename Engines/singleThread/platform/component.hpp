@@ -179,7 +179,9 @@ class Compound : public Component {
   Port* mInternals;
 
  private:
-  void setScheduler(Scheduler* scheduler);
+  void setSchedulerOfAtoms(Scheduler* scheduler);
+  void takeListsOf(Compound& part);
+  void takeInternalsOf(Atom& atom);
   void evaluateConnectors(bool incremental);
   void applyPriorities();
   void settleConnectors();

@@ -134,6 +134,10 @@ class Interaction : public Executable {
 
  private:
   friend class InteractionIndex;
+
+  Constraint& freshConstraint();
+  void intersectPortConstraints();
+
   HashTable<Interaction>::Cell*
       mCell;  // where TABLE holds it; null for an interaction outside the table
 };
@@ -283,9 +287,15 @@ class Connector {
  private:
   friend class Interaction;
 
+  class EvalVisits;
+
+  Connector* nextProvider(int& port) const;
   void evalAlone();
+  BitVector allPorts() const;
+  void createFeasibleRendezvous();
   Interaction* addFeasible(const BitVector& enabled, const BitVector& set, Interaction* list);
   Interaction* firstPossible(const Vesk::Time& t) const;
+  void resetAlone(WorkStack<Connector*>& dependent);
 
   bool mEvaluating;                 // in the middle of eval(): exported ports must not form a ring
   InteractionIndex* mInteractions;  // owned: this connector's interactions by set

@@ -53,10 +53,12 @@ class Executable {
   // executable's constraint and returns it. It is this executable's own: one object, made on first
   // use, used again by the next call, deleted with the executable.
   Constraint& useOwnConstraint(const GenericClock* clock);
-  // True while the constraint is the one that useOwnConstraint() gave.
-  bool hasOwnConstraint() const { return mConstraint != nullptr && mConstraint == mOwned; }
 
  protected:
+  // Leaves the executable without constraint. For those that own their constraint: one set from
+  // outside is deleted, the own one is kept aside for its next use.
+  void dropConstraint();
+
   unsigned int mMark;
   Constraint* mConstraint;
   bool mDominated;

@@ -43,6 +43,9 @@ class Port : public Executable {
   bool guard() const;
 
   const char* name() const { return mName; }
+  // The two halves of the label, never null.
+  const char* labelHolder() const;
+  const char* labelName() const;
   // Exactly one of the two is not null. Neither is owned.
   Atom* atomHolder() const { return mAtomHolder; }
   Connector* connHolder() const { return mConnHolder; }
@@ -63,6 +66,8 @@ class Port : public Executable {
   Port* next() const { return mNext; }
   void setNext(Port* port) { mNext = port; }
 
+  // Leaves an exported port without constraint. Called by its connector.
+  using Executable::dropConstraint;
   // Records that the connector uses this port. Called by the connector.
   void setLink(Connector* connector);
   // Queues the connectors that depend on the atom for evaluation; nothing for an exported port.

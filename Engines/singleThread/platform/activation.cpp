@@ -1,0 +1,172 @@
+// Activation: what can fire in the current state, with priorities applied.
+#include <iostream>
+
+#include "component.hpp"
+#include "connector.hpp"
+#include "constraint.hpp"
+#include "port.hpp"
+#include "priority.hpp"
+
+namespace {
+
+const char* const SKIP_PRIORITY = "WARNING: skip priority ";
+const char* const IS_A_SUBCONNECTOR = " is a subconnector";
+const char* const ARE_SUBCONNECTORS = " are subconnectors";
+
+void warnAboutLow(const Connector& low) {
+  std::cerr << SKIP_PRIORITY << low.name() << " < _: " << low.name() << IS_A_SUBCONNECTOR << "!"
+            << std::endl;
+}
+
+void warnAboutPair(const Connector& low, const Connector& high) {
+  std::cerr << SKIP_PRIORITY << low.name() << " < " << high.name() << ": ";
+  if (low.isSubconnSameHolder() && high.isSubconnSameHolder()) {
+    std::cerr << low.name() << " and " << high.name() << ARE_SUBCONNECTORS;
+  } else {
+    std::cerr << (low.isSubconnSameHolder() ? low : high).name() << IS_A_SUBCONNECTOR;
+  }
+  std::cerr << "!" << std::endl;
+}
+
+bool contains(const Interaction& feasible, const Interaction& part) {
+  bool equal = false;
+  return part.isSubset(&feasible, equal);
+}
+
+void dominate(Priority& priority, Interaction& low, Interaction& high) {
+  priority.apply(low, high);
+  low.connector()->setRecomputexPort(true);
+}
+
+// The low interaction gives way to everything else that is legal. False when it cannot be applied.
+bool yieldToAll(Priority& priority, Connector* legals) {
+  Connector* lower = priority.low()->connector();
+  if (lower->isSubconnSameHolder()) {
+    warnAboutLow(*lower);
+    return false;
+  }
+  for (Interaction* low = lower->feasibleInter(); low != nullptr; low = low->next()) {
+    if (!contains(*low, *priority.low())) continue;
+    for (Connector* legal = legals; legal != nullptr; legal = legal->next()) {
+      if (legal == lower) continue;
+      for (Interaction* high = legal->feasibleInter(); high != nullptr; high = high->next()) {
+        dominate(priority, *low, *high);
+      }
+    }
+  }
+  return true;
+}
+
+// The low interaction gives way to the high one. False when it cannot be applied.
+bool yieldToHigh(Priority& priority) {
+  Connector* lower = priority.low()->connector();
+  Connector* higher = priority.high()->connector();
+  if (lower->isSubconnSameHolder() || higher->isSubconnSameHolder()) {
+    warnAboutPair(*lower, *higher);
+    return false;
+  }
+  for (Interaction* low = lower->feasibleInter(); low != nullptr; low = low->next()) {
+    if (!contains(*low, *priority.low())) continue;
+    for (Interaction* high = higher->feasibleInter(); high != nullptr; high = high->next()) {
+      if (contains(*high, *priority.high())) dominate(priority, *low, *high);
+    }
+  }
+  return true;
+}
+
+bool isTimedInternal(const Port& port) {
+  return port.isInternal() && port.synced() && port.constraint() != nullptr;
+}
+
+}  // namespace
+
+// 1. The legal connectors and internal ports of the components.
+// 2. The connectors of this compound, in front of those.
+// 3. The priorities of this compound.
+// 4. What the priorities have changed.
+Connector* Compound::activate(bool incremental) {
+  subactivate(incremental);
+  evaluateConnectors(incremental);
+  applyPriorities();
+  settleConnectors();
+  return mLegalHead;
+}
+
+Connector* Compound::subactivate(bool incremental) {
+  mLegalHead = mLegalTail = nullptr;
+  mInternals = mInternalTail = nullptr;
+  for (int i = 0; i < mComponents.count(); ++i) {
+    Component* component = mComponents[i];
+    if (component->isCompound()) {
+      Compound* part = static_cast<Compound*>(component);
+      part->activate(incremental);
+      takeListsOf(*part);
+    } else if (component->isAtom()) {
+      takeInternalsOf(*static_cast<Atom*>(component));
+    }
+  }
+  return mLegalHead;
+}
+
+// The lists of a later component stand before those of an earlier one.
+void Compound::takeListsOf(Compound& part) {
+  if (part.mLegalHead != nullptr) {
+    part.mLegalTail->setNext(mLegalHead);
+    if (mLegalHead == nullptr) mLegalTail = part.mLegalTail;
+    mLegalHead = part.mLegalHead;
+  }
+  if (part.mInternals != nullptr) {
+    part.mInternalTail->setNext(mInternals);
+    if (mInternals == nullptr) mInternalTail = part.mInternalTail;
+    mInternals = part.mInternals;
+  }
+}
+
+void Compound::takeInternalsOf(Atom& atom) {
+  for (int i = 0; i < atom.ports().count(); ++i) {
+    Port* port = atom.ports()[i];
+    if (!isTimedInternal(*port)) continue;
+    port->setNext(mInternals);
+    if (mInternals == nullptr) mInternalTail = port;
+    mInternals = port;
+  }
+}
+
+void Compound::evaluateConnectors(bool incremental) {
+  for (int i = 0; i < mConnectors.count(); ++i) {
+    Connector* connector = mConnectors[i];
+    Connector* head = connector->evaluate(mLegalHead, connector->isSubconn(), incremental);
+    if (mLegalHead == nullptr) mLegalTail = head;
+    mLegalHead = head;
+  }
+}
+
+// A priority whose guard does not hold counts as evaluated until the links of its connectors are
+// reset. One that cannot be applied is tried again, with its warning, at every activation.
+void Compound::applyPriorities() {
+  for (int i = 0; i < mPriorities.count(); ++i) {
+    Priority& priority = *mPriorities[i];
+    if (!priority.guard()) {
+      priority.setEvaluated(true);
+      continue;
+    }
+    if (priority.evaluated()) continue;
+    const bool done =
+        priority.high() != nullptr ? yieldToHigh(priority) : yieldToAll(priority, mLegalHead);
+    if (done) priority.setEvaluated(true);
+  }
+}
+
+void Compound::settleConnectors() {
+  for (int i = 0; i < mConnectors.count(); ++i) {
+    Connector* connector = mConnectors[i];
+    for (Interaction* it = connector->feasibleInter(); it != nullptr; it = it->next()) {
+      if (it->constraint() != nullptr && !it->dominated()) it->constraint()->applyDomination();
+    }
+    if (connector->recomputexPort()) {
+      connector->setRecomputexPort(false);
+      connector->computexPort();
+      connector->resetDependentLinks();
+    }
+  }
+}

@@ -1,0 +1,225 @@
+#include "component.hpp"
+
+#include <cstdarg>
+#include <cstdlib>
+#include <cstring>
+#include <iostream>
+#include <memory>
+
+#include "clock.hpp"
+#include "connector.hpp"
+#include "constraint.hpp"
+#include "port.hpp"
+#include "priority.hpp"
+#include "scheduler.hpp"
+#include "states.hpp"
+
+namespace {
+
+const char* const SKIP_TIMED_PRIORITY =
+    "WARNING: skip priority for ports with time constraints (not supported yet!) ";
+const char* const PRUNE_MARKER = "PRUNE";
+const char* const ERROR_MARKER = "ERROR";
+
+constexpr int INITIAL_CAPACITY = 4;
+
+Compound* asCompound(Component* component) {
+  return component->isCompound() ? static_cast<Compound*>(component) : nullptr;
+}
+
+// Raises the flag for the marker that stands in the text of a leaf.
+void noteMarker(Leaf* leaf) {
+  const char* text = leaf->getAleaf() != nullptr ? leaf->getAleaf()->getVal() : nullptr;
+  if (text == nullptr) return;
+  if (std::strstr(text, PRUNE_MARKER) != nullptr) {
+    global_prune = true;
+  } else if (std::strstr(text, ERROR_MARKER) != nullptr) {
+    global_error = true;
+  } else {
+    return;
+  }
+  faulty_leaf = leaf;
+}
+
+void enqueue(Scheduler& scheduler, Connector* connector) {
+  scheduler.prioHeap().put(connector);
+  connector->setQueued(true);
+}
+
+}  // namespace
+
+// ---- Component ---------------------------------------------------------------------------------
+
+Component::Component(const char* name, const Compound* holder)
+    : mName(Vesk::duplicate(name)),
+      mHolder(const_cast<Compound*>(holder)),  // components reach the tree above them
+      mClock(nullptr) {}
+
+Component::~Component() {
+  std::free(mName);
+}
+
+CtrlState::CtrlState(const char* name) : mName(Vesk::duplicate(name)) {}
+
+CtrlState::~CtrlState() {
+  std::free(mName);
+}
+
+// ---- Atom --------------------------------------------------------------------------------------
+
+Atom::Atom(const char* name, const Compound* holder)
+    : Component(name, holder),
+      mPorts(INITIAL_CAPACITY),
+      mClocks(INITIAL_CAPACITY),
+      mConstraints(INITIAL_CAPACITY),
+      mCtrlStates(INITIAL_CAPACITY),
+      mLinks(INITIAL_CAPACITY),
+      VESK_STATE(nullptr),
+      mScheduler(nullptr) {}
+
+Atom::~Atom() = default;
+
+void Atom::initialize(LogicalClock*) {
+  initialize();
+}
+
+Port* Atom::sync(int n, ...) {
+  va_list entries;
+  va_start(entries, n);
+  Port* internal = nullptr;
+  for (int i = 0; i < n && internal == nullptr; ++i) {
+    Port* port = va_arg(entries, Port*);
+    const bool enabled = va_arg(entries, int) != 0;
+    if (!enabled) continue;
+    if (port->isInternal()) {
+      internal = port;
+    } else {
+      port->setSynced(true);
+      port->setConstraint(nullptr);
+    }
+  }
+  va_end(entries);
+  return internal;
+}
+
+Port* Atom::rt_sync(int n, ...) {
+  va_list entries;
+  va_start(entries, n);
+  Port* internal = nullptr;
+  for (int i = 0; i < n && internal == nullptr; ++i) {
+    Port* port = va_arg(entries, Port*);
+    const bool enabled = va_arg(entries, int) != 0;
+    Constraint* constraint = va_arg(entries, Constraint*);
+    if (!enabled || port->dominated()) continue;
+    if (port->isInternal() && constraint == nullptr) {
+      internal = port;
+    } else {
+      if (constraint != nullptr) constraint->applyDomination();
+      port->setSynced(true);
+      port->setConstraint(constraint);
+    }
+  }
+  va_end(entries);
+  return internal;
+}
+
+void Atom::notifyDependentConn() {
+  if (mScheduler == nullptr) return;
+  for (int i = 0; i < mLinks.count(); ++i) {
+    if (!mLinks[i]->queued()) enqueue(*mScheduler, mLinks[i]);
+  }
+}
+
+void Atom::resetLink() {
+  for (int i = 0; i < mLinks.count(); ++i) mLinks[i]->resetLink();
+}
+
+void Atom::computePortConstraint(Constraint** list) {
+  if (list == nullptr || list[0] == nullptr || list[1] == nullptr) return;
+  Constraint& result = *list[0];
+  result.reset();
+  for (Constraint** other = list + 1; *other != nullptr; ++other) result &= **other;
+}
+
+void Atom::applyPriority(Port* low, Constraint* lowC, Port* high, Constraint* highC) {
+  low->setConstraint(lowC);
+  high->setConstraint(highC);
+  if (lowC == nullptr && highC != nullptr) {
+    std::cerr << SKIP_TIMED_PRIORITY << low->name() << "<" << high->name() << std::endl;
+    return;
+  }
+  high->dominate(*low, Vesk::Time(0));
+}
+
+// ---- Compound ----------------------------------------------------------------------------------
+
+Compound::Compound(const char* name, const Compound* holder)
+    : Component(name, holder),
+      mComponents(INITIAL_CAPACITY),
+      mConnectors(INITIAL_CAPACITY),
+      mPriorities(INITIAL_CAPACITY),
+      mLegals(nullptr),
+      mInternals(nullptr),
+      mLegalHead(nullptr),
+      mLegalTail(nullptr),
+      mInternalTail(nullptr) {}
+
+Compound::~Compound() = default;
+
+void Compound::initialize() {
+  for (int i = 0; i < mComponents.count(); ++i) mComponents[i]->initialize();
+}
+
+void Compound::initialize(LogicalClock* clock) {
+  mClock = clock;
+  for (int i = 0; i < mComponents.count(); ++i) {
+    if (mComponents[i]->isAtom()) mComponents[i]->setClock(clock);
+    mComponents[i]->initialize(clock);
+  }
+}
+
+Node* Compound::getState() {
+  auto state = std::make_unique<Nonleaf>(mComponents.count());
+  for (int i = 0; i < mComponents.count(); ++i) {
+    Node* child = mComponents[i]->getState();
+    state->setChild(child, i);
+    if (child != nullptr && child->isLeaf()) noteMarker(static_cast<Leaf*>(child));
+  }
+  state->resetOutTrans();
+  return state.release();
+}
+
+void Compound::setState(Node* state) {
+  Nonleaf* parts = static_cast<Nonleaf*>(state);
+  for (int i = 0; i < mComponents.count(); ++i) mComponents[i]->setState(parts->getChild(i));
+}
+
+void Compound::setup(const Scheduler* scheduler) {
+  setSchedulerOfAtoms(const_cast<Scheduler*>(scheduler));  // atoms queue connectors in its heap
+  for (int i = 0; i < mPriorities.count(); ++i) mPriorities[i]->setup();
+  for (int i = 0; i < mComponents.count(); ++i) {
+    if (Compound* part = asCompound(mComponents[i])) part->setup(scheduler);
+  }
+}
+
+void Compound::setStaticPrioLevel() {
+  for (int i = 0; i < mPriorities.count(); ++i) mPriorities[i]->setupPrioLevel();
+  for (int i = 0; i < mComponents.count(); ++i) {
+    if (Compound* part = asCompound(mComponents[i])) part->setStaticPrioLevel();
+  }
+}
+
+void Compound::initPrioHeap(Scheduler* scheduler) {
+  setSchedulerOfAtoms(scheduler);
+  for (int i = 0; i < mConnectors.count(); ++i) enqueue(*scheduler, mConnectors[i]);
+  for (int i = 0; i < mComponents.count(); ++i) {
+    if (Compound* part = asCompound(mComponents[i])) part->initPrioHeap(scheduler);
+  }
+}
+
+void Compound::setSchedulerOfAtoms(Scheduler* scheduler) {
+  if (scheduler == nullptr) return;
+  for (int i = 0; i < mComponents.count(); ++i) {
+    if (mComponents[i]->isAtom()) static_cast<Atom*>(mComponents[i])->mScheduler = scheduler;
+  }
+}
