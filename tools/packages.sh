@@ -1,5 +1,7 @@
+# What demo and check share.
+
 # ensure_packages <package>...: installs through apt what is missing, or says what to type.
-# Sourced by demo and check. On systems without dpkg the tools are taken as they are.
+# On systems without dpkg the tools are taken as they are.
 ensure_packages() {
   command -v dpkg-query >/dev/null || return 0
   local package missing=()
