@@ -220,6 +220,24 @@ class Scheduler {
   bool stepLimitReached();
 
   SimuClock* mIdleClock;  // owned: stands under the logical clock in explore mode, or null
+
+ private:
+  option* bindOptions();
+  void openTrace(const char* name);
+  void openOutputFiles(const char* base);
+  void closeOutputFiles();
+  void createClocks();
+  void explore();
+
+  void traceFired(Connector& connector);
+  bool timedStep();
+  void traceTimes(const char* title);
+  void catchUpWithPlatform();
+  bool deadlineIsMet();
+  bool driftIsBounded();
+  void waitAtRandom();
+  void waitAndFire();
+  void traceState();
 };
 
 // 1 when a leaf of the state contains "ERROR", 2 when one before that contains "PRUNE", else 0.

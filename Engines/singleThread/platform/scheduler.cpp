@@ -1,0 +1,224 @@
+#include "scheduler.hpp"
+
+#include <cstdlib>
+#include <iostream>
+
+#include "clock.hpp"
+#include "component.hpp"
+#include "connector.hpp"
+#include "debug.hpp"
+#include "port.hpp"
+
+namespace {
+
+constexpr char TRACE_PREFIX[] = "scheduler : ";
+constexpr char MAXIMAL_DEADLOCK[] = "scheduler : deadlock";
+constexpr char HEAP_DEADLOCK[] = "Error or Deadlock!\n";
+
+void reportLostOutput(const char* what) {
+  std::fprintf(stderr, "vesk: %s could not be written completely\n", what);
+}
+
+// Closes a file of an exploration, if there is one. What could not be written is known for sure
+// only when the file has been closed.
+void closeOutputFile(FILE*& file, const char* what) {
+  if (file == nullptr) return;
+  const bool failed = std::ferror(file) != 0;
+  if (std::fclose(file) != 0 || failed) reportLostOutput(what);
+  file = nullptr;
+}
+
+int countUndominated(const Connector* list) {
+  int count = 0;
+  for (; list != nullptr; list = list->next()) {
+    if (!list->dominated()) ++count;
+  }
+  return count;
+}
+
+// A number in 0 .. count-1: rand() times 2^-31 times the count, exactly. Requires: count > 0.
+int randomIndex(int count) {
+  return static_cast<int>((static_cast<long long>(std::rand()) * count) >> 31);
+}
+
+// Queues the connectors that depend on the ports that the connector has just fired.
+void notifyFiredPorts(Connector& connector) {
+  const Interaction* fired = connector.feasibleInter();
+  if (fired == nullptr) return;
+  for (int i = 0; i < connector.ports().count(); ++i) {
+    if (fired->synced().in(i)) connector.ports()[i]->notifyDependentPorts();
+  }
+}
+
+}  // namespace
+
+// ---- Construction ----------------------------------------------------------------------------
+
+Scheduler::Scheduler(Compound* system, int mode, bool quiet, int runMode, int traverse,
+                     int optimizationMode)
+    : mSystem(system),
+      mLegal(nullptr),
+      mInternals(nullptr),
+      mPlatformClock(nullptr),
+      mLogicalClock(nullptr),
+      mConnectorChoice(nullptr),
+      mChoice(nullptr),
+      mChoicePort(nullptr),
+      mChoiceNext(Vesk::Time::MAX),
+      mChoiceDeadline(Vesk::Time::MAX),
+      mDeadline(Vesk::Time::MAX),
+      mMode(mode),
+      mIntQuiet(0),
+      mQuiet(quiet),
+      mRunMode(runMode),
+      mTraverse(traverse),
+      mOptimizationMode(optimizationMode),
+      mSimLimit(false),
+      mMaxSimLimit(0),
+      mSimStep(0),
+      mDisable_output(0),
+      disable_output(false),
+      mTrace(0),
+      mRandSeed(1),
+      aut_file(nullptr),
+      state_file(nullptr),
+      pruned_paths(nullptr),
+      deadlock_states(nullptr),
+      mZeroWaiting(1),
+      mMaxWait(100),
+      mDrift(0),
+      mMaxDrift(40),
+      mDelta(80),
+      mTolerance(0),
+      simout(&std::cout),
+      mIdleClock(nullptr) {}
+
+Scheduler::~Scheduler() {
+  delete mLogicalClock;
+  delete mPlatformClock;
+  delete mIdleClock;
+  if (simout_file.is_open()) {
+    simout_file.close();
+    if (simout_file.fail()) reportLostOutput("the trace");
+  }
+  veskCurrentDebug = nullptr;
+}
+
+void Scheduler::setChoice(Interaction* interaction, Vesk::Time next, Vesk::Time deadline) {
+  mChoice = interaction;
+  mChoiceNext = next;
+  mChoiceDeadline = deadline;
+}
+
+void Scheduler::setChoice(Port* port, Vesk::Time next, Vesk::Time deadline) {
+  mChoicePort = port;
+  mChoiceNext = next;
+  mChoiceDeadline = deadline;
+}
+
+// ---- What to run -----------------------------------------------------------------------------
+
+void Scheduler::run() {
+  if (mRunMode == 0) explore();
+  if (mRunMode == 1 || mRunMode == 3) run_execution();
+}
+
+// The files are closed as well when model code throws.
+void Scheduler::explore() {
+  try {
+    if (mTraverse == 0) run_dfs_exploration();
+    if (mTraverse == 1) run_bfs_exploration();
+  } catch (...) {
+    closeOutputFiles();
+    throw;
+  }
+  closeOutputFiles();
+}
+
+void Scheduler::closeOutputFiles() {
+  if (disable_output) return;
+  closeOutputFile(aut_file, "the transition system");
+  closeOutputFile(state_file, "the list of states");
+  closeOutputFile(pruned_paths, "the list of pruned paths");
+  closeOutputFile(deadlock_states, "the list of deadlocks");
+}
+
+void Scheduler::run_execution() {
+  if (mOptimizationMode == 1) return runOptimizedExecution();
+  if (mOptimizationMode == 2) return runOptimizedExec2();
+  switch (mMode) {
+    case 0:
+      return runRandomExecution();
+    case 1:
+      return runSinglestepExecution();
+    case 2:
+      mZeroWaiting = 0;
+      return runRandomExecution();
+    default:
+      return;
+  }
+}
+
+// ---- Untimed loops ---------------------------------------------------------------------------
+
+// Counts a step. Compares bit patterns, so that a negative limit is met after the counter has gone
+// round; a limit of 0 is never met.
+bool Scheduler::stepLimitReached() {
+  if (!mSimLimit) return false;
+  mSimStep = static_cast<int>(static_cast<unsigned int>(mSimStep) + 1u);
+  return mMaxSimLimit != 0 && mSimStep == mMaxSimLimit;
+}
+
+void Scheduler::traceFired(Connector& connector) {
+  if (!mQuiet) *simout << TRACE_PREFIX << connector.label() << std::endl;
+}
+
+void Scheduler::runOptimizedExecution() {
+  mSystem->initialize(nullptr);
+  do {
+    mLegal = mSystem->activate(true);
+  } while (execMaxSynchronize(mLegal));
+}
+
+// Deliberate: a step fires the whole list without evaluating again in between, and ends at the
+// first dominated connector even when undominated ones follow.
+bool Scheduler::execMaxSynchronize(Connector* connector) {
+  if (connector == nullptr || connector->dominated()) {
+    *simout << MAXIMAL_DEADLOCK << std::endl;
+    return false;
+  }
+  for (; connector != nullptr && !connector->dominated(); connector = connector->next()) {
+    traceFired(*connector);
+    connector->execute();
+    if (stepLimitReached()) return false;
+  }
+  return true;
+}
+
+// Deliberate: a connector whose interactions are all impossible at time zero fires nothing, but
+// what depends on its ports is queued all the same.
+void Scheduler::runOptimizedExec2() {
+  mSystem->setup(this);
+  mSystem->initialize(nullptr);
+  mSystem->setStaticPrioLevel();
+  mSystem->initPrioHeap(this);
+  while (Connector* top = mPrioHeap.get()) {
+    top->setQueued(false);
+    Connector* legal = top->evaluate(nullptr, false, true);
+    if (legal == nullptr) continue;
+    traceFired(*legal);
+    legal->execute();
+    if (stepLimitReached()) return;
+    notifyFiredPorts(*legal);
+  }
+  std::printf("%s", HEAP_DEADLOCK);
+}
+
+Connector* Scheduler::choose() const {
+  const int count = countUndominated(mLegal);
+  if (count == 0) return nullptr;
+  int ahead = randomIndex(count);
+  Connector* pick = mLegal;
+  while (pick->dominated() || ahead-- > 0) pick = pick->next();
+  return pick;
+}
