@@ -1,0 +1,37 @@
+// The text of a state: the texts of all leaves in order, without separators, in one buffer that
+// grows as needed and can be used again for the next state. Private to the engine.
+#ifndef VESK_STATE_TEXT_HPP
+#define VESK_STATE_TEXT_HPP
+
+#include <cstddef>
+
+class Node;
+
+class StateText {
+ public:
+  StateText() : mData(nullptr), mLength(0), mCapacity(0) {}
+  StateText(const StateText&) = delete;
+  StateText& operator=(const StateText&) = delete;
+  ~StateText();
+
+  // Appends what the tree holds. A null tree or child adds nothing and is reported on standard
+  // error.
+  void append(const Node* node);
+  void append(const char* text, std::size_t length);
+  // Makes the text empty and keeps the buffer.
+  void clear() { mLength = 0; }
+  // Not terminated; stays valid until the next append. Null as long as nothing was ever appended.
+  const char* data() const { return mData; }
+  std::size_t length() const { return mLength; }
+  // Gives the terminated text away; the caller releases it with free().
+  char* release();
+
+ private:
+  void reserve(std::size_t more);
+
+  char* mData;  // malloc; freed by the destructor
+  std::size_t mLength;
+  std::size_t mCapacity;
+};
+
+#endif
