@@ -207,10 +207,13 @@ class Constraint {
   bool clamp(int& low, int& high) const;
   Interval& at(int i) { return mIntervals[static_cast<std::size_t>(i)]; }
   const Interval& at(int i) const { return mIntervals[static_cast<std::size_t>(i)]; }
-  int last() const { return static_cast<int>(mIntervals.size()) - 1; }
+  int lastIndex() const { return static_cast<int>(mIntervals.size()) - 1; }
   Vesk::Time offset(const Constraint& other) const;
   Vesk::Time deadlineFrom(const Vesk::Time& t, bool observableOnly) const;
-  void splitBeforeNext(int hit, const Interval& current, const Interval& next);
+  int place(const Vesk::Time& t) const;
+  void insertUnlessEmpty(int index, const Interval& interval);
+  void splitBeforeNext(int index, const Interval& current, const Interval& next);
+  void subtract(int first, int last, const Interval& part);
   void subtractInside(int index, const Interval& part);
   void subtractAcross(int first, int last, const Interval& part);
   void dominateAcross(int first, int last, const Interval& part);

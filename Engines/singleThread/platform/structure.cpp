@@ -1,0 +1,106 @@
+#include "structure.hpp"
+
+#include <cstdio>
+#include <cstring>
+#include <new>
+
+namespace Vesk {
+
+void* reallocate(void* block, std::size_t bytes) {
+  assert(bytes > 0);
+  for (;;) {
+    if (void* moved = std::realloc(block, bytes)) return moved;
+    // Lets the new-handler make room, and reports exhausted memory when it cannot.
+    ::operator delete(::operator new(bytes));
+  }
+}
+
+char* duplicate(const char* text) {
+  if (text == nullptr) return nullptr;
+  const std::size_t bytes = std::strlen(text) + 1;
+  return static_cast<char*>(std::memcpy(reallocate(nullptr, bytes), text, bytes));
+}
+
+}  // namespace Vesk
+
+namespace {
+
+constexpr BitVector NOTHING;
+constexpr BitVector FIRST(0);
+
+}  // namespace
+
+// Constant-initialised, as the constexpr copies prove: models use both while their own statics are
+// initialised.
+const BitVector BitVector::EMPTY = NOTHING;
+const BitVector BitVector::SINGLE = FIRST;
+
+BitVector& BitVector::operator&=(const BitVector& other) {
+  m_data[0] &= other.m_data[0];
+  m_data[1] &= other.m_data[1];
+  m_data[2] &= other.m_data[2];
+  m_data[3] &= other.m_data[3];
+  return *this;
+}
+
+BitVector& BitVector::operator|=(const BitVector& other) {
+  m_data[0] |= other.m_data[0];
+  m_data[1] |= other.m_data[1];
+  m_data[2] |= other.m_data[2];
+  m_data[3] |= other.m_data[3];
+  return *this;
+}
+
+// Deliberate: moves every number down, where an arithmetic shift would move it up.
+BitVector& BitVector::operator<<(int n) {
+  assert(0 <= n && n < 32);
+  if (n == 0) return *this;  // a word shift by 32 is undefined
+  const int carry = 32 - n;
+  m_data[0] = (m_data[1] << carry) | (m_data[0] >> n);
+  m_data[1] = (m_data[2] << carry) | (m_data[1] >> n);
+  m_data[2] = (m_data[3] << carry) | (m_data[2] >> n);
+  m_data[3] = m_data[3] >> n;
+  return *this;
+}
+
+// Deliberate: moves every number up, where an arithmetic shift would move it down.
+BitVector& BitVector::operator>>(int n) {
+  assert(0 <= n && n < 32);
+  if (n == 0) return *this;
+  const int carry = 32 - n;
+  m_data[3] = (m_data[3] << n) | (m_data[2] >> carry);
+  m_data[2] = (m_data[2] << n) | (m_data[1] >> carry);
+  m_data[1] = (m_data[1] << n) | (m_data[0] >> carry);
+  m_data[0] = m_data[0] << n;
+  return *this;
+}
+
+bool BitVector::operator==(const BitVector& other) const {
+  return m_data[0] == other.m_data[0] && m_data[1] == other.m_data[1] &&
+         m_data[2] == other.m_data[2] && m_data[3] == other.m_data[3];
+}
+
+bool BitVector::operator<=(const BitVector& other) const {
+  return (m_data[0] & ~other.m_data[0]) == 0 && (m_data[1] & ~other.m_data[1]) == 0 &&
+         (m_data[2] & ~other.m_data[2]) == 0 && (m_data[3] & ~other.m_data[3]) == 0;
+}
+
+// Deliberate: each sum wraps at 2^32 before it is reduced.
+unsigned int BitVector::hash(unsigned int n) const {
+  assert(n != 0);
+  unsigned int h = m_data[0] % n;
+  h = (h + m_data[1]) % n;
+  h = (h + m_data[2]) % n;
+  return (h + m_data[3]) % n;
+}
+
+void BitVector::print() const {
+  int highest = CAPACITY - 1;
+  while (highest > 0 && !in(highest)) --highest;
+  char text[CAPACITY + sizeof "[] "];
+  char* end = text;
+  *end++ = '[';
+  for (int i = 0; i <= highest; ++i) *end++ = in(i) ? '1' : '0';
+  std::memcpy(end, "] ", sizeof "] ");
+  std::fputs(text, stdout);
+}
