@@ -1,5 +1,6 @@
 #include "structure.hpp"
 
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <new>
@@ -86,6 +87,14 @@ bool BitVector::operator<=(const BitVector& other) const {
 }
 
 // Deliberate: each sum wraps at 2^32 before it is reduced.
+// Multiplies by odd constants and keeps the upper halves, where the products are mixed best.
+std::size_t BitVector::scattered() const {
+  std::uint64_t mixed = 0;
+  for (const unsigned int word : m_data)
+    mixed = (mixed ^ word) * 0x9E3779B97F4A7C15u + (mixed >> 32);
+  return static_cast<std::size_t>((mixed ^ (mixed >> 29)) >> 3);
+}
+
 unsigned int BitVector::hash(unsigned int n) const {
   assert(n != 0);
   unsigned int h = m_data[0] % n;
