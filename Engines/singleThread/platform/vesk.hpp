@@ -2,6 +2,10 @@
 #ifndef VESK_HPP
 #define VESK_HPP
 
+#if defined(VESK_POINTER_BYTES) && VESK_POINTER_BYTES != __SIZEOF_POINTER__
+#error "vesk was found for another word width: point PKG_CONFIG_PATH to the package of this width"
+#endif
+
 #include "clock.hpp"
 #include "component.hpp"
 #include "connector.hpp"

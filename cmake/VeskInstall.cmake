@@ -1,0 +1,58 @@
+# What an installation has besides the library and its headers, in three components: runtime,
+# development and tools. All of it may be moved to another place.
+include(CMakePackageConfigHelpers)
+
+set(VESK_INSTALL_CMAKEDIR ${CMAKE_INSTALL_LIBDIR}/cmake/vesk)
+set(VESK_INSTALL_DOCDIR ${CMAKE_INSTALL_DATAROOTDIR}/doc/vesk)
+set(VESK_INSTALL_COMPLETIONDIR ${CMAKE_INSTALL_DATAROOTDIR}/bash-completion/completions)
+
+# vesk_install_manual(<file>.<section>.in <component>): the page with the version filled in.
+function(vesk_install_manual source component)
+  cmake_path(GET source STEM LAST_ONLY page)
+  string(REGEX REPLACE ".*\\." "" section ${page})
+  set(built ${PROJECT_BINARY_DIR}/man/${page})
+  configure_file(${source} ${built} @ONLY)
+  install(FILES ${built} DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section} COMPONENT ${component})
+endfunction()
+
+# vesk_install_tool(<target>): a program that is a model, with its manual page <target>.1.in beside
+# its CMakeLists.txt and the completion that all models have.
+function(vesk_install_tool tool)
+  install(TARGETS ${tool} DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
+  vesk_install_manual(${CMAKE_CURRENT_SOURCE_DIR}/${tool}.1.in tools)
+  install(FILES ${PROJECT_SOURCE_DIR}/completion/vesk-model.bash
+    DESTINATION ${VESK_INSTALL_COMPLETIONDIR} RENAME ${tool} COMPONENT tools)
+endfunction()
+
+# For CMake: the target vesk::vesk and vesk_add_model.
+configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/vesk-config.cmake.in
+  ${PROJECT_BINARY_DIR}/cmake/vesk-config.cmake
+  INSTALL_DESTINATION ${VESK_INSTALL_CMAKEDIR} NO_SET_AND_CHECK_MACRO)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/cmake/vesk-config-version.cmake
+  COMPATIBILITY SameMajorVersion
+  ARCH_INDEPENDENT)  # vesk-config.cmake compares the word widths and says more
+install(FILES
+  ${PROJECT_BINARY_DIR}/cmake/vesk-config.cmake
+  ${PROJECT_BINARY_DIR}/cmake/vesk-config-version.cmake
+  ${PROJECT_SOURCE_DIR}/cmake/VeskAddModel.cmake
+  DESTINATION ${VESK_INSTALL_CMAKEDIR} COMPONENT development)
+install(EXPORT vesk-targets NAMESPACE vesk::
+  DESTINATION ${VESK_INSTALL_CMAKEDIR} COMPONENT development)
+
+# For pkg-config, with the prefix relative to the file's own place.
+set(VESK_PKGCONFIGDIR ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+string(REGEX REPLACE "[^/]+" ".." VESK_PREFIX_FROM_PKGCONFIG ${VESK_PKGCONFIGDIR})
+configure_file(${PROJECT_SOURCE_DIR}/cmake/vesk.pc.in ${PROJECT_BINARY_DIR}/vesk.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/vesk.pc DESTINATION ${VESK_PKGCONFIGDIR} COMPONENT development)
+
+# To read and to start from. Left out are the documents about the engine's own sources.
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples ${PROJECT_SOURCE_DIR}/docs
+  DESTINATION ${VESK_INSTALL_DOCDIR} COMPONENT development
+  PATTERN man EXCLUDE
+  PATTERN decisions EXCLUDE
+  PATTERN architecture.* EXCLUDE)
+install(FILES ${PROJECT_SOURCE_DIR}/CHANGELOG.md
+  DESTINATION ${VESK_INSTALL_DOCDIR} COMPONENT development)
+vesk_install_manual(${PROJECT_SOURCE_DIR}/docs/man/vesk-model.7.in development)
+install(FILES ${PROJECT_SOURCE_DIR}/completion/vesk-model.bash
+  DESTINATION ${VESK_INSTALL_COMPLETIONDIR} RENAME vesk-model COMPONENT development)
