@@ -1,0 +1,873 @@
+// Activation: which connectors and internal ports can fire, with priorities applied.
+
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "component.hpp"
+#include "model.hpp"
+
+using model::BROADCAST;
+using model::elements;
+using model::errorsOf;
+using model::Events;
+using model::HandClock;
+using model::listOf;
+using model::names;
+using model::RENDEZVOUS;
+using model::setOf;
+using model::sets;
+using model::spans;
+using model::TestAtom;
+using model::TestCompound;
+using model::TestConnector;
+using model::TestPriority;
+
+namespace {
+
+// The names of a list of ports, "A:p B:q", or "none".
+std::string internals(const Compound& compound) {
+  std::string list;
+  for (Port* port : listOf(compound.internals())) {
+    list += (list.empty() ? "" : " ") + std::string(port->label());
+  }
+  return list.empty() ? "none" : list;
+}
+
+// A compound with an atom, and connectors over single ports of that atom.
+class ActivationTest : public testing::Test {
+ protected:
+  ActivationTest() : within(nullptr, 0, 10, LAZY), compound("C"), atom(compound.atom("A")) {}
+
+  // A legal rendezvous over one port, which may be timed.
+  TestConnector* legal(const char* name, Constraint* constraint = nullptr) {
+    return legalIn(compound, name, constraint);
+  }
+  TestConnector* legalIn(TestCompound& holder, const char* name, Constraint* constraint = nullptr) {
+    TestConnector* made = holder.rendezvous(name, atom->enabled(name, constraint));
+    made->events = &events;
+    return made;
+  }
+  TestConnector* illegal(const char* name) { return compound.rendezvous(name, atom->port(name)); }
+  static Interaction* only(Connector* connector) {
+    return Interaction::Create(connector, setOf({0}));
+  }
+  TestPriority* below(Connector* low, Connector* high, Vesk::Time delay = Vesk::Time(0)) {
+    TestPriority* made =
+        compound.priority("p", only(low), high != nullptr ? only(high) : nullptr, delay);
+    made->setup();
+    return made;
+  }
+  std::string activated(bool incremental = true) { return names(compound.activate(incremental)); }
+
+  Events events;
+  Constraint within;
+  TestCompound compound;
+  TestAtom* atom;
+};
+
+class InternalPortsTest : public ActivationTest {};
+class ActivationPriorityTest : public ActivationTest {};
+class NullHighPriorityTest : public ActivationTest {};
+class SkippedPriorityTest : public ActivationTest {};
+class IncrementalActivationTest : public ActivationTest {};
+class CleanUpTest : public ActivationTest {};
+
+}  // namespace
+
+// ---- lists -------------------------------------------------------------------------------------
+
+TEST_F(ActivationTest, OfAnEmptyCompoundIsEmptyAndClearsTheInternalPorts) {
+  TestCompound empty("E");
+  Port left("left", atom);
+  empty.setInternals(&left);
+  EXPECT_EQ(empty.activate(true), nullptr);
+  EXPECT_EQ(empty.internals(), nullptr);
+  empty.setInternals(&left);
+  EXPECT_EQ(empty.subactivate(true), nullptr);
+  EXPECT_EQ(empty.internals(), nullptr);
+}
+
+TEST_F(ActivationTest, WithoutComponentsStillListsItsConnectors) {
+  TestCompound flat("F");
+  flat.rendezvous("k", atom->enabled("p"));
+  EXPECT_EQ(names(flat.activate(true)), "k");
+}
+
+TEST_F(ActivationTest, ListsTheLegalConnectorsLastOneFirst) {
+  legal("K1");
+  legal("K2");
+  EXPECT_EQ(activated(), "K2 K1");
+  EXPECT_EQ(activated(), "K2 K1");
+}
+
+TEST_F(ActivationTest, LeavesIllegalConnectorsOutAndClearsTheirLink) {
+  TestConnector *one = legal("K1"), *two = legal("K2"), *three = legal("K3");
+  EXPECT_EQ(activated(), "K3 K2 K1");
+  two->ports()[0]->setSynced(false);
+  three->ports()[0]->setSynced(false);
+  EXPECT_EQ(activated(false), "K1");
+  EXPECT_EQ(two->next(), nullptr);
+  EXPECT_EQ(three->next(), nullptr);
+  EXPECT_EQ(one->next(), nullptr);
+}
+
+TEST_F(ActivationTest, LeavesSubconnectorsOut) {
+  TestConnector* inner = compound.exported(RENDEZVOUS, "inner", atom->enabled("p"));
+  compound.rendezvous("outer", inner->xPort());
+  EXPECT_EQ(activated(), "outer");
+  EXPECT_TRUE(inner->legal());
+  EXPECT_EQ(inner->next(), nullptr);
+}
+
+TEST_F(ActivationTest, ListsEvaluateAConnectorOfTheWholeTreeOnce) {
+  TestConnector* inner = compound.exported(RENDEZVOUS, "inner", atom->enabled("p"));
+  TestConnector* outer = compound.rendezvous("outer", inner->xPort());
+  activated(true);
+  EXPECT_EQ(inner->guards, 1);
+  EXPECT_EQ(outer->guards, 1);
+}
+
+TEST_F(ActivationTest, AFreshEvaluationAsksAProviderOncePerUse) {
+  TestConnector* inner = compound.exported(RENDEZVOUS, "inner", atom->enabled("p"));
+  TestConnector* outer = compound.rendezvous("outer", inner->xPort());
+  activated(false);
+  EXPECT_EQ(inner->guards, 2);  // by itself, and for the outer one
+  EXPECT_EQ(outer->guards, 1);
+}
+
+// The root's connectors come first, the last one before the others; then those of later
+// sub-compounds before those of earlier ones.
+TEST_F(ActivationTest, ListsOwnConnectorsThenLaterSubcompoundsThenEarlierOnes) {
+  TestCompound* first = compound.compound("D1");
+  TestCompound* second = compound.compound("D2");
+  TestCompound* deeper = first->compound("E");
+  legalIn(*first, "f1");
+  legalIn(*second, "s1");
+  legalIn(*second, "s2");
+  legalIn(*deeper, "d1");
+  legalIn(*first, "f2");
+  legal("k1");
+  legal("k2");
+  EXPECT_EQ(activated(), "k2 k1 s2 s1 f2 f1 d1");
+  EXPECT_EQ(names(compound.subactivate(true)), "s2 s1 f2 f1 d1");
+  EXPECT_EQ(activated(), "k2 k1 s2 s1 f2 f1 d1");
+  EXPECT_EQ(activated(false), "k2 k1 s2 s1 f2 f1 d1");
+}
+
+TEST_F(ActivationTest, EvaluatesSubcompoundsFirstInIndexOrder) {
+  TestCompound* first = compound.compound("D1");
+  TestCompound* second = compound.compound("D2");
+  legal("k1");
+  legal("k2");
+  legalIn(*second, "s");
+  legalIn(*first, "f");
+  activated();
+  EXPECT_EQ(events, (Events{"guard f", "up f", "guard s", "up s", "guard k1", "up k1", "guard k2",
+                            "up k2"}));
+}
+
+TEST_F(ActivationTest, SkipsEmptySubcompoundsInBetween) {
+  TestCompound* first = compound.compound("D1");
+  compound.compound("D2");
+  TestCompound* third = compound.compound("D3");
+  legalIn(*first, "f");
+  legalIn(*third, "t");
+  EXPECT_EQ(activated(), "t f");
+}
+
+TEST_F(ActivationTest, SkipsComponentsThatAreNeitherAtomNorCompound) {
+  class Stranger : public Component {
+   public:
+    Stranger(const Compound* holder) : Component("S", holder) {}
+    void initialize() override {}
+    void initialize(LogicalClock*) override {}
+    Node* getState() override { return nullptr; }
+    void setState(Node*) override {}
+  };
+  compound.add<Component>(new Stranger(&compound));
+  legal("k");
+  EXPECT_EQ(activated(), "k");
+  EXPECT_EQ(internals(compound), "none");
+}
+
+// ---- internal ports ----------------------------------------------------------------------------
+
+TEST_F(InternalPortsTest, HoldsTheEnabledTimedInternalPortsLastOneFirst) {
+  for (const char* name : {"i1", "i2", "i3"}) {
+    Port* port = atom->internal(name);
+    port->setSynced(true);
+    port->setConstraint(&within);
+  }
+  activated();
+  EXPECT_EQ(internals(compound), "A:i3 A:i2 A:i1");
+}
+
+TEST_F(InternalPortsTest, NeverHoldsOneWithoutConstraint) {
+  atom->internal("i")->setSynced(true);
+  activated();
+  EXPECT_EQ(internals(compound), "none");
+}
+
+TEST_F(InternalPortsTest, HoldsNeitherExternalNorDisabledPorts) {
+  atom->enabled("e", &within);
+  atom->internal("i")->setConstraint(&within);
+  activated();
+  EXPECT_EQ(internals(compound), "none");
+}
+
+TEST_F(InternalPortsTest, AreRebuiltEveryTime) {
+  Port *one = atom->internal("i1"), *two = atom->internal("i2");
+  for (Port* port : {one, two}) {
+    port->setSynced(true);
+    port->setConstraint(&within);
+  }
+  activated();
+  EXPECT_EQ(internals(compound), "A:i2 A:i1");
+  two->setSynced(false);
+  activated();
+  EXPECT_EQ(internals(compound), "A:i1");
+  EXPECT_EQ(one->next(), nullptr);
+  two->setSynced(true);
+  one->setSynced(false);
+  activated();
+  EXPECT_EQ(internals(compound), "A:i2");
+}
+
+TEST_F(InternalPortsTest, OfLaterComponentsStandBeforeThoseOfEarlierOnes) {
+  const auto timed = [&](TestAtom* owner, const char* name) {
+    Port* port = owner->internal(name);
+    port->setSynced(true);
+    port->setConstraint(&within);
+  };
+  timed(atom, "a1");
+  timed(atom, "a2");
+  TestCompound* first = compound.compound("D1");
+  TestAtom* between = compound.atom("B");
+  TestCompound* second = compound.compound("D2");
+  timed(first->atom("F"), "f1");
+  timed(first->atom("G"), "g1");
+  timed(between, "b1");
+  timed(second->compound("E")->atom("S"), "s1");
+  activated();
+  EXPECT_EQ(internals(compound), "S:s1 B:b1 G:g1 F:f1 A:a2 A:a1");
+  activated();
+  EXPECT_EQ(internals(compound), "S:s1 B:b1 G:g1 F:f1 A:a2 A:a1");
+}
+
+TEST_F(InternalPortsTest, AreSetInEverySubcompound) {
+  TestCompound* below = compound.compound("D");
+  Port* port = below->atom("B")->internal("i");
+  port->setSynced(true);
+  port->setConstraint(&within);
+  Port* own = atom->internal("j");
+  own->setSynced(true);
+  own->setConstraint(&within);
+  activated();
+  EXPECT_EQ(internals(compound), "B:i A:j");
+  // The list of the sub-compound goes on into that of the compound.
+  EXPECT_EQ(below->internals(), port);
+}
+
+// ---- priorities --------------------------------------------------------------------------------
+
+TEST_F(ActivationPriorityTest, TheHighOneDominatesTheLowOne) {
+  TestConnector *low = legal("low"), *high = legal("high");
+  TestPriority* priority = below(low, high);
+  EXPECT_EQ(activated(), "high low");  // a mark, not a removal
+  EXPECT_TRUE(only(low)->dominated());
+  EXPECT_FALSE(only(high)->dominated());
+  EXPECT_TRUE(priority->evaluated());
+  EXPECT_TRUE(priority->applied());
+}
+
+TEST_F(ActivationPriorityTest, WithoutFeasibleHighNothingIsDominated) {
+  TestConnector *low = legal("low"), *high = illegal("high");
+  TestPriority* priority = below(low, high);
+  activated();
+  EXPECT_FALSE(only(low)->dominated());
+  EXPECT_TRUE(priority->evaluated());
+  EXPECT_FALSE(priority->applied());
+}
+
+TEST_F(ActivationPriorityTest, WithoutFeasibleLowItCountsAsEvaluated) {
+  TestConnector *low = illegal("low"), *high = legal("high");
+  TestPriority* priority = below(low, high);
+  activated();
+  EXPECT_TRUE(priority->evaluated());
+  EXPECT_FALSE(priority->applied());
+}
+
+TEST_F(ActivationPriorityTest, OneWhoseGuardFailsCountsAsEvaluatedUntilItsLinksAreReset) {
+  TestConnector *low = legal("low"), *high = legal("high");
+  TestPriority* priority = below(low, high);
+  bool holds = false;
+  priority->onGuard = [&] { return holds; };
+  activated();
+  EXPECT_TRUE(priority->evaluated());
+  EXPECT_FALSE(priority->applied());
+  EXPECT_FALSE(only(low)->dominated());
+  holds = true;
+  activated();
+  EXPECT_FALSE(priority->applied());
+  EXPECT_FALSE(only(low)->dominated());
+  low->resetLink();
+  activated();
+  EXPECT_TRUE(priority->applied());
+  EXPECT_TRUE(only(low)->dominated());
+}
+
+TEST_F(ActivationPriorityTest, TheGuardIsAskedEveryTime) {
+  TestConnector *low = legal("low"), *high = legal("high");
+  TestPriority* priority = below(low, high);
+  Events asked;
+  priority->events = &asked;
+  activated();
+  activated();
+  EXPECT_EQ(asked, (Events{"guard p", "guard p"}));
+  priority->events = nullptr;
+}
+
+TEST_F(ActivationPriorityTest, AnInteractionContainedInNoFeasibleOneChangesNothing) {
+  TestConnector *low = legal("low"), *high = legal("high");
+  TestPriority* byLow = compound.priority("p", Interaction::Create(low, setOf({5})), only(high));
+  TestPriority* byHigh = compound.priority("q", only(low), Interaction::Create(high, setOf({5})));
+  byLow->setup();
+  byHigh->setup();
+  activated();
+  for (TestPriority* priority : {byLow, byHigh}) {
+    EXPECT_TRUE(priority->evaluated());
+    EXPECT_FALSE(priority->applied());
+  }
+  EXPECT_FALSE(only(low)->dominated());
+  EXPECT_FALSE(low->recomputexPort());
+}
+
+// Every feasible interaction that contains the high one dominates every one that contains the low
+// one.
+TEST_F(ActivationPriorityTest, ConcernsEveryFeasibleInteractionThatContainsTheGivenOnes) {
+  Constraint often(nullptr, 0, 100, LAZY), seldom(nullptr, 40, 50, LAZY);
+  TestConnector* low =
+      compound.broadcast("low", atom->enabled("l0", &often), atom->enabled("l1", &seldom));
+  TestConnector* high = legal("high");
+  TestPriority* whole = compound.priority("p", Interaction::Create(low, setOf({1})), only(high));
+  whole->setup();
+  activated();
+  ASSERT_EQ(sets(low->feasibleInter()), "{0} {0,1}");
+  EXPECT_FALSE(Interaction::Create(low, setOf({0}))->dominated());
+  EXPECT_TRUE(Interaction::Create(low, setOf({0, 1}))->dominated());
+
+  TestPriority* both = compound.priority("q", Interaction::Create(low, setOf({0})), only(high));
+  both->setup();
+  low->resetLink();
+  activated();
+  EXPECT_TRUE(Interaction::Create(low, setOf({0}))->dominated());
+  EXPECT_TRUE(Interaction::Create(low, setOf({0, 1}))->dominated());
+}
+
+TEST_F(ActivationPriorityTest, ATimedHighOneNarrowsTheLowOne) {
+  Constraint early(nullptr, 0, 30, LAZY), now(nullptr, 10, 20, LAZY);
+  TestConnector *low = legal("low", &early), *high = legal("high", &now);
+  below(low, high);
+  activated();
+  EXPECT_FALSE(only(low)->dominated());
+  EXPECT_EQ(spans(only(low)->constraint()), "[0,9] [21,30]");
+  EXPECT_EQ(spans(only(high)->constraint()), "[10,20]");
+}
+
+TEST_F(ActivationPriorityTest, TheDelayOfThePriorityCounts) {
+  Constraint early(nullptr, 0, 30, LAZY), now(nullptr, 10, 20, LAZY);
+  TestConnector *low = legal("low", &early), *high = legal("high", &now);
+  below(low, high, Vesk::Time(4));
+  activated();
+  EXPECT_EQ(spans(only(low)->constraint()), "[0,5] [21,30]");
+}
+
+TEST_F(ActivationPriorityTest, ATimedHighOneGivesAnUntimedLowOneAConstraint) {
+  Constraint now(nullptr, 10, 20, LAZY);
+  TestConnector *low = legal("low"), *high = legal("high", &now);
+  below(low, high);
+  for (int round = 0; round < 3; ++round) {
+    activated();
+    EXPECT_EQ(spans(only(low)->constraint()), "[MIN,9] [21,MAX]");
+    low->resetLink();
+  }
+}
+
+TEST_F(ActivationPriorityTest, AnUntimedHighOneRulesOutATimedLowOneAltogether) {
+  Constraint now(nullptr, 10, 20, LAZY);
+  TestConnector *low = legal("low", &now), *high = legal("high");
+  below(low, high);
+  activated();
+  EXPECT_TRUE(only(low)->dominated());
+  EXPECT_EQ(spans(only(low)->constraint()), "[10,20]");
+}
+
+TEST_F(ActivationPriorityTest, AreAppliedInIndexOrder) {
+  Constraint early(nullptr, 0, 30, LAZY), now(nullptr, 10, 20, LAZY);
+  TestConnector *a = legal("a"), *b = legal("b"), *c = legal("c");
+  TestPriority *one = below(a, b), *two = below(b, c);
+  Events order;
+  one->onGuard = [&] {
+    order.push_back("one");
+    return true;
+  };
+  two->onGuard = [&] {
+    order.push_back("two");
+    return true;
+  };
+  activated();
+  EXPECT_EQ(order, (Events{"one", "two"}));
+  EXPECT_TRUE(only(a)->dominated());  // also by a dominated one
+  EXPECT_TRUE(only(b)->dominated());
+}
+
+// A high one that was itself narrowed dominates with its domination marks still in place.
+TEST_F(ActivationPriorityTest, MarkedPartsOfTheHighOneStillCountUntilTheCleanUp) {
+  Constraint all(nullptr, 0, 30, LAZY), some(nullptr, 0, 20, LAZY), few(nullptr, 5, 10, LAZY);
+  TestConnector *a = legal("a", &all), *b = legal("b", &some), *c = legal("c", &few);
+  below(b, c);
+  below(a, b);
+  activated();
+  EXPECT_EQ(spans(only(b)->constraint()), "[0,4] [11,20]");
+  EXPECT_EQ(spans(only(a)->constraint()), "[21,30]");
+}
+
+TEST_F(ActivationPriorityTest, OfAnInnerCompoundActOnConnectorsElsewhere) {
+  TestCompound* inner = compound.compound("D");
+  TestConnector *low = legal("low"), *high = legalIn(*inner, "high");
+  TestPriority* priority = inner->priority("p", only(low), only(high));
+  priority->setup();
+  // The inner compound comes first, when the outer connector has nothing but its first, empty
+  // interaction: applied too early, and not again.
+  activated();
+  EXPECT_TRUE(priority->evaluated());
+  EXPECT_FALSE(priority->applied());
+  EXPECT_FALSE(only(low)->dominated());
+}
+
+TEST_F(ActivationPriorityTest, WithinOneConnectorASmallerSetMayYieldToALargerOne) {
+  Constraint often(nullptr, 0, 100, LAZY), seldom(nullptr, 40, 50, LAZY);
+  TestConnector* connector =
+      compound.broadcast("k", atom->enabled("l0", &often), atom->enabled("l1", &seldom));
+  // {0} is contained in both: it yields to {0,1}, and so does {0,1} to itself.
+  compound
+      .priority("p", Interaction::Create(connector, setOf({0})),
+                Interaction::Create(connector, setOf({0, 1})))
+      ->setup();
+  activated();
+  EXPECT_EQ(spans(Interaction::Create(connector, setOf({0}))->constraint()), "[0,39] [51,100]");
+  EXPECT_EQ(spans(Interaction::Create(connector, setOf({0, 1}))->constraint()), "none");
+}
+
+// ---- priorities without a high interaction -----------------------------------------------------
+
+TEST_F(NullHighPriorityTest, YieldsToEveryOtherLegalConnector) {
+  TestConnector *low = legal("low"), *other = legal("other");
+  TestPriority* priority = below(low, nullptr);
+  activated();
+  EXPECT_TRUE(only(low)->dominated());
+  EXPECT_FALSE(only(other)->dominated());
+  EXPECT_TRUE(priority->evaluated());
+  EXPECT_TRUE(priority->applied());
+}
+
+TEST_F(NullHighPriorityTest, DoesNotYieldToItsOwnConnector) {
+  Constraint often(nullptr, 0, 100, LAZY), seldom(nullptr, 40, 50, LAZY);
+  TestConnector* low =
+      compound.broadcast("low", atom->enabled("l0", &often), atom->enabled("l1", &seldom));
+  TestPriority* priority = compound.priority("p", Interaction::Create(low, setOf({0})), nullptr);
+  priority->setup();
+  illegal("other");
+  activated();
+  EXPECT_EQ(sets(low->feasibleInter()), "{0} {0,1}");
+  EXPECT_EQ(spans(low->feasibleInter()->constraint()), "[0,39] [51,100]");
+  EXPECT_TRUE(priority->evaluated());
+  EXPECT_FALSE(priority->applied());
+}
+
+TEST_F(NullHighPriorityTest, YieldsToSubcompoundsAndToConnectorsEvaluatedEarlierAndLater) {
+  Constraint all(nullptr, 0, 100, LAZY), one(nullptr, 0, 10, LAZY), two(nullptr, 20, 30, LAZY),
+      three(nullptr, 40, 50, LAZY);
+  TestCompound* inner = compound.compound("D");
+  legalIn(*inner, "inner", &one);
+  legal("earlier", &two);
+  TestConnector* low = legal("low", &all);
+  legal("later", &three);
+  below(low, nullptr);
+  activated();
+  EXPECT_EQ(spans(only(low)->constraint()), "[11,19] [31,39] [51,100]");
+}
+
+TEST_F(NullHighPriorityTest, YieldsToEveryFeasibleInteractionOfTheOthers) {
+  Constraint all(nullptr, 0, 100, LAZY), often(nullptr, 20, 30, LAZY),
+      seldom(nullptr, 25, 40, LAZY);
+  TestConnector* low = legal("low", &all);
+  TestConnector* other =
+      compound.broadcast("other", atom->enabled("o0", &often), atom->enabled("o1", &seldom));
+  below(low, nullptr);
+  activated();
+  // {0,1} is [25,30], {0} is [20,24].
+  ASSERT_EQ(sets(other->feasibleInter()), "{0} {0,1}");
+  EXPECT_EQ(spans(only(low)->constraint()), "[0,19] [31,100]");
+}
+
+TEST_F(NullHighPriorityTest, DoesNotYieldToConnectorsThatAreNotLegalOrSubconnectors) {
+  TestConnector* low = legal("low");
+  illegal("other");
+  compound.exported(RENDEZVOUS, "sub", atom->enabled("s"));
+  TestPriority* priority = below(low, nullptr);
+  activated();
+  EXPECT_FALSE(only(low)->dominated());
+  EXPECT_TRUE(priority->evaluated());
+}
+
+TEST_F(NullHighPriorityTest, DoesNotYieldToConnectorsOfACompoundAbove) {
+  TestCompound* inner = compound.compound("D");
+  TestConnector* low = legalIn(*inner, "low");
+  legal("above");
+  inner->priority("p", only(low), nullptr)->setup();
+  activated();
+  EXPECT_FALSE(only(low)->dominated());
+}
+
+TEST_F(NullHighPriorityTest, WithoutFeasibleLowItCountsAsEvaluated) {
+  TestConnector* low = illegal("low");
+  legal("other");
+  TestPriority* priority = below(low, nullptr);
+  activated();
+  EXPECT_TRUE(priority->evaluated());
+  EXPECT_FALSE(priority->applied());
+}
+
+TEST_F(NullHighPriorityTest, ConcernsOnlyInteractionsThatContainTheLowOne) {
+  TestConnector* low = legal("low");
+  legal("other");
+  TestPriority* priority = compound.priority("p", Interaction::Create(low, setOf({5})), nullptr);
+  priority->setup();
+  activated();
+  EXPECT_FALSE(only(low)->dominated());
+  EXPECT_TRUE(priority->evaluated());
+  EXPECT_FALSE(priority->applied());
+}
+
+// ---- skipped priorities ------------------------------------------------------------------------
+
+TEST_F(SkippedPriorityTest, WithoutHighWarnsAboutALowSubconnectorEveryTime) {
+  TestConnector* inner = compound.exported(RENDEZVOUS, "inner", atom->enabled("p"));
+  compound.rendezvous("outer", inner->xPort());
+  legal("other");
+  TestPriority* priority = below(inner, nullptr);
+  for (int round = 0; round < 3; ++round) {
+    EXPECT_EQ(errorsOf([&] { activated(); }),
+              "WARNING: skip priority inner < _: inner is a subconnector!\n");
+    EXPECT_FALSE(priority->evaluated());
+    EXPECT_FALSE(only(inner)->dominated());
+  }
+}
+
+TEST_F(SkippedPriorityTest, WarnsAboutALowSubconnector) {
+  TestConnector* inner = compound.exported(RENDEZVOUS, "inner", atom->enabled("p"));
+  compound.rendezvous("outer", inner->xPort());
+  TestPriority* priority = below(inner, legal("high"));
+  for (int round = 0; round < 3; ++round) {
+    EXPECT_EQ(errorsOf([&] { activated(); }),
+              "WARNING: skip priority inner < high: inner is a subconnector!\n");
+    EXPECT_FALSE(priority->evaluated());
+    EXPECT_FALSE(only(inner)->dominated());
+  }
+}
+
+TEST_F(SkippedPriorityTest, WarnsAboutAHighSubconnector) {
+  TestConnector* inner = compound.exported(RENDEZVOUS, "inner", atom->enabled("p"));
+  compound.rendezvous("outer", inner->xPort());
+  TestConnector* low = legal("low");
+  TestPriority* priority = below(low, inner);
+  EXPECT_EQ(errorsOf([&] { activated(); }),
+            "WARNING: skip priority low < inner: inner is a subconnector!\n");
+  EXPECT_FALSE(priority->evaluated());
+  EXPECT_FALSE(only(low)->dominated());
+}
+
+TEST_F(SkippedPriorityTest, WarnsAboutTwoSubconnectors) {
+  TestConnector* one = compound.exported(RENDEZVOUS, "one", atom->enabled("p"));
+  TestConnector* two = compound.exported(RENDEZVOUS, "two", atom->enabled("q"));
+  compound.rendezvous("outer", one->xPort(), two->xPort());
+  TestPriority* priority = below(one, two);
+  EXPECT_EQ(errorsOf([&] { activated(); }),
+            "WARNING: skip priority one < two: one and two are subconnectors!\n");
+  EXPECT_FALSE(priority->evaluated());
+}
+
+TEST_F(SkippedPriorityTest, WarnsBeforeItLooksForFeasibleInteractions) {
+  TestConnector* inner = compound.exported(RENDEZVOUS, "inner", atom->port("p"));
+  compound.rendezvous("outer", inner->xPort());
+  TestPriority* priority = below(inner, nullptr);
+  EXPECT_EQ(errorsOf([&] { activated(); }),
+            "WARNING: skip priority inner < _: inner is a subconnector!\n");
+  EXPECT_FALSE(priority->evaluated());
+}
+
+TEST_F(SkippedPriorityTest, WithAFailingGuardIsNotWarnedAbout) {
+  TestConnector* inner = compound.exported(RENDEZVOUS, "inner", atom->enabled("p"));
+  compound.rendezvous("outer", inner->xPort());
+  TestPriority* priority = below(inner, nullptr);
+  priority->onGuard = [] { return false; };
+  EXPECT_EQ(errorsOf([&] { activated(); }), "");
+  EXPECT_TRUE(priority->evaluated());
+}
+
+TEST_F(SkippedPriorityTest, ASubconnectorOfTheEnclosingCompoundIsNoReasonToSkip) {
+  TestCompound* below = compound.compound("D");
+  TestConnector* inner = below->exported(RENDEZVOUS, "inner", atom->enabled("p"));
+  TestConnector* high = legalIn(*below, "high");
+  compound.rendezvous("outer", inner->xPort());
+  TestPriority* priority = below->priority("p", only(inner), only(high));
+  priority->setup();
+  EXPECT_EQ(errorsOf([&] { activated(); }), "");
+  EXPECT_TRUE(only(inner)->dominated());
+}
+
+TEST_F(SkippedPriorityTest, ANullNameMakesStandardErrorBadInsteadOfBeingWritten) {
+  TestConnector* inner = compound.exported(RENDEZVOUS, nullptr, atom->enabled("p"));
+  compound.rendezvous("outer", inner->xPort());
+  below(inner, nullptr);
+  bool bad = false;
+  EXPECT_EQ(errorsOf([&] {
+              activated();
+              bad = std::cerr.bad();
+              std::cerr.clear();
+            }),
+            "WARNING: skip priority ");
+  EXPECT_TRUE(bad);
+}
+
+TEST_F(SkippedPriorityTest, ANullNameOfTheHighOneCutsTheSecondFormShort) {
+  TestConnector* inner = compound.exported(RENDEZVOUS, nullptr, atom->enabled("p"));
+  compound.rendezvous("outer", inner->xPort());
+  below(legal("low"), inner);
+  bool bad = false;
+  EXPECT_EQ(errorsOf([&] {
+              activated();
+              bad = std::cerr.bad();
+              std::cerr.clear();
+            }),
+            "WARNING: skip priority low < ");
+  EXPECT_TRUE(bad);
+}
+
+TEST_F(SkippedPriorityTest, AFormatInANameIsPlainText) {
+  TestConnector* inner = compound.exported(RENDEZVOUS, "%n%s", atom->enabled("p"));
+  compound.rendezvous("outer", inner->xPort());
+  below(inner, nullptr);
+  EXPECT_EQ(errorsOf([&] { activated(); }),
+            "WARNING: skip priority %n%s < _: %n%s is a subconnector!\n");
+}
+
+// ---- incremental activation --------------------------------------------------------------------
+
+TEST_F(IncrementalActivationTest, EvaluatesNothingThatHasNotBeenReset) {
+  TestConnector *one = legal("one"), *two = legal("two");
+  activated();
+  activated();
+  EXPECT_EQ(one->guards, 1);
+  EXPECT_EQ(two->guards, 1);
+  two->resetLink();
+  activated();
+  EXPECT_EQ(one->guards, 1);
+  EXPECT_EQ(two->guards, 2);
+}
+
+TEST_F(IncrementalActivationTest, AFreshOneEvaluatesEverything) {
+  TestCompound* inner = compound.compound("D");
+  TestConnector *one = legal("one"), *two = legalIn(*inner, "two");
+  activated(false);
+  activated(false);
+  EXPECT_EQ(one->guards, 2);
+  EXPECT_EQ(two->guards, 2);
+}
+
+TEST_F(IncrementalActivationTest, AFiredAtomHasItsConnectorsEvaluatedAgain) {
+  TestAtom* other = compound.atom("B");
+  Port* port = other->enabled("q");
+  TestConnector* mine = compound.rendezvous("mine", port);
+  TestConnector* apart = legal("apart");
+  other->onExecute = [](Port* fired) { fired->setSynced(false); };
+  EXPECT_EQ(activated(), "apart mine");
+  mine->execute();
+  EXPECT_EQ(activated(), "apart");
+  EXPECT_EQ(mine->guards, 2);
+  EXPECT_EQ(apart->guards, 1);
+}
+
+// Deliberate: a priority that counts as evaluated is not applied again by a fresh activation.
+TEST_F(IncrementalActivationTest, APriorityThatCountsAsEvaluatedIsNotAppliedAgainByAFreshOne) {
+  TestConnector *low = legal("low"), *high = legal("high");
+  TestPriority* priority = below(low, high);
+  activated();
+  EXPECT_TRUE(only(low)->dominated());
+  activated(false);
+  EXPECT_FALSE(only(low)->dominated());
+  priority->reset();
+  activated(false);
+  EXPECT_TRUE(only(low)->dominated());
+}
+
+TEST_F(IncrementalActivationTest, AMarkStaysUntilTheLowOneIsEvaluatedAgain) {
+  TestConnector *low = legal("low"), *high = legal("high");
+  below(low, high);
+  activated();
+  activated();
+  EXPECT_TRUE(only(low)->dominated());
+  high->ports()[0]->setSynced(false);
+  high->resetLink();  // which has the low one evaluated again
+  activated();
+  EXPECT_FALSE(only(low)->dominated());
+}
+
+TEST_F(IncrementalActivationTest, AgreesWithAFreshOneOnRandomSystems) {
+  std::mt19937 random(5);
+  for (int round = 0; round < 200; ++round) {
+    TestCompound system("S");
+    TestCompound* inner = system.compound("D");
+    std::vector<TestAtom*> atoms{system.atom("A"), inner->atom("B"), inner->atom("C")};
+    std::vector<std::unique_ptr<Constraint>> constraints;
+    for (int i = 0; i < 6; ++i) {
+      constraints.push_back(
+          std::make_unique<Constraint>(nullptr, 5 * i, 5 * i + 12, static_cast<Urgency>(i % 3)));
+    }
+    std::vector<Port*> ports;
+    const auto announce = [&](TestAtom* mover) {
+      for (Port* port : elements(mover->ports())) {
+        port->setSynced(random() % 3 != 0);
+        port->setConstraint(random() % 2 == 0 ? constraints[random() % 6].get() : nullptr);
+      }
+    };
+    for (TestAtom* mover : atoms) {
+      for (const char* name : {"p", "q", "r"}) ports.push_back(mover->port(name));
+      mover->onExecute = [&announce, mover](Port*) { announce(mover); };
+      announce(mover);
+    }
+    std::vector<TestConnector*> connectors;
+    const auto pick = [&] { return ports[random() % ports.size()]; };
+    TestConnector* exported = inner->exported(BROADCAST, "x", pick(), pick());
+    connectors.push_back(exported);
+    for (int i = 0; i < 3; ++i) {
+      connectors.push_back(inner->rendezvous("r", pick(), pick()));
+      connectors.push_back(system.broadcast("b", pick(), pick(), pick()));
+      connectors.push_back(system.broadcast("o", pick(), exported->xPort()));
+    }
+    const auto described = [&](Connector* head) {
+      std::string text = names(head);
+      for (TestConnector* connector : connectors) {
+        for (Interaction* feasible : listOf(connector->feasibleInter())) {
+          text += " " + model::text(feasible->synced()) + spans(feasible->constraint());
+        }
+        text += ";";
+      }
+      return text;
+    };
+    for (int step = 0; step < 12; ++step) {
+      const std::string incremental = described(system.activate(true));
+      ASSERT_EQ(incremental, described(system.activate(false))) << round << " " << step;
+      // Fires an arbitrary port, enabled or not: only the atom's own ports change.
+      Port* fired = pick();
+      fired->setSynced(true);
+      fired->execute();
+    }
+    for (Port* port : ports) port->setConstraint(nullptr);
+  }
+}
+
+// ---- clean-up ----------------------------------------------------------------------------------
+
+TEST_F(CleanUpTest, FoldsTheMarksOfUndominatedInteractionsIntoTheirConstraints) {
+  Constraint early(nullptr, 0, 30, LAZY), now(nullptr, 10, 20, LAZY);
+  TestConnector *low = legal("low", &early), *high = legal("high", &now), *top = legal("top");
+  below(low, high);
+  activated();
+  EXPECT_EQ(spans(only(low)->constraint()), "[0,9] [21,30]");
+  low->resetLink();
+  below(low, top);  // rules it out altogether: the marks of the first priority stay
+  activated();
+  EXPECT_TRUE(only(low)->dominated());
+  EXPECT_EQ(spans(only(low)->constraint()), "[0,9] [10,20] dominated [21,30]");
+}
+
+TEST_F(CleanUpTest, DoesNotReachConnectorsOfOtherCompounds) {
+  TestCompound* inner = compound.compound("D");
+  Constraint early(nullptr, 0, 30, LAZY), now(nullptr, 10, 20, LAZY);
+  TestConnector *low = legalIn(*inner, "low", &early), *high = legal("high", &now);
+  below(low, high);  // of the outer compound
+  activated();
+  EXPECT_EQ(spans(only(low)->constraint()), "[0,9] [10,20] dominated [21,30]");
+}
+
+TEST_F(CleanUpTest, TheExportedPortReflectsWhatSurvives) {
+  TestCompound* inner = compound.compound("D");
+  Constraint early(nullptr, 0, 30, LAZY), now(nullptr, 10, 20, LAZY);
+  TestConnector* low = inner->exported(RENDEZVOUS, "low", atom->enabled("l", &early));
+  TestConnector* high = legalIn(*inner, "high", &now);
+  TestConnector* outer = compound.rendezvous("outer", low->xPort());
+  inner->priority("p", only(low), only(high))->setup();
+  EXPECT_EQ(activated(), "outer high");
+  EXPECT_EQ(spans(low->xPort()->constraint()), "[0,9] [21,30]");
+  EXPECT_FALSE(low->recomputexPort());
+  EXPECT_EQ(spans(only(outer)->constraint()), "[0,9] [21,30]");
+}
+
+TEST_F(CleanUpTest, AnExportedPortOfADominatedInteractionIsDisabled) {
+  TestCompound* inner = compound.compound("D");
+  TestConnector* low = inner->exported(RENDEZVOUS, "low", atom->enabled("l"));
+  TestConnector* high = legalIn(*inner, "high");
+  compound.rendezvous("outer", low->xPort());
+  inner->priority("p", only(low), only(high))->setup();
+  EXPECT_EQ(activated(), "high");
+  EXPECT_FALSE(low->xPort()->synced());
+}
+
+TEST_F(CleanUpTest, ConnectorsAboveAreEvaluatedAgainOncePerChangedConnector) {
+  TestCompound* inner = compound.compound("D");
+  TestConnector* low = inner->exported(RENDEZVOUS, "low", atom->enabled("l"));
+  TestConnector *one = legalIn(*inner, "one"), *two = legalIn(*inner, "two");
+  TestConnector* outer = compound.rendezvous("outer", low->xPort());
+  outer->setEvaluated(true);
+  // Two priorities change the same connector.
+  inner->priority("p", only(low), only(one))->setup();
+  inner->priority("q", only(low), only(two))->setup();
+  activated();
+  EXPECT_EQ(outer->guards, 1);
+  activated();
+  EXPECT_EQ(outer->guards, 1);  // nothing was changed this time
+  EXPECT_EQ(low->guards, 1);
+}
+
+TEST_F(CleanUpTest, TheFlagOfTheExportedPortIsClearedInEveryConnector) {
+  TestConnector *one = legal("one"), *two = legal("two");
+  one->setRecomputexPort(true);
+  two->setRecomputexPort(true);
+  activated();
+  EXPECT_FALSE(one->recomputexPort());
+  EXPECT_FALSE(two->recomputexPort());
+}
+
+// Deliberate: a fresh evaluation of a connector above computes the exported ports below it again,
+// without the priorities there.
+TEST_F(CleanUpTest, AFreshEvaluationAboveForgetsThePrioritiesBelow) {
+  TestCompound* inner = compound.compound("D");
+  TestConnector* low = inner->exported(RENDEZVOUS, "low", atom->enabled("l"));
+  TestConnector* high = legalIn(*inner, "high");
+  compound.rendezvous("outer", low->xPort());
+  inner->priority("p", only(low), only(high))->setup();
+  EXPECT_EQ(activated(false), "outer high");
+  EXPECT_FALSE(only(low)->dominated());
+}
+
+TEST_F(CleanUpTest, ADominatedConnectorIsNeverMarkedItself) {
+  TestConnector *low = legal("low"), *high = legal("high");
+  below(low, high);
+  activated();
+  EXPECT_FALSE(low->dominated());
+  EXPECT_FALSE(high->dominated());
+}
