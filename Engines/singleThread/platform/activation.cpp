@@ -102,7 +102,8 @@ Connector* Compound::subactivate(bool incremental) {
       part->activate(incremental);
       takeListsOf(*part);
     } else if (component->isAtom()) {
-      takeInternalsOf(*static_cast<Atom*>(component));
+      Atom* atom = static_cast<Atom*>(component);
+      if (atom->hasInternalPorts()) takeInternalsOf(*atom);
     }
   }
   return mLegalHead;

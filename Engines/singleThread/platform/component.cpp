@@ -75,7 +75,8 @@ Atom::Atom(const char* name, const Compound* holder)
       mCtrlStates(INITIAL_CAPACITY),
       mLinks(INITIAL_CAPACITY),
       VESK_STATE(nullptr),
-      mScheduler(nullptr) {}
+      mScheduler(nullptr),
+      mHasInternalPorts(false) {}
 
 Atom::~Atom() = default;
 

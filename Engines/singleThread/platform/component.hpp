@@ -100,6 +100,9 @@ class Atom : public Component {
   // The connectors that use a port of this atom, once per port.
   Array<Connector, false>& links() { return mLinks; }
   void addPort(Port* port) { mPorts.add(port); }
+  // Some port of the atom is, or has been, internal. Noted by the port.
+  bool hasInternalPorts() const { return mHasInternalPorts; }
+  void noteInternalPort() { mHasInternalPorts = true; }
 
   // Puts the connectors that use this atom's ports into the scheduler's heap, each once. Nothing
   // without a scheduler.
@@ -125,6 +128,9 @@ class Atom : public Component {
   CtrlState* VESK_STATE;  // the current control state, kept by the model; null after construction.
                           // Not owned.
   Scheduler* mScheduler;  // whose heap gets the dependent connectors; set by the engine. Not owned.
+
+ private:
+  bool mHasInternalPorts;  // spares activation the walk through the ports of all other atoms
 };
 
 class Compound : public Component {

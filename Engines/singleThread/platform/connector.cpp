@@ -366,10 +366,13 @@ class Connector::EvalVisits {
   WorkStack<Visit> mVisits;
 };
 
-// Evaluates depth first, the connectors that own the exported ports of a connector before that
-// connector, in the order of its ports.
 void Connector::eval(bool incremental) {
-  if (incremental && mEval) return;
+  if (!incremental || !mEval) evalDepthFirst(incremental);
+}
+
+// The connectors that own the exported ports of a connector before that connector, in the order of
+// its ports.
+void Connector::evalDepthFirst(bool incremental) {
   EvalVisits visits;
   visits.enter(this);
   while (Connector* connector = visits.current()) {

@@ -289,6 +289,7 @@ class Connector {
 
   class EvalVisits;
 
+  void evalDepthFirst(bool incremental);
   Connector* nextProvider(int& port) const;
   void evalAlone();
   BitVector allPorts() const;
