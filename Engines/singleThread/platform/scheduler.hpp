@@ -238,6 +238,9 @@ class Scheduler {
   void waitAtRandom();
   void waitAndFire();
   void traceState();
+
+  template <class Traversal>
+  void exploreBy();
 };
 
 // 1 when a leaf of the state contains "ERROR", 2 when one before that contains "PRUNE", else 0.
