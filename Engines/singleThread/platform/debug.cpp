@@ -38,34 +38,34 @@ bool hasDebugSupport() {
   return false;
 }
 
-// ---- Tokens ----------------------------------------------------------------------------------
-
-// The parts of a text between any of the delimiters; empty parts are left out. A null text has
-// none.
-std::vector<std::string> split(const char* text, const char* delims) {
-  std::vector<std::string> tokens;
-  if (text == nullptr) return tokens;
-  for (text += std::strspn(text, delims); *text != '\0'; text += std::strspn(text, delims)) {
-    const std::size_t length = std::strcspn(text, delims);
-    tokens.emplace_back(text, length);
-    text += length;
+// The components of a dotted path; empty ones are left out. A null path has none.
+std::vector<std::string> split(const char* path) {
+  std::vector<std::string> names;
+  if (path == nullptr) return names;
+  for (path += std::strspn(path, "."); *path != '\0'; path += std::strspn(path, ".")) {
+    const std::size_t length = std::strcspn(path, ".");
+    names.emplace_back(path, length);
+    path += length;
   }
-  return tokens;
+  return names;
 }
 
 // The first or the last token in a buffer, which the result points into; null when there is none.
 char* firstToken(const char* text, const char* delims, std::string& buffer) {
-  const std::vector<std::string> tokens = split(text, delims);
-  if (tokens.empty()) return nullptr;
-  buffer = tokens.front();
-  return buffer.data();
+  if (text == nullptr) return nullptr;
+  text += std::strspn(text, delims);
+  buffer.assign(text, std::strcspn(text, delims));
+  return buffer.empty() ? nullptr : buffer.data();
 }
 
 char* lastToken(const char* text, const char* delims, std::string& buffer) {
-  const std::vector<std::string> tokens = split(text, delims);
-  if (tokens.empty()) return nullptr;
-  buffer = tokens.back();
-  return buffer.data();
+  if (text == nullptr) return nullptr;
+  const char* end = text + std::strlen(text);
+  while (end != text && std::strchr(delims, end[-1]) != nullptr) --end;
+  const char* start = end;
+  while (start != text && std::strchr(delims, start[-1]) == nullptr) --start;
+  buffer.assign(start, end);
+  return buffer.empty() ? nullptr : buffer.data();
 }
 
 void printNames(const char* title, char** names) {
@@ -105,7 +105,7 @@ void Scheduler::displayList(char*) const {
 
 void Scheduler::displayElement(char* path) const {
   if (!hasDebugSupport()) return;
-  std::vector<std::string> names = split(path, ".");
+  std::vector<std::string> names = split(path);
   if (names.empty()) {
     std::fprintf(stderr, "%s", NO_PATH);
     return;
@@ -131,7 +131,7 @@ void Scheduler::displayElement(char* path) const {
 // Above the top there is nothing: a path that leads there leaves the current element as it is.
 void Scheduler::setCurrent(char* path) const {
   if (!hasDebugSupport()) return;
-  std::vector<std::string> names = split(path, ".");
+  std::vector<std::string> names = split(path);
   if (names.empty()) {
     std::fprintf(stderr, "%s", NO_ELEMENT);
     return;

@@ -1,0 +1,137 @@
+// Quiet untimed steps allocate nothing once the first of them have run. Counts every call of the
+// allocator, so the sanitizers' own allocators are left alone.
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "scheduler-models.hpp"
+
+#if defined(__SANITIZE_ADDRESS__)
+#define VESK_COUNTS_ALLOCATIONS 0
+#else
+#define VESK_COUNTS_ALLOCATIONS 1
+#endif
+
+using namespace runs;
+
+#if VESK_COUNTS_ALLOCATIONS
+
+namespace {
+long allocations = 0;
+}
+
+// operator new comes here as well.
+extern "C" {
+void* __libc_malloc(std::size_t size);
+void* __libc_calloc(std::size_t count, std::size_t size);
+void* __libc_realloc(void* block, std::size_t size);
+
+void* malloc(std::size_t size) {
+  ++allocations;
+  return __libc_malloc(size);
+}
+void* calloc(std::size_t count, std::size_t size) {
+  ++allocations;
+  return __libc_calloc(count, size);
+}
+void* realloc(void* block, std::size_t size) {
+  ++allocations;
+  return __libc_realloc(block, size);
+}
+}
+
+namespace {
+
+constexpr int WARM_UP = 100;
+constexpr int STEPS = 10000;
+
+// Counts the allocations of the steps behind the warm-up.
+class Meter {
+ public:
+  void step() {
+    ++mSteps;
+    if (mSteps == WARM_UP) mBefore = allocations;
+    if (mSteps == WARM_UP + STEPS) mAfter = allocations;
+  }
+  bool complete() const { return mSteps >= WARM_UP + STEPS; }
+  long counted() const { return mAfter - mBefore; }
+
+ private:
+  int mSteps = 0;
+  long mBefore = 0;
+  long mAfter = -1;
+};
+
+// Stations that pass a token round, a broadcast to whoever listens, and a priority.
+struct Ring : System {
+  explicit Ring(Meter& meter) {
+    std::vector<Port*> gives;
+    std::vector<Port*> takes;
+    for (bool& holds : mHolds) {
+      RuleAtom* station = atom("S");
+      gives.push_back(station->rule(
+          "give", [&] { return holds; }, [&] { holds = false; }));
+      takes.push_back(station->rule(
+          "take", [&] { return !holds; },
+          [&] {
+            holds = true;
+            meter.step();
+          }));
+    }
+    mHolds[0] = true;
+    for (std::size_t i = 0; i < N; ++i) rendezvous("pass", gives[i], takes[(i + 1) % N]);
+    RuleAtom* sender = atom("Sender");
+    RuleAtom* listener = atom("Listener");
+    Connector* bus =
+        broadcast("bus",
+                  sender->rule(
+                      "send", [] { return true; }, [&] { meter.step(); }),
+                  listener->rule("hear", [listener] { return listener->fired % 3 != 2; }),
+                  listener->rule("skip", [listener] { return listener->fired % 3 == 2; }));
+    priority(Interaction::Create(bus, BitVector(0)), Interaction::Create(connectors()[0], 2, 0, 1));
+  }
+
+ private:
+  static constexpr std::size_t N = 5;
+  bool mHolds[N] = {};
+};
+
+long countedBy(int optimization) {
+  Meter meter;
+  Ring ring(meter);
+  OpenScheduler scheduler(&ring, 0, 1, optimization);
+  scheduler.mQuiet = true;
+  scheduler.mSimLimit = true;
+  scheduler.mMaxSimLimit = 4 * (WARM_UP + STEPS);
+  traceOf(scheduler, [&] { scheduler.run(); });
+  EXPECT_TRUE(meter.complete());
+  return meter.counted();
+}
+
+}  // namespace
+
+TEST(AllocationTest, TheCounterSeesTheAllocationsOfTheLibrary) {
+  const long before = allocations;
+  delete new System;
+  EXPECT_GT(allocations, before);
+}
+
+TEST(AllocationTest, MaximalSynchronisationAllocatesNothing) {
+  EXPECT_EQ(countedBy(1), 0);
+}
+
+TEST(AllocationTest, ThePriorityHeapAllocatesNothing) {
+  EXPECT_EQ(countedBy(2), 0);
+}
+
+#else
+
+TEST(AllocationTest, TheSanitizersCountForThemselves) {
+  GTEST_SKIP() << "allocations are counted in the builds without sanitizers";
+}
+
+#endif
