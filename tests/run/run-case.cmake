@@ -1,4 +1,5 @@
 # Runs one case: cmake -D PROGRAM=<executable> -D CASE=<folder> -D SCRATCH=<folder> -P run-case.cmake
+# A case with a scripted clock needs -D CLOCK=<library to preload>, too.
 # The layout of a case folder is described in README.md beside this file.
 cmake_minimum_required(VERSION 3.25)
 
@@ -43,11 +44,18 @@ if(EXISTS ${CASE}/env)
   endforeach()
 endif()
 
-# 3. The run.
+# 3. The run. The clock is preloaded into the program alone, through env.
 file(READ ${CASE}/args args)
 string(STRIP "${args}" args)
+set(clock "")
+if(EXISTS ${CASE}/clock)
+  file(READ ${CASE}/clock readings)
+  set(ENV{VESK_SCRIPTED_CLOCK} "${readings}")
+  set(ENV{ASAN_OPTIONS} "verify_asan_link_order=0:$ENV{ASAN_OPTIONS}")
+  set(clock "env LD_PRELOAD=${CLOCK}")
+endif()
 execute_process(
-  COMMAND sh -c "exec ${name} ${args}"
+  COMMAND sh -c "exec ${clock} ${name} ${args}"
   WORKING_DIRECTORY ${SCRATCH}/work
   INPUT_FILE ${stdin}
   OUTPUT_FILE ${SCRATCH}/stdout
