@@ -1,7 +1,7 @@
-// A library to be preloaded: gives a program the wall-clock readings of a script instead of those of
-// the system. The script is the value of VESK_SCRIPTED_CLOCK, words separated by white space, one
-// per reading: N sets the clock to N microseconds, +N and -N move it from the reading before. The
-// last word is used again and again.
+// A library to be preloaded: gives a program the wall-clock readings of a script instead of those
+// of the system. The script is the value of VESK_SCRIPTED_CLOCK, words separated by white space,
+// one per reading: N sets the clock to N microseconds, +N and -N move it from the reading before.
+// The last word is used again and again.
 #include <sys/time.h>
 
 #include <cstdlib>

@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <charconv>
 #include <cstring>
 
 namespace {
@@ -47,8 +46,12 @@ void OutputBuffer::put(const char* text) {
 
 void OutputBuffer::put(std::uint64_t number) {
   char digits[MAX_DIGITS];
-  const char* end = std::to_chars(digits, digits + MAX_DIGITS, number).ptr;
-  put(digits, static_cast<std::size_t>(end - digits));
+  char* first = digits + MAX_DIGITS;
+  do {
+    *--first = static_cast<char>('0' + number % 10);
+    number /= 10;
+  } while (number != 0);
+  put(first, static_cast<std::size_t>(digits + MAX_DIGITS - first));
 }
 
 void OutputBuffer::flush() {
