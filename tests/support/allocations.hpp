@@ -1,0 +1,79 @@
+// Counts the calls of the allocator in the whole program. Include it in one source of a test
+// program: it replaces the allocator's functions, or hooks into that of the address sanitizer.
+#ifndef VESK_TESTS_ALLOCATIONS_HPP
+#define VESK_TESTS_ALLOCATIONS_HPP
+
+#include <cstddef>
+
+#if defined(__SANITIZE_ADDRESS__)
+#define VESK_TESTS_UNDER_ASAN 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define VESK_TESTS_UNDER_ASAN 1
+#endif
+#endif
+
+namespace model {
+
+// Blocks given out since the program began, and blocks given back. Both are plain numbers: the
+// tests run in one thread.
+struct Allocations {
+  static long made;
+  static long freed;
+  static long live() { return made - freed; }
+};
+
+long Allocations::made = 0;
+long Allocations::freed = 0;
+
+}  // namespace model
+
+#ifdef VESK_TESTS_UNDER_ASAN
+
+#include <sanitizer/allocator_interface.h>
+
+namespace model {
+
+const bool COUNTING = __sanitizer_install_malloc_and_free_hooks(
+                          [](const volatile void*, std::size_t) { ++Allocations::made; },
+                          [](const volatile void*) { ++Allocations::freed; }) != 0;
+
+}  // namespace model
+
+#else
+
+extern "C" {
+
+void* __libc_malloc(std::size_t size);
+void* __libc_calloc(std::size_t count, std::size_t size);
+void* __libc_realloc(void* block, std::size_t size);
+void __libc_free(void* block);
+
+void* malloc(std::size_t size) noexcept {
+  ++model::Allocations::made;
+  return __libc_malloc(size);
+}
+void* calloc(std::size_t count, std::size_t size) noexcept {
+  ++model::Allocations::made;
+  return __libc_calloc(count, size);
+}
+void* realloc(void* block, std::size_t size) noexcept {
+  ++model::Allocations::made;
+  if (block != nullptr) ++model::Allocations::freed;
+  return __libc_realloc(block, size);
+}
+void free(void* block) noexcept {
+  if (block != nullptr) ++model::Allocations::freed;
+  __libc_free(block);
+}
+
+}  // extern "C"
+
+namespace model {
+
+const bool COUNTING = true;
+
+}  // namespace model
+
+#endif
+#endif

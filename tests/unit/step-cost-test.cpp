@@ -1,0 +1,213 @@
+// What a step costs: calls of the allocator and of the model's guards, for rings of stations that
+// pass a token on.
+
+#include <memory>
+#include <vector>
+
+#include "allocations.hpp"
+#include "model.hpp"
+
+using model::Allocations;
+using model::BROADCAST;
+using model::RENDEZVOUS;
+using model::setOf;
+using model::spans;
+
+namespace {
+
+class Station;
+
+// What a run counts.
+struct Tally {
+  long guards = 0;
+  long steps = 0;
+  // Guard calls and allocations at the end of each of the first and last steps of a window.
+  long firstStep = 0, lastStep = 0;
+  long guardsAtFirst = 0, guardsAtLast = 0;
+  long madeAtFirst = 0, madeAtLast = 0;
+
+  void step() {
+    ++steps;
+    if (steps == firstStep) {
+      guardsAtFirst = guards;
+      madeAtFirst = Allocations::made;
+    }
+    if (steps == lastStep) {
+      guardsAtLast = guards;
+      madeAtLast = Allocations::made;
+    }
+  }
+};
+
+// Gives the token away when it has it, takes it when not.
+class Station : public Atom {
+ public:
+  Station(const Compound* holder, bool token, Tally& tally)
+      : Atom("S", holder), mToken(token), mTally(tally) {
+    addPort(new Port("give", this));
+    addPort(new Port("take", this));
+  }
+  using Atom::initialize;
+  void initialize() override { announce(); }
+  void execute(Port* port) override {
+    mToken = port == mPorts[1];
+    if (mToken) mTally.step();
+    announce();
+  }
+  Node* getState() override { return new Leaf(new Atomleaf(mToken ? "1;" : "0;")); }
+  void setState(Node*) override {}
+
+ private:
+  void announce() {
+    mPorts[0]->setSynced(false);
+    mPorts[1]->setSynced(false);
+    sync(2, mPorts[0], int(mToken), mPorts[1], int(!mToken));
+  }
+
+  bool mToken;
+  Tally& mTally;
+};
+
+class Pass : public Connector {
+ public:
+  Pass(const Compound* holder, Tally& tally, Port* give, Port* take)
+      : Connector("pass", holder, false, 2, give, take), mTally(tally) {}
+  using Connector::guard;
+  bool isBroadcast() override { return false; }
+  bool guard() override {
+    ++mTally.guards;
+    return maximal();
+  }
+
+ private:
+  Tally& mTally;
+};
+
+// Station i passes the token on to station i + 1; station 0 has it first.
+class Ring : public Compound {
+ public:
+  Ring(int stations, Tally& tally) : Compound("R", nullptr) {
+    std::vector<Station*> all;
+    for (int i = 0; i < stations; ++i) {
+      all.push_back(new Station(this, i == 0, tally));
+      mComponents.add(all.back());
+    }
+    for (std::size_t i = 0; i < all.size(); ++i) {
+      Station* next = all[(i + 1) % all.size()];
+      mConnectors.add(new Pass(this, tally, all[i]->ports()[0], next->ports()[1]));
+    }
+  }
+};
+
+class LimitedScheduler : public Scheduler {
+ public:
+  LimitedScheduler(Compound* system, int optimization, int limit)
+      : Scheduler(system, 0, true, 1, -1, optimization) {
+    mSimLimit = true;
+    mMaxSimLimit = limit;
+  }
+};
+
+Tally runRing(int stations, int optimization, long first, long last) {
+  Tally tally;
+  tally.firstStep = first;
+  tally.lastStep = last;
+  Ring ring(stations, tally);
+  LimitedScheduler scheduler(&ring, optimization, static_cast<int>(last));
+  scheduler.run_execution();
+  EXPECT_EQ(tally.steps, last);
+  return tally;
+}
+
+}  // namespace
+
+TEST(AllocationCountTest, TheCounterCounts) {
+  ASSERT_TRUE(model::COUNTING);
+  const long made = Allocations::made, freed = Allocations::freed;
+  const std::unique_ptr<std::vector<int>> block(new std::vector<int>(10));
+  EXPECT_EQ(Allocations::made, made + 2);
+  EXPECT_EQ(Allocations::freed, freed);
+}
+
+TEST(AllocationCountTest, StepsOfMaximalSynchronisationAllocateNothing) {
+  const Tally tally = runRing(10, 1, 100, 10100);
+  EXPECT_EQ(tally.madeAtLast - tally.madeAtFirst, 0);
+}
+
+TEST(AllocationCountTest, StepsOfThePriorityHeapLoopAllocateNothing) {
+  const Tally tally = runRing(10, 2, 100, 10100);
+  EXPECT_EQ(tally.madeAtLast - tally.madeAtFirst, 0);
+}
+
+// In maximal synchronisation a step evaluates the connectors of the two stations that have moved:
+// the one before, the one that fired and the one behind.
+TEST(GuardCountTest, StepsOfMaximalSynchronisationEvaluateThreeConnectors) {
+  for (int stations : {10, 1000}) {
+    const Tally tally = runRing(stations, 1, 100, 300);
+    EXPECT_EQ(tally.guardsAtLast - tally.guardsAtFirst, 3 * 200) << stations;
+  }
+}
+
+// Once all connectors have been looked at, a step evaluates the connector before the one that fired
+// (not legal) and the one behind it, which fires; the one that fired waits in the heap and is
+// queued again before its turn comes.
+TEST(GuardCountTest, StepsOfThePriorityHeapLoopDoNotDependOnTheNumberOfStations) {
+  for (int stations : {10, 1000, 100000}) {
+    const Tally tally = runRing(stations, 2, 100, 1100);
+    EXPECT_EQ(tally.guardsAtLast - tally.guardsAtFirst, 2 * 1000) << stations;
+  }
+}
+
+// A timed broadcast with an exported port, a port priority and an interaction priority, activated
+// again and again while its ports change between timed and untimed.
+TEST(FlatMemoryTest, ATimedModelKeepsItsNumberOfBlocks) {
+  model::TestCompound root("R");
+  model::TestCompound* inner = root.compound("D");
+  model::TestAtom *a = inner->atom("A"), *b = root.atom("B");
+  Constraint* often = a->within(0, 100);
+  Constraint* seldom = a->within(40, 60);
+  Port *trigger = a->port("t"), *low = a->port("l"), *high = a->port("h");
+  model::TestConnector* exported = inner->exported(BROADCAST, "x", trigger, low, high);
+  model::TestConnector* user = root.rendezvous("k", exported->xPort(), b->enabled("s"));
+  model::TestConnector* apart = root.rendezvous("y", b->enabled("u", b->within(10, 20)));
+  root.priority("p", Interaction::Create(user, 2, 0, 1), Interaction::Create(apart, 1, 0))->setup();
+  int round = 0;
+  const auto announce = [&] {
+    for (Port* port : {trigger, low, high}) {
+      port->setSynced(false);
+      port->setDominated(false);
+    }
+    seldom->reset();
+    *seldom &= Constraint(nullptr, 40, 60, EAGER);
+    Constraint* const lowC = round % 3 == 0 ? nullptr : often;
+    Constraint* const highC = round % 2 == 0 && lowC != nullptr ? seldom : nullptr;
+    a->applyPriority(low, lowC, high, highC);
+    a->rt_sync(3, trigger, 1, round % 5 == 0 ? often : static_cast<Constraint*>(nullptr), low, 1,
+               lowC, high, 1, highC);
+    often->reset();
+  };
+  long live = 0;
+  for (; round < 20000; ++round) {
+    announce();
+    a->resetLink();
+    root.activate(true);
+    if (round == 1000) live = Allocations::live();
+  }
+  EXPECT_EQ(Allocations::live(), live);
+}
+
+TEST(FlatMemoryTest, ADominatedUntimedPortKeepsItsNumberOfBlocks) {
+  model::TestAtom atom("A", nullptr);
+  Constraint above(nullptr, 0, 10, LAZY);
+  Port *low = atom.port("l"), *high = atom.port("h");
+  long live = 0;
+  for (int round = 0; round < 100000; ++round) {
+    high->setConstraint(&above);
+    low->setConstraint(nullptr);
+    high->dominate(*low, Vesk::Time(0));
+    low->setSynced(true);
+    atom.sync(1, low, 1);
+    if (round == 100) live = Allocations::live();
+  }
+  EXPECT_EQ(Allocations::live(), live);
+}
