@@ -30,7 +30,10 @@ long Allocations::freed = 0;
 
 #ifdef VESK_TESTS_UNDER_ASAN
 
-#include <sanitizer/allocator_interface.h>
+// The sanitizer's own; its header is not always installed.
+extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*made)(const volatile void*,
+                                                                      std::size_t),
+                                                         void (*freed)(const volatile void*));
 
 namespace model {
 

@@ -1527,7 +1527,8 @@ TEST_F(LabelTest, TheNextLabelOverwritesTheText) {
 
 // The rest of the label, "C1/" and "/", takes four characters.
 TEST_F(LabelTest, IsWholeAtEveryLength) {
-  for (std::size_t length : {1, 5, 1018, 1019, 1020, 1021, 4096, 1000000}) {
+  for (const std::size_t length :
+       std::initializer_list<std::size_t>{1, 5, 1018, 1019, 1020, 1021, 4096, 1000000}) {
     const std::string name(length, 'k');
     TestConnector* connector = over(RENDEZVOUS, {}, name.c_str());
     char* const label = connector->rt_label(BitVector::EMPTY);
@@ -1538,7 +1539,7 @@ TEST_F(LabelTest, IsWholeAtEveryLength) {
 }
 
 TEST_F(LabelTest, Of128PortsIsWhole) {
-  for (std::size_t length : {8, 20, 1000}) {
+  for (const std::size_t length : std::initializer_list<std::size_t>{8, 20, 1000}) {
     const std::string name(length, 'p');
     Ports ports;
     BitVector all;

@@ -174,7 +174,8 @@ TEST(PortLabelTest, ALongOneIsNotBuiltAgainEither) {
 
 TEST(PortLabelTest, IsWholeAtEveryLength) {
   TestAtom atom("A", nullptr);
-  for (std::size_t length : {0, 1, 7, 1020, 1021, 1022, 1023, 1024, 4096, 1000000}) {
+  for (const std::size_t length :
+       std::initializer_list<std::size_t>{0, 1, 7, 1020, 1021, 1022, 1023, 1024, 4096, 1000000}) {
     const std::string name(length, 'p');
     OpenPort port(name.c_str(), &atom);
     port.setSynced(true);
