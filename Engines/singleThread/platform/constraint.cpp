@@ -1,5 +1,6 @@
 #include "constraint.hpp"
 
+#include <cassert>
 #include <ostream>
 
 #include "clock.hpp"
@@ -98,15 +99,11 @@ Interval& Interval::operator-=(const Interval& other) {
 }
 
 Interval& Interval::operator+=(const Vesk::Time& t) {
-  mLow += t;
-  mHigh += t;
-  return *this;
+  return *this = *this + t;
 }
 
 Interval& Interval::operator-=(const Vesk::Time& t) {
-  mLow -= t;
-  mHigh -= t;
-  return *this;
+  return *this = *this - t;
 }
 
 Interval Interval::operator+(const Vesk::Time& t) const {
@@ -193,14 +190,16 @@ Constraint& Constraint::operator-=(const Constraint& constraint) {
 }
 
 Constraint& Constraint::operator+=(const Vesk::Time& t) {
-  if (t == Vesk::Time(0)) return *this;
-  for (Interval& interval : mIntervals) interval += t;
+  const Vesk::Time shift = t;  // t may be a bound of this constraint
+  if (shift == Vesk::Time(0)) return *this;
+  for (Interval& interval : mIntervals) interval += shift;
   return *this;
 }
 
 Constraint& Constraint::operator-=(const Vesk::Time& t) {
-  if (t == Vesk::Time(0)) return *this;
-  for (Interval& interval : mIntervals) interval -= t;
+  const Vesk::Time shift = t;  // t may be a bound of this constraint
+  if (shift == Vesk::Time(0)) return *this;
+  for (Interval& interval : mIntervals) interval -= shift;
   return *this;
 }
 
@@ -281,6 +280,8 @@ void Constraint::subtractInside(int index, const Interval& part) {
 
 // Deliberate: what decides whether the last interval met survives is the interval at `first`. When
 // the first interval met is wholly covered, a remainder at the right of the last one is lost too.
+// Deliberate: a last interval that is wholly covered may stay as an empty one until the final
+// clean(), and hides what lies at its left from a later, overlapping part of the operand.
 void Constraint::subtractAcross(int first, int last, const Interval& part) {
   at(first) -= part;
   if (!at(first).empty()) ++first;
@@ -314,6 +315,7 @@ bool Constraint::clamp(int& low, int& high) const {
 }
 
 void Constraint::erase(int i) {
+  assert(0 <= i && i <= lastIndex());
   mIntervals.erase(mIntervals.begin() + i);
 }
 
@@ -324,6 +326,7 @@ bool Constraint::erase(int low, int high) {
 }
 
 void Constraint::insert(int index, const Interval& interval) {
+  assert(0 <= index && index <= lastIndex() + 1);
   mIntervals.insert(mIntervals.begin() + index, interval);
 }
 

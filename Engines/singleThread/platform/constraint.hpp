@@ -100,8 +100,9 @@ std::ostream& operator<<(std::ostream& out, const Interval& interval);
 
 // A timing constraint: a sorted list of disjoint, non-empty intervals over one clock. Operations
 // between constraints over different clocks translate the operand into this constraint's clock by
-// the drift between the two; a null clock has drift 0. clean() restores the order of things after
-// every operation; only the union may leave overlapping intervals, see operator|=.
+// the drift between the two; a null clock has drift 0. Union and difference end with clean(). Only
+// the union may leave overlapping intervals, see operator|=; queries on those stay in range but may
+// overlook an interval.
 class Constraint {
  public:
   // One interval, observable and not dominated. The clock is not owned and may be null; it is also
