@@ -5,7 +5,9 @@
 #include <ostream>
 #include <vector>
 
+#include "clock.hpp"
 #include "constraint.hpp"
+#include "draw.hpp"
 
 constexpr long long NEVER = -2147483648LL;  // the number of Vesk::Time::MIN
 constexpr long long EVER = 2147483647LL;    // the number of Vesk::Time::MAX
@@ -73,5 +75,36 @@ class Probe : public Constraint {
   using Constraint::setMaxUrgency;
   using Constraint::setUrgency;
 };
+
+// A clock that shows what it is told to show.
+class ShownClock : public GenericClock {
+ public:
+  explicit ShownClock(Vesk::Time shown) : reading(shown) {}
+  Vesk::Time time() const override { return reading; }
+  Vesk::Time reading;
+};
+
+// Bounds around the infinities, around 0 and in between.
+inline long long randomBound(Draw& draw) {
+  static const long long LIMITS[] = {NEVER - 1, NEVER,    NEVER + 1, -1,      0,
+                                     1,         EVER - 1, EVER,      EVER + 1};
+  return draw.below(4) == 0 ? LIMITS[draw.below(9)] : draw.between(-5, 45);
+}
+
+inline Piece randomPiece(Draw& draw, long long low, long long high) {
+  return Piece(low, high, static_cast<Urgency>(draw.below(3)),
+               static_cast<Domination>(draw.below(4) == 0),
+               static_cast<Observability>(draw.below(4) != 0));
+}
+
+// Unsorted, overlapping, empty intervals, everything.
+inline Pieces randomMess(Draw& draw) {
+  Pieces pieces;
+  for (int i = draw.below(8); i > 0; --i) {
+    const long long low = randomBound(draw);
+    pieces.push_back(randomPiece(draw, low, randomBound(draw)));
+  }
+  return pieces;
+}
 
 #endif

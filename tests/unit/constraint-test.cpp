@@ -8,7 +8,6 @@
 #include <string>
 #include <type_traits>
 
-#include "clock.hpp"
 #include "constraint-probe.hpp"
 
 using Vesk::Time;
@@ -23,14 +22,6 @@ std::string text(const T& value) {
   out << value;
   return out.str();
 }
-
-// A clock that shows what it is told to show.
-class ShownClock : public GenericClock {
- public:
-  explicit ShownClock(Time shown) : reading(shown) {}
-  Time time() const override { return reading; }
-  Time reading;
-};
 
 Pieces intersection(const Pieces& a, const Pieces& b) {
   Probe probe(a);
