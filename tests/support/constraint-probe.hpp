@@ -60,6 +60,7 @@ class Probe : public Constraint {
   }
   Pieces pieces() const {
     Pieces list;
+    list.reserve(size());
     for (unsigned int i = 0; i < size(); ++i) list.emplace_back((*this)[i]);
     return list;
   }

@@ -322,3 +322,11 @@ TEST(ConstraintQueryTest, AnOverlapMayHideAnInterval) {
   EXPECT_EQ(place(probe, 3), Place(-1, 0));
   EXPECT_EQ(next(probe, 3), 5);
 }
+
+// The lazy interval holds 7; the eager one behind it answers as if it were still to come.
+TEST(ConstraintQueryTest, AnOverlappingEagerIntervalForcesAtItsLowerBoundEvenWhenThatIsPast) {
+  const Probe probe({{0, 10}, {5, 15, EAGER}});
+  EXPECT_EQ(deadline(probe, 7), 5);
+  EXPECT_EQ(observableDeadline(probe, 7), 5);
+  EXPECT_EQ(deadline(probe, 12), 12);
+}

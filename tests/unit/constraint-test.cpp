@@ -519,21 +519,23 @@ TEST(ConstraintTest, WhatIsDominatedAlreadyIsNotSplit) {
 // Operands: the object itself, other clocks
 
 TEST(ConstraintTest, TheOperandMayBeTheObjectItself) {
-  Probe both({{0, 10}, {20, 30, EAGER}});
+  Probe both({{0, 10}, {20, 30, EAGER}, {40, 50}});
   EXPECT_EQ(&(both &= both), &both);
-  EXPECT_EQ(both.pieces(), (Pieces{{0, 10}, {20, 30, EAGER}}));
-  Probe twice({{0, 10}, {20, 30}});
+  EXPECT_EQ(both.pieces(), (Pieces{{0, 10}, {20, 30, EAGER}, {40, 50}}));
+  Probe twice({{0, 10}, {20, 30}, {40, 50}});
   EXPECT_EQ(&(twice |= twice), &twice);
-  EXPECT_EQ(twice.pieces(), (Pieces{{0, 10}, {0, 10}, {20, 30}, {20, 30}}));
-  Probe none({{0, 10}, {20, 30}});
+  EXPECT_EQ(twice.pieces(), (Pieces{{0, 10}, {0, 10}, {20, 30}, {20, 30}, {40, 50}, {40, 50}}));
+  Probe none({{0, 10}, {20, 30}, {40, 50}});
   const Probe& same = none;
   EXPECT_EQ(&(none -= same), &none);
   EXPECT_EQ(none.pieces(), NOTHING);
-  Probe marked({{0, 10}, {20, 30}});
+  Probe marked({{0, 10}, {20, 30}, {40, 50}});
   marked.setDomination(true);
   const Probe& sameMarked = marked;
   marked -= sameMarked;
-  EXPECT_EQ(marked.pieces(), (Pieces{{0, 10, LAZY, DOMINATED}, {20, 30, LAZY, DOMINATED}}));
+  EXPECT_EQ(
+      marked.pieces(),
+      (Pieces{{0, 10, LAZY, DOMINATED}, {20, 30, LAZY, DOMINATED}, {40, 50, LAZY, DOMINATED}}));
 }
 
 // The other clock shows 70 more: its 120 is this one's 50.

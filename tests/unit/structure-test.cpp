@@ -117,7 +117,8 @@ Bits randomBits(Draw& draw) {
     const int value = draw.below(16);
     result[i] = density == 0 ? value == 0 : density == 1 ? value != 0 : value < 8;
   }
-  return density == 3 ? result & (Bits(0xFFFFFFFFu) << (32 * draw.below(4))) : result;
+  const auto word = static_cast<std::size_t>(draw.below(4));
+  return density == 3 ? result & (Bits(0xFFFFFFFFu) << (32 * word)) : result;
 }
 
 // What a global of a model sees that is initialised with the program's own statics.
@@ -629,7 +630,7 @@ TEST(MemoryTest, ReallocateKeepsTheContents) {
 
 namespace {
 
-volatile std::size_t MORE_THAN_ANYBODY_HAS = SIZE_MAX / 2 - 4096;
+volatile std::size_t MORE_THAN_ANYBODY_HAS = SIZE_MAX - 4096;
 
 int handled = 0;
 void giveUpAtTheSecondCall() {
