@@ -56,6 +56,10 @@ class LiteralExploration {
     return copy;
   }
   static char* print(const Node* node);
+  static const char* textOf(const Leaf& leaf) {
+    const Atomleaf* atom = leaf.getAleaf();
+    return atom != nullptr && atom->getVal() != nullptr ? atom->getVal() : "";
+  }
   static void clearFlags() {
     global_error = global_prune = false;
     faulty_leaf = nullptr;
@@ -83,7 +87,7 @@ class LiteralExploration {
   void expand(const Tree& state);
   void push(const Tree& state, Connector* legal, bool stopAtError);
   void take(Pending entry);
-  void arrive(const Tree& tree);
+  void arrive(const Tree& tree, const std::string& text);
   void backtrack();
 
   Compound& mSystem;
@@ -108,8 +112,12 @@ class LiteralExploration {
 };
 
 inline char* LiteralExploration::print(const Node* node) {
-  if (node != nullptr && node->isLeaf()) {
-    return strdup(static_cast<const Leaf*>(node)->getAleaf()->getVal());
+  if (node == nullptr) {
+    std::fputs("at least a library is not generated with explore option\n", stderr);
+    return strdup("");
+  }
+  if (node->isLeaf()) {
+    return strdup(textOf(*static_cast<const Leaf*>(node)));
   }
   char buffer[10000] = "";
   const auto* inner = static_cast<const Nonleaf*>(node);
@@ -145,7 +153,7 @@ inline void LiteralExploration::writePath(FILE* file, const std::list<PathEntry>
   if (path != nullptr) {
     for (auto it = path->rbegin(); it != path->rend(); ++it) std::fprintf(file, "%u, ", it->number);
   }
-  const char* faulty = faulty_leaf != nullptr ? faulty_leaf->getAleaf()->getVal() : "NULL";
+  const char* faulty = faulty_leaf != nullptr ? textOf(*faulty_leaf) : "NULL";
   std::fprintf(file, " :: %s[[%s]]\n", mLabel.c_str(), faulty);
   faulty_leaf = nullptr;
 }
@@ -166,7 +174,7 @@ inline void LiteralExploration::finish(std::size_t stored, const std::list<PathE
     }
     std::fprintf(mOut, ":: %s\n", mLabel.c_str());
     if (faulty_leaf != nullptr) {
-      std::fprintf(mOut, "Faulty atom : %s\n", faulty_leaf->getAleaf()->getVal());
+      std::fprintf(mOut, "Faulty atom : %s\n", textOf(*faulty_leaf));
     }
     faulty_leaf = nullptr;
   }
@@ -227,8 +235,7 @@ inline void LiteralExploration::expand(const Tree& state) {
 inline void LiteralExploration::depthFirst() {
   start();
   Tree root = capture(0);
-  mTable.emplace(textOf(root.get()), 0);
-  writeState(0, textOf(root.get()));
+  writeState(0, mTable.emplace(textOf(root.get()), 0).first->first);
   push(root, mSystem.activate(false), false);
   while (!mStack.empty()) {
     if (global_error || !nextStep(mStack.size())) break;
@@ -271,15 +278,15 @@ inline void LiteralExploration::take(Pending entry) {
     entry.connector->setFeasibleInter(nullptr);
     const auto inserted = mTable.emplace(textOf(tree.get()), mNext);
     writeTransition(from, inserted.first->second);
-    if (inserted.second) arrive(tree);
+    if (inserted.second) arrive(tree, inserted.first->first);
     if (global_error) mFaulty = tree;
   }
   backtrack();
 }
 
-inline void LiteralExploration::arrive(const Tree& tree) {
+inline void LiteralExploration::arrive(const Tree& tree, const std::string& text) {
   const int number = mNext++;
-  writeState(number, textOf(tree.get()));
+  writeState(number, text);
   if (global_prune) {
     if (mPruned != nullptr) std::fprintf(mPruned, "%d || ", number);
     writePath(mPruned, &mPath);
