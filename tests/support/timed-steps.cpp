@@ -1,0 +1,86 @@
+// Linked with one of the example models: their quiet steps allocate nothing.
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <sstream>
+#include <string>
+
+#include "allocation-count.hpp"
+#include "vesk.hpp"
+
+namespace {
+
+constexpr unsigned int WARM_UP = 100;
+constexpr unsigned int STEPS = 400;
+constexpr bool QUIET = true;
+constexpr int SEED = 2;
+
+// A run of the model over simulated time.
+template <class Policy, class Scheduling>
+class ModelRun {
+ public:
+  ModelRun()
+      : mName("model"), mArguments{&mName[0], nullptr}, mSystem(Compound::Create(1, mArguments)) {}
+
+  // Goes on for so many steps.
+  void run(unsigned int steps) {
+    Policy executer(*mSystem, mClock, mSemantics, mScheduling, QUIET, steps, mTrace, SEED,
+                    Vesk::Time(40000));
+    if (!mInitialized) executer.initialize();
+    mInitialized = true;
+    executer.run();
+  }
+  const std::string text() const { return mTrace.str(); }
+  Vesk::Time time() const { return mClock.time(); }
+
+ private:
+  std::string mName;
+  char* mArguments[2];
+  std::unique_ptr<Compound> mSystem;
+  StandardSemantics mSemantics;
+  Scheduling mScheduling;
+  SimuClock mPlatform{"simulated"};
+  LogicalClock mClock{"logical", mPlatform};
+  std::ostringstream mTrace;
+  bool mInitialized = false;
+};
+
+#if VESK_COUNTS_ALLOCATIONS
+
+TEST(TimedStepsTest, QuietStepsByEarliestDeadlineAllocateNothing) {
+  ModelRun<StandardExecuter, EDFScheduler> model;
+  model.run(WARM_UP);
+  const Vesk::Time start = model.time();
+  const long before = allocationCount;
+  model.run(STEPS);
+  EXPECT_EQ(allocationCount, before);
+  EXPECT_GT(model.time(), start);
+  EXPECT_EQ(model.text(), "");
+}
+
+#ifndef VESK_RANDOM_RUN_ENDS
+TEST(TimedStepsTest, QuietRandomStepsAllocateNothing) {
+  ModelRun<RandomExecuter, EmptyScheduler> model;
+  model.run(WARM_UP);
+  const Vesk::Time start = model.time();
+  const long before = allocationCount;
+  model.run(STEPS);
+  EXPECT_EQ(allocationCount, before);
+  EXPECT_GT(model.time(), start);
+  EXPECT_EQ(model.text(), "");
+}
+#endif
+
+#endif
+
+TEST(TimedStepsTest, EqualSeedsGiveEqualRuns) {
+  ModelRun<RandomExecuter, EmptyScheduler> first;
+  ModelRun<RandomExecuter, EmptyScheduler> second;
+  first.run(STEPS);
+  second.run(STEPS);
+  EXPECT_EQ(first.time(), second.time());
+  EXPECT_GT(first.time(), Vesk::Time(0));
+}
+
+}  // namespace
