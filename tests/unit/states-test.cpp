@@ -10,6 +10,7 @@
 #include <memory>
 #include <new>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -120,6 +121,19 @@ TEST(AtomleafTest, KeepsACopyOfItsText) {
   text[0] = 'x';
   EXPECT_STREQ("abc", atom.getVal());
   EXPECT_NE(text, atom.getVal());
+}
+
+TEST(AtomleafTest, TextsOfAnyLengthAreKept) {
+  for (std::size_t length = 0; length < 70; ++length) {
+    const std::string text(length, 'x');
+    Atomleaf atom(text.c_str());
+    EXPECT_EQ(text, atom.getVal());
+    atom.setVal((text + "y").c_str());
+    EXPECT_EQ(text + "y", atom.getVal());
+    atom.setVal(atom.getVal() + length);
+    EXPECT_STREQ("y", atom.getVal());
+    EXPECT_EQ(text, std::unique_ptr<Atomleaf>(Atomleaf(text.c_str()).copy())->getVal());
+  }
 }
 
 TEST(AtomleafTest, CopiesAreIndependent) {
@@ -376,6 +390,33 @@ TEST(NonleafTest, GetLeafDecreasesTheIndexByThePositionOfAChild) {  // Deliberat
   Node* b = leaf("b");
   auto deep = tree({tree({leaf("a")}).release(), b});
   EXPECT_EQ(b, deep->getLeaf(1));
+}
+
+TEST(PooledTest, ObjectsCanBeMadeWithEveryFormOfNew) {
+  std::unique_ptr<Node> plain(leaf("a"));
+  std::unique_ptr<Node> careful(new (std::nothrow) Nonleaf(2));
+  alignas(Atomleaf) unsigned char place[sizeof(Atomleaf)];
+  auto* placed = new (place) Atomleaf("b");
+  EXPECT_STREQ("b", placed->getVal());
+  placed->~Atomleaf();
+  careful.reset();
+  careful.reset(new Nonleaf(1));
+  EXPECT_EQ("a", printed(*plain));
+}
+
+TEST(PooledTest, ManyObjectsComeAndGo) {
+  std::vector<std::unique_ptr<Node>> nodes;
+  for (int round = 0; round < 3; ++round) {
+    for (int i = 0; i < 1000; ++i) {
+      nodes.push_back(
+          tree({leaf(std::to_string(i).c_str()), leaf("long text in the second leaf")}));
+    }
+    for (int i = 0; i < 1000; ++i) {
+      EXPECT_EQ(std::to_string(i) + "long text in the second leaf",
+                printed(*nodes[static_cast<std::size_t>(i)]));
+    }
+    nodes.clear();
+  }
 }
 
 // ---- Printing ------------------------------------------------------------------------------

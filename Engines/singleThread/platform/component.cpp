@@ -20,6 +20,7 @@ const char* const SKIP_TIMED_PRIORITY =
     "WARNING: skip priority for ports with time constraints (not supported yet!) ";
 const char* const PRUNE_MARKER = "PRUNE";
 const char* const ERROR_MARKER = "ERROR";
+constexpr std::size_t MARKER_LENGTH = 5;
 
 constexpr int INITIAL_CAPACITY = 4;
 
@@ -27,10 +28,17 @@ Compound* asCompound(Component* component) {
   return component->isCompound() ? static_cast<Compound*>(component) : nullptr;
 }
 
+bool isShorter(const char* text, std::size_t length) {
+  for (; length != 0; --length) {
+    if (*text++ == '\0') return true;
+  }
+  return false;
+}
+
 // Raises the flag for the marker that stands in the text of a leaf.
 void noteMarker(Leaf* leaf) {
   const char* text = leaf->getAleaf() != nullptr ? leaf->getAleaf()->getVal() : nullptr;
-  if (text == nullptr) return;
+  if (text == nullptr || isShorter(text, MARKER_LENGTH)) return;
   if (std::strstr(text, PRUNE_MARKER) != nullptr) {
     global_prune = true;
   } else if (std::strstr(text, ERROR_MARKER) != nullptr) {

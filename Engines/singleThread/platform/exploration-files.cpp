@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <charconv>
 #include <cstring>
 
 namespace {
@@ -46,12 +47,8 @@ void OutputBuffer::put(const char* text) {
 
 void OutputBuffer::put(std::uint64_t number) {
   char digits[MAX_DIGITS];
-  char* first = digits + MAX_DIGITS;
-  do {
-    *--first = static_cast<char>('0' + number % 10);
-    number /= 10;
-  } while (number != 0);
-  put(first, static_cast<std::size_t>(digits + MAX_DIGITS - first));
+  const char* end = std::to_chars(digits, digits + MAX_DIGITS, number).ptr;
+  put(digits, static_cast<std::size_t>(end - digits));
 }
 
 void OutputBuffer::flush() {

@@ -11,6 +11,7 @@ namespace {
 constexpr std::size_t BLOCK = std::size_t{1} << 20;
 constexpr std::size_t FIRST_SLOTS = 1024;
 constexpr std::uint32_t MAX_STATES = UINT32_MAX - 1;
+constexpr std::size_t FEW = 8;
 constexpr unsigned char LONG = 255;  // stands before the length of a text of so many characters
 
 const char TOO_MANY_STATES[] = "too many states";
@@ -53,6 +54,14 @@ std::size_t readLength(const unsigned char*& cursor) {
   return length;
 }
 
+// Most texts are a few characters long.
+std::size_t lengthOf(const char* text) {
+  for (std::size_t length = 0; length < FEW; ++length) {
+    if (text[length] == '\0') return length;
+  }
+  return FEW + std::strlen(text + FEW);
+}
+
 // The text of a leaf that can be built again from its text, else null.
 const char* plainText(const Node& node) {
   const Atomleaf* atom = static_cast<const Leaf&>(node).getAleaf();
@@ -89,7 +98,7 @@ bool packLike(const Node& shape, const Node* node, StateText& text,
   if (shape.isLeaf()) {
     const char* own = plainText(*node);
     if (own == nullptr) return false;
-    const std::size_t length = std::strlen(own);
+    const std::size_t length = lengthOf(own);
     text.append(own, length);
     appendLength(lengths, length);
     return true;
@@ -155,7 +164,7 @@ Node* StateShape::unpack(const char* text, const unsigned char* lengths) {
 
 // ---- Table -----------------------------------------------------------------------------------
 
-StateTable::StateTable() : mSlots(FIRST_SLOTS, Slot{0, 0}), mPacked(false) {}
+StateTable::StateTable() : mSlots(FIRST_SLOTS, Slot{0, 0}), mPacked(false), mRestored(nullptr) {}
 
 StateTable::Found StateTable::insert(Node* tree) {
   if (count() == 0) mShape.take(tree);
@@ -228,11 +237,12 @@ void StateTable::keep(StateNumber number, std::unique_ptr<Node>& tree) {
 Node* StateTable::restore(StateNumber number) {
   const auto kept = mKept.find(number);
   if (kept != mKept.end()) return kept->second.get();
+  if (mRestored != nullptr && mRestored->getIndex() == number) return mRestored;
   const Text& text = mTexts[number];
-  Node* tree =
+  mRestored =
       mShape.unpack(text.data, reinterpret_cast<const unsigned char*>(text.data + text.length));
-  tree->setIndex(number);
-  return tree;
+  mRestored->setIndex(number);
+  return mRestored;
 }
 
 void StateTable::forget(StateNumber number) {

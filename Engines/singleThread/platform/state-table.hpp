@@ -97,6 +97,7 @@ class StateTable {
   StateText mText;  // of the tree that is looked up, and the lengths of its leaves
   std::vector<unsigned char> mLengths;  // empty when the tree is special
   bool mPacked;                         // false: the tree that was looked up last is special
+  Node* mRestored;                      // the tree that restore() has given last, or null
 };
 
 #endif

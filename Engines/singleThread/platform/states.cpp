@@ -1,5 +1,6 @@
 #include "states.hpp"
 
+#include <charconv>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -18,6 +19,7 @@ namespace {
 const char MISSING_CHILD[] = "at least a library is not generated with explore option\n";
 
 const char SEPARATOR = ',';
+const char SEPARATORS[] = ",";
 
 const char* orEmpty(const char* text) {
   return text != nullptr ? text : "";
@@ -43,14 +45,6 @@ unsigned int hashFirst(const char* text, unsigned int size) {
   if (size == 0) return 0;
   const auto first = static_cast<signed char>(text[0]);
   return static_cast<unsigned int>(static_cast<int>(first)) % size;
-}
-
-char* newCopy(const char* text) {
-  if (text == nullptr) return nullptr;
-  const std::size_t bytes = std::strlen(text) + 1;
-  char* copy = new char[bytes];
-  std::memcpy(copy, text, bytes);
-  return copy;
 }
 
 // Null equals null and nothing else.
@@ -155,18 +149,31 @@ void StateText::reserve(std::size_t more) {
 
 // ---- Atomleaf ------------------------------------------------------------------------------
 
-Atomleaf::Atomleaf(const char* text) : value(newCopy(text)) {}
+Atomleaf::Atomleaf(const char* text) : value(copyOf(text)) {}
 
-Atomleaf::Atomleaf(const Atomleaf& other) : value(newCopy(other.value)) {}
+Atomleaf::Atomleaf(const Atomleaf& other) : Pooled(), value(copyOf(other.value)) {}
 
 Atomleaf::~Atomleaf() {
-  delete[] value;
+  if (value != mShort) delete[] value;
 }
 
 void Atomleaf::setVal(const char* text) {
-  char* fresh = newCopy(text);
-  delete[] value;
-  value = fresh;
+  char* former = value;
+  value = copyOf(text);
+  if (former != mShort) delete[] former;
+}
+
+// The text may be a part of this object's own. Most are a few characters long.
+char* Atomleaf::copyOf(const char* text) {
+  if (text == nullptr) return nullptr;
+  for (std::size_t i = 0; i < sizeof mShort; ++i) {
+    mShort[i] = text[i];
+    if (text[i] == '\0') return mShort;
+  }
+  const std::size_t bytes = std::strlen(text) + 1;
+  char* copy = new char[bytes];
+  std::memcpy(copy, text, bytes);
+  return copy;
 }
 
 int Atomleaf::compare(const Atomleaf* other) const {
@@ -315,8 +322,8 @@ void setVariableState(char* st, const char*, bool value) {
 }
 
 void setVariableState(char* st, const char*, int value) {
-  char text[16];
-  std::snprintf(text, sizeof text, ",%d", value);
+  char text[16] = {SEPARATOR};
+  *std::to_chars(text + 1, text + sizeof text - 1, value).ptr = '\0';
   appendText(st, text);
 }
 
@@ -348,10 +355,13 @@ char* getVariableState(char*& cursor) {
   return vesk_strtok(cursor, SEPARATOR, 5000);
 }
 
+// A number ends before the separator by itself.
 int getIntVariableState(char*& cursor) {
-  char* text = vesk_strtok(cursor, SEPARATOR, 20);
-  const int value = clampToInt(std::strtol(orEmpty(text), nullptr, 10));
-  std::free(text);
+  if (cursor == nullptr) return 0;
+  char* end = nullptr;
+  const int value = clampToInt(std::strtol(cursor, &end, 10));
+  cursor = end + std::strcspn(end, SEPARATORS);
+  if (*cursor != '\0') ++cursor;
   return value;
 }
 

@@ -4,6 +4,9 @@
 #ifndef VESK_STATES_HPP
 #define VESK_STATES_HPP
 
+#include <cstddef>
+#include <new>
+
 class Leaf;
 
 // Set by Compound::getState() when an atom's text contains "ERROR" or, with precedence, "PRUNE";
@@ -13,8 +16,23 @@ extern bool global_prune;
 // The leaf that set one of the flags, or null. Not owned.
 extern Leaf* faulty_leaf;
 
+namespace Vesk {
+
+// Base of small objects that come and go in great numbers: a freed block is kept for the next
+// object of its size. Not thread-safe.
+class Pooled {
+ public:
+  static void* operator new(std::size_t size);
+  static void* operator new(std::size_t size, const std::nothrow_t&) noexcept;
+  static void* operator new(std::size_t, void* place) noexcept { return place; }
+  static void operator delete(void* block, std::size_t size) noexcept;
+  static void operator delete(void*, void*) noexcept {}
+};
+
+}  // namespace Vesk
+
 // The state text of one atom. Null texts are allowed and count as empty ones.
-class Atomleaf {
+class Atomleaf : public Vesk::Pooled {
  public:
   Atomleaf() : value(nullptr) {}
   // Copies the text.
@@ -35,11 +53,14 @@ class Atomleaf {
   Atomleaf* copy() const;
 
  private:
-  char* value;  // new[]; deleted by the destructor
+  char* copyOf(const char* text);
+
+  char* value;  // mShort, or new[] for longer texts, or null; deleted by the destructor
+  char mShort[24];
 };
 
 // A global state or a part of one.
-class Node {
+class Node : public Vesk::Pooled {
  public:
   Node(bool leaf, unsigned int number = 0) : index(number), isleaf(leaf), nOutTrans(0) {}
   Node& operator=(const Node&) = delete;
