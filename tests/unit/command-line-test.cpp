@@ -341,7 +341,7 @@ TEST_F(CommandLineTest, AnExecutionOpensNoFile) {
 }
 
 TEST_F(CommandLineTest, OutputNamesAreCutTo49Characters) {
-  for (const std::size_t length : {0, 1, 40, 41, 43, 44, 45, 46}) {
+  for (const std::size_t length : {0u, 1u, 40u, 41u, 43u, 44u, 45u, 46u}) {
     const Folder folder;
     const std::string base(length, 'b');
     {
@@ -578,6 +578,143 @@ TEST_F(CommandLineTest, TheSystemIsDeletedOnce) {
            {"--quiet"}, {"--opt1", "--simout", "t"}, {"--explore"}, {"--random", "--quiet"}}) {
     EXPECT_EQ(runMain(arguments).out, std::string(BANNER) + "deleted\n");
   }
+}
+
+// ---- Throwing hooks --------------------------------------------------------------------------
+
+namespace {
+
+enum Hook {
+  INITIALIZE,
+  EXECUTE,
+  GET_STATE,
+  SET_STATE,
+  IS_BROADCAST,
+  COMPLETE,
+  GUARD,
+  UP,
+  DN,
+  PRIORITY_SETUP,
+  PRIORITY_LEVEL,
+  PRIORITY_GUARD,
+  HOOKS
+};
+
+constexpr char REACHED[] = "reached\n";
+
+int throwing = HOOKS;  // which hook throws
+
+void visit(Hook hook) {
+  if (throwing != hook) return;
+  std::fputs(REACHED, stderr);
+  throw std::runtime_error("thrown by a hook");
+}
+
+struct HookedAtom : Atom {
+  explicit HookedAtom(const Compound* holder) : Atom("A", holder), port(new Port("go", this)) {
+    addPort(port);
+  }
+  using Atom::initialize;
+  void initialize() override {
+    visit(INITIALIZE);
+    announce();
+  }
+  void execute(Port*) override {
+    visit(EXECUTE);
+    turned = !turned;
+    announce();
+  }
+  Node* getState() override {
+    visit(GET_STATE);
+    return new Leaf(new Atomleaf(turned ? "1," : "0,"));
+  }
+  void setState(Node* state) override {
+    visit(SET_STATE);
+    turned = static_cast<Leaf*>(state)->getAleaf()->getVal()[0] == '1';
+    announce();
+  }
+  void announce() {
+    port->setSynced(false);
+    sync(1, port, 1);
+  }
+  Port* port;
+  bool turned = false;
+};
+
+struct HookedConnector : Connector {
+  HookedConnector(const char* name, const Compound* holder, Port* trigger, Port* listener)
+      : Connector(name, holder, false, 2, trigger, listener) {}
+  using Connector::dn;
+  using Connector::guard;
+  using Connector::up;
+  bool isBroadcast() override {
+    visit(IS_BROADCAST);
+    return true;
+  }
+  bool complete() override {
+    visit(COMPLETE);
+    return mPorts[0]->complete();
+  }
+  bool guard() override {
+    visit(GUARD);
+    return true;
+  }
+  void up() override { visit(UP); }
+  void dn() override { visit(DN); }
+};
+
+struct HookedPriority : Priority {
+  HookedPriority(Compound* holder, Interaction* low, Interaction* high)
+      : Priority(holder, low, high, Vesk::Time(0)) {}
+  void setup() override {
+    visit(PRIORITY_SETUP);
+    Priority::setup();
+  }
+  void setupPrioLevel() override {
+    visit(PRIORITY_LEVEL);
+    Priority::setupPrioLevel();
+  }
+  bool guard() override {
+    visit(PRIORITY_GUARD);
+    return true;
+  }
+};
+
+Compound* hookedModel(int, char**) {
+  System* system = new System;
+  HookedAtom* one = new HookedAtom(system);
+  HookedAtom* other = new HookedAtom(system);
+  system->components().add(one);
+  system->components().add(other);
+  Connector* low = new HookedConnector("low", system, one->port, other->port);
+  Connector* high = new HookedConnector("high", system, other->port, one->port);
+  system->connectors().add(low);
+  system->connectors().add(high);
+  system->priorities().add(new HookedPriority(system, Interaction::Create(low, BitVector(0)),
+                                              Interaction::Create(high, BitVector(0))));
+  return system;
+}
+
+}  // namespace
+
+TEST_F(CommandLineTest, AnExceptionFromAnyHookInAnyModeEndsTheRunInOrder) {
+  create = hookedModel;
+  const std::vector<std::string> modes = {"--execute", "--random", "--interactive", "--realtime",
+                                          "--opt1",    "--opt2",   "--dfs",         "--bfs"};
+  std::vector<int> reached(HOOKS, 0);
+  for (throwing = 0; throwing < HOOKS; ++throwing) {
+    for (const std::string& mode : modes) {
+      const Outcome outcome = runMain({mode, "--limit", "5"}, "0 1 0 1 0 1");
+      const bool thrown = outcome.err.find(REACHED) != std::string::npos;
+      EXPECT_EQ(outcome.status, thrown ? 3 : 0) << throwing << mode;
+      const std::size_t diagnostic = outcome.err.find("vesk: ");
+      EXPECT_EQ(diagnostic != std::string::npos, thrown) << throwing << mode << outcome.err;
+      EXPECT_EQ(outcome.err.find("thrown by a hook") != std::string::npos, thrown)
+          << throwing << mode;
+      reached[static_cast<std::size_t>(throwing)] += thrown;
+    }
+  }
+  for (const int times : reached) EXPECT_GT(times, 0);
 }
 
 // ---- Every mixture of flags ------------------------------------------------------------------

@@ -363,7 +363,7 @@ TEST_F(ConsoleTest, APathHasAtMostAThousandEntries) {
 }
 
 TEST_F(ConsoleTest, LinesOfMoreThan999CharactersAreReadInParts) {
-  for (const std::size_t length : {998, 999, 1000, 1001, 5000}) {
+  for (const std::size_t length : {998u, 999u, 1000u, 1001u, 5000u}) {
     const std::string label(length - std::strlen("(0,,1)\n"), 'l');
     const std::string line = "(0," + label + ",1)\n";
     const std::string lastPart = line.substr((length - 1) / 999 * 999);

@@ -241,7 +241,7 @@ TEST(SingleStepTest, EveryPrefixOfADialogueEndsByItself) {
 // ---- Long words ------------------------------------------------------------------------------
 
 TEST(SingleStepTest, ALongWordStaysOneWord) {
-  for (const std::size_t length : {254, 255, 256, 257, 1 << 20}) {
+  for (const std::size_t length : {254u, 255u, 256u, 257u, 1u << 20}) {
     const std::string garbage(length, 'z');
     EXPECT_EQ(talk<Plain>(garbage + "\n0\n").out, std::string(LIST) + prompts(2) + GOODBYE)
         << length;
