@@ -2,19 +2,16 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <new>
 #include <sstream>
 #include <string>
 #include <type_traits>
 
+#include "allocations.hpp"
 #include "constraint-probe.hpp"
 
 using Vesk::Time;
 
 namespace {
-
-long allocations = 0;
 
 template <class T>
 std::string text(const T& value) {
@@ -57,18 +54,6 @@ Pieces cleaned(const Pieces& a) {
 const Pieces NOTHING;
 
 }  // namespace
-
-void* operator new(std::size_t bytes) {
-  ++allocations;
-  if (void* block = std::malloc(bytes)) return block;
-  throw std::bad_alloc();
-}
-void operator delete(void* block) noexcept {
-  std::free(block);
-}
-void operator delete(void* block, std::size_t) noexcept {
-  std::free(block);
-}
 
 static_assert(std::has_virtual_destructor_v<Constraint>, "a constraint is a polymorphic class");
 static_assert(std::is_copy_constructible_v<Constraint> && std::is_copy_assignable_v<Constraint>,
@@ -638,8 +623,9 @@ TEST(ConstraintTest, OperationsAllocateNothingOnceTheRoomIsThere) {
     work.deadline(Time(3));
   };
   for (int i = 0; i < 100; ++i) step();
-  const long before = allocations;
+  ASSERT_TRUE(model::COUNTING);
+  const long before = model::Allocations::made;
   for (int i = 0; i < 1000; ++i) step();
-  EXPECT_EQ(allocations, before);
+  EXPECT_EQ(model::Allocations::made, before);
   EXPECT_GT(before, 0);
 }
