@@ -18,15 +18,14 @@ _vesk_options='--execute --explore --realtime --random --quiet --trace --dfs --b
 # _vesk_files <beginning> [<suffix>]: folders, and the files of the suffix.
 _vesk_files() {
   compopt -o filenames 2>/dev/null
-  local IFS=$'\n'
-  COMPREPLY=($(
+  mapfile -t COMPREPLY < <(
     if [ -n "${2-}" ]; then
       compgen -d -- "$1"
       compgen -f -X "!*$2" -- "$1"
     else
       compgen -f -- "$1"
     fi | sort -u
-  ))
+  )
 }
 
 # _vesk_output_names <beginning>: folders, and the names of earlier explorations.
@@ -65,7 +64,7 @@ _vesk_model() {
     -l | --limit | --seed) ;;
     *)
       case $word in
-        -*) COMPREPLY=($(compgen -W "$_vesk_options" -- "$word")) ;;
+        -*) mapfile -t COMPREPLY < <(compgen -W "$_vesk_options" -- "$word") ;;
         *) _vesk_operands "$1" "$word" ;;
       esac
       ;;
