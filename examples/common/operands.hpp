@@ -19,6 +19,10 @@ class Operands {
   // The words themselves are neither changed nor reordered.
   Operands(const char* model, int argc, char** argv);
 
+  // The line asks for help or has a bad option; there are no operands then.
+  bool engineEndsProgram() const { return mEngineEndsProgram; }
+  // The next operand, or null when there is none left.
+  const char* word();
   // The next operand, a number from low to high; the given value when there is none left.
   int number(const char* meaning, int value, int low, int high);
   // To be called last: complains about an operand that is left over.
@@ -28,6 +32,7 @@ class Operands {
   const char* mModel;         // starts every message
   std::vector<char*> mWords;  // the operands
   std::vector<char*>::size_type mNext = 0;
+  bool mEngineEndsProgram = false;
 };
 
 inline Operands::Operands(const char* model, int argc, char** argv) : mModel(model) {
@@ -52,26 +57,29 @@ inline Operands::Operands(const char* model, int argc, char** argv) : mModel(mod
                                    {nullptr, 0, nullptr, 0}};
   std::vector<char*> words(argv, argv + argc);
   words.push_back(nullptr);
-  bool engineEndsProgram = false;
   opterr = 0;
   optind = 0;
   for (int found; (found = getopt_long(argc, words.data(), "o:l:s:r", OPTIONS, nullptr)) != -1;) {
     if (found == 'h' || found == '?' || (found == 'r' && optarg == nullptr)) {
-      engineEndsProgram = true;
+      mEngineEndsProgram = true;
     }
   }
-  if (!engineEndsProgram) mWords.assign(words.begin() + optind, words.end() - 1);
+  if (!mEngineEndsProgram) mWords.assign(words.begin() + optind, words.end() - 1);
   opterr = 1;
   optind = 0;
 }
 
+inline const char* Operands::word() {
+  return mNext < mWords.size() ? mWords[mNext++] : nullptr;
+}
+
 inline int Operands::number(const char* meaning, int value, int low, int high) {
-  if (mNext == mWords.size()) return value;
-  const char* word = mWords[mNext++];
-  const char* end = word + std::strlen(word);
-  const std::from_chars_result result = std::from_chars(word, end, value);
+  const char* text = word();
+  if (text == nullptr) return value;
+  const char* end = text + std::strlen(text);
+  const std::from_chars_result result = std::from_chars(text, end, value);
   if (result.ec != std::errc() || result.ptr != end || value < low || value > high) {
-    std::fprintf(stderr, "%s: %s: '%s' is not a number from %d to %d\n", mModel, meaning, word, low,
+    std::fprintf(stderr, "%s: %s: '%s' is not a number from %d to %d\n", mModel, meaning, text, low,
                  high);
     std::exit(2);
   }

@@ -1,0 +1,343 @@
+// Whole runs of vesk-pnml: nets whose state spaces are known from formulas, and published ones.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "pnml-text.hpp"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// Sizes that only an optimised build explores within seconds.
+#ifdef VESK_LARGE_RUNS
+constexpr bool LARGE = true;
+#else
+constexpr bool LARGE = false;
+#endif
+
+// What an exploration finds.
+struct Size {
+  long long states;
+  long long transitions;
+  long long deadlocks;
+};
+
+bool operator==(const Size& one, const Size& other) {
+  return one.states == other.states && one.transitions == other.transitions &&
+         one.deadlocks == other.deadlocks;
+}
+
+std::ostream& operator<<(std::ostream& out, const Size& size) {
+  return out << size.states << " states, " << size.transitions << " transitions, " << size.deadlocks
+             << " deadlocks";
+}
+
+std::string contentOf(const fs::path& file) {
+  std::ostringstream text;
+  text << std::ifstream(file, std::ios::binary).rdbuf();
+  return text.str();
+}
+
+long long linesOf(const fs::path& file) {
+  std::ifstream in(file);
+  std::string line;
+  long long count = 0;
+  while (std::getline(in, line)) ++count;
+  return count;
+}
+
+// A folder that lives as long as a test.
+class PnmlRunTest : public testing::Test {
+ protected:
+  PnmlRunTest() {
+    std::string name = (fs::temp_directory_path() / "vesk-pnml-XXXXXX").string();
+    mFolder = mkdtemp(name.data());
+  }
+  ~PnmlRunTest() override { fs::remove_all(mFolder); }
+
+  fs::path file(const char* name) const { return mFolder / name; }
+
+  fs::path save(const std::string& body) const {
+    const fs::path name = file("net.pnml");
+    std::ofstream(name, std::ios::binary) << netDocument(body);
+    return name;
+  }
+
+  // The exit status, -1 when a signal ended the run. Output and error go to files.
+  int run(const std::string& arguments) const {
+    const std::string command = "cd '" + mFolder.string() + "' && '" VESK_PNML "' " + arguments +
+                                " >output 2>error </dev/null";
+    const int status = std::system(command.c_str());
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  }
+
+  Size explore(const fs::path& net, const std::string& how) const {
+    EXPECT_EQ(0, run("'" + net.string() + "' --" + how + " -o out"));
+    EXPECT_EQ("", contentOf(file("error")));
+    Size size{-1, -1, linesOf(file("out.deadlock"))};
+    std::sscanf(contentOf(file("out.aut")).c_str(), "des(0, %lld, %lld)", &size.transitions,
+                &size.states);
+    EXPECT_NE(
+        std::string::npos,
+        contentOf(file("output")).find("\nFinal size : " + std::to_string(size.states) + "\n"));
+    EXPECT_EQ(size.states, linesOf(file("out.state")));
+    return size;
+  }
+
+  void expectSize(const Size& size, const std::string& body) const {
+    const fs::path net = save(body);
+    EXPECT_EQ(size, explore(net, "bfs"));
+    EXPECT_EQ(size, explore(net, "dfs"));
+  }
+
+  void expectPublishedSizes(const std::string& how) const;
+
+ private:
+  fs::path mFolder;
+};
+
+std::string indexed(const char* name, int i) {
+  return name + std::to_string(i);
+}
+
+// Everybody takes the two forks in any order and puts both back at once.
+std::string philosophers(int n) {
+  std::string text;
+  for (int i = 0; i < n; ++i) {
+    text += placeText(indexed("think", i), 1) + placeText(indexed("fork", i), 1) +
+            placeText(indexed("left", i), 0) + placeText(indexed("right", i), 0) +
+            placeText(indexed("eat", i), 0);
+  }
+  for (int i = 0; i < n; ++i) {
+    const std::string mine = indexed("fork", i);
+    const std::string other = indexed("fork", (i + 1) % n);
+    const std::string think = indexed("think", i);
+    const std::string left = indexed("left", i);
+    const std::string right = indexed("right", i);
+    const std::string eat = indexed("eat", i);
+    text += stepText(indexed("take-left", i), {think, mine}, {left}) +
+            stepText(indexed("take-right", i), {think, other}, {right}) +
+            stepText(indexed("then-right", i), {left, other}, {eat}) +
+            stepText(indexed("then-left", i), {right, mine}, {eat}) +
+            stepText(indexed("drop", i), {eat}, {think, mine, other});
+  }
+  return text;
+}
+
+long long power(long long base, int exponent) {
+  return exponent == 0 ? 1 : base * power(base, exponent - 1);
+}
+
+// A reader takes one of R keys, a writer all of them.
+std::string readersWritersWithKeys(int readers, int writers) {
+  std::string text = placeText("keys", readers);
+  for (int i = 0; i < readers; ++i) {
+    const std::string idle = indexed("reader", i);
+    const std::string busy = indexed("reading", i);
+    text += placeText(idle, 1) + placeText(busy, 0) +
+            stepText(indexed("read", i), {idle, "keys"}, {busy}) +
+            stepText(indexed("close", i), {busy}, {idle, "keys"});
+  }
+  for (int i = 0; i < writers; ++i) {
+    const std::string idle = indexed("writer", i);
+    const std::string busy = indexed("writing", i);
+    text += placeText(idle, 1) + placeText(busy, 0) +
+            stepText(indexed("write", i), {idle}, {busy}) +
+            arcText("keys", indexed("write", i), readers) +
+            stepText(indexed("store", i), {busy}, {idle}) +
+            arcText(indexed("store", i), "keys", readers);
+  }
+  return text;
+}
+
+// Readers start while nobody writes, writers while nobody reads or writes.
+std::string readersWritersWithInhibitors(int readers, int writers) {
+  std::string text = placeText("readers", 0) + placeText("writers", 0);
+  for (int i = 0; i < readers; ++i) {
+    const std::string idle = indexed("reader", i);
+    const std::string busy = indexed("reading", i);
+    text += placeText(idle, 1) + placeText(busy, 0) +
+            stepText(indexed("read", i), {idle}, {busy, "readers"}) +
+            inhibitorText("writers", indexed("read", i)) +
+            stepText(indexed("close", i), {busy, "readers"}, {idle});
+  }
+  for (int i = 0; i < writers; ++i) {
+    const std::string idle = indexed("writer", i);
+    const std::string busy = indexed("writing", i);
+    text += placeText(idle, 1) + placeText(busy, 0) +
+            stepText(indexed("write", i), {idle}, {busy, "writers"}) +
+            inhibitorText("writers", indexed("write", i)) +
+            inhibitorText("readers", indexed("write", i)) +
+            stepText(indexed("store", i), {busy, "writers"}, {idle});
+  }
+  return text;
+}
+
+// Any of the readers read, or one of the writers writes.
+Size readersWritersSize(int readers, int writers) {
+  return {power(2, readers) + writers, readers * power(2, readers) + 2 * writers, 0};
+}
+
+// The buffer of k items is bounded by free slots, or by an inhibitor arc of weight k.
+std::string producerConsumer(int k, bool slots) {
+  std::string text = placeText("ready", 1) + placeText("made", 0) + placeText("hungry", 1) +
+                     placeText("got", 0) + placeText("buffer", 0) +
+                     stepText("make", {"ready"}, {"made"}) + stepText("eat", {"got"}, {"hungry"});
+  if (slots) {
+    text += placeText("slots", k) + stepText("put", {"made", "slots"}, {"ready", "buffer"}) +
+            stepText("get", {"hungry", "buffer"}, {"got", "slots"});
+  } else {
+    text += stepText("put", {"made"}, {"ready", "buffer"}) + inhibitorText("buffer", "put", k) +
+            stepText("get", {"hungry", "buffer"}, {"got"});
+  }
+  return text;
+}
+
+// Producer and consumer have two states each and the buffer k + 1. Making and eating are possible
+// in half of them, putting and getting in a quarter of those with room and with items.
+Size producerConsumerSize(int k) {
+  return {4 * (k + 1LL), 4 * (k + 1LL) + 4LL * k, 0};
+}
+
+// One transition from n marked places.
+std::string wideNet(int n) {
+  std::vector<std::string> places;
+  std::string text;
+  for (int i = 0; i < n; ++i) {
+    places.push_back(indexed("a-place-with-a-rather-long-name-", i));
+    text += placeText(places.back(), 1);
+  }
+  return text + stepText("t", places, {});
+}
+
+std::string ring(int n) {
+  std::string text;
+  for (int i = 0; i < n; ++i) text += placeText(indexed("p", i), i == 0 ? 1 : 0);
+  for (int i = 0; i < n; ++i) {
+    text += stepText(indexed("t", i), {indexed("p", i)}, {indexed("p", (i + 1) % n)});
+  }
+  return text;
+}
+
+}  // namespace
+
+// ---- Families ----------------------------------------------------------------------------------
+
+// Each fork lies on the table or is in one of two hands, and that is the state. A fork that lies
+// there can be taken by two, and who has both can drop them.
+TEST_F(PnmlRunTest, PhilosophersHaveThreeStatesPerFork) {
+  for (int n = 3; n <= (LARGE ? 11 : 7); ++n) {
+    SCOPED_TRACE(n);
+    expectSize({power(3, n), 7 * n * power(3, n - 2), 2}, philosophers(n));
+  }
+}
+
+TEST_F(PnmlRunTest, ReadersAndWritersExcludeEachOtherByWeights) {
+  for (int readers : {1, 2, 5, LARGE ? 12 : 8}) {
+    for (int writers : {1, 3}) {
+      SCOPED_TRACE(readers);
+      expectSize(readersWritersSize(readers, writers), readersWritersWithKeys(readers, writers));
+    }
+  }
+}
+
+TEST_F(PnmlRunTest, ReadersAndWritersExcludeEachOtherByInhibitorArcs) {
+  for (int readers : {1, 2, 5, LARGE ? 12 : 8}) {
+    for (int writers : {1, 3}) {
+      SCOPED_TRACE(readers);
+      expectSize(readersWritersSize(readers, writers),
+                 readersWritersWithInhibitors(readers, writers));
+    }
+  }
+}
+
+TEST_F(PnmlRunTest, ProducerAndConsumerShareABoundedBuffer) {
+  for (int k : {1, 2, 9, 10, 99, 1000}) {
+    SCOPED_TRACE(k);
+    expectSize(producerConsumerSize(k), producerConsumer(k, true));
+    expectSize(producerConsumerSize(k), producerConsumer(k, false));
+  }
+}
+
+// ---- Published sizes ---------------------------------------------------------------------------
+
+void PnmlRunTest::expectPublishedSizes(const std::string& how) const {
+  const fs::path folder = VESK_PUBLISHED_NETS;
+  std::ifstream counts(folder / "counts.tsv");
+  if (!counts) GTEST_SKIP() << "there are no published nets in " << folder;
+  constexpr long long SMALL = 200000;  // transitions
+  int explored = 0;
+  for (std::string line; std::getline(counts, line);) {
+    if (line[0] == '#') continue;
+    std::istringstream fields(line);
+    std::string name;
+    int places = 0;
+    int transitions = 0;
+    Size size{};
+    ASSERT_TRUE(fields >> name >> places >> transitions >> size.states >> size.transitions >>
+                size.deadlocks)
+        << line;
+    if (!LARGE && size.transitions > SMALL) continue;
+    EXPECT_EQ(size, explore(folder / (name + ".pnml"), how)) << name;
+    ++explored;
+  }
+  EXPECT_LT(0, explored);
+}
+
+TEST_F(PnmlRunTest, PublishedNetsHaveTheirPublishedSizesBreadthFirst) {
+  expectPublishedSizes("bfs");
+}
+
+TEST_F(PnmlRunTest, PublishedNetsHaveTheirPublishedSizesDepthFirst) {
+  expectPublishedSizes("dfs");
+}
+
+// ---- Limits ------------------------------------------------------------------------------------
+
+TEST_F(PnmlRunTest, ATransitionMayHave128PlacesAndALongLabel) {
+  expectSize({2, 1, 1}, wideNet(128));
+  std::string label = "n/t/";
+  for (int i = 0; i < 128; ++i) {
+    if (i > 0) label += "|";
+    label += indexed("a-place-with-a-rather-long-name-", i) + ":-1";
+  }
+  ASSERT_LT(1023u, label.size());
+  const std::string transitions = contentOf(file("out.aut"));
+  EXPECT_NE(std::string::npos, transitions.find("\n(0, " + label + ", 1)\n"));
+}
+
+TEST_F(PnmlRunTest, ATransitionWith129PlacesIsRefused) {
+  save(wideNet(129));
+  EXPECT_EQ(2, run("net.pnml --bfs -o out"));
+  EXPECT_EQ("net.pnml:131:1: transition \"t\" has 129 places, expected at most 128\n",
+            contentOf(file("error")));
+  EXPECT_FALSE(fs::exists(file("out.aut")));
+}
+
+TEST_F(PnmlRunTest, LargeNetsAreLoaded) {
+  save(ring(LARGE ? 100000 : 5000));
+  EXPECT_EQ(0, run("net.pnml --opt2 --limit 3"));
+  EXPECT_EQ(
+      "VESK mono-threaded engine. Version: Engines: d20101124\n"
+      "scheduler : n/t0/p0:-1|p1:+1\nscheduler : n/t1/p1:-1|p2:+1\nscheduler : n/t2/p2:-1|p3:+1\n",
+      contentOf(file("output")));
+  EXPECT_EQ("", contentOf(file("error")));
+}
+
+TEST_F(PnmlRunTest, TooManyTokensEndAnExplorationWithItsFilesComplete) {
+  save(placeText("sink", 2147483646) + stepText("t", {}, {"sink"}));
+  for (const std::string how : {"bfs", "dfs"}) {
+    EXPECT_EQ(3, run("net.pnml --" + how + " -o out"));
+    EXPECT_EQ(
+        "vesk: the run ends by an exception: place sink gets 2147483648 tokens, at most 2147483647 "
+        "are possible\n",
+        contentOf(file("error")));
+    EXPECT_EQ(0u, contentOf(file("out.aut")).find("des(0, 1, 2)"));
+  }
+}
