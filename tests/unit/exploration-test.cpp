@@ -1,9 +1,8 @@
 #include "exploration-fixture.hpp"
 
 #include <random>
-#include <set>
-#include <sstream>
 
+#include "exploration-checker.hpp"
 #include "exploration-files.hpp"
 #include "state-table.hpp"
 
@@ -46,30 +45,8 @@ Automaton* atomOf(System& system, int i) {
   return static_cast<Automaton*>(system.components()[i]);
 }
 
-std::set<std::string> lines(const std::string& text) {
-  std::set<std::string> found;
-  std::istringstream stream(text);
-  for (std::string line; std::getline(stream, line);) found.insert(line);
-  return found;
-}
-
-// The transitions with texts of states in place of their numbers, which differ from search to
-// search.
-std::set<std::string> transitionsByText(const Explored& explored) {
-  std::map<std::string, std::string> texts;
-  for (const std::string& line : lines(explored.state)) {
-    const std::size_t colon = line.find(" : ");
-    texts[line.substr(0, colon)] = line.substr(colon + 3);
-  }
-  std::set<std::string> found;
-  for (const std::string& line : lines(explored.aut)) {
-    if (line[0] != '(') continue;
-    const std::size_t first = line.find(", ");
-    const std::size_t last = line.rfind(", ");
-    found.insert(texts.at(line.substr(1, first - 1)) + line.substr(first, last - first) +
-                 texts.at(line.substr(last + 2, line.size() - last - 3)));
-  }
-  return found;
+ExplorationChecker checked(const Explored& explored) {
+  return ExplorationChecker(explored.aut, explored.state, explored.pruned, explored.deadlock);
 }
 
 }  // namespace
@@ -565,9 +542,11 @@ TEST(TwoLevelTest, BothSearchesFindTheSameStatesAndLabelledTransitions) {
     system.join("outer", {atom->addPort("p", {{0, 1}, {1, 0}}), group->xPort()});
     const Explored wide = explored(system, BFS);
     const Explored deep = explored(system, DFS);
-    EXPECT_EQ(transitionsByText(wide), transitionsByText(deep));
-    EXPECT_NE("", wide.aut);
-    EXPECT_EQ(lines(wide.state).size(), lines(deep.state).size());
+    EXPECT_EQ("", checked(wide).faults() + checked(wide).missing());
+    EXPECT_EQ("", checked(deep).faults() + checked(deep).missing());
+    EXPECT_EQ(checked(wide).transitionsByText(), checked(deep).transitionsByText());
+    EXPECT_EQ(checked(wide).stateTexts(), checked(deep).stateTexts());
+    EXPECT_LT(5U, checked(wide).stateCount());
   }
 }
 
