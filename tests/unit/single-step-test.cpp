@@ -107,8 +107,7 @@ TEST(SingleStepTest, WithNothingLegalTheListIsEmptyAndTheUserIsAskedAllTheSame) 
 }
 
 TEST(SingleStepTest, ANumberBeyondTheListEndsTheRun) {
-  for (const char* number :
-       {"3", "2147483647", "2147483648", "99999999999", "999999999999999999999999999999"}) {
+  for (const char* number : {"3", "2147483647"}) {
     EXPECT_EQ(talk<Plain>(std::string(number) + "\n1\n").out,
               std::string(LIST) + PROMPT + "Invalid choice\n" + GOODBYE)
         << number;
@@ -116,7 +115,8 @@ TEST(SingleStepTest, ANumberBeyondTheListEndsTheRun) {
 }
 
 TEST(SingleStepTest, NegativeNumbersAndGarbageAskAgain) {
-  for (const char* word : {"-1", "-7", "-2147483649", "-99999999999", "z", "--", "+", "?1", ""}) {
+  for (const char* word : {"-1", "-7", "-2147483649", "-99999999999", "2147483648", "99999999999",
+                           "999999999999999999999999999999", "z", "--", "+", "?1", ""}) {
     const int asked = *word == '\0' ? 1 : 2;
     EXPECT_EQ(talk<Plain>(std::string(word) + "\n0\n").out,
               std::string(LIST) + prompts(asked) + GOODBYE)

@@ -33,13 +33,11 @@ bool readWord(std::string& word) {
   return !word.empty();
 }
 
-// The decimal number at the start of a word, clamped to an int; ASK_AGAIN when there is none.
+// The decimal number at the start of a word; ASK_AGAIN when there is none or it fits no int.
 int parseNumber(const std::string& word) {
   char* end = nullptr;
-  const long number = std::strtol(word.c_str(), &end, 10);
-  if (end == word.c_str()) return ASK_AGAIN;
-  if (number > INT_MAX) return INT_MAX;
-  if (number < INT_MIN) return INT_MIN;
+  const long long number = std::strtoll(word.c_str(), &end, 10);
+  if (end == word.c_str() || number < INT_MIN || number > INT_MAX) return ASK_AGAIN;
   return static_cast<int>(number);
 }
 
