@@ -222,6 +222,16 @@ TEST_F(RunTest, TheLimitCountsFromZeroInEveryRun) {
   EXPECT_EQ(out.str(), line + line + limitLine(2) + line + line + limitLine(2));
 }
 
+TEST_F(RunTest, AnUrgentPortThatNeverMovesOnRunsToTheLimitInNoTime) {
+  int fired = 0;
+  ScriptedPort& port = *new ScriptedPort("a", {Time(0), Time::MAX, Time(0)}, nullptr, &atom);
+  atom.addPort(&port);
+  port.onExecute = [&] { ++fired; };
+  EXPECT_EQ(trace(100000, QUIET), "");
+  EXPECT_EQ(fired, 100000);
+  EXPECT_EQ(logical.time(), Time(0));
+}
+
 // Urgency
 
 TEST_F(RunTest, CatchingUpBeyondADeadlineViolatesUrgency) {
@@ -573,6 +583,23 @@ TEST_F(RandomExecuterTest, TheTimeIsTruncated) {
   scriptDraws({214748365, 0});
   executer.run();
   EXPECT_EQ(executer.time(), Time(1));
+}
+
+TEST_F(RandomExecuterTest, TheDrawnTimeIsExactForEveryWidth) {
+  ScriptedPort& port = add("a");
+  Exposed<RandomExecuter> executer = make<RandomExecuter>(everything, 1, QUIET);
+  for (long long width :
+       {1LL, 2LL, 3LL, 1000LL, 999983LL, 40000001LL, 2147483641LL, 2147483646LL}) {
+    for (int draw : {0, 1, 2, 3, 715827882, 715827883, 1 << 30, (1 << 30) - 1, 1431655765,
+                     RAND_MAX - 2, RAND_MAX - 1, RAND_MAX}) {
+      logical.reset();
+      platform.set({Time(0)});
+      port.window.due = Time(width);
+      scriptDraws({draw, 0});
+      executer.run();
+      ASSERT_EQ(executer.time(), Time((width * draw) >> 31)) << width << " wide, draw " << draw;
+    }
+  }
 }
 
 TEST_F(RandomExecuterTest, WithoutADeadlineTheWholeHorizonIsDrawnFrom) {
