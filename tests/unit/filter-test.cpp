@@ -2,8 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <deque>
+#include <random>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "executables.hpp"
 #include "scripted.hpp"
@@ -38,6 +42,8 @@ class FilterTest : public testing::Test {
     filter.filter(executables, wait);
     return left();
   }
+
+  std::deque<ScriptedPort>& ports() { return mPorts; }
 
   Executables executables;
   Interval wait{Time(NOW), Time::MAX, LAZY, false, true};
@@ -351,6 +357,83 @@ TEST_F(EDFdeltaSchedulerTest, TheMarginCanBeReadAndChanged) {
 TEST_F(EDFdeltaSchedulerTest, AnEmptySetIsLeftAlone) {
   EXPECT_EQ(leftAfter(EDFdeltaScheduler(Time(0))), "");
   EXPECT_EQ(wait.high(), Time::MAX);
+}
+
+// All filters against their definitions, on random times
+
+class RandomTimesTest : public FilterTest {
+ protected:
+  using Candidate = std::pair<Time, Time>;  // deadline, next
+
+  Time draw() {
+    return mRandom() % 6 == 0 ? Time::MAX : Time(static_cast<int>(mRandom() % 8) + 10);
+  }
+  // A set of up to seven ports named by letters.
+  std::vector<Candidate> fill() {
+    std::vector<Candidate> candidates(mRandom() % 8);
+    for (std::size_t i = 0; i < candidates.size(); ++i) {
+      candidates[i] = {draw(), draw()};
+      const char name[] = {static_cast<char>('a' + i), '\0'};
+      add(name, candidates[i].second, candidates[i].first);
+    }
+    return candidates;
+  }
+  void clear() {
+    executables = Executables();
+    wait = Interval(Time(NOW), Time::MAX, LAZY, false, true);
+    ports().clear();
+    log.clear();
+  }
+  template <class Keep>
+  static std::string names(const std::vector<Candidate>& candidates, Keep keep) {
+    std::string kept;
+    for (std::size_t i = 0; i < candidates.size(); ++i) {
+      if (keep(candidates[i])) kept += static_cast<char>('a' + i);
+    }
+    return kept;
+  }
+  static bool byNext(const Candidate& left, const Candidate& right) {
+    return std::make_pair(left.second, left.first) < std::make_pair(right.second, right.first);
+  }
+
+ private:
+  std::mt19937 mRandom{1};
+};
+
+TEST_F(RandomTimesTest, TheSemanticsKeepsWhatBeginsByTheEarliestDeadline) {
+  for (int round = 0; round < 2000; ++round, clear()) {
+    const std::vector<Candidate> all = fill();
+    Time latest = Time::MAX;
+    for (const Candidate& one : all) latest = std::min(latest, one.first);
+    ASSERT_EQ(leftAfter(StandardSemantics()), names(all, [&](const Candidate& one) {
+                return one.second != Time::MAX && one.second <= latest;
+              }));
+    ASSERT_EQ(wait.high(), latest);
+  }
+}
+
+TEST_F(RandomTimesTest, EarliestDeadlineFirstKeepsTheLeastPair) {
+  for (int round = 0; round < 2000; ++round, clear()) {
+    const std::vector<Candidate> all = fill();
+    const auto least = std::min_element(all.begin(), all.end());
+    ASSERT_EQ(leftAfter(EDFScheduler()),
+              names(all, [&](const Candidate& one) { return one == *least; }));
+  }
+}
+
+TEST_F(RandomTimesTest, TheMarginSwitchesToTheLeastPairByNextTime) {
+  for (int round = 0; round < 4000; ++round, clear()) {
+    const Time margin(round % 9);
+    const std::vector<Candidate> all = fill();
+    Candidate kept(Time::MAX, Time::MAX);
+    if (!all.empty()) {
+      const Candidate urgent = *std::min_element(all.begin(), all.end());
+      const Candidate soon = *std::min_element(all.begin(), all.end(), byNext);
+      kept = soon.second + margin < urgent.first ? soon : urgent;
+    }
+    ASSERT_EQ(leftAfter(EDFdeltaScheduler(margin)),
+              names(all, [&](const Candidate& one) { return one == kept; }));
+  }
 }
 
 }  // namespace

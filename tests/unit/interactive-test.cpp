@@ -3,6 +3,8 @@
 
 #include <cstdlib>
 #include <iostream>
+#include <iterator>
+#include <random>
 #include <sstream>
 #include <string>
 
@@ -463,6 +465,48 @@ TEST_F(InteractiveTest, EveryPrefixOfASessionEndsByItself) {
       ASSERT_GE(text.size(), BUG.size());
       ASSERT_EQ(text.substr(text.size() - BUG.size()), BUG);
     }
+  }
+}
+
+TEST_F(InteractiveTest, RandomBytesEndByThemselves) {
+  const std::string words[] = {"0",
+                               "1",
+                               "2",
+                               "5",
+                               "10",
+                               "-1",
+                               "11",
+                               "r",
+                               "c",
+                               "p",
+                               "l",
+                               "x",
+                               "4294967296",
+                               "\n",
+                               " ",
+                               "\r\n",
+                               std::string(1, '\0'),
+                               "\xff",
+                               "99999999999999999999"};
+  std::mt19937 random(1);
+  for (int round = 0; round < 2000; ++round) {
+    Compound system("system", nullptr);
+    ScriptedAtom& holder = *new ScriptedAtom(system);
+    holder.add("b", {Time(4000)});
+    holder.add("a", {Time(0), Time::MAX, Time(10000)});
+    SimuClock clock("simulated");
+    LogicalClock over("logical", clock);
+    InteractiveExecuter executer(system, over, semantics, everything, LOUD, 0, std::cout,
+                                 Time(40000));
+    std::string input;
+    for (unsigned long n = random() % 60; n > 0; --n) {
+      input += words[random() % std::size(words)];
+      if (random() % 3 != 0) input += ' ';
+      if (random() % 20 == 0) input += static_cast<char>(random());
+    }
+    const std::string text = session(executer, input);
+    ASSERT_GE(text.size(), BUG.size());
+    ASSERT_EQ(text.substr(text.size() - BUG.size()), BUG);
   }
 }
 
