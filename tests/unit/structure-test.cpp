@@ -350,6 +350,18 @@ TEST(BitVectorTest, TheHashReducesTheWordsOneAfterTheOther) {
   }
 }
 
+TEST(BitVectorTest, EqualSetsScatterAlikeAndAllSmallOnesApart) {
+  std::vector<std::size_t> places = {BitVector::EMPTY.scattered()};
+  for (int i = 0; i < 128; ++i) {
+    for (int j = i; j < 128; ++j) {
+      places.push_back(make({i, j}).scattered());
+      ASSERT_EQ(make({j, i}).scattered(), places.back());
+    }
+  }
+  std::sort(places.begin(), places.end());
+  EXPECT_EQ(std::adjacent_find(places.begin(), places.end()), places.end());
+}
+
 TEST(BitVectorTest, PrintsOneDigitPerNumberUpToTheLargest) {
   EXPECT_EQ(printed(BitVector::EMPTY), "[0] ");
   EXPECT_EQ(printed(BitVector::SINGLE), "[1] ");
