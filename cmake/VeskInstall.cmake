@@ -12,6 +12,7 @@ function(vesk_install_manual source component)
   string(REGEX REPLACE ".*\\." "" section ${page})
   set(built ${PROJECT_BINARY_DIR}/man/${page})
   configure_file(${source} ${built} @ONLY)
+  set_property(GLOBAL APPEND PROPERTY VESK_MANUAL_PAGES ${built})
   install(FILES ${built} DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section} COMPONENT ${component})
 endfunction()
 
@@ -46,7 +47,9 @@ configure_file(${PROJECT_SOURCE_DIR}/cmake/vesk.pc.in ${PROJECT_BINARY_DIR}/vesk
 install(FILES ${PROJECT_BINARY_DIR}/vesk.pc DESTINATION ${VESK_PKGCONFIGDIR} COMPONENT development)
 
 # To read and to start from. Left out are the documents about the engine's own sources.
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples ${PROJECT_SOURCE_DIR}/docs
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples
+  DESTINATION ${VESK_INSTALL_DOCDIR} COMPONENT development)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs
   DESTINATION ${VESK_INSTALL_DOCDIR} COMPONENT development
   PATTERN man EXCLUDE
   PATTERN decisions EXCLUDE
