@@ -6,10 +6,8 @@ ensure_packages() {
   command -v dpkg-query >/dev/null || return 0
   local package missing=()
   for package in "$@"; do
-    case $(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null) in
-      *installed*) ;;
-      *) missing+=("$package") ;;
-    esac
+    dpkg-query -W -f '${db:Status-Status}\n' "$package" 2>/dev/null | grep -qx installed ||
+      missing+=("$package")
   done
   [ ${#missing[@]} -gt 0 ] || return 0
 
