@@ -3,7 +3,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "clock.hpp"
@@ -107,16 +109,14 @@ class InteractionIndex {
   }
 
   // Takes ownership of an interaction whose set is not in the index, and puts it into the table.
-  void add(Interaction* interaction) {
-    mAll.push_back(interaction);
-    interaction->mCell =
-        Interaction::TABLE.add(interaction->hash(HashTable<Interaction>::CHAINS), interaction);
-    if (mAll.size() <= FEW) return;
-    if (2 * mAll.size() > mSlots.size()) {
-      rebuild();
-    } else {
-      mSlots[slotOf(interaction->synced())] = interaction;
-    }
+  // Changes nothing when there is no memory for that.
+  void add(std::unique_ptr<Interaction> interaction) {
+    makeRoom();
+    interaction->mCell = Interaction::TABLE.add(interaction->hash(HashTable<Interaction>::CHAINS),
+                                                interaction.get());
+    mAll.push_back(interaction.get());
+    if (!mSlots.empty()) mSlots[slotOf(interaction->synced())] = interaction.get();
+    interaction.release();
   }
 
  private:
@@ -130,9 +130,12 @@ class InteractionIndex {
     return slot;
   }
 
-  void rebuild() {
-    const std::size_t size = mSlots.empty() ? 4 * FEW : 2 * mSlots.size();
-    mSlots.assign(size, nullptr);
+  void makeRoom() {
+    const std::size_t count = mAll.size() + 1;
+    if (count > mAll.capacity()) mAll.reserve(2 * count);
+    if (count <= FEW || 2 * count <= mSlots.size()) return;
+    std::vector<Interaction*> slots(mSlots.empty() ? 4 * FEW : 2 * mSlots.size());
+    mSlots.swap(slots);
     for (Interaction* interaction : mAll) mSlots[slotOf(interaction->synced())] = interaction;
   }
 
@@ -173,8 +176,9 @@ Interaction* Interaction::Create(const Connector* connector, const BitVector& se
   InteractionIndex& index = *connector->mInteractions;
   Interaction* interaction = index.find(set);
   if (interaction == nullptr) {
-    interaction = new Interaction(connector, set);
-    index.add(interaction);
+    auto made = std::make_unique<Interaction>(connector, set);
+    interaction = made.get();
+    index.add(std::move(made));
   }
   return interaction;
 }
