@@ -1,5 +1,6 @@
 // Activation: which connectors and internal ports can fire, with priorities applied.
 
+#include <algorithm>
 #include <memory>
 #include <random>
 #include <string>
@@ -235,6 +236,28 @@ TEST_F(InternalPortsTest, AreRebuiltEveryTime) {
   EXPECT_EQ(internals(compound), "A:i2");
 }
 
+TEST_F(InternalPortsTest, HoldsAPortThatBecomesInternalLater) {
+  Port* port = atom->enabled("i", &within);
+  activated();
+  EXPECT_EQ(internals(compound), "none");
+  port->setInternal();
+  activated();
+  EXPECT_EQ(internals(compound), "A:i");
+  port->setInternal(false);
+  activated();
+  EXPECT_EQ(internals(compound), "none");
+}
+
+TEST_F(InternalPortsTest, HoldsAPortThatWasInternalBeforeItWasAdded) {
+  Port* port = new Port("i", atom);
+  port->setInternal();
+  port->setSynced(true);
+  port->setConstraint(&within);
+  atom->addPort(port);
+  activated();
+  EXPECT_EQ(internals(compound), "A:i");
+}
+
 TEST_F(InternalPortsTest, OfLaterComponentsStandBeforeThoseOfEarlierOnes) {
   const auto timed = [&](TestAtom* owner, const char* name) {
     Port* port = owner->internal(name);
@@ -268,6 +291,95 @@ TEST_F(InternalPortsTest, AreSetInEverySubcompound) {
   EXPECT_EQ(internals(compound), "B:i A:j");
   // The list of the sub-compound goes on into that of the compound.
   EXPECT_EQ(below->internals(), port);
+}
+
+// ---- lists of random trees ---------------------------------------------------------------------
+
+namespace {
+
+// A tree in which about half of the connectors are legal and about half of the internal ports are
+// enabled, together with the lists that the rules for lists give.
+class RandomTree {
+ public:
+  explicit RandomTree(unsigned int seed) : root("R"), mRandom(seed), mWithin(nullptr, 0, 10, LAZY) {
+    grow(root, 0);
+  }
+
+  std::vector<Connector*> legal(TestCompound& compound) const {
+    std::vector<Connector*> list;
+    for (Component* part : elements(compound.components())) {
+      if (!part->isCompound()) continue;
+      std::vector<Connector*> longer = legal(*static_cast<TestCompound*>(part));
+      longer.insert(longer.end(), list.begin(), list.end());
+      list = longer;
+    }
+    for (Connector* connector : elements(compound.connectors())) {
+      if (connector->maximal()) list.insert(list.begin(), connector);
+    }
+    return list;
+  }
+  std::vector<Port*> enabled(TestCompound& compound) const {
+    std::vector<Port*> list;
+    for (Component* part : elements(compound.components())) {
+      std::vector<Port*> longer;
+      if (part->isCompound()) {
+        longer = enabled(*static_cast<TestCompound*>(part));
+      } else {
+        for (Port* port : elements(static_cast<TestAtom*>(part)->ports())) {
+          if (port->isInternal() && port->synced()) longer.insert(longer.begin(), port);
+        }
+      }
+      longer.insert(longer.end(), list.begin(), list.end());
+      list = longer;
+    }
+    return list;
+  }
+  // Enables and disables ports at random.
+  void shake() {
+    for (Port* port : mPorts) port->setSynced(mRandom() % 2 == 0);
+  }
+
+  TestCompound root;
+
+ private:
+  void grow(TestCompound& compound, int depth) {
+    const std::size_t parts = mRandom() % 4;
+    for (std::size_t i = 0; i < parts; ++i) {
+      if (depth < 4 && mRandom() % 3 != 0) {
+        grow(*compound.compound("D"), depth + 1);
+        continue;
+      }
+      TestAtom* atom = compound.atom("A");
+      Port* internal = atom->internal("i");
+      internal->setConstraint(&mWithin);
+      mPorts.push_back(internal);
+      for (std::size_t k = mRandom() % 3; k > 0; --k) {
+        mPorts.push_back(atom->port("p"));
+        compound.rendezvous("k", mPorts.back());
+      }
+    }
+  }
+
+  std::mt19937 mRandom;
+  Constraint mWithin;
+  std::vector<Port*> mPorts;
+};
+
+}  // namespace
+
+TEST(ActivationListsTest, OfRandomTreesFollowTheRules) {
+  std::size_t longest = 0;
+  for (unsigned int seed = 0; seed < 500; ++seed) {
+    RandomTree tree(seed);
+    for (int round = 0; round < 4; ++round) {
+      tree.shake();
+      const std::vector<Connector*> expected = tree.legal(tree.root);
+      ASSERT_EQ(listOf(tree.root.activate(false)), expected) << seed;
+      ASSERT_EQ(listOf(tree.root.internals()), tree.enabled(tree.root)) << seed;
+      longest = std::max(longest, expected.size());
+    }
+  }
+  EXPECT_GT(longest, 8u);
 }
 
 // ---- priorities --------------------------------------------------------------------------------

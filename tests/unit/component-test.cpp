@@ -1,6 +1,7 @@
 #include "component.hpp"
 
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -501,6 +502,17 @@ TEST_F(StateTest, MissingTextsAndChildrenAreAccepted) {
   EXPECT_FALSE(global_error);
 }
 
+TEST_F(StateTest, AnAtomThatThrowsLeavesNothingBehind) {
+  class Throwing : public TestAtom {
+   public:
+    using TestAtom::TestAtom;
+    Node* getState() override { throw std::runtime_error("getState"); }
+  };
+  buildTree();
+  root.add<Component>(new Throwing("T", &root));
+  EXPECT_THROW(root.getState(), std::runtime_error);  // the rest is the leak checker's
+}
+
 // ---- announcing --------------------------------------------------------------------------------
 
 TEST_F(SyncTest, MarksTheEnabledPortsAndClearsTheirConstraints) {
@@ -720,6 +732,13 @@ TEST(ComputePortConstraintTest, MayEndEmpty) {
   Constraint* list[] = {&result, &one, &two, nullptr};
   Atom::computePortConstraint(list);
   EXPECT_EQ(spans(&result), "none");
+}
+
+TEST(ComputePortConstraintTest, TheSameConstraintTwiceAlwaysHolds) {
+  Constraint constraint(nullptr, 0, 10, EAGER);
+  Constraint* list[] = {&constraint, &constraint, nullptr};
+  Atom::computePortConstraint(list);
+  EXPECT_EQ(spans(&constraint), "[MIN,MAX]");
 }
 
 // The result is over its own clock, which reads 100 when that of the other reads 40.

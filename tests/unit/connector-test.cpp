@@ -1042,6 +1042,17 @@ TEST_F(EvaluationTest, ARingOfExportedPortsIsReportedAndEnds) {
   EXPECT_NE(errors.find("one"), std::string::npos);
 }
 
+TEST_F(EvaluationTest, AProviderThatThrowsLeavesTheConnectorsReadyForTheNextEvaluation) {
+  TestConnector* inner = compound.exported(RENDEZVOUS, "inner", atom->enabled("p"));
+  TestConnector* outer = compound.rendezvous("outer", inner->xPort());
+  inner->onGuard = []() -> bool { throw std::runtime_error("guard"); };
+  EXPECT_THROW(outer->eval(false), std::runtime_error);
+  EXPECT_FALSE(outer->evaluated());
+  inner->onGuard = nullptr;
+  EXPECT_EQ(errorsOf([&] { outer->eval(false); }), "");
+  EXPECT_TRUE(outer->legal());
+}
+
 // ---- exported ports ----------------------------------------------------------------------------
 
 TEST_F(ExportedPortTest, WithoutOneNothingIsComputed) {
@@ -1285,6 +1296,17 @@ TEST_F(FireTest, AnInteractionActuatesTheConnectorThenItsPortsInIndexOrder) {
   atom->events = &events;
   outer->feasibleInter()->actuate(Vesk::Time(0));
   EXPECT_EQ(events, (Events{"dn outer", "dn two", "dn one"}));
+}
+
+// Deliberate: dn() sees the head of the list, also when another interaction is fired.
+TEST_F(FireTest, DnSeesTheHeadOfTheListAlsoWhenAnotherInteractionIsFired) {
+  Constraint late(nullptr, 30, 40, LAZY);
+  TestConnector* connector = open(synced({nullptr, &late}));
+  connector->createFeasibleInters();
+  std::string seen;
+  connector->onDn = [&] { seen += text(connector->feasibleInter()->synced()); };
+  connector->actuate(Vesk::Time(30));
+  EXPECT_EQ(seen, "{0}");
 }
 
 TEST_F(FireTest, ActuateChoosesTheInteractionThatExecuteFires) {

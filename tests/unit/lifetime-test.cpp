@@ -183,6 +183,31 @@ TEST(DeepTreeTest, TenThousandLevelsAreWalkedOnADefaultStack) {
   });
 }
 
+// Every level exports what the level below exports; the root uses it.
+TEST(DeepTreeTest, TenThousandLevelsOfExportedPortsFireOnADefaultStack) {
+  model::onDefaultStack([] {
+    constexpr int LEVELS = 10000;
+    TestCompound root("R");
+    std::vector<TestCompound*> levels{&root};
+    for (int i = 1; i < LEVELS; ++i) levels.push_back(levels.back()->compound("L"));
+    TestAtom* atom = levels.back()->atom("A");
+    Port* port = atom->enabled("p");
+    for (int i = LEVELS - 1; i > 0; --i) {
+      port = levels[static_cast<std::size_t>(i)]->exported(RENDEZVOUS, "x", port)->xPort();
+    }
+    TestConnector* user = root.rendezvous("k", port);
+    int fired = 0;
+    atom->onExecute = [&](Port*) { ++fired; };
+    for (int round = 0; round < 2; ++round) {
+      ASSERT_EQ(root.activate(true), user);
+      user->actuate(Vesk::Time(0));
+      user->execute(Vesk::Time(0));
+      EXPECT_FALSE(user->evaluated());
+    }
+    EXPECT_EQ(fired, 2);
+  });
+}
+
 TEST(DeepTreeTest, TheListsOfEveryLevelKeepTheirOrder) {
   constexpr int LEVELS = 1000, PER_LEVEL = 20;
   TestCompound root("R");
