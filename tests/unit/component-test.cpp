@@ -513,6 +513,12 @@ TEST_F(StateTest, AnAtomThatThrowsLeavesNothingBehind) {
   EXPECT_THROW(root.getState(), std::runtime_error);  // the rest is the leak checker's
 }
 
+TEST_F(StateTest, ANullStateRestoresNothing) {
+  buildTree();
+  root.setState(nullptr);
+  EXPECT_EQ(events, Events());
+}
+
 // ---- announcing --------------------------------------------------------------------------------
 
 TEST_F(SyncTest, MarksTheEnabledPortsAndClearsTheirConstraints) {

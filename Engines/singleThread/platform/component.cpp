@@ -199,6 +199,7 @@ Node* Compound::getState() {
 }
 
 void Compound::setState(Node* state) {
+  if (state == nullptr) return;
   Nonleaf* parts = static_cast<Nonleaf*>(state);
   for (int i = 0; i < mComponents.count(); ++i) mComponents[i]->setState(parts->getChild(i));
 }
