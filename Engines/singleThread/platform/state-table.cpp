@@ -30,7 +30,7 @@ std::uint32_t hashOf(const char* text, std::size_t length) {
     hash = mix(hash ^ word);
   }
   std::uint64_t rest = 0;
-  std::memcpy(&rest, text, length);
+  if (length != 0) std::memcpy(&rest, text, length);
   hash = mix(mix(hash ^ rest));
   return static_cast<std::uint32_t>(hash >> 16);
 }
