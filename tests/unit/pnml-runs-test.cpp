@@ -232,7 +232,7 @@ std::string ring(int n) {
 // Each fork lies on the table or is in one of two hands, and that is the state. A fork that lies
 // there can be taken by two, and who has both can drop them.
 TEST_F(PnmlRunTest, PhilosophersHaveThreeStatesPerFork) {
-  for (int n = 3; n <= (LARGE ? 11 : 7); ++n) {
+  for (int n = 3; n <= (LARGE ? 10 : 7); ++n) {
     SCOPED_TRACE(n);
     expectSize({power(3, n), 7 * n * power(3, n - 2), 2}, philosophers(n));
   }
