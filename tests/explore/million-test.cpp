@@ -41,3 +41,13 @@ TEST(MillionTest, DepthFirstEndsInTwoGibibytesAt400BytesPerState) {
   EXPECT_EQ("", folder.content("err"));
   EXPECT_GE(400 * STATES, peakOfChildren() - before);
 }
+
+TEST(MillionTest, TooLittleMemoryIsReportedAndLeavesFilesThatCanBeRead) {
+  for (const char* traversal : {"bfs", "dfs"}) {
+    const Folder folder;
+    EXPECT_EQ(3, folder.run(std::string("ulimit -v 20480; counters 6 -o x --") + traversal));
+    EXPECT_EQ("vesk: the run ends by an exception: std::bad_alloc\n", folder.content("err"));
+    EXPECT_EQ("", folder.check("x").faults());
+    EXPECT_NE(std::string::npos, folder.content("out").find("* Count : "));
+  }
+}
