@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <random>
+#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -225,6 +227,89 @@ std::string ring(int n) {
   return text;
 }
 
+// ---- A slow model ------------------------------------------------------------------------------
+
+// The rules of Petri nets on plain tables.
+struct SlowNet {
+  struct Arcs {
+    std::vector<int> takes;
+    std::vector<int> puts;
+    std::vector<int> below;  // 0: no inhibitor arc
+  };
+
+  std::vector<int> marking;
+  std::vector<Arcs> transitions;
+
+  bool enabled(const Arcs& arcs, const std::vector<int>& tokens) const {
+    for (std::size_t p = 0; p < tokens.size(); ++p) {
+      if (tokens[p] < arcs.takes[p] || (arcs.below[p] > 0 && tokens[p] >= arcs.below[p]))
+        return false;
+    }
+    return true;
+  }
+
+  // No states when there are more than the limit.
+  Size explore(std::size_t limit) const {
+    std::set<std::vector<int>> known{marking};
+    std::vector<std::vector<int>> pending{marking};
+    Size size{1, 0, 0};
+    while (!pending.empty()) {
+      const std::vector<int> from = pending.back();
+      pending.pop_back();
+      const long long before = size.transitions;
+      for (const Arcs& arcs : transitions) {
+        if (!enabled(arcs, from)) continue;
+        ++size.transitions;
+        std::vector<int> to = from;
+        for (std::size_t p = 0; p < to.size(); ++p) to[p] += arcs.puts[p] - arcs.takes[p];
+        if (known.insert(to).second) pending.push_back(to);
+      }
+      if (size.transitions == before) ++size.deadlocks;
+      if (known.size() > limit) return {0, 0, 0};
+    }
+    size.states = static_cast<long long>(known.size());
+    return size;
+  }
+
+  std::string text() const {
+    std::string text;
+    for (std::size_t p = 0; p < marking.size(); ++p) {
+      text += placeText(indexed("p", static_cast<int>(p)), marking[p]);
+    }
+    for (std::size_t t = 0; t < transitions.size(); ++t) {
+      const std::string transition = indexed("t", static_cast<int>(t));
+      text += transitionText(transition);
+      for (std::size_t p = 0; p < marking.size(); ++p) {
+        const std::string place = indexed("p", static_cast<int>(p));
+        const Arcs& arcs = transitions[t];
+        if (arcs.takes[p] > 0) text += arcText(place, transition, arcs.takes[p]);
+        if (arcs.puts[p] > 0) text += arcText(transition, place, arcs.puts[p]);
+        if (arcs.below[p] > 0) text += inhibitorText(place, transition, arcs.below[p]);
+      }
+    }
+    return text;
+  }
+};
+
+SlowNet randomNet(std::mt19937& random) {
+  const auto upTo = [&random](unsigned int n) { return static_cast<int>(random() % (n + 1)); };
+  const auto rarely = [&](unsigned int n) { return upTo(3) == 0 ? 1 + upTo(n) : 0; };
+  SlowNet net;
+  const int places = 2 + upTo(6);
+  for (int p = 0; p < places; ++p) net.marking.push_back(rarely(12));
+  const int transitions = 1 + upTo(7);
+  for (int t = 0; t < transitions; ++t) {
+    SlowNet::Arcs arcs;
+    for (int p = 0; p < places; ++p) {
+      arcs.takes.push_back(rarely(2));
+      arcs.puts.push_back(rarely(2));
+      arcs.below.push_back(upTo(5) == 0 ? 1 + upTo(12) : 0);
+    }
+    net.transitions.push_back(arcs);
+  }
+  return net;
+}
+
 }  // namespace
 
 // ---- Families ----------------------------------------------------------------------------------
@@ -262,6 +347,19 @@ TEST_F(PnmlRunTest, ProducerAndConsumerShareABoundedBuffer) {
     SCOPED_TRACE(k);
     expectSize(producerConsumerSize(k), producerConsumer(k, true));
     expectSize(producerConsumerSize(k), producerConsumer(k, false));
+  }
+}
+
+TEST_F(PnmlRunTest, RandomNetsHaveTheSizesThatASlowModelFinds) {
+  std::mt19937 random(1);
+  int explored = 0;
+  for (int round = 0; explored < 30; ++round) {
+    const SlowNet net = randomNet(random);
+    const Size size = net.explore(3000);
+    if (size.states < 5) continue;
+    SCOPED_TRACE(round);
+    expectSize(size, net.text());
+    ++explored;
   }
 }
 
