@@ -166,6 +166,14 @@ static_assert(
 // ---------------------------------------------------------------------------------------------
 // Bit vectors
 
+TEST(BitVectorTest, BelowHoldsExactlyTheNumbersBelow) {
+  for (int n = 0; n <= BitVector::CAPACITY; ++n) {
+    BitVector expected;
+    for (int i = 0; i < n; ++i) expected.add(i);
+    EXPECT_EQ(BitVector::below(n), expected) << n;
+  }
+}
+
 TEST(BitVectorTest, ADefaultVectorIsEmpty) {
   EXPECT_EQ(bits(BitVector()), Bits());
   EXPECT_TRUE(BitVector() == BitVector::EMPTY);

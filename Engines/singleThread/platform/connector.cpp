@@ -371,7 +371,13 @@ class Connector::EvalVisits {
 };
 
 void Connector::eval(bool incremental) {
-  if (!incremental || !mEval) evalDepthFirst(incremental);
+  if (incremental && mEval) return;
+  int port = 0;
+  if (nextProvider(port) != nullptr) {
+    evalDepthFirst(incremental);
+  } else {
+    evalAlone();
+  }
 }
 
 // The connectors that own the exported ports of a connector before that connector, in the order of
@@ -453,14 +459,8 @@ void Connector::createFeasibleInters() {
   mFeasibleInter = createFeasibleBroadcast(flags.enabled(), set, 0, nullptr);
 }
 
-BitVector Connector::allPorts() const {
-  BitVector all;
-  for (int i = 0; i < mPorts.count(); ++i) all.add(i);
-  return all;
-}
-
 void Connector::createFeasibleRendezvous() {
-  const BitVector all = allPorts();
+  const BitVector all = BitVector::below(mPorts.count());
   mFeasibleInter = guard(all) ? Interaction::CreateRealTime(this, all, all) : nullptr;
   if (mFeasibleInter == nullptr) return;
   mFeasibleInter->setDominated(false);
@@ -554,8 +554,9 @@ Interaction* Connector::firstPossible(const Vesk::Time& t) const {
 
 // In any order, since a connector is reset once and resetting a priority twice changes nothing.
 void Connector::resetLink() {
+  if (!mEval) return;
   WorkStack<Connector*> pending;
-  pending.push(this);
+  resetAlone(pending);
   while (!pending.empty()) {
     Connector* connector = pending.pop();
     if (connector->mEval) connector->resetAlone(pending);

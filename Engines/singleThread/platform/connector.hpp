@@ -292,7 +292,6 @@ class Connector {
   void evalDepthFirst(bool incremental);
   Connector* nextProvider(int& port) const;
   void evalAlone();
-  BitVector allPorts() const;
   void createFeasibleRendezvous();
   Interaction* addFeasible(const BitVector& enabled, const BitVector& set, Interaction* list);
   Interaction* firstPossible(const Vesk::Time& t) const;

@@ -36,6 +36,15 @@ constexpr BitVector FIRST(0);
 const BitVector BitVector::EMPTY = NOTHING;
 const BitVector BitVector::SINGLE = FIRST;
 
+BitVector BitVector::below(int n) {
+  assert(0 <= n && n <= CAPACITY);
+  BitVector set;
+  unsigned int* word = set.m_data;
+  for (; n >= 32; n -= 32) *word++ = ~0u;
+  if (n > 0) *word = mask(n) - 1u;
+  return set;
+}
+
 BitVector& BitVector::operator&=(const BitVector& other) {
   m_data[0] &= other.m_data[0];
   m_data[1] &= other.m_data[1];
@@ -76,17 +85,6 @@ BitVector& BitVector::operator>>(int n) {
   return *this;
 }
 
-bool BitVector::operator==(const BitVector& other) const {
-  return m_data[0] == other.m_data[0] && m_data[1] == other.m_data[1] &&
-         m_data[2] == other.m_data[2] && m_data[3] == other.m_data[3];
-}
-
-bool BitVector::operator<=(const BitVector& other) const {
-  return (m_data[0] & ~other.m_data[0]) == 0 && (m_data[1] & ~other.m_data[1]) == 0 &&
-         (m_data[2] & ~other.m_data[2]) == 0 && (m_data[3] & ~other.m_data[3]) == 0;
-}
-
-// Deliberate: each sum wraps at 2^32 before it is reduced.
 // Multiplies by odd constants and keeps the upper halves, where the products are mixed best.
 std::size_t BitVector::scattered() const {
   std::uint64_t mixed = 0;
@@ -95,6 +93,7 @@ std::size_t BitVector::scattered() const {
   return static_cast<std::size_t>((mixed ^ (mixed >> 29)) >> 3);
 }
 
+// Deliberate: each sum wraps at 2^32 before it is reduced.
 unsigned int BitVector::hash(unsigned int n) const {
   assert(n != 0);
   unsigned int h = m_data[0] % n;

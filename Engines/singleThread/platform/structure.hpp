@@ -35,6 +35,8 @@ class BitVector {
   BitVector(const BitVector&) = default;
   BitVector& operator=(const BitVector&) = default;
   ~BitVector() = default;
+  // The set {0, ..., n-1}. Requires: 0 <= n <= CAPACITY.
+  static BitVector below(int n);
 
   // Requires for all three: 0 <= i < CAPACITY.
   void add(int i) { m_data[index(i)] |= mask(i); }
@@ -51,10 +53,16 @@ class BitVector {
   BitVector& operator<<(int n);
   BitVector& operator>>(int n);
 
-  bool operator==(const BitVector& other) const;
+  bool operator==(const BitVector& other) const {
+    return m_data[0] == other.m_data[0] && m_data[1] == other.m_data[1] &&
+           m_data[2] == other.m_data[2] && m_data[3] == other.m_data[3];
+  }
   bool operator!=(const BitVector& other) const { return !(*this == other); }
   // Subset; `<` is proper subset.
-  bool operator<=(const BitVector& other) const;
+  bool operator<=(const BitVector& other) const {
+    return (m_data[0] & ~other.m_data[0]) == 0 && (m_data[1] & ~other.m_data[1]) == 0 &&
+           (m_data[2] & ~other.m_data[2]) == 0 && (m_data[3] & ~other.m_data[3]) == 0;
+  }
   bool operator<(const BitVector& other) const { return *this <= other && *this != other; }
   bool operator>=(const BitVector& other) const { return other <= *this; }
   bool operator>(const BitVector& other) const { return other < *this; }
