@@ -16,9 +16,17 @@ function(vesk_install_manual source component)
   install(FILES ${built} DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section} COMPONENT ${component})
 endfunction()
 
+# Where an installed program looks for the library. Those of the system's packages need not look.
+if(NOT CMAKE_INSTALL_PREFIX STREQUAL /usr)
+  file(RELATIVE_PATH libraries_from_programs
+    /prefix/${CMAKE_INSTALL_BINDIR} /prefix/${CMAKE_INSTALL_LIBDIR})
+  set(VESK_INSTALL_RPATH $ORIGIN/${libraries_from_programs})
+endif()
+
 # vesk_install_tool(<target>): a program that is a model, with its manual page <target>.1.in beside
 # its CMakeLists.txt and the completion that all models have.
 function(vesk_install_tool tool)
+  set_target_properties(${tool} PROPERTIES INSTALL_RPATH "${VESK_INSTALL_RPATH}")
   install(TARGETS ${tool} DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
   vesk_install_manual(${CMAKE_CURRENT_SOURCE_DIR}/${tool}.1.in tools)
   install(FILES ${PROJECT_SOURCE_DIR}/completion/vesk-model.bash
