@@ -48,6 +48,11 @@ install(FILES
 install(EXPORT vesk-targets NAMESPACE vesk::
   DESTINATION ${VESK_INSTALL_CMAKEDIR} COMPONENT development)
 
+# The build can be used like an installation: -D vesk_DIR=<build>/cmake.
+export(EXPORT vesk-targets NAMESPACE vesk:: FILE ${PROJECT_BINARY_DIR}/cmake/vesk-targets.cmake)
+configure_file(${PROJECT_SOURCE_DIR}/cmake/VeskAddModel.cmake
+  ${PROJECT_BINARY_DIR}/cmake/VeskAddModel.cmake COPYONLY)
+
 # For pkg-config, with the prefix relative to the file's own place.
 set(VESK_PKGCONFIGDIR ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 string(REGEX REPLACE "[^/]+" ".." VESK_PREFIX_FROM_PKGCONFIG ${VESK_PKGCONFIGDIR})
