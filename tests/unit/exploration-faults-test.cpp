@@ -99,9 +99,11 @@ void setHook(System& system, const Automaton::Hook& hook) {
   }
 }
 
-// Explores into the files x.* of a folder, as the program's main does.
+// Explores into the files x.* of a folder, as the program's main does. The name stays short,
+// because long ones are cut.
 void run(System& system, Traversal traversal, const Folder& folder) {
-  std::string words[] = {"model", traversal == BFS ? "--bfs" : "--dfs", "-o", folder.name("x")};
+  std::filesystem::current_path(folder.name(""));
+  std::string words[] = {"model", traversal == BFS ? "--bfs" : "--dfs", "-o", "x"};
   char* argv[] = {words[0].data(), words[1].data(), words[2].data(), words[3].data(), nullptr};
   clearGlobals();
   Scheduler scheduler(&system, 0, false, 1, 0, 0);
