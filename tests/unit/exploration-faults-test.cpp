@@ -325,16 +325,15 @@ TEST_P(FileTest, ALimitOnFileSizesCutsTheFilesAndNotTheSearch) {
   const Folder whole;
   EXPECT_TRUE(ended(statusOf(whole, [&] { run(*system, GetParam(), whole); }), 0));
   const std::size_t size = whole.content("x.aut").size();
-  for (const rlim_t limit : {1, 2, 3, 5, 8, 13, 21, 34, 55, 64}) {
+  for (const unsigned int limit : {1U, 2U, 3U, 5U, 8U, 13U, 21U, 34U, 55U, 64U}) {
     const Folder folder;
     const int status = statusOf(folder, [&] {
-      const rlimit bytes = {limit * 1024, limit * 1024};
+      const rlimit bytes = {rlim_t{limit} * 1024, rlim_t{limit} * 1024};
       setrlimit(RLIMIT_FSIZE, &bytes);
       run(*system, GetParam(), folder);
     });
     EXPECT_TRUE(ended(status, 0)) << limit;
-    EXPECT_EQ(std::min(size, static_cast<std::size_t>(limit) * 1024),
-              folder.content("x.aut").size());
+    EXPECT_EQ(std::min(size, std::size_t{limit} * 1024), folder.content("x.aut").size());
     expectPrefix(folder.content("x.aut"), whole);
     EXPECT_EQ(limit * 1024 < size,
               folder.content("err").find("vesk: the transition system could "
