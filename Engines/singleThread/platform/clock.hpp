@@ -6,6 +6,7 @@
 
 #include "vesk-time.hpp"
 
+// Anything that tells a time.
 class GenericClock {
  public:
   GenericClock() : mName(nullptr) {}
@@ -30,6 +31,7 @@ class GenericClock {
   char* mName;  // strdup; freed by the destructor
 };
 
+// Time as it passes outside the model.
 class PlatformClock : public GenericClock {
  public:
   PlatformClock(const char* name) : GenericClock(name) {}

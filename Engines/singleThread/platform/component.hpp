@@ -20,6 +20,7 @@ class Port;
 class Priority;
 class Scheduler;
 
+// A node of the component tree.
 class Component {
  public:
   // Copies the name; null stays null. The holder is the enclosing compound, null for the root.
@@ -67,6 +68,7 @@ class CtrlState {
   char* mName;  // strdup; freed by the destructor
 };
 
+// A leaf of the tree, whose behaviour the model supplies.
 class Atom : public Component {
  public:
   Atom(const char* name, const Compound* holder);
@@ -133,6 +135,7 @@ class Atom : public Component {
   bool mHasInternalPorts;  // spares activation the walk through the ports of all other atoms
 };
 
+// An inner node of the tree: its parts, what connects them, and who gives way to whom.
 class Compound : public Component {
  public:
   // Builds the whole system from the untouched command line and returns its root, which the engine

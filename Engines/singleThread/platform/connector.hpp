@@ -27,6 +27,7 @@ class HashTable {
  public:
   static constexpr unsigned int CHAINS = 511;
 
+  // Holds one element of a chain.
   class Cell {
    public:
     Cell* next() const { return mNext; }

@@ -3,6 +3,7 @@
 #ifndef VESK_DEBUG_HPP
 #define VESK_DEBUG_HPP
 
+// An element of the model that the console can show: it has values and parts.
 class VeskDebugElmt {
  public:
   virtual ~VeskDebugElmt() {}

@@ -10,6 +10,7 @@
 class Constraint;
 class GenericClock;
 
+// Something that can fire.
 class Executable {
  public:
   Executable() : mMark(0), mConstraint(nullptr), mDominated(false), mOwned(nullptr) {}

@@ -22,6 +22,7 @@ class Executables {
    public:
     iterator() : mMask(0), mConnector(nullptr), mInteraction(nullptr), mInternal(nullptr) {}
     iterator(const iterator&) = default;
+    // begin() and end() make positions.
     iterator(unsigned int mask, Connector* connector, Interaction* interaction, Port* internal)
         : mMask(mask), mConnector(connector), mInteraction(interaction), mInternal(internal) {}
     iterator& operator=(const iterator&) = default;
@@ -37,10 +38,13 @@ class Executables {
 
     // To the next visible executable; stays at the end.
     void next();
+    // As next().
     iterator& operator++();
+    // As next(), and gives the position before that.
     iterator operator++(int);
     // n times next(); nothing for n < 1.
     iterator& operator+=(int n);
+    // The position that += leads to.
     iterator operator+(int n) const;
     // The interaction, else the internal port; null at the end.
     Executable* operator*() const;
@@ -65,6 +69,7 @@ class Executables {
   void setInternals(Port* internals) { mInternals = internals; }
   void initialize(Connector* connector, Port* internals);
 
+  // The first position that is visible under the mask, and the one behind the last.
   iterator begin(unsigned int mask = FULL_MASK) const;
   iterator end(unsigned int mask = FULL_MASK) const {
     return iterator(mask, nullptr, nullptr, nullptr);

@@ -9,6 +9,7 @@
 class Executables;
 class Interval;
 
+// What all filters have in common: their level.
 class Filter {
  public:
   Filter(unsigned int level) : mLevel(level) {}

@@ -217,6 +217,7 @@ class Scheduler {
   std::ostream* simout;  // where the trace goes; not owned
 
  protected:
+  // Counts a step when there is a limit; true when it was the last one.
   bool stepLimitReached();
 
   SimuClock* mIdleClock;  // owned: stands under the logical clock in explore mode, or null

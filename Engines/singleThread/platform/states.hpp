@@ -22,6 +22,7 @@ namespace Vesk {
 // object of its size. Not thread-safe.
 class Pooled {
  public:
+  // Take a kept block, or a new one from the heap; give it back to be kept.
   static void* operator new(std::size_t size);
   static void* operator new(std::size_t size, const std::nothrow_t&) noexcept;
   static void* operator new(std::size_t, void* place) noexcept { return place; }
@@ -109,6 +110,7 @@ class Node : public Vesk::Pooled {
   int nOutTrans;
 };
 
+// The state of an atom.
 class Leaf : public Node {
  public:
   // Takes ownership of the atom's text.
@@ -127,6 +129,7 @@ class Leaf : public Node {
   Atomleaf* aleaf;  // owned
 };
 
+// The state of a compound: the states of its parts, in their order.
 class Nonleaf : public Node {
  public:
   // A node with n null children.

@@ -44,6 +44,7 @@ class BitVector {
   // 1 when i is in the set, else 0.
   int in(int i) const { return (m_data[index(i)] & mask(i)) != 0 ? 1 : 0; }
 
+  // Keep what is in both; take up what is in the other.
   BitVector& operator&=(const BitVector& other);
   BitVector& operator|=(const BitVector& other);
 
@@ -53,6 +54,7 @@ class BitVector {
   BitVector& operator<<(int n);
   BitVector& operator>>(int n);
 
+  // The same numbers.
   bool operator==(const BitVector& other) const {
     return m_data[0] == other.m_data[0] && m_data[1] == other.m_data[1] &&
            m_data[2] == other.m_data[2] && m_data[3] == other.m_data[3];

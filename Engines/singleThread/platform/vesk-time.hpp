@@ -10,6 +10,7 @@
 
 namespace Vesk {
 
+// A date or a duration.
 class Time {
  public:
   // Minus infinity, -2147483648: below every time that a model uses.
