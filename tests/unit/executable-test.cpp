@@ -1,5 +1,6 @@
 #include "executable.hpp"
 
+#include <memory>
 #include <sstream>
 
 #include "model.hpp"
@@ -103,10 +104,28 @@ TEST(DominateTest, WithAConstraintCreatesOneForAnUntimedOne) {
   Thing high(&above), low;
   high.dominate(low, Vesk::Time(0));
   ASSERT_NE(low.constraint(), nullptr);
+  const std::unique_ptr<Constraint> made(low.constraint());
   EXPECT_FALSE(low.dominated());
   EXPECT_EQ(low.constraint()->clock(), nullptr);
   EXPECT_EQ(spans(low.constraint()), "[MIN,9] [10,20] dominated [21,MAX]");
   EXPECT_TRUE(low.constraint()->domination());
+}
+
+TEST(DominateTest, TheConstraintThatItCreatesIsTheOwnersToDelete) {
+  Constraint above(nullptr, 10, 20, EAGER);
+  Thing high(&above);
+  std::unique_ptr<Constraint> first, second;
+  {
+    Thing low;
+    high.dominate(low, Vesk::Time(0));
+    first.reset(low.constraint());
+    low.setConstraint(nullptr);
+    high.dominate(low, Vesk::Time(0));
+    second.reset(low.constraint());
+  }
+  EXPECT_NE(first, second);
+  EXPECT_EQ(spans(first.get()), "[MIN,9] [10,20] dominated [21,MAX]");
+  EXPECT_EQ(spans(second.get()), "[MIN,9] [10,20] dominated [21,MAX]");
 }
 
 TEST(DominateTest, TheDelayLetsTheHighOneRuleOutEarlierTimes) {

@@ -150,15 +150,11 @@ Interaction::Interaction(const Connector* connector, const BitVector& set)
       mSynced(set),
       mInhibitors(INITIAL_CAPACITY),
       mNext(nullptr),
-      mCell(nullptr) {}
-
-Interaction::Interaction(const Interaction& other)
-    : Executable(),
-      mConnector(other.mConnector),
-      mSynced(other.mSynced),
-      mInhibitors(INITIAL_CAPACITY),
-      mNext(nullptr),
       mCell(nullptr) {
+  keepOwnConstraint();
+}
+
+Interaction::Interaction(const Interaction& other) : Interaction(other.mConnector, other.mSynced) {
   mMark = other.mMark;
   mDominated = other.mDominated;
   if (other.mConstraint != nullptr) useOwnConstraint(nullptr) = *other.mConstraint;

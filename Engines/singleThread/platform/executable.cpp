@@ -4,6 +4,14 @@
 
 #include "constraint.hpp"
 
+namespace {
+
+Constraint* newConstraint(const GenericClock* clock) {
+  return new Constraint(clock, Vesk::Time::MIN, Vesk::Time::MAX, LAZY);
+}
+
+}  // namespace
+
 Executable::~Executable() {
   delete mOwned;
 }
@@ -13,7 +21,9 @@ void Executable::dominate(Executable& other, const Vesk::Time& delay) {
     other.mDominated = true;
     return;
   }
-  if (other.mConstraint == nullptr) other.useOwnConstraint(nullptr);
+  if (other.mConstraint == nullptr) {
+    other.mConstraint = other.mKeepsOwn ? &other.useOwnConstraint(nullptr) : newConstraint(nullptr);
+  }
   other.mConstraint->setDelay(delay);
   other.mConstraint->setDomination(true);
   *other.mConstraint -= *mConstraint;
@@ -21,7 +31,7 @@ void Executable::dominate(Executable& other, const Vesk::Time& delay) {
 
 Constraint& Executable::useOwnConstraint(const GenericClock* clock) {
   if (mOwned == nullptr) {
-    mOwned = new Constraint(clock, Vesk::Time::MIN, Vesk::Time::MAX, LAZY);
+    mOwned = newConstraint(clock);
   } else {
     mOwned->reset();
     mOwned->setClock(clock);

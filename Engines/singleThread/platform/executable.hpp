@@ -13,7 +13,8 @@ class GenericClock;
 // Something that can fire.
 class Executable {
  public:
-  Executable() : mMark(0), mConstraint(nullptr), mDominated(false), mOwned(nullptr) {}
+  Executable()
+      : mMark(0), mConstraint(nullptr), mDominated(false), mKeepsOwn(false), mOwned(nullptr) {}
   Executable(const Executable&) = delete;
   Executable& operator=(const Executable&) = delete;
   virtual ~Executable();
@@ -47,7 +48,8 @@ class Executable {
 
   // Gives this priority over the other: without a constraint the other becomes dominated; with one,
   // the times of this (moved down by the delay) are marked dominated in the other's constraint,
-  // which is made when it has none.
+  // which is made when it has none and then belongs to whoever owns the other; ports and
+  // interactions see to theirs themselves.
   void dominate(Executable& other, const Vesk::Time& delay);
 
   // Makes the constraint that always holds, over the given clock (which may be null), this
@@ -59,10 +61,13 @@ class Executable {
   // Leaves the executable without constraint. For those that own their constraint: one set from
   // outside is deleted, the own one is kept aside for its next use.
   void dropConstraint();
+  // Lets dominate() make the constraint with useOwnConstraint(). For constructors.
+  void keepOwnConstraint() { mKeepsOwn = true; }
 
   unsigned int mMark;
   Constraint* mConstraint;
   bool mDominated;
+  bool mKeepsOwn;      // see keepOwnConstraint()
   Constraint* mOwned;  // see useOwnConstraint(); may be out of use, and null until first needed
 };
 

@@ -43,7 +43,9 @@ Port::Port(const char* name, const Atom* holder)
       mConnected(false),
       mInternal(false),
       mNext(nullptr),
-      mLongLabel(nullptr) {}
+      mLongLabel(nullptr) {
+  keepOwnConstraint();
+}
 
 Port::Port(const char* name, const Connector* holder) : Port(name, static_cast<Atom*>(nullptr)) {
   mConnHolder = const_cast<Connector*>(holder);  // firing the port fires the connector
