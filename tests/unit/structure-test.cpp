@@ -412,6 +412,18 @@ TEST(ArrayTest, AFullListGrowsByAThirdAndOne) {
   EXPECT_EQ(capacity(single), 2);
 }
 
+TEST(ArrayTest, AListWithoutRoomGrowsLikeAnyOther) {
+  const int number = 0;
+  for (const int room : {0, -1}) {
+    Reference list(room);
+    EXPECT_EQ(list.count(), 0);
+    EXPECT_FALSE(list.Belongs(&number));
+    for (int i = 0; i < 3; ++i) list.add(&number);
+    EXPECT_EQ(list.count(), 3);
+    EXPECT_EQ(list[2], &number);
+  }
+}
+
 TEST(ArrayTest, ElementsKeepTheirOrderWhenTheListGrows) {
   int numbers[500] = {};
   Reference list(4);

@@ -95,8 +95,10 @@ class BitVector {
 template <class T, bool Owning>
 class Array {
  public:
-  // An empty list with room for n elements. Requires: n > 0.
-  Array(int n) : m_elem(nullptr), m_count(0), m_size(n) { reserve(); }
+  // An empty list with room for n elements.
+  Array(int n) : m_elem(nullptr), m_count(0), m_size(n > 0 ? n : 0) {
+    if (m_size > 0) reserve();
+  }
   Array(const Array&) = delete;
   Array& operator=(const Array&) = delete;
   // Deletes the elements in index order (null ones are skipped, ones added meanwhile are seen),
