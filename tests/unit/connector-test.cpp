@@ -1625,6 +1625,12 @@ TEST_F(ConnectorTest, DeletesItsExportedPortWithItsConstraint) {
   EXPECT_EQ(spans(&within), "[0,10]");  // the rest is the leak checker's
 }
 
+TEST_F(ConnectorTest, DeletesAConstraintThatWasGivenToItsExportedPort) {
+  TestConnector connector(RENDEZVOUS, "k", &compound, true);
+  connector.exportPort()->setConstraint(new Constraint(nullptr, 0, 10, LAZY));
+  SUCCEED();  // the leak checker sees whether it is released
+}
+
 // ---- against a literal enumeration -------------------------------------------------------------
 
 namespace {

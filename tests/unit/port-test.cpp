@@ -490,6 +490,17 @@ TEST(PortOwnershipTest, AnAtomPortLeavesTheModelsConstraintAlone) {
   EXPECT_EQ(constraint.size(), 1u);
 }
 
+TEST(PortOwnershipTest, AnExportedPortLeavesItsConstraintToItsConnector) {
+  TestCompound compound("C");
+  TestConnector* connector = compound.rendezvous("k");
+  Constraint constraint(nullptr, 0, 10, LAZY);
+  {
+    Port port("x", connector);
+    port.setConstraint(&constraint);
+  }
+  EXPECT_EQ(constraint.size(), 1u);
+}
+
 TEST(PortOwnershipTest, AConstraintMadeByADominationIsUsedAgainAndReleased) {
   TestAtom atom("A", nullptr);
   Constraint above(nullptr, 0, 10, LAZY);

@@ -310,6 +310,7 @@ Connector::Connector(const char* name, const Compound* holder, bool subconn, int
 
 Connector::~Connector() {
   delete mInteractions;
+  if (mxPort != nullptr) mxPort->dropConstraint();
   delete mxPort;
   std::free(mName);
 }

@@ -270,7 +270,7 @@ class Connector {
   char* mName;  // strdup; freed by the destructor
   Compound* mHolder;
   Array<Port, false> mPorts;
-  Port* mxPort;  // new; deleted by the destructor, or null
+  Port* mxPort;  // new; deleted with its constraint by the destructor, or null
   bool mLegal;
   bool mDominated;
   Array<Priority, false> mDominatedPriorities;

@@ -52,7 +52,6 @@ Port::Port(const char* name, const Connector* holder) : Port(name, static_cast<A
 }
 
 Port::~Port() {
-  if (mConnHolder != nullptr) dropConstraint();
   std::free(mLongLabel);
   std::free(mName);
 }

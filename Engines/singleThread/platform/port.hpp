@@ -10,8 +10,8 @@
 class Atom;
 class Connector;
 
-// An atom port never owns the constraints that its model sets; an exported port owns its
-// constraint.
+// Owns no constraint that it is given: those of an atom port are the atom's, that of an exported
+// port is the connector's.
 class Port : public Executable {
  public:
   // Copies the name; null stays null.
