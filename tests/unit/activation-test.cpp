@@ -205,6 +205,25 @@ TEST_F(InternalPortsTest, HoldsTheEnabledTimedInternalPortsLastOneFirst) {
   EXPECT_EQ(internals(compound), "A:i3 A:i2 A:i1");
 }
 
+// However a port has become internal, and whenever the atom got it.
+TEST_F(InternalPortsTest, HoldsPortsThatAreInternalByConstructionOrWithoutHolder) {
+  class InternalPort : public Port {
+   public:
+    explicit InternalPort(const Atom* holder) : Port("i", holder) { mInternal = true; }
+  };
+  Port* homeless = new Port("h", static_cast<Atom*>(nullptr));
+  homeless->setInternal();
+  std::vector<Port*> expected;
+  for (Port* port : {static_cast<Port*>(new InternalPort(atom)), homeless}) {
+    port->setSynced(true);
+    port->setConstraint(&within);
+    atom->addPort(port);
+    expected.insert(expected.begin(), port);
+    activated();
+    EXPECT_EQ(model::listOf(compound.internals()), expected);
+  }
+}
+
 TEST_F(InternalPortsTest, NeverHoldsOneWithoutConstraint) {
   atom->internal("i")->setSynced(true);
   activated();

@@ -84,7 +84,8 @@ Atom::Atom(const char* name, const Compound* holder)
       mLinks(INITIAL_CAPACITY),
       VESK_STATE(nullptr),
       mScheduler(nullptr),
-      mHasInternalPorts(false) {}
+      mHasInternalPorts(false),
+      mPortsSeen(0) {}
 
 Atom::~Atom() = default;
 
@@ -130,6 +131,13 @@ Port* Atom::rt_sync(int n, ...) {
   }
   va_end(entries);
   return internal;
+}
+
+bool Atom::hasInternalPorts() {
+  for (; mPortsSeen < mPorts.count(); ++mPortsSeen) {
+    if (mPorts[mPortsSeen]->isInternal()) mHasInternalPorts = true;
+  }
+  return mHasInternalPorts;
 }
 
 void Atom::notifyDependentConn() {

@@ -102,8 +102,9 @@ class Atom : public Component {
   // The connectors that use a port of this atom, once per port.
   Array<Connector, false>& links() { return mLinks; }
   void addPort(Port* port) { mPorts.add(port); }
-  // Some port of the atom is, or has been, internal. Noted by the port.
-  bool hasInternalPorts() const { return mHasInternalPorts; }
+  // Some port of the atom is, or has been, internal: it was when the atom got it, or has noted it
+  // since.
+  bool hasInternalPorts();
   void noteInternalPort() { mHasInternalPorts = true; }
 
   // Puts the connectors that use this atom's ports into the scheduler's heap, each once. Nothing
@@ -133,6 +134,7 @@ class Atom : public Component {
 
  private:
   bool mHasInternalPorts;  // spares activation the walk through the ports of all other atoms
+  int mPortsSeen;          // how many ports hasInternalPorts() has looked at
 };
 
 // An inner node of the tree: its parts, what connects them, and who gives way to whom.
