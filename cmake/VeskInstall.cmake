@@ -59,14 +59,12 @@ string(REGEX REPLACE "[^/]+" ".." VESK_PREFIX_FROM_PKGCONFIG ${VESK_PKGCONFIGDIR
 configure_file(${PROJECT_SOURCE_DIR}/cmake/vesk.pc.in ${PROJECT_BINARY_DIR}/vesk.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/vesk.pc DESTINATION ${VESK_PKGCONFIGDIR} COMPONENT development)
 
-# To read and to start from. Left out are the documents about the engine's own sources.
+# To read and to start from.
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples
   DESTINATION ${VESK_INSTALL_DOCDIR} COMPONENT development)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs
   DESTINATION ${VESK_INSTALL_DOCDIR} COMPONENT development
-  PATTERN man EXCLUDE
-  PATTERN decisions EXCLUDE
-  PATTERN architecture.* EXCLUDE)
+  FILES_MATCHING PATTERN *.md PATTERN *.dot PATTERN man EXCLUDE)
 install(FILES ${PROJECT_SOURCE_DIR}/CHANGELOG.md
   DESTINATION ${VESK_INSTALL_DOCDIR} COMPONENT development)
 vesk_install_manual(${PROJECT_SOURCE_DIR}/docs/man/vesk-model.7.in development)
