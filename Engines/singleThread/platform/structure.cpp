@@ -36,15 +36,6 @@ constexpr BitVector FIRST(0);
 const BitVector BitVector::EMPTY = NOTHING;
 const BitVector BitVector::SINGLE = FIRST;
 
-BitVector BitVector::below(int n) {
-  assert(0 <= n && n <= CAPACITY);
-  BitVector set;
-  unsigned int* word = set.m_data;
-  for (; n >= 32; n -= 32) *word++ = ~0u;
-  if (n > 0) *word = mask(n) - 1u;
-  return set;
-}
-
 BitVector& BitVector::operator&=(const BitVector& other) {
   m_data[0] &= other.m_data[0];
   m_data[1] &= other.m_data[1];

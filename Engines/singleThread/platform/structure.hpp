@@ -36,7 +36,14 @@ class BitVector {
   BitVector& operator=(const BitVector&) = default;
   ~BitVector() = default;
   // The set {0, ..., n-1}. Requires: 0 <= n <= CAPACITY.
-  static BitVector below(int n);
+  static BitVector below(int n) {
+    assert(0 <= n && n <= CAPACITY);
+    BitVector set;
+    unsigned int* word = set.m_data;
+    for (; n >= 32; n -= 32) *word++ = ~0u;
+    if (n > 0) *word = mask(n) - 1u;
+    return set;
+  }
 
   // Requires for all three: 0 <= i < CAPACITY.
   void add(int i) { m_data[index(i)] |= mask(i); }
