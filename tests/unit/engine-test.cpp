@@ -723,9 +723,11 @@ TEST_F(InitializeTest, AnInteractiveRunIsSeededWithOne) {
 
 // The placeholder
 
-TEST_F(ExplorerTest, InitialisingDoesNotSeed) {
+TEST_F(ExplorerTest, InitialisingSetsTheSystemUpAndDoesNotSeed) {
+  root.priorities().add(new CountingPriority(&root, &log));
   seeds.clear();
   Explorer(root, logical, semantics, LOUD).initialize();
+  EXPECT_EQ(log, Log{"setup"});
   EXPECT_EQ(atom.initializedWith, &logical);
   EXPECT_EQ(seeds.size(), 0u);
 }

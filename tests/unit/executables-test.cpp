@@ -246,6 +246,21 @@ TEST(ExecutablesTest, MarkAllAndUnmarkAllReachWhatIsMarkedAlready) {
   EXPECT_EQ(port.mark(), 0u);
 }
 
+TEST(ExecutablesTest, NextOnAConnectorWithoutAnInteractionGoesToTheNextConnector) {
+  Chains chains;
+  Connector& first = chains.connector();
+  chains.interaction();
+  chains.connector();
+  Executable* second = &chains.interaction();
+  Port& port = chains.port();
+  const Executables set = chains.set();
+  Executables::iterator it(0, &first, nullptr, &port);
+  it.next();
+  EXPECT_EQ(*it, second);
+  it.next();
+  EXPECT_EQ(*it, &port);
+}
+
 TEST(ExecutablesTest, NextAtTheEndStaysAtTheEnd) {
   Chains chains;
   chains.port();
