@@ -229,6 +229,11 @@ TEST_F(InteractiveTest, TimesBeyondSixtyFourBitsOfMicrosecondsAreRefused) {
       "18446744073709551621 18446744073709556";
   EXPECT_EQ(session(words, FOR_EVER),
             refusedTimes("lazy (0ms,10ms)", INVALID, 10) + ASK_TIME + TO_TEN + BUG);
+  // Not as the time that is there before any has been read, either.
+  for (const char* word : {"9223372036854776", "-9223372036854776", "9223372036854775808"}) {
+    EXPECT_EQ(session(word, FOR_EVER),
+              refusedTimes("lazy (0ms,10ms)", INVALID, 1) + ASK_TIME + TO_TEN + BUG);
+  }
 }
 
 TEST_F(InteractiveTest, SignsAndLeadingZerosBelongToANumber) {
@@ -276,6 +281,16 @@ TEST_F(InteractiveTest, ARandomTimeIsTheDrawnPartOfTheWidenedInterval) {
                                 list("5ms") + ROWS_A_B + ASK_NUMBER + "a lazy (_,_)\n" + LIMIT);
   EXPECT_EQ(logical.time(), Time(5000));
   EXPECT_EQ(drawCount, 1);
+}
+
+TEST_F(InteractiveTest, ARandomTimeIsCountedFromTheLowerBound) {
+  addTwo();
+  session("2 1");
+  // 2000 + 8001 * 2^30 / 2^31 = 6000.5
+  scriptDraws({1 << 30});
+  EXPECT_EQ(session("r 1"), "scheduler [2ms] " + ASK_TIME + "lazy (2ms,10ms): " + RANDOM + "6ms\n" +
+                                list("6ms") + ROWS_A_B + ASK_NUMBER + "a lazy (_,_)\n" + LIMIT);
+  EXPECT_EQ(logical.time(), Time(6000));
 }
 
 // Deliberate: the width is one unit larger, so the latest possible time can be drawn.

@@ -3,6 +3,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <sys/resource.h>
 #include <sys/time.h>
 #include <termios.h>
@@ -202,6 +203,89 @@ TEST(ChannelTest, FilesPipesAndTerminalsReceiveTheSameBytes) {
     EXPECT_EQ(outputThrough(Channel::TERMINAL, one.body, one.input), expected);
     EXPECT_NE(expected.find(one.contained), std::string::npos) << expected;
   }
+}
+
+namespace {
+
+// The other ends of the standard input and output of a run.
+class Conversation {
+ public:
+  explicit Conversation(const std::function<int()>& body) {
+    int input[2];
+    int output[2];
+    if (pipe(input) != 0 || pipe(output) != 0) std::abort();
+    std::fflush(nullptr);
+    mChild = fork();
+    if (mChild == 0) {
+      dup2(input[0], STDIN_FILENO);
+      dup2(output[1], STDOUT_FILENO);
+      for (const int end : {input[0], input[1], output[0], output[1]}) close(end);
+      std::exit(body());
+    }
+    close(input[0]);
+    close(output[1]);
+    mInput = input[1];
+    mOutput = output[0];
+  }
+  Conversation(const Conversation&) = delete;
+  Conversation& operator=(const Conversation&) = delete;
+  ~Conversation() {
+    close(mInput);
+    close(mOutput);
+    waitpid(mChild, nullptr, 0);
+  }
+
+  // Reads until the output ends with this text. False when it stays away.
+  bool hears(const std::string& text) {
+    std::string heard;
+    while (heard.size() < text.size() ||
+           heard.compare(heard.size() - text.size(), text.size(), text) != 0) {
+      pollfd ready{mOutput, POLLIN, 0};
+      char buffer[4096];
+      if (poll(&ready, 1, 20000) != 1) return false;
+      const ssize_t count = read(mOutput, buffer, sizeof buffer);
+      if (count <= 0) return false;
+      heard.append(buffer, static_cast<std::size_t>(count));
+    }
+    return true;
+  }
+  void says(const std::string& text) {
+    EXPECT_EQ(write(mInput, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+  }
+
+ private:
+  pid_t mChild;
+  int mInput;
+  int mOutput;
+};
+
+}  // namespace
+
+TEST(ChannelTest, EveryPromptIsOutBeforeItsAnswerIsRead) {
+  create = [] {
+    System* system = new System;
+    system->counter("A", "ca", 2);
+    return system;
+  };
+  Conversation timed([] { return engineMain({"--interactive"}); });
+  for (int step = 0; step < 2; ++step) {
+    EXPECT_TRUE(timed.hears("Enter a new value for current time in lazy (0ms,_): "));
+    timed.says("0\n");
+    EXPECT_TRUE(timed.hears("Enter interaction or internal port number (hit 0 to exit): "));
+    timed.says("1\n");
+  }
+  EXPECT_TRUE(timed.hears("] deadlock!\n"));
+
+  Conversation single([] {
+    const std::unique_ptr<Compound> system(create());
+    Scheduler(system.get(), 1, false, 1, -1, 0).run_execution();
+    return 0;
+  });
+  for (const char* answer : {"1\n", "l\n", "1\n", "0\n"}) {
+    EXPECT_TRUE(single.hears("Enter connector number (Hit 0 to exit) : "));
+    single.says(answer);
+  }
+  EXPECT_TRUE(single.hears("Exiting ...\n\n"));
 }
 
 // What is open of standard input, output and error, and every file, gets what it would get anyway.

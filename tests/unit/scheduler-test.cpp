@@ -279,6 +279,52 @@ TEST(SchedulerTest, TheHeapLoopSetsTheSchedulerOfEveryAtom) {
   EXPECT_EQ(system.b->mScheduler, &scheduler);
 }
 
+// Priorities are set up by the loops that use them, before anything is initialised, and levels are
+// computed after that.
+TEST(SchedulerTest, EachLoopSetsTheSystemUpInItsOwnWay) {
+  using Log = std::vector<std::string>;
+  struct LoggedPriority : Priority {
+    LoggedPriority(Compound* holder, Interaction* low, Interaction* high, Log& entries)
+        : Priority(holder, low, high, Vesk::Time(0)), log(entries) {}
+    void setup() override { log.push_back("setup"); }
+    void setupPrioLevel() override { log.push_back("level"); }
+    bool guard() override { return false; }
+    Log& log;
+  };
+  struct LoggedSystem : Pair {
+    explicit LoggedSystem(Log& entries) : Pair(0, 0), log(entries) {
+      mPriorities.add(new LoggedPriority(this, Interaction::Create(mConnectors[0], 1, 0),
+                                         Interaction::Create(mConnectors[1], 1, 0), log));
+    }
+    using System::initialize;
+    void initialize(LogicalClock* clock) override {
+      log.push_back(clock == nullptr ? "initialize" : "initialize with a clock");
+      System::initialize(clock);
+    }
+    Log& log;
+  };
+  struct Case {
+    int mode;
+    int optimization;
+    Log expected;
+  };
+  for (const Case& one : std::vector<Case>{{0, 0, {"setup", "initialize with a clock"}},
+                                           {2, 0, {"setup", "initialize with a clock"}},
+                                           {1, 0, {"initialize"}},
+                                           {0, 1, {"initialize"}},
+                                           {0, 2, {"setup", "initialize", "level"}}}) {
+    const Outcome outcome = isolated([&one] {
+      Log log;
+      LoggedSystem system(log);
+      OpenScheduler scheduler(&system, one.mode, 1, one.optimization);
+      scheduler.parse({});
+      scheduler.run();
+      return log == one.expected ? 0 : 1;
+    });
+    EXPECT_EQ(outcome.status, 0) << one.mode << one.optimization;
+  }
+}
+
 TEST(SchedulerTest, TheHeapQueuesOnlyWhatDependsOnTheFiredPorts) {
   System system;
   RuleAtom* sender = system.atom("S");

@@ -1,6 +1,8 @@
 // What a step costs: calls of the allocator and of the model's guards, for rings of stations that
 // pass a token on.
 
+#include <functional>
+#include <iostream>
 #include <memory>
 #include <vector>
 
@@ -96,15 +98,21 @@ class LimitedScheduler : public Scheduler {
   }
 };
 
-Tally runRing(int stations, int optimization, long first, long last) {
+Tally runRing(int stations, long first, long last,
+              const std::function<void(Compound&, int limit)>& run) {
   Tally tally;
   tally.firstStep = first;
   tally.lastStep = last;
   Ring ring(stations, tally);
-  LimitedScheduler scheduler(&ring, optimization, static_cast<int>(last));
-  scheduler.run_execution();
+  run(ring, static_cast<int>(last));
   EXPECT_EQ(tally.steps, last);
   return tally;
+}
+
+Tally runRing(int stations, int optimization, long first, long last) {
+  return runRing(stations, first, last, [optimization](Compound& ring, int limit) {
+    LimitedScheduler(&ring, optimization, limit).run_execution();
+  });
 }
 
 }  // namespace
@@ -145,6 +153,39 @@ TEST(AllocationCountTest, ActivationsOfAnUntimedModelAllocateNothing) {
 TEST(GuardCountTest, StepsOfMaximalSynchronisationEvaluateThreeConnectors) {
   for (int stations : {10, 1000}) {
     const Tally tally = runRing(stations, 1, 100, 300);
+    EXPECT_EQ(tally.guardsAtLast - tally.guardsAtFirst, 3 * 200) << stations;
+  }
+}
+
+TEST(GuardCountTest, StepsOfTheTimedEngineEvaluateThreeConnectors) {
+  const auto runTimed = [](Compound& ring, int limit) {
+    SimuClock platform("platform");
+    LogicalClock logical("logical", platform);
+    StandardSemantics semantics;
+    EDFScheduler scheduler;
+    StandardExecuter executer(ring, logical, semantics, scheduler, true,
+                              static_cast<unsigned int>(limit), std::cout, 1, Vesk::Time(0));
+    executer.initialize();
+    executer.run();
+  };
+  for (int stations : {10, 1000}) {
+    const Tally tally = runRing(stations, 100, 300, runTimed);
+    EXPECT_EQ(tally.guardsAtLast - tally.guardsAtFirst, 3 * 200) << stations;
+  }
+}
+
+TEST(GuardCountTest, StepsOfTheSchedulersTimedLoopEvaluateThreeConnectors) {
+  const auto runTimed = [](Compound& ring, int limit) {
+    LimitedScheduler scheduler(&ring, 0, limit);
+    char name[] = "model";
+    char* arguments[] = {name, nullptr};
+    scheduler.parseCmdFile(1, arguments);
+    testing::internal::CaptureStdout();
+    scheduler.run_execution();
+    testing::internal::GetCapturedStdout();
+  };
+  for (int stations : {10, 1000}) {
+    const Tally tally = runRing(stations, 100, 300, runTimed);
     EXPECT_EQ(tally.guardsAtLast - tally.guardsAtFirst, 3 * 200) << stations;
   }
 }
