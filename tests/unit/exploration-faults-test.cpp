@@ -210,6 +210,38 @@ TEST_P(SignalTest, TheSearchStopsAtItsNextTurn) {
   EXPECT_NE(std::string::npos, folder.content("out").find("* Count :          3 "));
 }
 
+TEST_P(SignalTest, ASignalThatComesTwiceAtOnceIsOneRequest) {
+  const Folder folder;
+  auto system = counters(1);
+  const int status = statusOf(folder, [&] {
+    setHook(*system, [](Automaton& self, const std::string& hook) {
+      if (hook != "execute" || self.state() != 3) return;
+      raise(SIGTERM);
+      raise(SIGTERM);
+    });
+    run(*system, GetParam(), folder);
+  });
+  EXPECT_TRUE(killed(status, SIGTERM));
+  EXPECT_EQ("", folder.check().faults());
+  EXPECT_EQ(3U, folder.check().transitions().size());
+}
+
+TEST_P(SignalTest, TheSameSignalKillsAtOnceWhenItComesAgain) {
+  const Folder folder;
+  auto system = counters(1);
+  const int status = statusOf(folder, [&] {
+    setHook(*system, [](Automaton&, const std::string& hook) {
+      if (hook != "execute") return;
+      raise(SIGINT);
+      usleep(60000);
+      raise(SIGINT);
+      _exit(1);
+    });
+    run(*system, GetParam(), folder);
+  });
+  EXPECT_TRUE(killed(status, SIGINT));
+}
+
 TEST_P(SignalTest, ASecondSignalKillsAtOnce) {
   const Folder folder;
   int ready[2];

@@ -1,19 +1,37 @@
 #include "search-signals.hpp"
 
+#include <time.h>
+
 namespace {
 
 constexpr int STOPPING = 3;  // how many of them ask the search to stop
 constexpr int SIGNALS[] = {SIGINT, SIGTERM, SIGHUP, SIGPIPE, SIGXFSZ};
 
-volatile sig_atomic_t caughtSignal = 0;
+// timeout(1), for one, sends its signal to the process and again to the group of the process.
+// Within this time the same signal is the same request.
+constexpr unsigned int ECHO_MILLISECONDS = 30;
 
-// The second signal finds its default action.
+volatile sig_atomic_t caughtSignal = 0;
+volatile sig_atomic_t caughtAt = 0;  // milliseconds, as far as they fit
+
+unsigned int milliseconds() {
+  timespec now;
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return static_cast<unsigned int>(now.tv_sec) * 1000u +
+         static_cast<unsigned int>(now.tv_nsec / 1000000);
+}
+
+// The second request finds the default action of its signal.
 void askToStop(int number) {
-  if (caughtSignal != 0) {
+  const unsigned int now = milliseconds();
+  if (caughtSignal == 0) {
+    caughtSignal = number;
+    caughtAt = static_cast<sig_atomic_t>(now);
+  } else if (caughtSignal != number ||
+             now - static_cast<unsigned int>(caughtAt) > ECHO_MILLISECONDS) {
     signal(number, SIG_DFL);
     raise(number);
   }
-  caughtSignal = number;
 }
 
 }  // namespace

@@ -5,8 +5,9 @@
 #include <signal.h>
 
 // For the life of this object SIGINT, SIGTERM and SIGHUP ask the search to stop; a second one kills
-// at once. SIGPIPE and SIGXFSZ are ignored, so that they show as write errors. Signals that the
-// model or the caller handles or ignores are left alone. One object at a time.
+// at once, unless it is an echo of the first. SIGPIPE and SIGXFSZ are ignored, so that they show as
+// write errors. Signals that the model or the caller handles or ignores are left alone. One object
+// at a time.
 class SearchSignals {
  public:
   SearchSignals();
