@@ -603,6 +603,21 @@ TEST(LongRunTest, ManyStepsAtOneTimeOrOverTimeKeepNoMemory) {
   }
 }
 
+TEST(LongRunTest, ATimedRunDoesNotReachALimitThatIsZeroOrNegative) {
+  create = [] {
+    System* system = new System;
+    system->counter("A", "ca", 7);
+    return system;
+  };
+  const std::string line = "scheduler [0ms] System/ca/A:go lazy\n";
+  for (const char* limit : {"0", "-1", "-5", "-2147483648", "junk"}) {
+    EXPECT_EQ(run({"--limit", limit}).outcome.out,
+              BANNER + repeated(7, line) + "scheduler [0ms] deadlock!\n");
+  }
+  EXPECT_EQ(run({"--limit", "5"}).outcome.out,
+            BANNER + repeated(5, line) + "Execution limit size (5) reached!\n");
+}
+
 // The stack that a program has by default.
 TEST(DeepSystemTest, RunsInEveryModeOnADefaultStack) {
   create = [] {
