@@ -204,6 +204,7 @@ TEST(OwnConstraintTest, IsOneObjectThatStartsAfreshAtEveryUse) {
   EXPECT_FALSE(again.domination());
   EXPECT_EQ(again.delay(), Vesk::Time(0));
   EXPECT_EQ(again.clock(), &clock);
+  EXPECT_EQ(again.displayClock(), &clock);
 }
 
 TEST(OwnConstraintTest, IsNotTheOneThatTheModelSet) {
