@@ -92,6 +92,59 @@ std::string limitLine(int n) {
   return "Execution limit size (" + std::to_string(n) + ") reached!\n";
 }
 
+// What it is made of
+
+class Opened : public Scripting {
+ public:
+  using Scripting::choice;
+  using Scripting::deadlock;
+  using Scripting::interactions;
+  using Scripting::logicalClock;
+  using Scripting::maxDrift;
+  using Scripting::maxSimLimit;
+  using Scripting::platformClock;
+  using Scripting::quiet;
+  using Scripting::randSeed;
+  using Scripting::scheduler;
+  using Scripting::Scripting;
+  using Scripting::semantics;
+  using Scripting::setMaxDrift;
+  using Scripting::simout;
+  using Scripting::system;
+  using Scripting::time;
+  using Scripting::wait;
+};
+
+TEST_F(RunTest, AnExecuterHoldsWhatItWasGiven) {
+  Opened executer(root, logical, semantics, earliestDeadline, QUIET, 7, out, 9, Time(11));
+  EXPECT_EQ(&executer.system(), &root);
+  EXPECT_EQ(&executer.logicalClock(), &logical);
+  EXPECT_EQ(&executer.platformClock(), &platform);
+  EXPECT_EQ(&executer.semantics(), &semantics);
+  EXPECT_EQ(&executer.scheduler(), &earliestDeadline);
+  EXPECT_TRUE(executer.quiet());
+  EXPECT_EQ(executer.maxSimLimit(), 7u);
+  EXPECT_EQ(&executer.simout(), &out);
+  EXPECT_EQ(executer.randSeed(), 9);
+  EXPECT_EQ(executer.maxDrift(), Time(11));
+  executer.setMaxDrift(Time(12));
+  EXPECT_EQ(executer.maxDrift(), Time(12));
+}
+
+TEST_F(RunTest, AnExecuterStartsWithoutChoiceAndWithAllTimesAllowed) {
+  Opened executer(root, logical, semantics, everything, LOUD, 0, out, SEED, Time(MAX_DRIFT));
+  EXPECT_EQ(executer.choice(), nullptr);
+  EXPECT_EQ(executer.time(), Time(0));
+  EXPECT_EQ(executer.interactions().connector(), nullptr);
+  EXPECT_EQ(executer.interactions().internals(), nullptr);
+  EXPECT_TRUE(executer.deadlock());
+  EXPECT_EQ(executer.wait().low(), Time::MIN);
+  EXPECT_EQ(executer.wait().high(), Time::MAX);
+  EXPECT_EQ(executer.wait().urgency(), LAZY);
+  EXPECT_FALSE(executer.wait().dominated());
+  EXPECT_TRUE(executer.wait().observable());
+}
+
 // The trace line
 
 TEST_F(RunTest, NothingEnabledEndsTheLineWithDeadlockRightAfterTheTime) {
