@@ -4,7 +4,7 @@
 
 #include <cstdlib>
 #include <memory>
-#include <random>
+#include <stdexcept>
 #include <string>
 
 #include "trees.hpp"
@@ -42,54 +42,58 @@ TEST(StateTableTest, NumbersTextsInTheOrderOfTheirInsertion) {
   EXPECT_EQ("19999,x", textOf(table, 19999));
 }
 
-TEST(StateTableTest, RestoresTheTreeOfEveryText) {
+TEST(StateTableTest, TellsWhichTreesCanBeBuiltAgain) {
   StateTable table;
-  const std::vector<std::string> texts = {"",
-                                          "a",
-                                          "a,b",
-                                          std::string(254, 'x'),
-                                          std::string(255, 'y'),
-                                          std::string(256, 'z'),
-                                          std::string(70000, 'w'),
-                                          std::string(2000000, 'v')};
-  for (const std::string& one : texts) {
-    for (const std::string& other : texts) table.insert(pairOf(one + "|", other).get());
-  }
-  for (int round = 0; round < 2; ++round) {
-    StateNumber number = 0;
-    for (const std::string& one : texts) {
-      for (const std::string& other : texts) {
-        Node* tree = table.restore(number);
-        EXPECT_EQ(0, tree->compare(pairOf(one + "|", other).get()));
-        EXPECT_EQ(number, tree->getIndex());
-        EXPECT_EQ(tree, table.restore(number));
-        EXPECT_EQ(one + "|" + other, textOf(table, number));
-        ++number;
-      }
-    }
-  }
+  EXPECT_TRUE(table.insert(pairOf("a", "b").get()).isPacked);
+
+  auto withRichLeaf = std::make_unique<Nonleaf>(2);
+  withRichLeaf->setChild(new Leaf(new Atomleaf("a")), 0);
+  withRichLeaf->setChild(new RichLeaf("c"), 1);
+  EXPECT_FALSE(table.insert(withRichLeaf.get()).isPacked);
+  EXPECT_EQ("ac", textOf(table, 1));
+
+  auto withNumber = pairOf("a", "d");
+  static_cast<Nonleaf&>(*withNumber).getChild(1)->setIndex(7);
+  EXPECT_FALSE(table.insert(withNumber.get()).isPacked);
+  auto withCount = pairOf("a", "e");
+  static_cast<Nonleaf&>(*withCount).getChild(0)->incrOutTrans();
+  EXPECT_FALSE(table.insert(withCount.get()).isPacked);
+  auto withCountedRoot = pairOf("a", "f");
+  withCountedRoot->incrOutTrans();
+  EXPECT_FALSE(table.insert(withCountedRoot.get()).isPacked);
+
+  auto wider = std::make_unique<Nonleaf>(3);
+  for (int i = 0; i < 3; ++i) wider->setChild(new Leaf(new Atomleaf("x")), i);
+  EXPECT_FALSE(table.insert(wider.get()).isPacked);
+  auto numbered = pairOf("a", "g");
+  numbered->setIndex(3);
+  EXPECT_TRUE(table.insert(numbered.get()).isPacked);
 }
 
-TEST(StateTableTest, KeepsSpecialTreesUntilTheyAreForgotten) {
+TEST(StateTableTest, AMissingPartIsReportedAndAddsNothing) {
   StateTable table;
-  auto plain = pairOf("a", "b");
-  table.insert(plain.get());
-  table.keep(0, plain);
-  EXPECT_NE(nullptr, plain);
-  EXPECT_EQ(nullptr, table.kept(0));
+  auto incomplete = std::make_unique<Nonleaf>(2);
+  incomplete->setChild(new Leaf(new Atomleaf("a")), 1);
+  testing::internal::CaptureStderr();
+  const StateTable::Found found = table.insert(incomplete.get());
+  EXPECT_EQ("at least a library is not generated with explore option\n",
+            testing::internal::GetCapturedStderr());
+  EXPECT_FALSE(found.isPacked);
+  EXPECT_EQ("a", textOf(table, 0));
 
-  auto rich = std::make_unique<Nonleaf>(2);
-  rich->setChild(new Leaf(new Atomleaf("a")), 0);
-  rich->setChild(new RichLeaf("c"), 1);
-  Node* tree = rich.get();
-  std::unique_ptr<Node> special = std::move(rich);
-  EXPECT_EQ(1U, table.insert(special.get()).number);
-  table.keep(1, special);
-  EXPECT_EQ(nullptr, special);
-  EXPECT_EQ(tree, table.kept(1));
-  EXPECT_EQ(tree, table.restore(1));
-  EXPECT_EQ(1U, tree->getIndex());
-  table.forget(1);
-  EXPECT_EQ(nullptr, table.kept(1));
-  EXPECT_EQ("ac", textOf(table, 1));
+  StateTable complete;
+  complete.insert(pairOf("a", "b").get());
+  testing::internal::CaptureStderr();
+  EXPECT_FALSE(complete.insert(incomplete.get()).isPacked);
+  EXPECT_EQ("at least a library is not generated with explore option\n",
+            testing::internal::GetCapturedStderr());
+}
+
+TEST(StateTableTest, OneStateTooManyIsRefusedAndTheOthersStay) {
+  StateTable table(2);
+  table.insert(pairOf("a", "1").get());
+  table.insert(pairOf("a", "2").get());
+  EXPECT_THROW(table.insert(pairOf("a", "3").get()), std::length_error);
+  EXPECT_EQ(2U, table.count());
+  EXPECT_EQ(1U, table.insert(pairOf("a", "2").get()).number);
 }

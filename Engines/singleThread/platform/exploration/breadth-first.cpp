@@ -8,14 +8,12 @@ namespace Vesk {
 
 void BreadthFirst::begin() {
   Tree root = capture();
-  const StateNumber number = mStates.insert(root.get()).number;
-  mQueue.push_back(number);
-  mStates.keep(number, root);
-  release(std::move(root));
+  const StateTable::Found found = mStates.insert(root.get());
+  mQueue.push_back(mPending.add(found, std::move(root)));
 }
 
 void BreadthFirst::takeOne() {
-  const StateNumber state = mQueue.front();
+  PendingState state = std::move(mQueue.front());
   mQueue.pop_front();
   restore(state);
   activate();
@@ -23,50 +21,71 @@ void BreadthFirst::takeOne() {
   if (mPlace.legal != nullptr) {
     expand(state);
   } else {
-    mFiles.deadlocks().put(state);
-    mFiles.deadlocks().put("\n");
-    ++mCounters.deadlocks;
+    meetDeadlock(state);
   }
-  mStates.forget(state);
+  end(std::move(state));
+}
+
+void BreadthFirst::endAll() {
+  for (PendingState& state : mQueue) end(std::move(state));
+  mQueue.clear();
+}
+
+// The text that the state has after the model has restored it.
+void BreadthFirst::writeState(const PendingState& state) {
+  if (!mFiles.states().isOpen()) return;
+  mText.clear();
+  mText.append(mPending.restore(state));
+  mFiles.writeState(state.number, mText.data(), mText.length());
+}
+
+void BreadthFirst::meetDeadlock(const PendingState& state) {
+  mFiles.deadlocks().put(state.number);
+  mFiles.deadlocks().put("\n");
+  ++mCounters.deadlocks;
 }
 
 // Takes the transitions of the legal connectors up to the first dominated one.
-void BreadthFirst::expand(StateNumber state) {
+void BreadthFirst::expand(const PendingState& state) {
   Connector* connector = mPlace.legal;
   while (!connector->dominated()) {
     if (!follow(state, connector)) return;
     connector = connector->next();
-    if (connector == nullptr) return;
+    if (connector == nullptr || isStopped()) return;
     restore(state);
   }
 }
 
 // Fires the connector and looks where that leads. False when it leads to an error.
 // Deliberate: the transition into an error is counted, but not written.
-bool BreadthFirst::follow(StateNumber state, Connector* connector) {
-  mPlace.choice = connector;
-  mLabel.set(connector);
+bool BreadthFirst::follow(const PendingState& state, Connector* connector) {
+  choose(connector);
   clearFlags();
   connector->execute();
   ++mCounters.transitions;
   Tree tree = capture();
-  if (!global_error) {
-    const StateTable::Found target = mStates.insert(tree.get());
-    if (target.isNew) arrive(target.number, tree);
-    writeTransition(state, target.number);
+  if (global_error) {
+    bury(std::move(tree));
+    return false;
   }
-  release(std::move(tree));
-  return !global_error;
+  const StateTable::Found target = mStates.insert(tree.get());
+  if (target.isNew) {
+    arrive(target, std::move(tree));
+  } else {
+    bury(std::move(tree));
+  }
+  writeTransition(state.number, target.number);
+  return true;
 }
 
-void BreadthFirst::arrive(StateNumber state, Tree& tree) {
-  if (global_prune) {
-    writePath(mFiles.prunedPaths());
-    ++mCounters.pruned;
-  } else {
-    mQueue.push_back(state);
-    mStates.keep(state, tree);
+void BreadthFirst::arrive(const StateTable::Found& found, Tree tree) {
+  if (!global_prune) {
+    mQueue.push_back(mPending.add(found, std::move(tree)));
+    return;
   }
+  writePath(mFiles.prunedPaths());
+  bury(std::move(tree));
+  ++mCounters.pruned;
 }
 
 }  // namespace Vesk

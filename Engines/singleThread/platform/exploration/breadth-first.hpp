@@ -1,9 +1,8 @@
-// A search that takes states in the order in which they were found. Private to the engine.
+// A search that looks at the states in the order in which they were found. Private to the engine.
 #ifndef VESK_EXPLORATION_BREADTH_FIRST_HPP
 #define VESK_EXPLORATION_BREADTH_FIRST_HPP
 
 #include <deque>
-#include <memory>
 
 #include "exploration/search.hpp"
 
@@ -17,11 +16,15 @@ class BreadthFirst : public Search {
   void begin() override;
   Count stored() const override { return mQueue.size(); }
   void takeOne() override;
-  void expand(StateNumber state);
-  bool follow(StateNumber state, Connector* connector);
-  void arrive(StateNumber state, Tree& tree);
+  void endAll() override;
+  void writeState(const PendingState& state);
+  void meetDeadlock(const PendingState& state);
+  void expand(const PendingState& state);
+  bool follow(const PendingState& state, Connector* connector);
+  void arrive(const StateTable::Found& found, Tree tree);
 
-  std::deque<StateNumber> mQueue;  // states whose transitions have still to be taken
+  std::deque<PendingState> mQueue;  // states whose transitions have still to be taken
+  StateText mText;                  // of the state that is being written
 };
 
 }  // namespace Vesk

@@ -35,41 +35,62 @@ bool usesExportedPort(Connector& connector) {
 // Deliberate: an initial state without transitions is no deadlock here.
 void DepthFirst::begin() {
   Tree root = capture();
-  const StateNumber number = mStates.insert(root.get()).number;
-  writeState(number);
+  const StateTable::Found found = mStates.insert(root.get());
+  writeState(found.number);
   activate();
+  mSources.push_back(mPending.add(found, std::move(root)));
   for (Connector* legal = mPlace.legal; legal != nullptr && !legal->dominated();
        legal = legal->next()) {
-    push(number, legal);
+    push(mSources.back(), legal);
   }
-  if (!mStack.empty()) mStates.keep(number, root);
-  release(std::move(root));
 }
 
-void DepthFirst::push(StateNumber state, Connector* connector) {
+// The interaction is made again when the transition is taken, unless it has something that it may
+// have lost by then.
+void DepthFirst::push(PendingState& state, Connector* connector) {
   Interaction* interaction = connector->feasibleInter();
   std::unique_ptr<Interaction> frozen;
-  if (interaction->constraint() != nullptr) frozen.reset(interaction->copy());
-  mStack.push_back({state, connector, interaction, std::move(frozen)});
-}
-
-// Asked about the state whose entry is or was the top: all entries of one state lie together.
-bool DepthFirst::hasPending(StateNumber state) const {
-  return !mStack.empty() && mStack.back().state == state;
+  const bool isBare =
+      interaction->constraint() == nullptr && !interaction->dominated() && interaction->mark() == 0;
+  if (!isBare) frozen.reset(interaction->copy());
+  mPending.addTransition(state);
+  mStack.push_back({connector, interaction, std::move(frozen)});
 }
 
 void DepthFirst::takeOne() {
-  Pending entry = std::move(mStack.back());
+  Transition transition = std::move(mStack.back());
   mStack.pop_back();
-  const bool last = !hasPending(entry.state);
-  mPath.enter(entry.state);
-  if (entry.connector == nullptr) {
-    meetDeadlock(entry.state);
+  if (transition.connector != nullptr) mPending.takeTransition(mSources.back());
+  if (mSources.back().outTrans != 0) {
+    PendingState& state = mSources.back();
+    take(state, transition);
+    mPending.settle(state);
   } else {
-    follow(entry);
+    PendingState state = popSource();
+    take(state, transition);
+    end(std::move(state));
+  }
+}
+
+PendingState DepthFirst::popSource() {
+  PendingState state = std::move(mSources.back());
+  mSources.pop_back();
+  return state;
+}
+
+void DepthFirst::endAll() {
+  mStack.clear();
+  while (!mSources.empty()) end(popSource());
+}
+
+void DepthFirst::take(PendingState& state, Transition& transition) {
+  mPath.enter(state.number);
+  if (transition.connector == nullptr) {
+    meetDeadlock(state.number);
+  } else {
+    follow(state, transition);
   }
   mPath.backtrack();
-  if (last) mStates.forget(entry.state);
 }
 
 void DepthFirst::meetDeadlock(StateNumber state) {
@@ -79,52 +100,67 @@ void DepthFirst::meetDeadlock(StateNumber state) {
   ++mCounters.deadlocks;
 }
 
+void DepthFirst::follow(PendingState& state, Transition& transition) {
+  Connector& connector = *transition.connector;
+  if (transition.frozen == nullptr) {
+    transition.frozen = std::make_unique<Interaction>(&connector, transition.interaction->synced());
+  }
+  restore(state);
+  if (usesExportedPort(connector)) connector.eval(false);
+  Tree tree = fire(TransNode(mPending.restore(state), &connector, transition.frozen.get()));
+  transition.frozen.reset();
+  const StateTable::Found target = mStates.insert(tree.get());
+  writeTransition(state.number, target.number);
+  if (target.isNew) {
+    arrive(target, std::move(tree));
+  } else {
+    bury(std::move(tree));
+  }
+}
+
+// Fires the transition and reads the state that it leads to.
 // Deliberate: the flags are cleared after the connector has fired, so only those count that are set
 // while the state is read, and the search looks at a state with an error like at any other.
-void DepthFirst::follow(Pending& entry) {
-  if (entry.frozen == nullptr) {
-    entry.frozen = std::make_unique<Interaction>(entry.connector, entry.interaction->synced());
-  }
-  restore(entry.state);
-  if (usesExportedPort(*entry.connector)) entry.connector->eval(false);
-  fire(TransNode(nullptr, entry.connector, entry.frozen.get()));
+Tree DepthFirst::fire(const TransNode& transition) {
+  const OneInteraction installed(*transition.trans(), transition.inter());
+  choose(transition.trans());
+  transition.trans()->execute();
   clearFlags();
   ++mCounters.transitions;
   Tree tree = capture();
-  const StateTable::Found target = mStates.insert(tree.get());
-  writeTransition(entry.state, target.number);
-  if (target.isNew) arrive(target.number, tree);
-  release(std::move(tree));
+  if (tree != nullptr) tree->setIndex(mStates.count());
+  return tree;
 }
 
-void DepthFirst::fire(const TransNode& transition) {
-  const OneInteraction installed(*transition.trans(), transition.inter());
-  mPlace.choice = transition.trans();
-  mLabel.set(transition.trans());
-  transition.trans()->execute();
-}
-
-void DepthFirst::arrive(StateNumber state, Tree& tree) {
-  writeState(state);
-  if (global_prune) return prune(state);
+void DepthFirst::arrive(const StateTable::Found& found, Tree tree) {
+  writeState(found.number);
+  if (global_prune) return prune(found.number, std::move(tree));
   activate();
+  mSources.push_back(mPending.add(found, std::move(tree)));
   if (mPlace.legal == nullptr) {
-    mStack.push_back({state, nullptr, nullptr, nullptr});
+    mStack.push_back({nullptr, nullptr, nullptr});
     return;
   }
   for (Connector* legal = mPlace.legal; legal != nullptr && !legal->dominated() && !global_error;
        legal = legal->next()) {
-    push(state, legal);
+    push(mSources.back(), legal);
     mPath.addPending();
   }
-  if (hasPending(state)) mStates.keep(state, tree);
+  if (mSources.back().outTrans == 0) end(popSource());
 }
 
-void DepthFirst::prune(StateNumber state) {
-  mFiles.prunedPaths().put(state);
+void DepthFirst::prune(StateNumber number, Tree tree) {
+  mFiles.prunedPaths().put(number);
   mFiles.prunedPaths().put(" || ");
   writePath(mFiles.prunedPaths());
+  bury(std::move(tree));
   ++mCounters.pruned;
+}
+
+void DepthFirst::writeState(StateNumber number) {
+  if (!mFiles.states().isOpen()) return;
+  const StateTable::Text text = mStates.text(number);
+  mFiles.writeState(number, text.data, text.length);
 }
 
 }  // namespace Vesk

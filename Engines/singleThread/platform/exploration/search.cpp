@@ -37,17 +37,7 @@ void clearFlags() {
   faulty_leaf = nullptr;
 }
 
-// ---- Label and path --------------------------------------------------------------------------
-
-void LastLabel::set(Connector* connector) {
-  const Interaction* interaction = connector->feasibleInter();
-  mConnector = connector;
-  mSet = interaction != nullptr ? interaction->synced() : BitVector::EMPTY;
-}
-
-const char* LastLabel::text() const {
-  return mConnector != nullptr ? mConnector->rt_label(mSet) : "";
-}
+// ---- Path ------------------------------------------------------------------------------------
 
 void Path::backtrack() {
   while (!mEntries.empty() && mEntries.back().pending == 0) {
@@ -73,7 +63,7 @@ Search* Search::sRunning = nullptr;
 
 Search::Search(const Place& place, ExplorationFiles& files, const Progress& progress,
                const SearchSignals& signals)
-    : mPlace(place), mFiles(files), mProgress(progress), mSignals(signals) {
+    : mPlace(place), mFiles(files), mPending(mStates), mProgress(progress), mSignals(signals) {
   static const int registered = std::atexit(completeAtExit);
   static_cast<void>(registered);
   sRunning = this;
@@ -92,11 +82,16 @@ void Search::run() {
     explore();
   } catch (...) {
     complete(mFiles.transitions());
-    printSummary();
+    finish();
     throw;
   }
   complete(mCounters.transitions);
+  finish();
+}
+
+void Search::finish() {
   printSummary();
+  endAll();
 }
 
 void Search::explore() {
@@ -104,7 +99,7 @@ void Search::explore() {
   mFiles.begin();
   begin();
   mProgress.start();
-  while (stored() != 0 && !global_error && mSignals.caught() == 0) {
+  while (stored() != 0 && !global_error && !isStopped()) {
     ++mCounters.steps;
     const Progress::Event event = mProgress.show(mCounters, stored());
     if (event == Progress::LIMIT) return;
@@ -123,16 +118,20 @@ void Search::printSummary() const {
 
 void Search::printError() const {
   std::puts(INTERRUPTED);
-  if (path() != nullptr) std::printf(PATH_SIZE, path()->size());
-  std::puts(ERROR_PATH);
-  if (path() != nullptr) path()->print();
-  std::printf(PATH_LABEL, mLabel.text());
+  if (path() != nullptr) {
+    std::printf(PATH_SIZE, path()->size());
+    std::puts(ERROR_PATH);
+    path()->print();
+    std::printf(PATH_LABEL, mLabel.c_str());
+  }
   if (faulty_leaf != nullptr) std::printf(FAULTY_ATOM, textOf(*faulty_leaf));
   faulty_leaf = nullptr;
 }
 
-// The end of a captured tree. One in which an error was found stays until the summary.
-void Search::release(Tree tree) {
+// One in which an error was found stays until the summary. A leaf of the model's own stays what it
+// is.
+void Search::bury(Tree tree) {
+  if (!contains(tree.get(), faulty_leaf)) return;
   if (global_error) {
     mErrorState = std::move(tree);
   } else {
@@ -140,28 +139,20 @@ void Search::release(Tree tree) {
   }
 }
 
-// A tree that the table had to keep is printed again, so that missing children are reported again.
-void Search::writeState(StateNumber state) {
-  if (!mFiles.states().isOpen()) return;
-  if (const Node* kept = mStates.kept(state)) {
-    StateText text;
-    text.append(kept);
-    mFiles.writeState(state, text.data(), text.length());
-    return;
-  }
-  const StateTable::Text text = mStates.text(state);
-  mFiles.writeState(state, text.data, text.length);
+void Search::choose(Connector* connector) {
+  mPlace.choice = connector;
+  mLabel = connector->label();
 }
 
 void Search::writeTransition(StateNumber source, StateNumber target) {
-  if (mFiles.hasTransitions()) mFiles.writeTransition(source, mLabel.text(), target);
+  if (mFiles.hasTransitions()) mFiles.writeTransition(source, mLabel.c_str(), target);
 }
 
 void Search::writePath(OutputBuffer& file) {
   if (!file.isOpen()) return;
   if (path() != nullptr) path()->write(file);
   file.put(" :: ");
-  file.put(mLabel.text());
+  file.put(mLabel.c_str());
   file.put("[[");
   file.put(faulty_leaf != nullptr ? textOf(*faulty_leaf) : "NULL");
   file.put("]]\n");

@@ -3,33 +3,21 @@
 #ifndef VESK_EXPLORATION_SEARCH_HPP
 #define VESK_EXPLORATION_SEARCH_HPP
 
+#include <cstdint>
 #include <deque>
-#include <memory>
+#include <string>
+#include <utility>
 
 #include "component.hpp"
 #include "exploration/files.hpp"
+#include "exploration/pending-states.hpp"
 #include "exploration/progress.hpp"
+#include "exploration/signals.hpp"
 #include "exploration/state-table.hpp"
-#include "states.hpp"
-#include "structure.hpp"
 
 class Connector;
 
 namespace Vesk {
-
-class SearchSignals;
-
-// The label of the transition that was taken last. The text is built when it is asked for.
-class LastLabel {
- public:
-  void set(Connector* connector);
-  // Valid until the next label of any connector.
-  const char* text() const;
-
- private:
-  Connector* mConnector = nullptr;
-  BitVector mSet;
-};
 
 // The states from the root to the one that a depth-first search works on. An entry whose pending
 // transitions have all been taken leaves the path.
@@ -78,8 +66,6 @@ class Search {
   void run();
 
  protected:
-  using Tree = std::unique_ptr<Node>;
-
   // Finds the initial state.
   virtual void begin() = 0;
   // How many are waiting in the queue or stack.
@@ -89,21 +75,29 @@ class Search {
   virtual const Path* path() const { return nullptr; }
 
   Tree capture() { return Tree(mPlace.system.getState()); }
-  void release(Tree tree);
   void activate() { mPlace.legal = mPlace.system.activate(false); }
-  void restore(StateNumber state) { mPlace.system.setState(mStates.restore(state)); }
-  void writeState(StateNumber state);
+  void restore(const PendingState& state) { mPlace.system.setState(mPending.restore(state)); }
+  void end(PendingState state) { bury(mPending.remove(std::move(state))); }
+  // The end of a tree.
+  void bury(Tree tree);
+  // Makes the connector the choice and keeps the label of the interaction that it is going to fire.
+  void choose(Connector* connector);
   void writeTransition(StateNumber source, StateNumber target);
   void writePath(OutputBuffer& file);
+  bool isStopped() const { return mSignals.caught() != 0; }
 
   const Place mPlace;
   ExplorationFiles& mFiles;
   StateTable mStates;
+  PendingStates mPending;
   Counters mCounters;
-  LastLabel mLabel;
 
  private:
+  // Ends all states that are still waiting.
+  virtual void endAll() = 0;
+
   void explore();
+  void finish();
   void printSummary() const;
   void printError() const;
   void complete(Count transitions) { mFiles.complete(transitions, mStates.count()); }
@@ -113,7 +107,8 @@ class Search {
 
   Progress mProgress;
   const SearchSignals& mSignals;
-  Tree mErrorState;  // keeps what faulty_leaf points into until it has been printed
+  std::string mLabel;  // of the transition that was taken last
+  Tree mErrorState;    // keeps what faulty_leaf points into until it has been printed
 };
 
 // Lowers the flags that model code raises.

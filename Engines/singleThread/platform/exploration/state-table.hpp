@@ -1,16 +1,14 @@
-// The states that an exploration has found. Each is stored once, as its text; a tree is built from
-// that text when the state has to be restored. Private to the engine.
+// The states that an exploration has found, each stored once, as its text. Private to the engine.
 #ifndef VESK_EXPLORATION_STATE_TABLE_HPP
 #define VESK_EXPLORATION_STATE_TABLE_HPP
 
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <unordered_map>
 #include <vector>
 
+#include "exploration/state-shape.hpp"
 #include "exploration/state-text.hpp"
-#include "states.hpp"
 
 namespace Vesk {
 
@@ -29,27 +27,11 @@ class TextArena {
   std::size_t mRoom = 0;
 };
 
-// One tree that is filled with the texts of one state after the other. All states of a model have
-// the same shape, unless the model does something special.
-class StateShape {
- public:
-  // Takes the shape of this tree, unless it is special: contains null or nodes of derived classes.
-  void take(Node* tree);
-  // Appends the text of the tree and the length of every leaf's text. False when the tree has
-  // another shape; then the text is not complete.
-  bool pack(const Node* tree, StateText& text, std::vector<unsigned char>& lengths) const;
-  // Gives the tree the texts that were packed. It is valid until the next call, and its owner is
-  // this object. Requires: pack() has given text and lengths.
-  Node* unpack(const char* text, const unsigned char* lengths);
-
- private:
-  std::unique_ptr<Node> mTree;    // null: nothing has this shape
-  std::vector<Atomleaf*> mAtoms;  // of its leaves in order
-  std::vector<char> mWord;
-};
-
 class StateTable {
  public:
+  // The largest number of states that can be told apart.
+  static constexpr StateNumber MOST = UINT32_MAX - 1;
+
   struct Text {
     const char* data;  // not terminated; valid as long as the table
     std::size_t length;
@@ -57,27 +39,24 @@ class StateTable {
   struct Found {
     StateNumber number;
     bool isNew;
+    bool isPacked;  // the tree can be built again from what the table keeps
   };
 
-  StateTable();
+  // A search that finds more states than the given number ends by std::length_error.
+  explicit StateTable(StateNumber most = MOST);
 
-  // Looks the tree's text up and adds it when it is new. The tree stays the caller's.
-  Found insert(Node* tree);
+  // Looks the tree's text up and adds it when it is new. Missing children are reported on standard
+  // error.
+  Found insert(const Node* tree);
   // How many states there are. The next new one gets this number.
   StateNumber count() const { return static_cast<StateNumber>(mTexts.size()); }
-  // The text under which a state is known.
+  // The text under which a state is known, and the lengths of its parts when it was packed.
   Text text(StateNumber number) const { return mTexts[number]; }
-
-  // A tree whose shape is special cannot be built again: keep() takes it from the caller when it
-  // belongs to a new state that is to be restored. Others are left to the caller.
-  void keep(StateNumber number, std::unique_ptr<Node>& tree);
-  // The tree of a state that has not been forgotten, with the number as its index. It stays the
-  // table's and is valid until the next call.
-  Node* restore(StateNumber number);
-  // The state will not be restored again.
-  void forget(StateNumber number);
-  // The kept tree of a state, or null.
-  const Node* kept(StateNumber number) const;
+  const unsigned char* lengths(StateNumber number) const {
+    return reinterpret_cast<const unsigned char*>(mTexts[number].data + mTexts[number].length);
+  }
+  // What the packed trees have in common.
+  const StateShape& shape() const { return mShape; }
 
  private:
   struct Slot {
@@ -85,21 +64,19 @@ class StateTable {
     std::uint32_t used;  // the state's number plus 1; 0: a free slot
   };
 
-  bool pack(Node* tree);
+  bool pack(const Node* tree);
   StateNumber add(std::size_t slot, std::uint32_t hash);
   std::size_t find(std::uint32_t hash) const;
   bool holds(const Slot& slot, std::uint32_t hash) const;
   void grow();
 
+  const StateNumber mMost;
   TextArena mArena;  // per state the text, then the lengths of its leaves
   std::vector<Text> mTexts;
   std::vector<Slot> mSlots;  // a power of two, at most half full
   StateShape mShape;
-  std::unordered_map<StateNumber, std::unique_ptr<Node>> mKept;
-  StateText mText;  // of the tree that is looked up, and the lengths of its leaves
-  std::vector<unsigned char> mLengths;  // empty when the tree is special
-  bool mPacked;                         // false: the tree that was looked up last is special
-  Node* mRestored;                      // the tree that restore() has given last, or null
+  StateText mText;   // of the tree that is looked up
+  Lengths mLengths;  // empty when the tree is not packed
 };
 
 }  // namespace Vesk

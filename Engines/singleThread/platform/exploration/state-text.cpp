@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "exploration/tree-walk.hpp"
 #include "states.hpp"
 #include "structure.hpp"
 
@@ -19,26 +20,18 @@ StateText::~StateText() {
   std::free(mData);
 }
 
-void StateText::append(const Node* node) {
-  if (node == nullptr) {
-    std::fputs(MISSING_CHILD, stderr);
-    std::fflush(stderr);
-  } else if (node->isLeaf()) {
-    const Atomleaf* atom = static_cast<const Leaf*>(node)->getAleaf();
-    const char* text = atom != nullptr ? atom->getVal() : nullptr;
-    if (text != nullptr) append(text, std::strlen(text));
-  } else {
-    const auto* inner = static_cast<const Nonleaf*>(node);
-    const int n = inner->getNumChild();
-    for (int i = 0; i < n; ++i) append(inner->getChild(i));
+void StateText::append(const Node* tree) {
+  TreeWalk walk(tree);
+  for (const Node* node; walk.next(node);) {
+    if (node == nullptr) {
+      std::fputs(MISSING_CHILD, stderr);
+      std::fflush(stderr);
+    } else if (node->isLeaf()) {
+      const Atomleaf* atom = static_cast<const Leaf*>(node)->getAleaf();
+      const char* text = atom != nullptr ? atom->getVal() : nullptr;
+      if (text != nullptr) append(text, std::strlen(text));
+    }
   }
-}
-
-void StateText::append(const char* text, std::size_t length) {
-  if (length == 0) return;
-  reserve(length);
-  std::memcpy(mData + mLength, text, length);
-  mLength += length;
 }
 
 char* StateText::release() {

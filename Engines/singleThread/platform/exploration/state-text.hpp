@@ -4,6 +4,7 @@
 #define VESK_EXPLORATION_STATE_TEXT_HPP
 
 #include <cstddef>
+#include <cstring>
 
 class Node;
 
@@ -18,8 +19,13 @@ class StateText {
 
   // Appends what the tree holds. A null tree or child adds nothing and is reported on standard
   // error.
-  void append(const Node* node);
-  void append(const char* text, std::size_t length);
+  void append(const Node* tree);
+  void append(const char* text, std::size_t length) {
+    if (length == 0) return;
+    if (length > mCapacity - mLength) reserve(length);
+    std::memcpy(mData + mLength, text, length);
+    mLength += length;
+  }
   // Makes the text empty and keeps the buffer.
   void clear() { mLength = 0; }
   // Not terminated; stays valid until the next append. Null as long as nothing was ever appended.
@@ -29,6 +35,7 @@ class StateText {
   char* release();
 
  private:
+  // Makes room for so many characters more.
   void reserve(std::size_t more);
 
   char* mData;  // malloc; freed by the destructor

@@ -1,0 +1,84 @@
+// The states that a search has still to look at, each with a tree for the model. Private to the
+// engine.
+#ifndef VESK_EXPLORATION_PENDING_STATES_HPP
+#define VESK_EXPLORATION_PENDING_STATES_HPP
+
+#include <cstddef>
+#include <optional>
+
+#include "exploration/state-table.hpp"
+
+// Tests of the building of trees set it to 0.
+#ifndef VESK_MOST_PENDING_NODES
+#define VESK_MOST_PENDING_NODES (std::size_t{1} << 17)
+#endif
+
+namespace Vesk {
+
+// A state on the queue or stack of a search. Its tree is the one that the model gave; or, when
+// there are many, one that is built from the state's text whenever the state is looked at.
+struct PendingState {
+  StateNumber number;
+  unsigned int outTrans : 31;  // transitions that have still to be taken; the tree counts them too
+  unsigned int isPacked : 1;   // it has no tree, its text stands for it
+  Tree tree;
+};
+
+// A tree that stands for one packed state after the other.
+class StandIn {
+ public:
+  explicit StandIn(const StateTable& table) : mTable(table) {}
+
+  bool standsFor(const PendingState& state) const {
+    return mTree.has_value() && state.isPacked && state.number == mNumber;
+  }
+  void become(const PendingState& state);
+  // The tree, as become() has left it or as the model has changed it since.
+  Node* tree() const { return mTree->root(); }
+  // The model has changed the tree. Requires: it stands for the state.
+  bool isChanged(const PendingState& state) const;
+  // Gives the tree away.
+  Tree take();
+
+ private:
+  const StateTable& mTable;
+  std::optional<PackedTree> mTree;
+  StateNumber mNumber = 0;
+};
+
+class PendingStates {
+ public:
+  // As long as the trees of all pending states have fewer nodes than this, each keeps its own.
+  static constexpr std::size_t MOST_NODES = VESK_MOST_PENDING_NODES;
+
+  explicit PendingStates(const StateTable& table, std::size_t mostNodes = MOST_NODES)
+      : mTable(table), mMostNodes(mostNodes), mStandIns{StandIn(table), StandIn(table)} {}
+
+  // Makes a state pending, without transitions. Requires: insert() has found the tree.
+  PendingState add(const StateTable::Found& found, Tree tree);
+  // The tree of a state, which stays here. Until another state is restored it is the same one, with
+  // all that the model has done to it. Trees of different states that are given one after the other
+  // have no node in common.
+  Node* restore(const PendingState& state);
+  // One transition more, or less, has still to be taken.
+  void addTransition(PendingState& state);
+  void takeTransition(PendingState& state);
+  // Lets the state keep what the model has done to its tree.
+  void settle(PendingState& state);
+  // The end of a state. Gives the tree if the model may still know one of its nodes.
+  Tree remove(PendingState state);
+
+ private:
+  bool isFull() const;
+  Node* present(const PendingState& state) const;
+
+  const StateTable& mTable;
+  const std::size_t mMostNodes;
+  std::size_t mTrees = 0;  // of pending states
+  StandIn mStandIns[2];
+  int mCurrent = 0;  // the one that was given last
+};
+
+}  // namespace Vesk
+
+#endif
