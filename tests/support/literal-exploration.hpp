@@ -41,7 +41,8 @@ class LiteralExploration {
   Connector* const* choiceField() const { return &mConnectorChoice; }
 
   void breadthFirst() {
-    Node* root = readRoot();
+    std::string text;
+    Node* root = readRoot(text);
     std::list<Node*> queue = {root};
     beginSearch();
     while (!queue.empty()) {
@@ -59,8 +60,9 @@ class LiteralExploration {
   }
 
   void depthFirst() {
-    Node* root = readRoot();
-    writeState(0, textOf(root));
+    std::string text;
+    Node* root = readRoot(text);
+    writeState(0, text);
     mLegal = mSystem.activate(false);
     for (Connector* legal = mLegal; legal != nullptr && !legal->dominated();
          legal = legal->next()) {
@@ -83,11 +85,12 @@ class LiteralExploration {
   // State number, and transitions that are pending below.
   using Path = std::list<std::pair<unsigned int, std::uint64_t>>;  // newest first
 
-  Node* readRoot() {
+  Node* readRoot(std::string& text) {
     mSystem.initialize(nullptr);
     Node* root = mSystem.getState();
     root->setIndex(0);
-    mTable.emplace(textOf(root), 0);
+    text = textOf(root);
+    mTable.emplace(text, 0);
     return root;
   }
 
