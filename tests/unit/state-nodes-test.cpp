@@ -105,3 +105,18 @@ TEST(StateNodeIterTest, IsPresentFindsThePositionOfAnEqualState) {
   EXPECT_FALSE(list.isPresent(&absent, position));
   EXPECT_EQ(1, position);
 }
+
+TEST(StateNodeIterTest, AMissingStateIsEqualToAMissingOneOnly) {
+  Nonleaf state(0);
+  StateNode some(&state, 1), none(nullptr, 2), noneToo(nullptr, 3);
+  StateNodeIter list;
+  list.addTail(&none);
+  list.addTail(&some);
+  int position = -1;
+  EXPECT_TRUE(list.isPresent(&some, position));
+  EXPECT_EQ(1, position);
+  EXPECT_TRUE(list.isPresent(&noneToo, position));
+  EXPECT_EQ(0, position);
+  EXPECT_EQ(&none, list.popHead());
+  EXPECT_FALSE(list.isPresent(&noneToo, position));
+}
