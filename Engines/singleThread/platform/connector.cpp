@@ -116,9 +116,9 @@ class InteractionIndex {
     makeRoom();
     interaction->mCell = Interaction::TABLE.add(interaction->hash(HashTable<Interaction>::CHAINS),
                                                 interaction.get());
-    mAll.push_back(interaction.get());
-    if (!mSlots.empty()) mSlots[slotOf(interaction->synced())] = interaction.get();
-    interaction.release();
+    Interaction* const owned = interaction.release();  // there is room for it
+    mAll.push_back(owned);
+    if (!mSlots.empty()) mSlots[slotOf(owned->synced())] = owned;
   }
 
  private:
