@@ -10,6 +10,7 @@
 #include "clock.hpp"
 #include "connector.hpp"
 #include "constraint.hpp"
+#include "plain-output.hpp"
 #include "port.hpp"
 #include "priority.hpp"
 #include "scheduler.hpp"
@@ -171,7 +172,9 @@ void Atom::applyPriority(Port* low, Constraint* lowC, Port* high, Constraint* hi
   low->setConstraint(lowC);
   high->setConstraint(highC);
   if (lowC == nullptr && highC != nullptr) {
-    std::cerr << SKIP_TIMED_PRIORITY << low->name() << "<" << high->name() << std::endl;
+    const Vesk::PlainOutput plain(std::cerr);
+    plain << SKIP_TIMED_PRIORITY << low->name() << "<" << high->name()
+          << Vesk::PlainOutput::END_LINE;
     return;
   }
   high->dominate(*low, Vesk::Time(0));

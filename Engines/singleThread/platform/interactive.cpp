@@ -7,6 +7,7 @@
 #include "clock.hpp"
 #include "engine.hpp"
 #include "filter.hpp"
+#include "plain-output.hpp"
 
 namespace {
 
@@ -43,7 +44,7 @@ bool toTime(long long milliseconds, Vesk::Time& time) {
 // Writes a question and reads a word of the answer. False at the end of input.
 template <class Question>
 bool ask(const Question& question, std::string& word) {
-  question(std::cout);
+  question(Vesk::PlainOutput(std::cout));
   std::cout << std::flush;
   return static_cast<bool>(std::cin >> word);
 }
@@ -53,7 +54,7 @@ bool refuseDebugWord(const std::string& word, const char* refusal) {
   if (word[0] != 'c' && word[0] != 'p' && word[0] != 'l') return false;
   std::string operand;
   if (word[0] != 'l') std::cin >> operand;
-  std::cout << refusal;
+  Vesk::PlainOutput(std::cout) << refusal;
   return true;
 }
 
@@ -82,18 +83,20 @@ void InteractiveExecuter::choose() {
 }
 
 bool InteractiveExecuter::askTime(Vesk::Time& chosen) {
-  const auto question = [this](std::ostream& out) { out << ASK_TIME << wait() << ASK_TIME_END; };
+  const auto question = [this](const Vesk::PlainOutput& out) {
+    out << ASK_TIME << wait() << ASK_TIME_END;
+  };
   std::string word;
   while (ask(question, word)) {
     if (refuseDebugWord(word, NO_DEBUG_OPTIONS)) continue;
     if (word[0] == 'r') {
       chosen = randomTime();
-      std::cout << RANDOM_CHOICE << chosen << '\n';
+      Vesk::PlainOutput(std::cout) << RANDOM_CHOICE << chosen << '\n';
       return true;
     }
     long long milliseconds = 0;
     if (parse(word, milliseconds) && toTime(milliseconds, chosen) && wait().in(chosen)) return true;
-    std::cout << INVALID;
+    Vesk::PlainOutput(std::cout) << INVALID;
   }
   return false;
 }
@@ -108,23 +111,24 @@ Vesk::Time InteractiveExecuter::randomTime() {
 
 // Writes the rows of the second question and returns their number.
 int InteractiveExecuter::listExecutables() {
-  std::cout << LIST << time() << LIST_END;
+  const Vesk::PlainOutput plain(std::cout);
+  plain << LIST << time() << LIST_END;
   int rows = 0;
   const Executables::iterator last = interactions().end();
   for (Executables::iterator it = interactions().begin(); it != last; ++it) {
-    std::cout << ROW << ++rows << ROW_NUMBER_END << *it << '\n';
+    plain << ROW << ++rows << ROW_NUMBER_END << *it << '\n';
   }
   return rows;
 }
 
 bool InteractiveExecuter::askNumber(int rows, int& number) {
-  const auto question = [](std::ostream& out) { out << ASK_NUMBER; };
+  const auto question = [](const Vesk::PlainOutput& out) { out << ASK_NUMBER; };
   std::string word;
   while (ask(question, word)) {
     if (refuseDebugWord(word, NOT_SUPPORTED)) continue;
     if (word[0] == 'r') {
       number = static_cast<int>(rows * randomFraction() + 1);
-      std::cout << RANDOM_CHOICE << number << '\n';
+      Vesk::PlainOutput(std::cout) << RANDOM_CHOICE << number << '\n';
       return true;
     }
     long long answer = 0;
@@ -132,7 +136,7 @@ bool InteractiveExecuter::askNumber(int rows, int& number) {
       number = static_cast<int>(answer);
       return true;
     }
-    std::cout << INVALID;
+    Vesk::PlainOutput(std::cout) << INVALID;
   }
   return false;
 }
