@@ -7,6 +7,7 @@
 #include "clock.hpp"
 #include "engine.hpp"
 #include "filter.hpp"
+#include "input-watch.hpp"
 #include "plain-output.hpp"
 
 namespace {
@@ -41,19 +42,25 @@ bool toTime(long long milliseconds, Vesk::Time& time) {
   return true;
 }
 
+// False at the end of input.
+bool readWord(std::string& word) {
+  const Vesk::InputWatch watch;
+  return static_cast<bool>(std::cin >> word);
+}
+
 // Writes a question and reads a word of the answer. False at the end of input.
 template <class Question>
 bool ask(const Question& question, std::string& word) {
   question(Vesk::PlainOutput(std::cout));
   std::cout << std::flush;
-  return static_cast<bool>(std::cin >> word);
+  return readWord(word);
 }
 
 // Answers to the words that a debugger would understand; the operand of `c` and `p` is skipped.
 bool refuseDebugWord(const std::string& word, const char* refusal) {
   if (word[0] != 'c' && word[0] != 'p' && word[0] != 'l') return false;
   std::string operand;
-  if (word[0] != 'l') std::cin >> operand;
+  if (word[0] != 'l') readWord(operand);
   Vesk::PlainOutput(std::cout) << refusal;
   return true;
 }
