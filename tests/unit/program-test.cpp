@@ -25,7 +25,7 @@ constexpr char BANNER[] = "VESK mono-threaded engine. Version: Engines: d2010112
 // Optimised code takes more steps in its time, and instrumented code more of the stack.
 #if defined(NDEBUG)
 constexpr int MANY_STEPS = 1000000;
-constexpr int MANY_LEVELS = 50000;
+constexpr int MANY_LEVELS = 100000;
 #elif defined(VESK_TESTS_UNDER_ASAN)
 constexpr int MANY_STEPS = 50000;
 constexpr int MANY_LEVELS = 2000;

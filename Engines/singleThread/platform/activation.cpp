@@ -89,12 +89,17 @@ bool isTimedInternal(const Port& port) {
 // 4. What the priorities have changed.
 Connector* Compound::activate(bool incremental) {
   subactivate(incremental);
-  evaluateConnectors(incremental);
-  applyPriorities();
-  settleConnectors();
+  activateAlone(incremental);
   return mLegalHead;
 }
 
+void Compound::activateAlone(bool incremental) {
+  evaluateConnectors(incremental);
+  applyPriorities();
+  settleConnectors();
+}
+
+// One frame per level of the tree, and a small one: trees may be very deep.
 Connector* Compound::subactivate(bool incremental) {
   mLegalHead = mLegalTail = nullptr;
   mInternals = mInternalTail = nullptr;
@@ -102,7 +107,8 @@ Connector* Compound::subactivate(bool incremental) {
     Component* component = mComponents[i];
     if (component->isCompound()) {
       Compound* part = static_cast<Compound*>(component);
-      part->activate(incremental);
+      part->subactivate(incremental);
+      part->activateAlone(incremental);
       takeListsOf(*part);
     } else if (component->isAtom()) {
       Atom* atom = static_cast<Atom*>(component);

@@ -94,23 +94,30 @@ bool collectAtoms(Node* node, std::vector<Atomleaf*>& atoms) {
   return true;
 }
 
-bool packLike(const Node& shape, const Node* node, StateText& text,
-              std::vector<unsigned char>& lengths) {
+struct Packed {
+  StateText& text;
+  std::vector<unsigned char>& lengths;
+};
+
+// Apart from the walk, whose frames have to be small because trees may be very deep.
+[[gnu::noinline]] bool packLeaf(const Node& leaf, const Packed& packed) {
+  const char* own = plainText(leaf);
+  if (own == nullptr) return false;
+  const std::size_t length = lengthOf(own);
+  packed.text.append(own, length);
+  appendLength(packed.lengths, length);
+  return true;
+}
+
+bool packLike(const Node& shape, const Node* node, const Packed& packed) {
   if (node == nullptr || typeid(*node) != typeid(shape)) return false;
-  if (shape.isLeaf()) {
-    const char* own = plainText(*node);
-    if (own == nullptr) return false;
-    const std::size_t length = lengthOf(own);
-    text.append(own, length);
-    appendLength(lengths, length);
-    return true;
-  }
+  if (shape.isLeaf()) return packLeaf(*node, packed);
   const auto& inner = static_cast<const Nonleaf&>(*node);
   const auto& outline = static_cast<const Nonleaf&>(shape);
   const int n = outline.getNumChild();
   if (inner.getNumChild() != n) return false;
   for (int i = 0; i < n; ++i) {
-    if (!packLike(*outline.getChild(i), inner.getChild(i), text, lengths)) return false;
+    if (!packLike(*outline.getChild(i), inner.getChild(i), packed)) return false;
   }
   return true;
 }
@@ -146,7 +153,7 @@ void StateShape::take(Node* tree) {
 
 bool StateShape::pack(const Node* tree, StateText& text,
                       std::vector<unsigned char>& lengths) const {
-  return mTree != nullptr && packLike(*mTree, tree, text, lengths);
+  return mTree != nullptr && packLike(*mTree, tree, {text, lengths});
 }
 
 // Most leaves have the text already that the state before gave them.
