@@ -513,6 +513,57 @@ TEST_F(StateTest, AnAtomThatThrowsLeavesNothingBehind) {
   EXPECT_THROW(root.getState(), std::runtime_error);  // the rest is the leak checker's
 }
 
+// Adds an atom to its compound when it is asked for its state.
+class Growing : public TestAtom {
+ public:
+  Growing(const char* name, TestCompound* holder) : TestAtom(name, holder), mPlace(*holder) {}
+  Node* getState() override {
+    mPlace.atom("late");
+    return TestAtom::getState();
+  }
+
+ private:
+  TestCompound& mPlace;
+};
+
+TEST_F(StateTest, AComponentAddedWhileStatesAreReadEndsTheProgram) {
+  for (int before : {0, 1, 3, 7}) {
+    TestCompound grown("G");
+    for (int i = 0; i < before; ++i) grown.atom("A");
+    grown.add<Component>(new Growing("B", &grown));
+    const std::string sizes =
+        std::to_string(before + 2) + " components, its state has " + std::to_string(before + 1);
+    EXPECT_DEATH(grown.getState(), "^vesk: compound G: " + sizes + "\n$");
+  }
+}
+
+TEST_F(StateTest, AComponentAddedWhileStatesAreRestoredEndsTheProgram) {
+  TestCompound grown("G");
+  TestAtom* atom = grown.atom("A");
+  const std::unique_ptr<Node> state(grown.getState());
+  atom->onSetState = [&] { grown.atom("late"); };
+  EXPECT_DEATH(grown.setState(state.get()), "^vesk: compound G: 2 components, its state has 1\n$");
+}
+
+TEST_F(StateTest, AStateFromBeforeAComponentWasAddedEndsTheProgram) {
+  TestCompound grown("G");
+  const std::unique_ptr<Node> empty(grown.getState());
+  Leaf leaf(new Atomleaf("a"));
+  grown.atom("late");
+  for (Node* state : {empty.get(), static_cast<Node*>(&leaf)}) {
+    EXPECT_DEATH(grown.setState(state), "^vesk: compound G: 1 components, its state has 0\n$");
+  }
+}
+
+TEST_F(StateTest, ChildrenBeyondTheComponentsAreNotLookedAt) {
+  TestCompound one("C");
+  TestAtom* atom = one.atom("A");
+  Nonleaf state(3);
+  state.setChild(new Leaf(new Atomleaf("a")), 0);
+  one.setState(&state);
+  EXPECT_EQ(atom->state, "a");
+}
+
 TEST_F(StateTest, ANullStateRestoresNothing) {
   buildTree();
   root.setState(nullptr);

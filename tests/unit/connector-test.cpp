@@ -691,6 +691,36 @@ TEST_F(BroadcastTest, OneTimedPortGivesTheSetWithoutItInFront) {
   EXPECT_EQ(spans(without->constraint()), "[MIN,-1] [11,MAX]");
 }
 
+// The guard leaves no set, since a list of a hundred thousand interactions takes its time.
+TEST_F(BroadcastTest, MoreThanSixteenEnabledTimedPortsAreReportedOncePerConnector) {
+  Constraint within(nullptr, 0, 10, LAZY);
+  Ports ports;
+  for (int i = 0; i < 20; ++i) {
+    ports.push_back(atom->enabled(("p" + std::to_string(i)).c_str(), i < 17 ? &within : nullptr));
+  }
+  ports.push_back(atom->port("off"));
+  TestConnector *k = open(ports), *l = over(BROADCAST, ports, "l");
+  TestConnector* rendezvous = over(RENDEZVOUS, ports, "r");
+  for (TestConnector* connector : {k, l, rendezvous}) connector->onGuard = [] { return false; };
+  EXPECT_EQ(errorsOf([&] {
+              ports[0]->setSynced(false);  // sixteen are left
+              k->createFeasibleInters();
+              rendezvous->createFeasibleInters();
+            }),
+            "");
+  EXPECT_EQ(errorsOf([&] {
+              ports[0]->setSynced(true);
+              k->createFeasibleInters();
+              k->createFeasibleInters();
+              l->createFeasibleInters();
+            }),
+            "vesk: connector k: a broadcast with 17 enabled timed ports looks at 2^17 sets of "
+            "ports\n"
+            "vesk: connector l: a broadcast with 17 enabled timed ports looks at 2^17 sets of "
+            "ports\n");
+  EXPECT_EQ(k->guards, (1 << 16) + 2 * (1 << 17));
+}
+
 TEST_F(BroadcastTest, LargerSetsAreConsideredFirst) {
   Constraint first(nullptr, 0, 10, LAZY), second(nullptr, 20, 30, LAZY),
       third(nullptr, 40, 50, LAZY);

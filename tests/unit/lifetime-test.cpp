@@ -151,9 +151,16 @@ TEST(ManyModelsTest, TwoModelsOfTheSameShapeShareNothing) {
 
 // ---- deep and wide trees -----------------------------------------------------------------------
 
-TEST(DeepTreeTest, TenThousandLevelsAreWalkedOnADefaultStack) {
+// A hundred thousand levels in optimised code; without optimisation frames are larger.
+#ifdef NDEBUG
+constexpr int MANY_LEVELS = 100000;
+#else
+constexpr int MANY_LEVELS = 10000;
+#endif
+
+TEST(DeepTreeTest, ManyLevelsAreWalkedOnADefaultStack) {
   model::onDefaultStack([] {
-    constexpr int LEVELS = 10000;
+    constexpr int LEVELS = MANY_LEVELS;
     Scheduler scheduler(nullptr, 0, true, 1, -1, 2);
     SimuClock platform("platform");
     LogicalClock clock("logical", platform);

@@ -4,12 +4,15 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <signal.h>
 #include <sys/resource.h>
 #include <sys/time.h>
 #include <termios.h>
+#include <time.h>
 
 #include <algorithm>
 #include <map>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -25,7 +28,7 @@ constexpr char BANNER[] = "VESK mono-threaded engine. Version: Engines: d2010112
 // Optimised code takes more steps in its time, and instrumented code more of the stack.
 #if defined(NDEBUG)
 constexpr int MANY_STEPS = 1000000;
-constexpr int MANY_LEVELS = 50000;
+constexpr int MANY_LEVELS = 100000;
 #elif defined(VESK_TESTS_UNDER_ASAN)
 constexpr int MANY_STEPS = 50000;
 constexpr int MANY_LEVELS = 2000;
@@ -560,6 +563,60 @@ TEST(UntimedRunTest, PortsThatAreNeverPossibleTogetherAreADeadlockInEveryMode) {
     EXPECT_EQ(result.outcome.err, "");
     EXPECT_EQ(result.files.at("vesk.aut").find("System/k"), std::string::npos);
   }
+}
+
+// ---- Signals ---------------------------------------------------------------------------------
+
+namespace {
+
+// A signal to this process after so many microseconds.
+void sendLater(int signal, long microseconds) {
+  sigevent event = {};
+  event.sigev_notify = SIGEV_SIGNAL;
+  event.sigev_signo = signal;
+  timer_t timer;
+  const itimerspec when = {{0, 0}, {0, microseconds * 1000}};
+  if (timer_create(CLOCK_MONOTONIC, &event, &timer) != 0) std::abort();
+  if (timer_settime(timer, 0, &when, nullptr) != 0) std::abort();
+}
+
+bool startsWith(const std::string& text, const std::string& start) {
+  return text.compare(0, start.size(), start) == 0;
+}
+
+}  // namespace
+
+// Whatever the run does at that moment: nothing of a trace waits for its end.
+TEST(SignalTest, AnExecutionDiesByASignalAndLeavesTheWholeLinesThatItHadReached) {
+  create = [] {
+    System* system = new System;
+    system->rendezvous(
+        "k", system->atom("A")->timedRule("go", within(0, 0, EAGER), [] { return true; }));
+    return system;
+  };
+  const std::string timed = "scheduler [0ms] System/k/A:go eager (0ms,0ms)\n";
+  const std::string untimed = "scheduler : System/k/A:go\n";
+  const std::vector<std::pair<Arguments, std::string>> modes{
+      {{"--execute"}, timed}, {{"--random"}, timed}, {{"--opt1"}, untimed}, {{"--opt2"}, untimed}};
+  std::minstd_rand random(1);
+  std::size_t longest = 0;
+  for (int round = 0; round < 100; ++round) {
+    const auto& [arguments, line] = modes[static_cast<std::size_t>(round) % modes.size()];
+    const int signal = round % 3 == 0 ? SIGINT : SIGTERM;
+    const long instant = 1 + static_cast<long>(random() % 20000);
+    const Outcome outcome = isolated([&, &words = arguments] {
+      sendLater(signal, instant);
+      return engineMain(words);
+    });
+    EXPECT_EQ(outcome.status, 1000 + signal) << arguments[0];
+    EXPECT_EQ(outcome.err, "") << arguments[0];
+    const std::string whole =
+        BANNER + repeated(static_cast<int>(outcome.out.size() / line.size()) + 1, line);
+    EXPECT_TRUE(startsWith(whole, outcome.out)) << arguments[0] << instant;
+    EXPECT_TRUE(outcome.out.empty() || outcome.out.back() == '\n') << arguments[0] << instant;
+    longest = std::max(longest, outcome.out.size());
+  }
+  EXPECT_GT(longest, 10 * timed.size());
 }
 
 // ---- Long runs and deep systems --------------------------------------------------------------

@@ -4,6 +4,7 @@
 #include "component.hpp"
 #include "connector.hpp"
 #include "constraint.hpp"
+#include "plain-output.hpp"
 #include "port.hpp"
 #include "priority.hpp"
 
@@ -14,18 +15,20 @@ const char* const IS_A_SUBCONNECTOR = " is a subconnector";
 const char* const ARE_SUBCONNECTORS = " are subconnectors";
 
 void warnAboutLow(const Connector& low) {
-  std::cerr << SKIP_PRIORITY << low.name() << " < _: " << low.name() << IS_A_SUBCONNECTOR << "!"
-            << std::endl;
+  const Vesk::PlainOutput plain(std::cerr);
+  plain << SKIP_PRIORITY << low.name() << " < _: " << low.name() << IS_A_SUBCONNECTOR << "!"
+        << Vesk::PlainOutput::END_LINE;
 }
 
 void warnAboutPair(const Connector& low, const Connector& high) {
-  std::cerr << SKIP_PRIORITY << low.name() << " < " << high.name() << ": ";
+  const Vesk::PlainOutput plain(std::cerr);
+  plain << SKIP_PRIORITY << low.name() << " < " << high.name() << ": ";
   if (low.isSubconnSameHolder() && high.isSubconnSameHolder()) {
-    std::cerr << low.name() << " and " << high.name() << ARE_SUBCONNECTORS;
+    plain << low.name() << " and " << high.name() << ARE_SUBCONNECTORS;
   } else {
-    std::cerr << (low.isSubconnSameHolder() ? low : high).name() << IS_A_SUBCONNECTOR;
+    plain << (low.isSubconnSameHolder() ? low : high).name() << IS_A_SUBCONNECTOR;
   }
-  std::cerr << "!" << std::endl;
+  plain << "!" << Vesk::PlainOutput::END_LINE;
 }
 
 bool contains(const Interaction& feasible, const Interaction& part) {
@@ -86,12 +89,17 @@ bool isTimedInternal(const Port& port) {
 // 4. What the priorities have changed.
 Connector* Compound::activate(bool incremental) {
   subactivate(incremental);
-  evaluateConnectors(incremental);
-  applyPriorities();
-  settleConnectors();
+  activateAlone(incremental);
   return mLegalHead;
 }
 
+void Compound::activateAlone(bool incremental) {
+  evaluateConnectors(incremental);
+  applyPriorities();
+  settleConnectors();
+}
+
+// One frame per level of the tree, and a small one: trees may be very deep.
 Connector* Compound::subactivate(bool incremental) {
   mLegalHead = mLegalTail = nullptr;
   mInternals = mInternalTail = nullptr;
@@ -99,7 +107,8 @@ Connector* Compound::subactivate(bool incremental) {
     Component* component = mComponents[i];
     if (component->isCompound()) {
       Compound* part = static_cast<Compound*>(component);
-      part->activate(incremental);
+      part->subactivate(incremental);
+      part->activateAlone(incremental);
       takeListsOf(*part);
     } else if (component->isAtom()) {
       Atom* atom = static_cast<Atom*>(component);

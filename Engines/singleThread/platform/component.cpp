@@ -1,6 +1,7 @@
 #include "component.hpp"
 
 #include <cstdarg>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <iostream>
@@ -9,6 +10,7 @@
 #include "clock.hpp"
 #include "connector.hpp"
 #include "constraint.hpp"
+#include "plain-output.hpp"
 #include "port.hpp"
 #include "priority.hpp"
 #include "scheduler.hpp"
@@ -21,6 +23,7 @@ const char* const SKIP_TIMED_PRIORITY =
 const char* const PRUNE_MARKER = "PRUNE";
 const char* const ERROR_MARKER = "ERROR";
 constexpr std::size_t MARKER_LENGTH = 5;
+const char* const CHANGED_TREE = "vesk: compound %s: %d components, its state has %d\n";
 
 constexpr int INITIAL_CAPACITY = 4;
 
@@ -47,6 +50,13 @@ void noteMarker(Leaf* leaf) {
     return;
   }
   faulty_leaf = leaf;
+}
+
+// Components that a hook adds while states are read or restored have no place in them.
+[[noreturn]] void refuseChangedTree(const Compound& compound, int components, int children) {
+  const char* name = compound.name();
+  std::fprintf(stderr, CHANGED_TREE, name != nullptr ? name : "", components, children);
+  std::abort();
 }
 
 void enqueue(Scheduler& scheduler, Connector* connector) {
@@ -162,7 +172,9 @@ void Atom::applyPriority(Port* low, Constraint* lowC, Port* high, Constraint* hi
   low->setConstraint(lowC);
   high->setConstraint(highC);
   if (lowC == nullptr && highC != nullptr) {
-    std::cerr << SKIP_TIMED_PRIORITY << low->name() << "<" << high->name() << std::endl;
+    const Vesk::PlainOutput plain(std::cerr);
+    plain << SKIP_TIMED_PRIORITY << low->name() << "<" << high->name()
+          << Vesk::PlainOutput::END_LINE;
     return;
   }
   high->dominate(*low, Vesk::Time(0));
@@ -198,6 +210,7 @@ void Compound::initialize(LogicalClock* clock) {
 Node* Compound::getState() {
   auto state = std::make_unique<Nonleaf>(mComponents.count());
   for (int i = 0; i < mComponents.count(); ++i) {
+    if (i >= state->getNumChild()) refuseChangedTree(*this, mComponents.count(), i);
     Node* child = mComponents[i]->getState();
     state->setChild(child, i);
     if (child != nullptr && child->isLeaf()) noteMarker(static_cast<Leaf*>(child));
@@ -209,7 +222,11 @@ Node* Compound::getState() {
 void Compound::setState(Node* state) {
   if (state == nullptr) return;
   Nonleaf* parts = static_cast<Nonleaf*>(state);
-  for (int i = 0; i < mComponents.count(); ++i) mComponents[i]->setState(parts->getChild(i));
+  const int children = state->isLeaf() ? 0 : parts->getNumChild();
+  for (int i = 0; i < mComponents.count(); ++i) {
+    if (i >= children) refuseChangedTree(*this, mComponents.count(), i);
+    mComponents[i]->setState(parts->getChild(i));
+  }
 }
 
 void Compound::setup(const Scheduler* scheduler) {

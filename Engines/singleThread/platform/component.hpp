@@ -191,6 +191,7 @@ class Compound : public Component {
 
  private:
   void setSchedulerOfAtoms(Scheduler* scheduler);
+  void activateAlone(bool incremental);
   void takeListsOf(Compound& part);
   void takeInternalsOf(Atom& atom);
   void evaluateConnectors(bool incremental);

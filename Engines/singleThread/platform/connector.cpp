@@ -23,7 +23,11 @@ namespace {
 const char* const TOO_MANY_PORTS = "vesk: connector %s: %d ports, at most %d are possible\n";
 const char* const PORT_RING = "vesk: connector %s: its exported port depends on itself\n";
 
+const char* const MANY_SETS =
+    "vesk: connector %s: a broadcast with %d enabled timed ports looks at 2^%d sets of ports\n";
+
 constexpr int INITIAL_CAPACITY = 4;
+constexpr int MANY_TIMED_PORTS = 16;  // more are reported
 
 const char* textOf(const char* name) {
   return name != nullptr ? name : "";
@@ -300,6 +304,7 @@ Connector::Connector(const char* name, const Compound* holder, bool subconn)
       mRecomputexPort(false),
       mLinks(INITIAL_CAPACITY),
       mEvaluating(false),
+      mReported(false),
       mInteractions(new Vesk::InteractionIndex) {
   mFeasibleInter = Interaction::Create(this, BitVector::EMPTY);
 }
@@ -457,7 +462,20 @@ void Connector::createFeasibleInters() {
   }
   BitVector set;
   ClearedFlags flags(mPorts);
+  reportManySets(flags.enabled());
   mFeasibleInter = createFeasibleBroadcast(flags.enabled(), set, 0, nullptr);
+}
+
+// Each timed port doubles the sets of a broadcast, and the time that it takes.
+void Connector::reportManySets(const BitVector& enabled) {
+  if (mReported || mPorts.count() <= MANY_TIMED_PORTS) return;
+  int timed = 0;
+  for (int i = 0; i < mPorts.count(); ++i) {
+    if (enabled.in(i) && mPorts[i]->constraint() != nullptr) ++timed;
+  }
+  if (timed <= MANY_TIMED_PORTS) return;
+  std::fprintf(stderr, MANY_SETS, textOf(mName), timed, timed);
+  mReported = true;
 }
 
 void Connector::createFeasibleRendezvous() {

@@ -299,11 +299,13 @@ class Connector {
   Connector* nextProvider(int& port) const;
   void evalAlone();
   void createFeasibleRendezvous();
+  void reportManySets(const BitVector& enabled);
   Interaction* addFeasible(const BitVector& enabled, const BitVector& set, Interaction* list);
   Interaction* firstPossible(const Vesk::Time& t) const;
   void resetAlone(Vesk::WorkStack<Connector*>& dependent);
 
   bool mEvaluating;  // in the middle of eval(): exported ports must not form a ring
+  bool mReported;    // that a broadcast has very many sets to look at
   Vesk::InteractionIndex* mInteractions;  // owned: this connector's interactions by set
 };
 

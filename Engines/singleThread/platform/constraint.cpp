@@ -4,6 +4,7 @@
 #include <ostream>
 
 #include "clock.hpp"
+#include "plain-output.hpp"
 
 namespace {
 
@@ -123,9 +124,13 @@ bool Interval::operator==(const Interval& other) const {
 }
 
 std::ostream& operator<<(std::ostream& out, const Interval& interval) {
-  if (interval.empty()) return out << EMPTY_TEXT;
-  return out << prefix(interval.urgency()) << '(' << interval.low() << ',' << interval.high()
-             << ')';
+  const Vesk::PlainOutput plain(out);
+  if (interval.empty()) {
+    plain << EMPTY_TEXT;
+  } else {
+    plain << prefix(interval.urgency()) << '(' << interval.low() << ',' << interval.high() << ')';
+  }
+  return out;
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -484,13 +489,16 @@ std::ostream& operator<<(std::ostream& out, const Constraint& constraint) {
   const GenericClock* clock = constraint.clock();
   const Vesk::Time drift =
       clock == nullptr ? Vesk::Time(0) : clock->drift(constraint.displayClock());
+  const Vesk::PlainOutput plain(out);
   for (unsigned int i = 0; i < constraint.size(); ++i) {
-    if (i > 0) out << SEPARATOR;
-    out << constraint[i] + drift;
+    if (i > 0) plain << SEPARATOR;
+    plain << constraint[i] + drift;
   }
   return out;
 }
 
 std::ostream& operator<<(std::ostream& out, const Constraint* constraint) {
-  return constraint == nullptr ? out << LAZY_TEXT : out << *constraint;
+  if (constraint != nullptr) return out << *constraint;
+  Vesk::PlainOutput(out) << LAZY_TEXT;
+  return out;
 }

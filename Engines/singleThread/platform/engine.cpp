@@ -8,6 +8,7 @@
 #include "clock.hpp"
 #include "component.hpp"
 #include "filter.hpp"
+#include "plain-output.hpp"
 
 namespace {
 
@@ -35,11 +36,11 @@ class Trace {
 
   template <class T>
   const Trace& operator<<(const T& item) const {
-    if (mOut != nullptr) *mOut << item;
+    if (mOut != nullptr) Vesk::PlainOutput(*mOut) << item;
     return *this;
   }
   void endLine() const {
-    if (mOut != nullptr) *mOut << std::endl;
+    if (mOut != nullptr) Vesk::PlainOutput(*mOut) << Vesk::PlainOutput::END_LINE;
   }
 
  private:
@@ -168,7 +169,9 @@ bool Executer::pickExecutable() {
   mScheduler.filter(interactions(), wait());
   choose();
   if (mChoice != nullptr) return true;
-  simout() << NO_CHOICE << std::endl;
+  const Trace trace(simout(), false);
+  trace << NO_CHOICE;
+  trace.endLine();
   return false;
 }
 

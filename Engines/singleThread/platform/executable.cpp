@@ -3,6 +3,7 @@
 #include <ostream>
 
 #include "constraint.hpp"
+#include "plain-output.hpp"
 
 namespace {
 
@@ -49,7 +50,8 @@ void Executable::dropConstraint() {
 std::ostream& operator<<(std::ostream& out, Executable& executable) {
   Constraint* constraint = executable.constraint();
   if (constraint != nullptr) constraint->setDisplayClock(executable.displayClock());
-  return out << executable.label() << " " << constraint;
+  Vesk::PlainOutput(out) << executable.label() << " " << constraint;
+  return out;
 }
 
 std::ostream& operator<<(std::ostream& out, Executable* executable) {

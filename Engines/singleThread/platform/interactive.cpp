@@ -7,6 +7,8 @@
 #include "clock.hpp"
 #include "engine.hpp"
 #include "filter.hpp"
+#include "input-watch.hpp"
+#include "plain-output.hpp"
 
 namespace {
 
@@ -40,20 +42,26 @@ bool toTime(long long milliseconds, Vesk::Time& time) {
   return true;
 }
 
+// False at the end of input.
+bool readWord(std::string& word) {
+  const Vesk::InputWatch watch;
+  return static_cast<bool>(std::cin >> word);
+}
+
 // Writes a question and reads a word of the answer. False at the end of input.
 template <class Question>
 bool ask(const Question& question, std::string& word) {
-  question(std::cout);
+  question(Vesk::PlainOutput(std::cout));
   std::cout << std::flush;
-  return static_cast<bool>(std::cin >> word);
+  return readWord(word);
 }
 
 // Answers to the words that a debugger would understand; the operand of `c` and `p` is skipped.
 bool refuseDebugWord(const std::string& word, const char* refusal) {
   if (word[0] != 'c' && word[0] != 'p' && word[0] != 'l') return false;
   std::string operand;
-  if (word[0] != 'l') std::cin >> operand;
-  std::cout << refusal;
+  if (word[0] != 'l') readWord(operand);
+  Vesk::PlainOutput(std::cout) << refusal;
   return true;
 }
 
@@ -82,18 +90,20 @@ void InteractiveExecuter::choose() {
 }
 
 bool InteractiveExecuter::askTime(Vesk::Time& chosen) {
-  const auto question = [this](std::ostream& out) { out << ASK_TIME << wait() << ASK_TIME_END; };
+  const auto question = [this](const Vesk::PlainOutput& out) {
+    out << ASK_TIME << wait() << ASK_TIME_END;
+  };
   std::string word;
   while (ask(question, word)) {
     if (refuseDebugWord(word, NO_DEBUG_OPTIONS)) continue;
     if (word[0] == 'r') {
       chosen = randomTime();
-      std::cout << RANDOM_CHOICE << chosen << '\n';
+      Vesk::PlainOutput(std::cout) << RANDOM_CHOICE << chosen << '\n';
       return true;
     }
     long long milliseconds = 0;
     if (parse(word, milliseconds) && toTime(milliseconds, chosen) && wait().in(chosen)) return true;
-    std::cout << INVALID;
+    Vesk::PlainOutput(std::cout) << INVALID;
   }
   return false;
 }
@@ -108,23 +118,24 @@ Vesk::Time InteractiveExecuter::randomTime() {
 
 // Writes the rows of the second question and returns their number.
 int InteractiveExecuter::listExecutables() {
-  std::cout << LIST << time() << LIST_END;
+  const Vesk::PlainOutput plain(std::cout);
+  plain << LIST << time() << LIST_END;
   int rows = 0;
   const Executables::iterator last = interactions().end();
   for (Executables::iterator it = interactions().begin(); it != last; ++it) {
-    std::cout << ROW << ++rows << ROW_NUMBER_END << *it << '\n';
+    plain << ROW << ++rows << ROW_NUMBER_END << *it << '\n';
   }
   return rows;
 }
 
 bool InteractiveExecuter::askNumber(int rows, int& number) {
-  const auto question = [](std::ostream& out) { out << ASK_NUMBER; };
+  const auto question = [](const Vesk::PlainOutput& out) { out << ASK_NUMBER; };
   std::string word;
   while (ask(question, word)) {
     if (refuseDebugWord(word, NOT_SUPPORTED)) continue;
     if (word[0] == 'r') {
       number = static_cast<int>(rows * randomFraction() + 1);
-      std::cout << RANDOM_CHOICE << number << '\n';
+      Vesk::PlainOutput(std::cout) << RANDOM_CHOICE << number << '\n';
       return true;
     }
     long long answer = 0;
@@ -132,7 +143,7 @@ bool InteractiveExecuter::askNumber(int rows, int& number) {
       number = static_cast<int>(answer);
       return true;
     }
-    std::cout << INVALID;
+    Vesk::PlainOutput(std::cout) << INVALID;
   }
   return false;
 }

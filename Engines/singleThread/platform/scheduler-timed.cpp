@@ -13,11 +13,14 @@
 #include "component.hpp"
 #include "connector.hpp"
 #include "constraint.hpp"
+#include "plain-output.hpp"
 #include "port.hpp"
 #include "scheduler.hpp"
 #include "states.hpp"
 
 namespace {
+
+constexpr auto END_LINE = Vesk::PlainOutput::END_LINE;
 
 constexpr char STEP[] = "scheduler [l: ";
 constexpr char CAUGHT_UP[] = " -> [l: ";
@@ -183,7 +186,7 @@ bool Scheduler::timedStep() {
   setDeadline(mLogicalClock->time());
   if (!mQuiet) traceTimes(STEP);
   if (deadlock(mLogicalClock->time())) {
-    *simout << DEADLOCK << std::endl;
+    Vesk::PlainOutput(*simout) << DEADLOCK << END_LINE;
     return false;
   }
   catchUpWithPlatform();
@@ -196,8 +199,8 @@ bool Scheduler::timedStep() {
 }
 
 void Scheduler::traceTimes(const char* title) {
-  *simout << title << mLogicalClock->time() << PLATFORM << mLogicalClock->platformClock().time()
-          << ']';
+  Vesk::PlainOutput(*simout) << title << mLogicalClock->time() << PLATFORM
+                             << mLogicalClock->platformClock().time() << ']';
 }
 
 void Scheduler::catchUpWithPlatform() {
@@ -208,14 +211,14 @@ void Scheduler::catchUpWithPlatform() {
 
 bool Scheduler::deadlineIsMet() {
   if (mDeadline >= mLogicalClock->time()) return true;
-  *simout << MISSED_DEADLINE << mDeadline << ')' << std::endl;
+  Vesk::PlainOutput(*simout) << MISSED_DEADLINE << mDeadline << ')' << END_LINE;
   return false;
 }
 
 bool Scheduler::driftIsBounded() {
   mDrift = mLogicalClock->drift(mPlatformClock);
   if (mDrift <= mMaxDrift) return true;
-  *simout << TOO_MUCH_DRIFT << mDrift << ')' << std::endl;
+  Vesk::PlainOutput(*simout) << TOO_MUCH_DRIFT << mDrift << ')' << END_LINE;
   return false;
 }
 
@@ -224,7 +227,7 @@ void Scheduler::waitAtRandom() {
   const Vesk::Time slack = mDeadline - mLogicalClock->time();
   const int bound = static_cast<int>(std::min(mMaxWait, slack));
   const Vesk::Time target = mLogicalClock->time() + randomWait(bound);
-  if (!mQuiet) *simout << RANDOM_WAIT << target << ", ";
+  if (!mQuiet) Vesk::PlainOutput(*simout) << RANDOM_WAIT << target << ", ";
   mLogicalClock->wait(mLogicalClock->time() + target);
 }
 
@@ -233,12 +236,13 @@ void Scheduler::waitAndFire() {
   Executable* choice = mChoice;
   if (choice == nullptr) choice = mChoicePort;
   if (!mQuiet) {
-    *simout << CHOICE;
-    if (choice != nullptr) *simout << choice;
-    *simout << ' ' << WAIT << mChoiceNext << ',';
+    const Vesk::PlainOutput plain(*simout);
+    plain << CHOICE;
+    if (choice != nullptr) plain << choice;
+    plain << ' ' << WAIT << mChoiceNext << ',';
   }
   mLogicalClock->wait(mChoiceNext);
-  if (!mQuiet) *simout << EXECUTE << std::endl;
+  if (!mQuiet) Vesk::PlainOutput(*simout) << EXECUTE << END_LINE;
   if (choice != nullptr) choice->execute(mLogicalClock->time());
 }
 
@@ -247,7 +251,7 @@ void Scheduler::waitAndFire() {
 void Scheduler::traceState() {
   Node* state = mSystem->getState();
   char* text = state->printNode();
-  if (!disable_output) *simout << mSimStep << " : " << text << std::endl;
+  if (!disable_output) Vesk::PlainOutput(*simout) << mSimStep << " : " << text << END_LINE;
   std::free(text);
   delete state;
 }

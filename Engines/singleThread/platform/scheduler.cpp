@@ -7,9 +7,12 @@
 #include "component.hpp"
 #include "connector.hpp"
 #include "debug.hpp"
+#include "plain-output.hpp"
 #include "port.hpp"
 
 namespace {
+
+constexpr auto END_LINE = Vesk::PlainOutput::END_LINE;
 
 constexpr char TRACE_PREFIX[] = "scheduler : ";
 constexpr char MAXIMAL_DEADLOCK[] = "scheduler : deadlock";
@@ -170,7 +173,7 @@ bool Scheduler::stepLimitReached() {
 }
 
 void Scheduler::traceFired(Connector& connector) {
-  if (!mQuiet) *simout << TRACE_PREFIX << connector.label() << std::endl;
+  if (!mQuiet) Vesk::PlainOutput(*simout) << TRACE_PREFIX << connector.label() << END_LINE;
 }
 
 void Scheduler::runOptimizedExecution() {
@@ -184,7 +187,7 @@ void Scheduler::runOptimizedExecution() {
 // first dominated connector even when undominated ones follow.
 bool Scheduler::execMaxSynchronize(Connector* connector) {
   if (connector == nullptr || connector->dominated()) {
-    *simout << MAXIMAL_DEADLOCK << std::endl;
+    Vesk::PlainOutput(*simout) << MAXIMAL_DEADLOCK << END_LINE;
     return false;
   }
   for (; connector != nullptr && !connector->dominated(); connector = connector->next()) {

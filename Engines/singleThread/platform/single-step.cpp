@@ -9,6 +9,7 @@
 
 #include "component.hpp"
 #include "connector.hpp"
+#include "input-watch.hpp"
 #include "scheduler.hpp"
 
 namespace {
@@ -25,6 +26,7 @@ constexpr int ASK_AGAIN = -1;
 // Reads the next word, however long it is, and leaves the white space behind it unread. False at
 // the end of the input.
 bool readWord(std::string& word) {
+  const Vesk::InputWatch watch;
   word.clear();
   int c = std::getchar();
   while (c != EOF && std::isspace(c)) c = std::getchar();

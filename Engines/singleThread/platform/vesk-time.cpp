@@ -2,6 +2,8 @@
 
 #include <ostream>
 
+#include "plain-output.hpp"
+
 namespace {
 
 constexpr char INFINITY_TEXT[] = "_";
@@ -60,8 +62,13 @@ Time& Time::operator-=(const Time& t) {
 }
 
 std::ostream& operator<<(std::ostream& out, const Time& t) {
-  if (infinite(t)) return out << INFINITY_TEXT;
-  return out << t.microseconds() / MICROSECONDS_PER_UNIT << UNIT;
+  const PlainOutput plain(out);
+  if (infinite(t)) {
+    plain << INFINITY_TEXT;
+  } else {
+    plain << t.microseconds() / MICROSECONDS_PER_UNIT << UNIT;
+  }
+  return out;
 }
 
 }  // namespace Vesk
