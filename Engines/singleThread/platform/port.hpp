@@ -60,7 +60,7 @@ class Port : public Executable {
   // Fired by the atom itself or from the compound's list of internal ports, not through a
   // connector.
   bool isInternal() const { return mInternal; }
-  void setInternal(bool internal = true);
+  void setInternal(bool internal = true) { mInternal = internal; }
   // Link of a compound's list of enabled timed internal ports, rebuilt at every activation. The
   // head is in the compound; ports come out in reverse order of the walk.
   Port* next() const { return mNext; }
