@@ -6,7 +6,6 @@
 #include "clock.hpp"
 #include "component.hpp"
 #include "connector.hpp"
-#include "debug.hpp"
 #include "port.hpp"
 
 namespace {
@@ -101,7 +100,7 @@ Scheduler::~Scheduler() {
     simout_file.close();
     if (simout_file.fail()) reportLostOutput("the trace");
   }
-  veskCurrentDebug = nullptr;
+  leaveConsole();
 }
 
 void Scheduler::setChoice(Interaction* interaction, Vesk::Time next, Vesk::Time deadline) {

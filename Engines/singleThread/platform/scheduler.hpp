@@ -18,6 +18,7 @@ class Node;
 class PlatformClock;
 class Port;
 class SimuClock;
+class VeskDebugElmt;
 struct option;
 
 // A pending transition of the depth-first search. Owns nothing by itself.
@@ -131,7 +132,7 @@ class Scheduler {
   void run_bfs_exploration();
 
   // The debug console; every operation reports on standard error when the model has no debug
-  // support.
+  // support. An element that a scheduler has made the current one is forgotten when it ends.
   void initDebugFct() const;
   // Lists the parts and values of the current element. The argument is not used.
   void displayList(char* unused) const;
@@ -140,8 +141,8 @@ class Scheduler {
   // Moves to the element named by a dotted path; "-" is the parent.
   void setCurrent(char* path) const;
 
-  // Rebuild a path from a file of transitions. The texts that are given are not changed; results
-  // stay valid until the next call of the same operation.
+  // Rebuild a path from a file of transitions. The texts that are given are not changed. The last
+  // eight results of each operation stay valid side by side; a further call overwrites the oldest.
   char* getFirstChar(char* s, const char* delims) const;
   char* getLastChar(char* s, const char* delims) const;
   char* fromState(char* line) const;
@@ -222,7 +223,8 @@ class Scheduler {
 
   SimuClock* mIdleClock;  // owned: stands under the logical clock in explore mode, or null
 
- private:
+  void enterConsole(VeskDebugElmt* element) const;
+  void leaveConsole() const;
   option* bindOptions();
   void openTrace(const char* name);
   void openOutputFiles(const char* base);
