@@ -20,7 +20,7 @@ class GenericClock {
   virtual Vesk::Time time() const = 0;
 
   // The clock's own copy of its name, or null.
-  const char* name() const { return mName; }
+  char* name() const { return mName; }
   void setName(const char* name);
   // How far the other clock is ahead of this one: clock.time() - time(). This clock is read first.
   // A null clock has drift 0.

@@ -42,7 +42,7 @@ class Component {
   // again.
   virtual void setState(Node* state) = 0;
 
-  const char* name() const { return mName; }
+  char* name() const { return mName; }
   Compound* holder() const { return mHolder; }
   // Set when the system is initialised; null in a run without time. Not owned.
   GenericClock* clock() const { return mClock; }
@@ -62,7 +62,7 @@ class CtrlState {
   CtrlState(const CtrlState&) = delete;
   CtrlState& operator=(const CtrlState&) = delete;
   ~CtrlState();
-  const char* name() const { return mName; }
+  char* name() const { return mName; }
 
  private:
   char* mName;  // strdup; freed by the destructor

@@ -23,7 +23,9 @@ enum Urgency : int {
 };
 
 // One interval of a timing constraint: a closed range of clock values and how urgent they are.
-// Empty when low > high; the canonical empty interval is [MAX, MIN].
+// Empty when low > high; the canonical empty interval is [MAX, MIN]. Observable is a mark for those
+// who watch a model: Constraint::observable() and observableDeadline() ask for it, the choices of
+// the engine never do.
 class Interval {
  public:
   Interval(Vesk::Time low, Vesk::Time high, Urgency urgency, bool dominated, bool observable);

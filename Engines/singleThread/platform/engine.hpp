@@ -7,9 +7,9 @@
 
 #include "constraint.hpp"
 #include "executables.hpp"
+#include "filter.hpp"
 
 class Compound;
-class Filter;
 class LogicalClock;
 class PlatformClock;
 

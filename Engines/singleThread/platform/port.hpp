@@ -42,7 +42,7 @@ class Port : public Executable {
   // True for an atom port; the connector's guard for an exported port.
   bool guard() const;
 
-  const char* name() const { return mName; }
+  char* name() const { return mName; }
   // The two halves of the label, never null.
   const char* labelHolder() const;
   const char* labelName() const;
@@ -53,6 +53,8 @@ class Port : public Executable {
   // it announces.
   bool synced() const { return mSynced; }
   void setSynced(bool synced) { mSynced = synced; }
+  // Elected: chosen to fire in the current step. A mark for model code that chooses; the engine
+  // neither sets nor reads it.
   bool elected() const { return mElected; }
   void setElected(bool elected) { mElected = elected; }
   bool isConnected() const { return mConnected; }

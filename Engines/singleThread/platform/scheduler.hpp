@@ -41,8 +41,8 @@ class TransNode {
 // An element of a singly linked list of states, a utility for model code. Does not own the state.
 class StateNode {
  public:
-  StateNode(Node* state, unsigned int quantity)
-      : m_state(state), m_quantity(quantity), m_next(nullptr) {}
+  StateNode(Node* state, unsigned int quantity, StateNode* next = nullptr)
+      : m_state(state), m_quantity(quantity), m_next(next) {}
   Node* state() const { return m_state; }
   unsigned int quantity() const { return m_quantity; }
   StateNode* next() const { return m_next; }
@@ -98,7 +98,9 @@ class Scheduler {
 
   // Reads the command line into the settings, makes the clocks and, for an exploration, opens its
   // files. A bad option ends the process with the option list and status -1, `--help` with status
-  // 0.
+  // 0. Resets the traversal that the constructor was given: only an option chooses one, which makes
+  // the run an exploration. The other settings of the constructor hold unless an option changes
+  // them.
   void parseCmdFile(int argc, char** argv);
   // Explores or executes, as the settings say, until deadlock, error or step limit.
   void run();
@@ -141,8 +143,8 @@ class Scheduler {
   // Moves to the element named by a dotted path; "-" is the parent.
   void setCurrent(char* path) const;
 
-  // Rebuild a path from a file of transitions. The texts that are given are not changed. The last
-  // eight results of each operation stay valid side by side; a further call overwrites the oldest.
+  // Rebuild a path from a file of transitions. The texts that are given are not changed. At
+  // least the last eight results of each operation stay valid side by side.
   char* getFirstChar(char* s, const char* delims) const;
   char* getLastChar(char* s, const char* delims) const;
   char* fromState(char* line) const;
