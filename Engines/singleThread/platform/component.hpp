@@ -64,7 +64,7 @@ class CtrlState {
   ~CtrlState();
   char* name() const { return mName; }
 
- private:
+ protected:
   char* mName;  // strdup; freed by the destructor
 };
 

@@ -20,8 +20,7 @@ class LinuxClock : public PlatformClock {
   // The absolute wall-clock reading in microseconds.
   Vesk::Time TIME() const;
 
- private:
-  Vesk::Time mStart;  // wall-clock reading that counts as 0
+  Vesk::Time mStart;  // see start()
 };
 
 #endif

@@ -86,8 +86,10 @@ class Port : public Executable {
   bool mConnected;
   bool mInternal;
   Port* mNext;
-  char*
-      mLongLabel;  // malloc; a label that does not fit into LABEL, or null; freed by the destructor
+
+ private:
+  // malloc; a label that does not fit into LABEL, or null; freed by the destructor
+  char* mLongLabel;
 };
 
 #endif

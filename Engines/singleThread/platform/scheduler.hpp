@@ -32,7 +32,7 @@ class TransNode {
   // The interaction as it was when the entry was made.
   Interaction* inter() const { return m_inter; }
 
- private:
+ protected:
   Node* m_state;
   Connector* m_trans;
   Interaction* m_inter;
@@ -50,7 +50,7 @@ class StateNode {
   // Node::equals of the two states.
   bool equals(StateNode* other) const;
 
- private:
+ protected:
   Node* m_state;
   unsigned int m_quantity;
   StateNode* m_next;
@@ -77,7 +77,7 @@ class StateNodeIter {
   // Looks for a node with an equal state from the head; position receives its number from 0.
   bool isPresent(StateNode* node, int& position) const;
 
- private:
+ protected:
   StateNode* m_head;
   StateNode* m_current;
 };
@@ -223,6 +223,7 @@ class Scheduler {
   // Counts a step when there is a limit; true when it was the last one.
   bool stepLimitReached();
 
+ private:
   SimuClock* mIdleClock;  // owned: stands under the logical clock in explore mode, or null
 
   void enterConsole(VeskDebugElmt* element) const;
