@@ -14,6 +14,7 @@
 #include "constraint.hpp"
 #include "port.hpp"
 #include "priority.hpp"
+#include "work-stack.hpp"
 
 HashTable<Interaction> Interaction::TABLE;
 char Connector::LABEL[1024];
@@ -88,8 +89,9 @@ class ClearedFlags {
 
 }  // namespace
 
-// ---- The interactions of one connector
-// -----------------------------------------------------------
+// ---- The interactions of one connector ----------------------------------------------------------
+
+namespace Vesk {
 
 // Owns the interactions of one connector and finds them by their set: a few one by one, more by a
 // table of open addressing.
@@ -149,6 +151,8 @@ class InteractionIndex {
   std::vector<Interaction*> mSlots;  // a power of two, at most half full; empty while there are few
 };
 
+}  // namespace Vesk
+
 // ---- Interaction -------------------------------------------------------------------------------
 
 Interaction::Interaction(const Connector* connector, const BitVector& set)
@@ -175,7 +179,7 @@ Interaction* Interaction::copy() const {
 }
 
 Interaction* Interaction::Create(const Connector* connector, const BitVector& set) {
-  InteractionIndex& index = *connector->mInteractions;
+  Vesk::InteractionIndex& index = *connector->mInteractions;
   Interaction* interaction = index.find(set);
   if (interaction == nullptr) {
     auto made = std::make_unique<Interaction>(connector, set);
@@ -304,7 +308,7 @@ Connector::Connector(const char* name, const Compound* holder, bool subconn)
       mRecomputexPort(false),
       mLinks(INITIAL_CAPACITY),
       mEvaluating(false),
-      mInteractions(new InteractionIndex) {
+      mInteractions(new Vesk::InteractionIndex) {
   mFeasibleInter = Interaction::Create(this, BitVector::EMPTY);
 }
 
@@ -372,7 +376,7 @@ class Connector::EvalVisits {
     Connector* connector;
     int port;
   };
-  WorkStack<Visit> mVisits;
+  Vesk::WorkStack<Visit> mVisits;
 };
 
 void Connector::eval(bool incremental) {
@@ -560,7 +564,7 @@ Interaction* Connector::firstPossible(const Vesk::Time& t) const {
 // In any order, since a connector is reset once and resetting a priority twice changes nothing.
 void Connector::resetLink() {
   if (!mEval) return;
-  WorkStack<Connector*> pending;
+  Vesk::WorkStack<Connector*> pending;
   resetAlone(pending);
   while (!pending.empty()) {
     Connector* connector = pending.pop();
@@ -568,7 +572,7 @@ void Connector::resetLink() {
   }
 }
 
-void Connector::resetAlone(WorkStack<Connector*>& dependent) {
+void Connector::resetAlone(Vesk::WorkStack<Connector*>& dependent) {
   mEval = false;
   for (int i = 0; i < mDominatedPriorities.count(); ++i) mDominatedPriorities[i]->reset();
   for (int i = 0; i < mDominatorPriorities.count(); ++i) {

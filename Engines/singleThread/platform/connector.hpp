@@ -14,9 +14,14 @@
 
 class Compound;
 class Connector;
-class InteractionIndex;
 class Port;
 class Priority;
+
+namespace Vesk {
+class InteractionIndex;
+template <class T>
+class WorkStack;
+}  // namespace Vesk
 
 // A hash table of 511 chains of cells. A new element stands first in its chain.
 // Constant-initialised, so that it works before any constructor of a global has run, and never
@@ -134,7 +139,7 @@ class Interaction : public Executable {
   Interaction* mNext;
 
  private:
-  friend class InteractionIndex;
+  friend class Vesk::InteractionIndex;
 
   Constraint& freshConstraint();
   void intersectPortConstraints();
@@ -296,10 +301,10 @@ class Connector {
   void createFeasibleRendezvous();
   Interaction* addFeasible(const BitVector& enabled, const BitVector& set, Interaction* list);
   Interaction* firstPossible(const Vesk::Time& t) const;
-  void resetAlone(WorkStack<Connector*>& dependent);
+  void resetAlone(Vesk::WorkStack<Connector*>& dependent);
 
-  bool mEvaluating;                 // in the middle of eval(): exported ports must not form a ring
-  InteractionIndex* mInteractions;  // owned: this connector's interactions by set
+  bool mEvaluating;  // in the middle of eval(): exported ports must not form a ring
+  Vesk::InteractionIndex* mInteractions;  // owned: this connector's interactions by set
 };
 
 #endif

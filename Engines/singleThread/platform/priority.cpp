@@ -5,6 +5,7 @@
 #include "component.hpp"
 #include "connector.hpp"
 #include "structure.hpp"
+#include "work-stack.hpp"
 
 Priority::Priority(Compound* holder, Interaction* low, Interaction* high, Vesk::Time delay)
     : mHolder(holder), mLow(low), mHigh(high), mEvaluated(false), mApplied(false), mDelay(delay) {}
@@ -68,7 +69,7 @@ class LevelWalk {
   }
 
  private:
-  WorkStack<Priority*> mPending;
+  Vesk::WorkStack<Priority*> mPending;
   std::unordered_set<const Connector*> mAtNoLevel;
 };
 

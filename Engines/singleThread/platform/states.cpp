@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "state-text.hpp"
+#include "exploration/state-text.hpp"
 #include "structure.hpp"
 
 bool global_error = false;
@@ -15,8 +15,6 @@ bool global_prune = false;
 Leaf* faulty_leaf = nullptr;
 
 namespace {
-
-const char MISSING_CHILD[] = "at least a library is not generated with explore option\n";
 
 const char SEPARATOR = ',';
 const char SEPARATORS[] = ",";
@@ -104,49 +102,6 @@ int clampToInt(long value) {
 
 }  // namespace
 
-// ---- Text of a state -----------------------------------------------------------------------
-
-StateText::~StateText() {
-  std::free(mData);
-}
-
-void StateText::append(const Node* node) {
-  if (node == nullptr) {
-    std::fputs(MISSING_CHILD, stderr);
-    std::fflush(stderr);
-  } else if (node->isLeaf()) {
-    const char* text = textOf(node);
-    append(text, std::strlen(text));
-  } else {
-    const int n = inner(node)->getNumChild();
-    for (int i = 0; i < n; ++i) append(inner(node)->getChild(i));
-  }
-}
-
-void StateText::append(const char* text, std::size_t length) {
-  if (length == 0) return;
-  reserve(length);
-  std::memcpy(mData + mLength, text, length);
-  mLength += length;
-}
-
-char* StateText::release() {
-  reserve(1);
-  mData[mLength] = '\0';
-  char* text = mData;
-  mData = nullptr;
-  mLength = mCapacity = 0;
-  return text;
-}
-
-void StateText::reserve(std::size_t more) {
-  if (more <= mCapacity - mLength) return;
-  std::size_t capacity = mCapacity < 64 ? 64 : mCapacity;
-  while (capacity - mLength < more) capacity *= 2;
-  mData = static_cast<char*>(Vesk::reallocate(mData, capacity));
-  mCapacity = capacity;
-}
-
 // ---- Atomleaf ------------------------------------------------------------------------------
 
 Atomleaf::Atomleaf(const char* text) : value(copyOf(text)) {}
@@ -199,7 +154,7 @@ bool Node::operator==(Node& other) {
 }
 
 char* Node::printNode() const {
-  StateText text;
+  Vesk::StateText text;
   text.append(this);
   return text.release();
 }

@@ -1,10 +1,12 @@
-#include "state-table.hpp"
+#include "exploration/state-table.hpp"
 
 #include <cstring>
 #include <new>
 #include <stdexcept>
 #include <typeinfo>
 #include <utility>
+
+namespace Vesk {
 
 namespace {
 
@@ -253,3 +255,5 @@ const Node* StateTable::kept(StateNumber number) const {
   const auto kept = mKept.find(number);
   return kept != mKept.end() ? kept->second.get() : nullptr;
 }
+
+}  // namespace Vesk

@@ -1,6 +1,8 @@
-#include "search-signals.hpp"
+#include "exploration/signals.hpp"
 
 #include <time.h>
+
+namespace Vesk {
 
 namespace {
 
@@ -73,3 +75,5 @@ void SearchSignals::endByCaught() {
   const int number = caughtSignal;
   if (number != 0) raise(number);
 }
+
+}  // namespace Vesk

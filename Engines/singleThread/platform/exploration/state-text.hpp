@@ -1,11 +1,13 @@
 // The text of a state: the texts of all leaves in order, without separators, in one buffer that
 // grows as needed and can be used again for the next state. Private to the engine.
-#ifndef VESK_STATE_TEXT_HPP
-#define VESK_STATE_TEXT_HPP
+#ifndef VESK_EXPLORATION_STATE_TEXT_HPP
+#define VESK_EXPLORATION_STATE_TEXT_HPP
 
 #include <cstddef>
 
 class Node;
+
+namespace Vesk {
 
 class StateText {
  public:
@@ -33,5 +35,7 @@ class StateText {
   std::size_t mLength;
   std::size_t mCapacity;
 };
+
+}  // namespace Vesk
 
 #endif

@@ -1,7 +1,7 @@
 // The states that an exploration has found. Each is stored once, as its text; a tree is built from
 // that text when the state has to be restored. Private to the engine.
-#ifndef VESK_STATE_TABLE_HPP
-#define VESK_STATE_TABLE_HPP
+#ifndef VESK_EXPLORATION_STATE_TABLE_HPP
+#define VESK_EXPLORATION_STATE_TABLE_HPP
 
 #include <cstddef>
 #include <cstdint>
@@ -9,8 +9,10 @@
 #include <unordered_map>
 #include <vector>
 
-#include "state-text.hpp"
+#include "exploration/state-text.hpp"
 #include "states.hpp"
+
+namespace Vesk {
 
 // States are numbered from 0 in the order in which they are found.
 using StateNumber = std::uint32_t;
@@ -99,5 +101,7 @@ class StateTable {
   bool mPacked;                         // false: the tree that was looked up last is special
   Node* mRestored;                      // the tree that restore() has given last, or null
 };
+
+}  // namespace Vesk
 
 #endif

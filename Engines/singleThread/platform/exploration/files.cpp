@@ -1,4 +1,4 @@
-#include "exploration-files.hpp"
+#include "exploration/files.hpp"
 
 #include <stdio_ext.h>
 #include <unistd.h>
@@ -6,6 +6,8 @@
 #include <cerrno>
 #include <charconv>
 #include <cstring>
+
+namespace Vesk {
 
 namespace {
 
@@ -127,3 +129,5 @@ void ExplorationFiles::writeHeader(std::uint64_t transitions, std::uint64_t stat
   mHeaderFailed = true;
   if (mTransitions.isOpen()) std::fprintf(stderr, NO_HEADER, std::strerror(errno));
 }
+
+}  // namespace Vesk

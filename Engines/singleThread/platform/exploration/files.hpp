@@ -7,6 +7,8 @@
 #include <cstdio>
 #include <memory>
 
+namespace Vesk {
+
 // Writes to a stdio file through a large buffer. The file stays the caller's. What cannot be
 // written is dropped, and so is all that follows, so that the file holds a prefix of what was
 // meant; the file keeps its error indicator.
@@ -63,5 +65,7 @@ class ExplorationFiles {
   std::uint64_t mCount;
   bool mHeaderFailed;
 };
+
+}  // namespace Vesk
 
 #endif

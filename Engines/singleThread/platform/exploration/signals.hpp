@@ -1,8 +1,10 @@
 // What signals do while an exploration runs. Private to the engine.
-#ifndef VESK_SEARCH_SIGNALS_HPP
-#define VESK_SEARCH_SIGNALS_HPP
+#ifndef VESK_EXPLORATION_SIGNALS_HPP
+#define VESK_EXPLORATION_SIGNALS_HPP
 
 #include <signal.h>
+
+namespace Vesk {
 
 // For the life of this object SIGINT, SIGTERM and SIGHUP ask the search to stop; a second one kills
 // at once, unless it is an echo of the first. SIGPIPE and SIGXFSZ are ignored, so that they show as
@@ -29,5 +31,7 @@ class SearchSignals {
   struct sigaction mFormer[COUNT];
   bool mReplaced[COUNT];
 };
+
+}  // namespace Vesk
 
 #endif
