@@ -224,6 +224,40 @@ TEST_F(InternalPortsTest, HoldsPortsThatAreInternalByConstructionOrWithoutHolder
   }
 }
 
+TEST_F(InternalPortsTest, HoldsAPortThatMakesItselfInternalLater) {
+  struct Switching : Port {
+    explicit Switching(const Atom* holder) : Port("i", holder) {}
+    void becomeInternal() { mInternal = true; }
+  };
+  auto* port = new Switching(atom);
+  port->setSynced(true);
+  port->setConstraint(&within);
+  atom->addPort(port);
+  activated();
+  EXPECT_EQ(internals(compound), "none");
+  port->becomeInternal();
+  activated();
+  EXPECT_EQ(internals(compound), "A:i");
+}
+
+// The holder of the port does not matter, the list that it stands in does.
+TEST_F(InternalPortsTest, HoldsAPortOfAnotherHolderThatBecomesInternalLater) {
+  Atom* other = compound.atom("B");
+  for (const Atom* holder : {static_cast<const Atom*>(nullptr), static_cast<const Atom*>(other)}) {
+    Port* port = new Port("i", holder);
+    port->setSynced(true);
+    port->setConstraint(&within);
+    atom->addPort(port);
+    activated();
+    EXPECT_EQ(compound.internals(), nullptr);
+    port->setInternal();
+    activated();
+    EXPECT_EQ(compound.internals(), port);
+    EXPECT_EQ(port->next(), nullptr);
+    port->setSynced(false);
+  }
+}
+
 TEST_F(InternalPortsTest, NeverHoldsOneWithoutConstraint) {
   atom->internal("i")->setSynced(true);
   activated();

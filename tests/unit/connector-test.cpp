@@ -1,8 +1,10 @@
 #include "connector.hpp"
 
 #include <cstring>
+#include <iomanip>
 #include <memory>
 #include <random>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 
@@ -321,6 +323,18 @@ TEST_F(InteractionTest, PrintWritesThePortNamesSeparatedByIndex) {
   EXPECT_EQ(outputOf([&] { Interaction(connector, setOf({0, 1, 2})).print(); }), "a|b|%s");
   EXPECT_EQ(outputOf([&] { Interaction(connector, setOf({1})).print(); }), "|b");
   EXPECT_EQ(outputOf([&] { Interaction(connector, BitVector::EMPTY).print(); }), "");
+}
+
+TEST_F(InteractionTest, PrintWritesThroughTheBufferAndPastTheFormatOfTheOutputStream) {
+  TestConnector* connector = over(RENDEZVOUS, {atom->port("a"), atom->port(nullptr)});
+  std::ostringstream out;
+  std::streambuf* const before = std::cout.rdbuf(out.rdbuf());
+  std::cout << std::setw(9) << std::setfill('*');
+  Interaction(connector, setOf({0, 1})).print();
+  std::cout.rdbuf(before);
+  std::cout << std::setw(0) << std::setfill(' ');
+  EXPECT_EQ(out.str(), "a|");
+  EXPECT_TRUE(std::cout.good());
 }
 
 // ---- table of interactions ---------------------------------------------------------------------

@@ -71,6 +71,8 @@ class Element : public VeskDebugElmt {
   Names mValueNames;
 };
 
+struct Debugged : System, Element {};
+
 // Gives null wherever the interface allows it.
 struct EmptyElement : VeskDebugElmt {
   char* getValue(char*) override { return nullptr; }
@@ -78,6 +80,21 @@ struct EmptyElement : VeskDebugElmt {
   char** getValuedElementNames() override { return nullptr; }
   char** getSubElementsNames() override { return nullptr; }
   VeskDebugElmt* getParent() override { return nullptr; }
+};
+
+// A file of transitions that is deleted when it is closed.
+class Transitions {
+ public:
+  explicit Transitions(const std::string& text) : mFile(std::tmpfile()) {
+    std::fwrite(text.data(), 1, text.size(), mFile);
+  }
+  Transitions(const Transitions&) = delete;
+  Transitions& operator=(const Transitions&) = delete;
+  ~Transitions() { std::fclose(mFile); }
+  FILE* file() { return mFile; }
+
+ private:
+  FILE* mFile;
 };
 
 struct Texts {
@@ -225,7 +242,6 @@ TEST_F(ConsoleTest, PathsOfNamesDotsAndDashesNeverBreakTheConsole) {
 }
 
 TEST_F(ConsoleTest, TheSystemIsTheFirstElementWhenItHasDebugSupport) {
-  struct Debugged : System, Element {};
   Debugged with;
   OpenScheduler debugged(&with);
   debugged.initDebugFct();
@@ -233,6 +249,58 @@ TEST_F(ConsoleTest, TheSystemIsTheFirstElementWhenItHasDebugSupport) {
   System without;
   OpenScheduler plain(&without);
   plain.initDebugFct();
+  EXPECT_EQ(veskCurrentDebug, nullptr);
+}
+
+// ---- The end of a scheduler ------------------------------------------------------------------
+
+TEST_F(ConsoleTest, AnElementThatASchedulerHasSetIsForgottenWhenItEnds) {
+  Debugged system;
+  { OpenScheduler(&system).initDebugFct(); }
+  EXPECT_EQ(veskCurrentDebug, nullptr);
+
+  veskCurrentDebug = &top;
+  {
+    const OpenScheduler moving(&system);
+    std::string left = "left";
+    moving.setCurrent(left.data());
+    EXPECT_NE(veskCurrentDebug, &top);
+  }
+  EXPECT_EQ(veskCurrentDebug, nullptr);
+}
+
+TEST_F(ConsoleTest, AnElementThatTheModelHasSetStaysWhenASchedulerEnds) {
+  Debugged system;
+  { const OpenScheduler idle(&system); }
+  EXPECT_EQ(veskCurrentDebug, &top);
+  {
+    const OpenScheduler used(&system);
+    used.initDebugFct();
+    veskCurrentDebug = &top;
+  }
+  EXPECT_EQ(veskCurrentDebug, &top);
+  {
+    const OpenScheduler lost(&system);
+    std::string nowhere = "none";
+    textsOf([&] { lost.setCurrent(nowhere.data()); });
+  }
+  EXPECT_EQ(veskCurrentDebug, &top);
+}
+
+TEST_F(ConsoleTest, OfTwoSchedulersTheOneThatHasSetTheElementLastForgetsIt) {
+  Debugged system;
+  VeskDebugElmt* const root = &system;
+  auto first = std::make_unique<OpenScheduler>(&system);
+  auto second = std::make_unique<OpenScheduler>(&system);
+  first->initDebugFct();
+  second.reset();
+  EXPECT_EQ(veskCurrentDebug, root);
+
+  second = std::make_unique<OpenScheduler>(&system);
+  second->initDebugFct();
+  first.reset();
+  EXPECT_EQ(veskCurrentDebug, root);
+  second.reset();
   EXPECT_EQ(veskCurrentDebug, nullptr);
 }
 
@@ -255,6 +323,27 @@ TEST_F(ConsoleTest, TheFirstAndTheLastTokenAreFoundBetweenDelimiters) {
   EXPECT_EQ(scheduler.getLastChar(empty.data(), ",;"), nullptr);
   EXPECT_EQ(scheduler.getFirstChar(nullptr, ","), nullptr);
   EXPECT_EQ(scheduler.getLastChar(nullptr, ","), nullptr);
+}
+
+TEST_F(ConsoleTest, EightResultsOfOneOperationStayValidSideBySide) {
+  Transitions transitions("(0,a,1)\n(1,b,2)\n(2,c,3)\n(3,d,4)\n");
+  std::vector<char*> first, last, from, to;
+  for (int i = 0; i < 8; ++i) {
+    const std::string number = std::to_string(i);
+    std::string line = "(" + number + ",a,1" + number + ")";
+    first.push_back(scheduler.getFirstChar(line.data(), "(,"));
+    last.push_back(scheduler.getLastChar(line.data(), ",)"));
+    from.push_back(scheduler.fromState(line.data()));
+    to.push_back(scheduler.toState(line.data()));
+  }
+  textsOf([&] { scheduler.getPath(transitions.file()); });
+  for (std::size_t i = 0; i < 8; ++i) {
+    const std::string number = std::to_string(i);
+    EXPECT_EQ(first[i], number);
+    EXPECT_EQ(last[i], "1" + number);
+    EXPECT_EQ(from[i], number);
+    EXPECT_EQ(to[i], "1" + number);
+  }
 }
 
 TEST_F(ConsoleTest, LinesWithoutStatesGiveNone) {
@@ -284,21 +373,6 @@ TEST_F(ConsoleTest, ATargetStateMatchesExactlyWithItsBlank) {
 // ---- Paths -----------------------------------------------------------------------------------
 
 namespace {
-
-// A file of transitions that is deleted when it is closed.
-class Transitions {
- public:
-  explicit Transitions(const std::string& text) : mFile(std::tmpfile()) {
-    std::fwrite(text.data(), 1, text.size(), mFile);
-  }
-  Transitions(const Transitions&) = delete;
-  Transitions& operator=(const Transitions&) = delete;
-  ~Transitions() { std::fclose(mFile); }
-  FILE* file() { return mFile; }
-
- private:
-  FILE* mFile;
-};
 
 std::string pathText(int depth, const std::string& lines) {
   return "Error found at depth " + std::to_string(depth) + "\n*** Initial state ***\n" + lines +

@@ -10,7 +10,6 @@
 #include <string>
 
 #include "allocation-count.hpp"
-#include "filter.hpp"
 #include "priority.hpp"
 #include "scripted-rand.hpp"
 #include "scripted.hpp"

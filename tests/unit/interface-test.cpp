@@ -527,6 +527,12 @@ static_assert(std::is_same_v<decltype(&Interaction::copy), Interaction* (Interac
 static_assert(
     std::is_same_v<decltype(&Interaction::CreateRealTime),
                    Interaction* (*)(const Connector*, const BitVector&, const BitVector&)>);
+// A text that is handed out can be given to code that takes it as char*.
+static_assert(std::is_same_v<decltype(&Component::name), char* (Component::*)() const> &&
+              std::is_same_v<decltype(&Port::name), char* (Port::*)() const> &&
+              std::is_same_v<decltype(&Connector::name), char* (Connector::*)() const> &&
+              std::is_same_v<decltype(&CtrlState::name), char* (CtrlState::*)() const> &&
+              std::is_same_v<decltype(&GenericClock::name), char* (GenericClock::*)() const>);
 static_assert(std::is_same_v<decltype(global_error), bool> &&
               std::is_same_v<decltype(global_prune), bool> &&
               std::is_same_v<decltype(faulty_leaf), Leaf*>);

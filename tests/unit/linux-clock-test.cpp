@@ -173,17 +173,18 @@ TEST(LinuxClockTest, FollowsTheWallClockWhenThatIsSetBack) {
   EXPECT_EQ(readings, 4u);
 }
 
-TEST(LinuxClockTest, StartMakesTheTimeCountFromNow) {
-  showOnTheWall({{50, 0}, {60, 0}, {60, 25}});
-  OpenLinuxClock clock("linux_clock");
-  clock.start();
-  EXPECT_EQ(clock.time(), Time(25));
+TEST(LinuxClockTest, TheStartIsTheWallClockReadingOfTheConstruction) {
+  showOnTheWall({{50, 7}, {60, 0}});
+  const OpenLinuxClock clock("linux_clock");
+  EXPECT_EQ(clock.start(), Time(50000007));
+  EXPECT_EQ(readings, 1u);
 }
 
 TEST(LinuxClockTest, TheStartCanBeSetToAnyWallClockReading) {
   showOnTheWall({{50, 0}, {60, 0}});
   OpenLinuxClock clock("linux_clock");
   clock.setStart(Time(59000000));
+  EXPECT_EQ(clock.start(), Time(59000000));
   EXPECT_EQ(clock.time(), Time(1000000));
 }
 

@@ -106,22 +106,6 @@ TEST(SchedulerTest, AChoiceIsStoredWithItsTimes) {
   EXPECT_EQ(scheduler.drift(), Vesk::Time(11));
 }
 
-TEST(SchedulerTest, DestructionForgetsTheElementOfTheConsole) {
-  struct Element : VeskDebugElmt {
-    char* getValue(char*) override { return nullptr; }
-    VeskDebugElmt* getSubElement(char*) override { return nullptr; }
-    char** getValuedElementNames() override { return nullptr; }
-    char** getSubElementsNames() override { return nullptr; }
-    VeskDebugElmt* getParent() override { return nullptr; }
-  } element;
-  System system;
-  {
-    const OpenScheduler scheduler(&system);
-    veskCurrentDebug = &element;
-  }
-  EXPECT_EQ(veskCurrentDebug, nullptr);
-}
-
 // ---- Dispatch --------------------------------------------------------------------------------
 
 TEST(SchedulerTest, AnUnknownRunModeRunsNothing) {

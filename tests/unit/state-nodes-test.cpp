@@ -41,6 +41,15 @@ TEST(StateNodeTest, EqualsComparesStatesByIdentityOfTheirLeaves) {  // Deliberat
   EXPECT_FALSE(one.equals(nullptr));
 }
 
+TEST(StateNodeTest, TakesItsSuccessorAtConstructionOrLater) {
+  StateNode last(nullptr, 1);
+  EXPECT_EQ(last.next(), nullptr);
+  StateNode first(nullptr, 2, &last);
+  EXPECT_EQ(first.next(), &last);
+  first.setNext(nullptr);
+  EXPECT_EQ(first.next(), nullptr);
+}
+
 TEST(StateNodeIterTest, AddsAtBothEndsAndPopsTheHead) {
   StateNodeIter list;
   EXPECT_TRUE(list.empty());

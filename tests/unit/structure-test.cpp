@@ -11,7 +11,10 @@
 #include <cstdio>
 #include <cstring>
 #include <deque>
+#include <iomanip>
+#include <iostream>
 #include <new>
+#include <sstream>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -376,6 +379,16 @@ TEST(BitVectorTest, PrintsOneDigitPerNumberUpToTheLargest) {
   EXPECT_EQ(printed(make({0, 2})), "[101] ");
   EXPECT_EQ(printed(BitVector(3)), "[0001] ");
   EXPECT_EQ(printed(BitVector(127)), "[" + std::string(127, '0') + "1] ");
+}
+
+TEST(BitVectorTest, PrintsThroughTheBufferAndPastTheFormatOfTheOutputStream) {
+  std::ostringstream out;
+  std::streambuf* const before = std::cout.rdbuf(out.rdbuf());
+  std::cout << std::setw(9) << std::setfill('*');
+  make({0, 2}).print();
+  std::cout.rdbuf(before);
+  std::cout << std::setw(0) << std::setfill(' ');
+  EXPECT_EQ(out.str(), "[101] ");
 }
 
 TEST(BitVectorTest, GlobalsOfOtherTranslationUnitsMayUseTheConstants) {

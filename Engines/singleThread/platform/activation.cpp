@@ -111,8 +111,7 @@ Connector* Compound::subactivate(bool incremental) {
       part->activateAlone(incremental);
       takeListsOf(*part);
     } else if (component->isAtom()) {
-      Atom* atom = static_cast<Atom*>(component);
-      if (atom->hasInternalPorts()) takeInternalsOf(*atom);
+      takeInternalsOf(*static_cast<Atom*>(component));
     }
   }
   return mLegalHead;
@@ -132,6 +131,8 @@ void Compound::takeListsOf(Compound& part) {
   }
 }
 
+// Looks at every port at every activation, because a port may become internal at any time and by
+// any way.
 void Compound::takeInternalsOf(Atom& atom) {
   for (int i = 0; i < atom.ports().count(); ++i) {
     Port* port = atom.ports()[i];

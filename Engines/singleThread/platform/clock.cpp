@@ -4,6 +4,18 @@
 
 #include "structure.hpp"
 
+namespace {
+
+// What stands under the clocks of a run without time: it stays at 0. Never destroyed, because
+// clocks may be read by the destructors of globals.
+const LogicalClock& stillClock() {
+  static SimuClock* const platform = new SimuClock(nullptr);
+  static const LogicalClock* const logical = new LogicalClock(nullptr, *platform);
+  return *logical;
+}
+
+}  // namespace
+
 GenericClock::GenericClock(const char* name) : mName(Vesk::duplicate(name)) {}
 
 GenericClock::~GenericClock() {
@@ -43,23 +55,26 @@ void LogicalClock::reset() {
   mTime = Vesk::Time(0);
 }
 
+Clock::Clock(const char* name, const LogicalClock* logical)
+    : Clock(name, logical != nullptr ? *logical : stillClock()) {}
+
 void Clock::setTime(const Vesk::Time& t) {
   if (mStopped) {
     mIntermediateTime = t;
   } else {
-    mResetTime = logicalTime() - t;
+    mResetTime = mLogicalClock.time() - t;
   }
 }
 
 Vesk::Time Clock::time() const {
-  return mStopped ? mIntermediateTime : logicalTime() - mResetTime;
+  return mStopped ? mIntermediateTime : mLogicalClock.time() - mResetTime;
 }
 
 void Clock::reset() {
   if (mStopped) {
     mIntermediateTime = Vesk::Time(0);
   } else {
-    mResetTime = logicalTime();
+    mResetTime = mLogicalClock.time();
   }
 }
 
@@ -71,10 +86,6 @@ void Clock::stop() {
 
 void Clock::go() {
   if (!mStopped) return;
-  mResetTime = logicalTime() - mIntermediateTime;
+  mResetTime = mLogicalClock.time() - mIntermediateTime;
   mStopped = false;
-}
-
-Vesk::Time Clock::logicalTime() const {
-  return mLogicalClock == nullptr ? Vesk::Time(0) : mLogicalClock->time();
 }

@@ -20,14 +20,14 @@ class GenericClock {
   virtual Vesk::Time time() const = 0;
 
   // The clock's own copy of its name, or null.
-  const char* name() const { return mName; }
+  char* name() const { return mName; }
   void setName(const char* name);
   // How far the other clock is ahead of this one: clock.time() - time(). This clock is read first.
   // A null clock has drift 0.
   Vesk::Time drift(const GenericClock& clock) const;
   Vesk::Time drift(const GenericClock* clock) const;
 
- private:
+ protected:
   char* mName;  // strdup; freed by the destructor
 };
 
@@ -49,7 +49,6 @@ class SimuClock : public PlatformClock {
  protected:
   void setTime(Vesk::Time t) { mTime = t; }
 
- private:
   Vesk::Time mTime;
 };
 
@@ -71,19 +70,18 @@ class LogicalClock : public GenericClock {
  protected:
   void setTime(const Vesk::Time& t) { mTime = t; }
 
- private:
   PlatformClock& mPlatformClock;
   Vesk::Time mTime;
 };
 
 // A model clock. Running, it reads the logical time since its last reset; stopped, it keeps the
-// value it had. A new clock runs and reads the logical time itself. Over a null logical clock (a
-// run without time) the logical time counts as 0.
+// value it had. A new clock runs and reads the logical time itself. A null logical clock (a run
+// without time) stands for one that stays at 0.
 class Clock : public GenericClock {
  public:
-  Clock(const char* name, const LogicalClock& logical) : Clock(name, &logical) {}
-  Clock(const char* name, const LogicalClock* logical)
+  Clock(const char* name, const LogicalClock& logical)
       : GenericClock(name), mLogicalClock(logical), mStopped(false) {}
+  Clock(const char* name, const LogicalClock* logical);
 
   bool isStopped() const { return mStopped; }
   // Makes time() return t from now on, whether running or stopped.
@@ -97,18 +95,15 @@ class Clock : public GenericClock {
   void go();
 
  protected:
-  // Requires: the clock was given a logical clock.
-  const LogicalClock& logicalClock() const { return *mLogicalClock; }
+  // The one that was given, or for null the one that stays at 0.
+  const LogicalClock& logicalClock() const { return mLogicalClock; }
   Vesk::Time resetTime() const { return mResetTime; }
   void setResetTime(const Vesk::Time& t) { mResetTime = t; }
   Vesk::Time intermediateTime() const { return mIntermediateTime; }
   void setIntermediateTime(const Vesk::Time& t) { mIntermediateTime = t; }
   void setStopped(bool stopped) { mStopped = stopped; }
 
- private:
-  Vesk::Time logicalTime() const;
-
-  const LogicalClock* mLogicalClock;  // not owned; may be null
+  const LogicalClock& mLogicalClock;  // not owned
   Vesk::Time mResetTime;              // logical time of the last reset
   bool mStopped;
   Vesk::Time mIntermediateTime;  // the reading frozen by stop()

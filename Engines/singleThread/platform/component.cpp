@@ -93,9 +93,7 @@ Atom::Atom(const char* name, const Compound* holder)
       mCtrlStates(INITIAL_CAPACITY),
       mLinks(INITIAL_CAPACITY),
       VESK_STATE(nullptr),
-      mScheduler(nullptr),
-      mHasInternalPorts(false),
-      mPortsSeen(0) {}
+      mScheduler(nullptr) {}
 
 Atom::~Atom() = default;
 
@@ -141,13 +139,6 @@ Port* Atom::rt_sync(int n, ...) {
   }
   va_end(entries);
   return internal;
-}
-
-bool Atom::hasInternalPorts() {
-  for (; mPortsSeen < mPorts.count(); ++mPortsSeen) {
-    if (mPorts[mPortsSeen]->isInternal()) mHasInternalPorts = true;
-  }
-  return mHasInternalPorts;
 }
 
 void Atom::notifyDependentConn() {

@@ -42,7 +42,7 @@ class Component {
   // again.
   virtual void setState(Node* state) = 0;
 
-  const char* name() const { return mName; }
+  char* name() const { return mName; }
   Compound* holder() const { return mHolder; }
   // Set when the system is initialised; null in a run without time. Not owned.
   GenericClock* clock() const { return mClock; }
@@ -62,9 +62,9 @@ class CtrlState {
   CtrlState(const CtrlState&) = delete;
   CtrlState& operator=(const CtrlState&) = delete;
   ~CtrlState();
-  const char* name() const { return mName; }
+  char* name() const { return mName; }
 
- private:
+ protected:
   char* mName;  // strdup; freed by the destructor
 };
 
@@ -102,10 +102,6 @@ class Atom : public Component {
   // The connectors that use a port of this atom, once per port.
   Array<Connector, false>& links() { return mLinks; }
   void addPort(Port* port) { mPorts.add(port); }
-  // Some port of the atom is, or has been, internal: it was when the atom got it, or has noted it
-  // since.
-  bool hasInternalPorts();
-  void noteInternalPort() { mHasInternalPorts = true; }
 
   // Puts the connectors that use this atom's ports into the scheduler's heap, each once. Nothing
   // without a scheduler.
@@ -131,10 +127,6 @@ class Atom : public Component {
   CtrlState* VESK_STATE;  // the current control state, kept by the model; null after construction.
                           // Not owned.
   Scheduler* mScheduler;  // whose heap gets the dependent connectors; set by the engine. Not owned.
-
- private:
-  bool mHasInternalPorts;  // spares activation the walk through the ports of all other atoms
-  int mPortsSeen;          // how many ports hasInternalPorts() has looked at
 };
 
 // An inner node of the tree: its parts, what connects them, and who gives way to whom.

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iostream>
 #include <memory>
 #include <string>
 #include <utility>
@@ -31,6 +32,11 @@ constexpr int MANY_TIMED_PORTS = 16;  // more are reported
 
 const char* textOf(const char* name) {
   return name != nullptr ? name : "";
+}
+
+// Writes a text as it is, whatever width the model has left on the stream.
+void write(const char* text) {
+  std::cout.write(text, static_cast<std::streamsize>(std::strlen(text)));
 }
 
 void checkPortCount(const char* name, int count) {
@@ -279,7 +285,9 @@ unsigned int Interaction::hash(unsigned int n) const {
 void Interaction::print() const {
   Array<Port, false>& ports = mConnector->ports();
   for (int i = 0; i < ports.count(); ++i) {
-    if (mSynced.in(i)) std::printf("%s%s", i != 0 ? "|" : "", textOf(ports[i]->name()));
+    if (!mSynced.in(i)) continue;
+    if (i != 0) write("|");
+    write(textOf(ports[i]->name()));
   }
 }
 

@@ -49,7 +49,7 @@ class HashTable {
 
   // Elements in the table.
   int count() const { return mCount; }
-  // First cell of a chain, or null. Requires: chain < CHAINS.
+  // First cell of a chain, or null. Requires: number < CHAINS.
   Cell* chain(unsigned int number) const { return mHeads[number]; }
   // Stores an element at the front of a chain. The cell stays valid until it is removed.
   Cell* add(unsigned int number, T* element) {
@@ -228,7 +228,7 @@ class Connector {
   // The label of the first feasible interaction, of the empty set when there is none.
   char* label();
 
-  const char* name() const { return mName; }
+  char* name() const { return mName; }
   Compound* holder() const { return mHolder; }
   Array<Port, false>& ports() { return mPorts; }
   // The exported port, or null.

@@ -23,7 +23,9 @@ enum Urgency : int {
 };
 
 // One interval of a timing constraint: a closed range of clock values and how urgent they are.
-// Empty when low > high; the canonical empty interval is [MAX, MIN].
+// Empty when low > high; the canonical empty interval is [MAX, MIN]. Observable is a mark for those
+// who watch a model: Constraint::observable() and observableDeadline() ask for it, the choices of
+// the engine never do.
 class Interval {
  public:
   Interval(Vesk::Time low, Vesk::Time high, Urgency urgency, bool dominated, bool observable);
@@ -87,7 +89,7 @@ class Interval {
   bool operator==(const Interval& other) const;
   bool operator!=(const Interval& other) const { return !(*this == other); }
 
- private:
+ protected:
   Vesk::Time mLow;   // included; MIN: unbounded below
   Vesk::Time mHigh;  // included; MAX: unbounded above
   bool mDominated;   // covered by something with priority over this
@@ -204,6 +206,12 @@ class Constraint {
   bool setUrgency(int low, int high, Urgency urgency);
   bool setMaxUrgency(int low, int high, Urgency urgency);
 
+  GenericClock* mClock;         // not owned; null: no translation takes place
+  GenericClock* mDisplayClock;  // not owned
+  bool mDomination;
+  Vesk::Time mDelay;
+  std::vector<Interval> mIntervals;
+
  private:
   bool clamp(int& low, int& high) const;
   Interval& at(int i) { return mIntervals[static_cast<std::size_t>(i)]; }
@@ -218,12 +226,6 @@ class Constraint {
   void subtractInside(int index, const Interval& part);
   void subtractAcross(int first, int last, const Interval& part);
   void dominateAcross(int first, int last, const Interval& part);
-
-  GenericClock* mClock;         // not owned; null: no translation takes place
-  GenericClock* mDisplayClock;  // not owned
-  bool mDomination;
-  Vesk::Time mDelay;
-  std::vector<Interval> mIntervals;
 };
 
 // Writes the intervals in the values of the display clock, separated by " or "; nothing when there

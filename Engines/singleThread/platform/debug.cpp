@@ -30,6 +30,10 @@ constexpr char ERROR_STATE[] = "*** Error state ***\n";
 constexpr int LINE_SIZE = 1000;     // of a line of a path, with its NUL
 constexpr int TRACE_LENGTH = 1000;  // entries of a path
 
+// The scheduler that has set veskCurrentDebug last, and to what. Model code may set it as well.
+const Scheduler* setter = nullptr;
+VeskDebugElmt* lastSet = nullptr;
+
 // True, without a word, when the model has debug support.
 bool hasDebugSupport() {
   if (veskCurrentDebug != nullptr) return true;
@@ -74,6 +78,32 @@ void printNames(const char* title, char** names) {
   for (; *names != nullptr; ++names) std::printf(NAME, *names);
 }
 
+// The texts that an operation has given last: eight and more results stay valid side by side.
+class Results {
+ public:
+  // Room for the next result, in the place of the oldest one.
+  std::string& next() {
+    mNewest = (mNewest + 1) % COUNT;
+    return mTexts[mNewest];
+  }
+
+ private:
+  static constexpr std::size_t COUNT = 16;
+  std::string mTexts[COUNT];
+  std::size_t mNewest = 0;
+};
+
+char* sourceOf(const char* line, std::string& buffer) {
+  std::string part;
+  return lastToken(firstToken(line, ",", part), "(", buffer);
+}
+
+char* targetOf(const char* line, std::string& buffer) {
+  std::string part;
+  std::string state;
+  return lastToken(firstToken(lastToken(line, ",", part), ")", state), "(", buffer);
+}
+
 bool readLine(FILE* file, std::string& line) {
   char buffer[LINE_SIZE];
   if (std::fgets(buffer, LINE_SIZE, file) == nullptr) return false;
@@ -93,8 +123,20 @@ int countLines(FILE* file, std::string& last) {
 
 // ---- The console -----------------------------------------------------------------------------
 
+void Scheduler::enterConsole(VeskDebugElmt* element) const {
+  veskCurrentDebug = lastSet = element;
+  setter = this;
+}
+
+// An element that somebody else has set stays.
+void Scheduler::leaveConsole() const {
+  if (setter != this) return;
+  if (veskCurrentDebug == lastSet) veskCurrentDebug = nullptr;
+  setter = nullptr;
+}
+
 void Scheduler::initDebugFct() const {
-  veskCurrentDebug = dynamic_cast<VeskDebugElmt*>(mSystem);
+  enterConsole(dynamic_cast<VeskDebugElmt*>(mSystem));
 }
 
 void Scheduler::displayList(char*) const {
@@ -144,39 +186,37 @@ void Scheduler::setCurrent(char* path) const {
     if (!up) std::fprintf(stderr, MISSING, name.c_str());
     return;
   }
-  veskCurrentDebug = element;
+  enterConsole(element);
 }
 
 // ---- The path to an error --------------------------------------------------------------------
 
 char* Scheduler::getFirstChar(char* s, const char* delims) const {
-  static std::string result;
-  return firstToken(s, delims, result);
+  static Results results;
+  return firstToken(s, delims, results.next());
 }
 
 char* Scheduler::getLastChar(char* s, const char* delims) const {
-  static std::string result;
-  return lastToken(s, delims, result);
+  static Results results;
+  return lastToken(s, delims, results.next());
 }
 
 // "12" of "(12, a, 7)".
 char* Scheduler::fromState(char* line) const {
-  static std::string result;
-  std::string part;
-  return lastToken(firstToken(line, ",", part), "(", result);
+  static Results results;
+  return sourceOf(line, results.next());
 }
 
 // Deliberate: " 7" of "(12, a, 7)", with the blank, so that it never equals what fromState() gives
 // for a line that exploration writes.
 char* Scheduler::toState(char* line) const {
-  static std::string result;
-  std::string part;
-  std::string state;
-  return lastToken(firstToken(lastToken(line, ",", part), ")", state), "(", result);
+  static Results results;
+  return targetOf(line, results.next());
 }
 
 bool Scheduler::matchToState(char* line, char* state) const {
-  const char* to = toState(line);
+  std::string buffer;
+  const char* to = targetOf(line, buffer);
   return to != nullptr && state != nullptr && std::strcmp(to, state) == 0;
 }
 
@@ -195,9 +235,8 @@ void Scheduler::getPath(FILE* file) const {
   std::vector<std::string> trace;
   while (!line.empty() && static_cast<int>(trace.size()) < TRACE_LENGTH) {
     trace.push_back(line);
-    const char* from = fromState(line.data());
-    if (from == nullptr || std::strcmp(from, "0") == 0) break;
-    std::string state = from;
+    std::string state;
+    if (sourceOf(line.c_str(), state) == nullptr || state == "0") break;
     std::vector<char> predecessor(LINE_SIZE, '\0');
     getInteraction(predecessor.data(), file, state.data(), --limit);
     line = predecessor.data();

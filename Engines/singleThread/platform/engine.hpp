@@ -7,9 +7,9 @@
 
 #include "constraint.hpp"
 #include "executables.hpp"
+#include "filter.hpp"
 
 class Compound;
-class Filter;
 class LogicalClock;
 class PlatformClock;
 
@@ -41,7 +41,6 @@ class Engine {
   // Nothing is left that no filter has removed.
   bool deadlock() const { return mInteractions.count() == 0; }
 
- private:
   Compound& mSystem;
   LogicalClock& mLogicalClock;
   PlatformClock& mPlatformClock;
@@ -92,6 +91,12 @@ class Executer : public Engine {
   // nothing.
   Executable* pickAtRandom();
 
+  Filter& mScheduler;
+  Executable* mChoice;  // fires in this step; null: nothing chosen
+  Vesk::Time mTime;     // when it fires
+  Vesk::Time mMaxDrift;
+  int mRandSeed;
+
  private:
   void beginStep();
   bool semanticsLeavesSomething();
@@ -101,12 +106,6 @@ class Executer : public Engine {
   bool pickExecutable();
   void waitAndFire();
   bool limitReached(unsigned int& steps);
-
-  Filter& mScheduler;
-  Executable* mChoice;  // fires in this step; null: nothing chosen
-  Vesk::Time mTime;     // when it fires
-  Vesk::Time mMaxDrift;
-  int mRandSeed;
 };
 
 // Uniformly at random among what the scheduler kept, at its earliest time.

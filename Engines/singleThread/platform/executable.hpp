@@ -67,6 +67,8 @@ class Executable {
   unsigned int mMark;
   Constraint* mConstraint;
   bool mDominated;
+
+ private:
   bool mKeepsOwn;      // see keepOwnConstraint()
   Constraint* mOwned;  // see useOwnConstraint(); may be out of use, and null until first needed
 };

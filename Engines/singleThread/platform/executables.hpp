@@ -52,7 +52,7 @@ class Executables {
     bool operator==(const iterator& other) const;
     bool operator!=(const iterator& other) const { return !(*this == other); }
 
-   private:
+   protected:
     unsigned int mMask;
     Connector* mConnector;
     Interaction* mInteraction;
@@ -87,15 +87,16 @@ class Executables {
   void markAll(unsigned int bits = FULL_MASK);
   void unmarkAll(unsigned int bits = FULL_MASK);
 
+ protected:
+  Connector* mConnector;
+  Port* mInternals;
+
  private:
   static void init(Connector*& connector, Interaction*& interaction, Port*& internal);
   static void advance(unsigned int mask, Connector*& connector, Interaction*& interaction,
                       Port*& internal);
   static void next(unsigned int mask, Connector*& connector, Interaction*& interaction,
                    Port*& internal);
-
-  Connector* mConnector;
-  Port* mInternals;
 };
 
 #endif

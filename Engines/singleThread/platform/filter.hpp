@@ -28,7 +28,7 @@ class Filter {
   // The bit that this filter sets on what it removes.
   unsigned int mark() const { return static_cast<unsigned int>(1ull << mLevel); }
 
- private:
+ protected:
   unsigned int mLevel;
 };
 
@@ -64,7 +64,7 @@ class EDFdeltaScheduler : public Filter {
   const Vesk::Time& delta() const { return mDelta; }
   void setDelta(const Vesk::Time& delta) { mDelta = delta; }
 
- private:
+ protected:
   Vesk::Time mDelta;
 };
 

@@ -9,7 +9,7 @@ constexpr long long MICROSECONDS_PER_SECOND = 1000000;
 }  // namespace
 
 LinuxClock::LinuxClock(const char* name) : PlatformClock(name) {
-  start();
+  setStart(TIME());
 }
 
 Vesk::Time LinuxClock::time() const {
@@ -20,10 +20,6 @@ Vesk::Time LinuxClock::time() const {
 void LinuxClock::wait(const Vesk::Time& t) {
   while (time() < t) {
   }
-}
-
-void LinuxClock::start() {
-  mStart = TIME();
 }
 
 Vesk::Time LinuxClock::TIME() const {

@@ -14,14 +14,13 @@ class LinuxClock : public PlatformClock {
   void wait(const Vesk::Time& t) override;
 
  protected:
-  // Makes time() count from now.
-  void start();
+  // The wall-clock reading that counts as 0: the one at the construction.
+  const Vesk::Time& start() const { return mStart; }
   void setStart(const Vesk::Time& t) { mStart = t; }
   // The absolute wall-clock reading in microseconds.
   Vesk::Time TIME() const;
 
- private:
-  Vesk::Time mStart;  // wall-clock reading that counts as 0
+  Vesk::Time mStart;  // see start()
 };
 
 #endif

@@ -120,11 +120,6 @@ bool Port::guard() const {
   return mConnHolder != nullptr && mConnHolder->guard();
 }
 
-void Port::setInternal(bool internal) {
-  mInternal = internal;
-  if (internal && mAtomHolder != nullptr) mAtomHolder->noteInternalPort();
-}
-
 // ---- Links -------------------------------------------------------------------------------------
 
 void Port::setLink(Connector* connector) {

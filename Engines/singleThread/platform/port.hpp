@@ -42,7 +42,7 @@ class Port : public Executable {
   // True for an atom port; the connector's guard for an exported port.
   bool guard() const;
 
-  const char* name() const { return mName; }
+  char* name() const { return mName; }
   // The two halves of the label, never null.
   const char* labelHolder() const;
   const char* labelName() const;
@@ -53,6 +53,8 @@ class Port : public Executable {
   // it announces.
   bool synced() const { return mSynced; }
   void setSynced(bool synced) { mSynced = synced; }
+  // Elected: chosen to fire in the current step. A mark for model code that chooses; the engine
+  // neither sets nor reads it.
   bool elected() const { return mElected; }
   void setElected(bool elected) { mElected = elected; }
   bool isConnected() const { return mConnected; }
@@ -60,7 +62,7 @@ class Port : public Executable {
   // Fired by the atom itself or from the compound's list of internal ports, not through a
   // connector.
   bool isInternal() const { return mInternal; }
-  void setInternal(bool internal = true);
+  void setInternal(bool internal = true) { mInternal = internal; }
   // Link of a compound's list of enabled timed internal ports, rebuilt at every activation. The
   // head is in the compound; ports come out in reverse order of the walk.
   Port* next() const { return mNext; }
@@ -84,8 +86,10 @@ class Port : public Executable {
   bool mConnected;
   bool mInternal;
   Port* mNext;
-  char*
-      mLongLabel;  // malloc; a label that does not fit into LABEL, or null; freed by the destructor
+
+ private:
+  // malloc; a label that does not fit into LABEL, or null; freed by the destructor
+  char* mLongLabel;
 };
 
 #endif

@@ -51,7 +51,7 @@ class Priority {
   // Clears both flags.
   void reset();
 
- private:
+ protected:
   Compound* mHolder;
   Interaction* mLow;
   Interaction* mHigh;

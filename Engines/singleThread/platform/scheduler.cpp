@@ -6,7 +6,6 @@
 #include "clock.hpp"
 #include "component.hpp"
 #include "connector.hpp"
-#include "debug.hpp"
 #include "plain-output.hpp"
 #include "port.hpp"
 
@@ -104,7 +103,7 @@ Scheduler::~Scheduler() {
     simout_file.close();
     if (simout_file.fail()) reportLostOutput("the trace");
   }
-  veskCurrentDebug = nullptr;
+  leaveConsole();
 }
 
 void Scheduler::setChoice(Interaction* interaction, Vesk::Time next, Vesk::Time deadline) {

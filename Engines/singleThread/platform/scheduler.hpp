@@ -18,6 +18,7 @@ class Node;
 class PlatformClock;
 class Port;
 class SimuClock;
+class VeskDebugElmt;
 struct option;
 
 // A pending transition of the depth-first search. Owns nothing by itself.
@@ -31,7 +32,7 @@ class TransNode {
   // The interaction as it was when the entry was made.
   Interaction* inter() const { return m_inter; }
 
- private:
+ protected:
   Node* m_state;
   Connector* m_trans;
   Interaction* m_inter;
@@ -40,8 +41,8 @@ class TransNode {
 // An element of a singly linked list of states, a utility for model code. Does not own the state.
 class StateNode {
  public:
-  StateNode(Node* state, unsigned int quantity)
-      : m_state(state), m_quantity(quantity), m_next(nullptr) {}
+  StateNode(Node* state, unsigned int quantity, StateNode* next = nullptr)
+      : m_state(state), m_quantity(quantity), m_next(next) {}
   Node* state() const { return m_state; }
   unsigned int quantity() const { return m_quantity; }
   StateNode* next() const { return m_next; }
@@ -49,7 +50,7 @@ class StateNode {
   // Node::equals of the two states.
   bool equals(StateNode* other) const;
 
- private:
+ protected:
   Node* m_state;
   unsigned int m_quantity;
   StateNode* m_next;
@@ -76,7 +77,7 @@ class StateNodeIter {
   // Looks for a node with an equal state from the head; position receives its number from 0.
   bool isPresent(StateNode* node, int& position) const;
 
- private:
+ protected:
   StateNode* m_head;
   StateNode* m_current;
 };
@@ -97,7 +98,9 @@ class Scheduler {
 
   // Reads the command line into the settings, makes the clocks and, for an exploration, opens its
   // files. A bad option ends the process with the option list and status -1, `--help` with status
-  // 0.
+  // 0. Resets the traversal that the constructor was given: only an option chooses one, which makes
+  // the run an exploration. The other settings of the constructor hold unless an option changes
+  // them.
   void parseCmdFile(int argc, char** argv);
   // Explores or executes, as the settings say, until deadlock, error or step limit.
   void run();
@@ -131,7 +134,7 @@ class Scheduler {
   void run_bfs_exploration();
 
   // The debug console; every operation reports on standard error when the model has no debug
-  // support.
+  // support. An element that a scheduler has made the current one is forgotten when it ends.
   void initDebugFct() const;
   // Lists the parts and values of the current element. The argument is not used.
   void displayList(char* unused) const;
@@ -140,8 +143,8 @@ class Scheduler {
   // Moves to the element named by a dotted path; "-" is the parent.
   void setCurrent(char* path) const;
 
-  // Rebuild a path from a file of transitions. The texts that are given are not changed; results
-  // stay valid until the next call of the same operation.
+  // Rebuild a path from a file of transitions. The texts that are given are not changed. At
+  // least the last eight results of each operation stay valid side by side.
   char* getFirstChar(char* s, const char* delims) const;
   char* getLastChar(char* s, const char* delims) const;
   char* fromState(char* line) const;
@@ -220,9 +223,11 @@ class Scheduler {
   // Counts a step when there is a limit; true when it was the last one.
   bool stepLimitReached();
 
+ private:
   SimuClock* mIdleClock;  // owned: stands under the logical clock in explore mode, or null
 
- private:
+  void enterConsole(VeskDebugElmt* element) const;
+  void leaveConsole() const;
   option* bindOptions();
   void openTrace(const char* name);
   void openOutputFiles(const char* base);

@@ -53,10 +53,12 @@ class Atomleaf : public Vesk::Pooled {
   // A new object that the caller owns.
   Atomleaf* copy() const;
 
+ protected:
+  char* value;  // mShort, or new[] for longer texts, or null; deleted by the destructor
+
  private:
   char* copyOf(const char* text);
 
-  char* value;  // mShort, or new[] for longer texts, or null; deleted by the destructor
   char mShort[24];
 };
 
@@ -125,7 +127,7 @@ class Leaf : public Node {
   // Takes ownership; the previous text is destroyed. Giving the present one again does nothing.
   void setAleaf(Atomleaf* text);
 
- private:
+ protected:
   Atomleaf* aleaf;  // owned
 };
 
@@ -151,7 +153,7 @@ class Nonleaf : public Node {
   // on deeper trees the index is decreased by the position of a child, not by the leaves before it.
   Leaf* getLeaf(int pos);
 
- private:
+ protected:
   int numChild;
   Node** children;  // new[]; the children are owned
 };

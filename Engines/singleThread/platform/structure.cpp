@@ -1,8 +1,8 @@
 #include "structure.hpp"
 
 #include <cstdint>
-#include <cstdio>
 #include <cstring>
+#include <iostream>
 #include <new>
 
 namespace Vesk {
@@ -100,6 +100,7 @@ void BitVector::print() const {
   char* end = text;
   *end++ = '[';
   for (int i = 0; i <= highest; ++i) *end++ = in(i) ? '1' : '0';
-  std::memcpy(end, "] ", sizeof "] ");
-  std::fputs(text, stdout);
+  *end++ = ']';
+  *end++ = ' ';
+  std::cout.write(text, end - text);  // never padded, whatever width the model has left
 }

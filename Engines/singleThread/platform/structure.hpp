@@ -84,6 +84,9 @@ class BitVector {
   // "] ", to standard output.
   void print() const;
 
+ protected:
+  unsigned int m_data[4];  // number i is bit i % 32 of word i / 32
+
  private:
   static constexpr std::size_t index(int i) {
     assert(0 <= i && i < CAPACITY);
@@ -91,8 +94,6 @@ class BitVector {
   }
   static constexpr unsigned int mask(int i) { return 1u << (static_cast<unsigned int>(i) & 31u); }
   static constexpr unsigned int word(int i, std::size_t w) { return index(i) == w ? mask(i) : 0u; }
-
-  unsigned int m_data[4];  // number i is bit i % 32 of word i / 32
 };
 
 // A growable list of object pointers. With Owning it deletes its elements: then constructor and
@@ -132,6 +133,11 @@ class Array {
     return false;
   }
 
+ protected:
+  T** m_elem;   // malloc; freed by the destructor
+  int m_count;  // elements in use
+  int m_size;   // room
+
  private:
   void resize() {
     m_size = m_count + m_count / 3 + 1;
@@ -141,10 +147,6 @@ class Array {
     m_elem =
         static_cast<T**>(Vesk::reallocate(m_elem, static_cast<std::size_t>(m_size) * sizeof(T*)));
   }
-
-  T** m_elem;   // malloc; freed by the destructor
-  int m_count;  // elements in use
-  int m_size;   // room
 };
 
 // A max-heap of objects that are not owned, ordered by getPriority(). Among equal levels the object
@@ -179,6 +181,11 @@ class VeskHeap {
     return top;
   }
 
+ protected:
+  int m_length;   // slots of the block
+  T** m_objects;  // malloc; slot 0 is unused, the children of slot k are 2k and 2k + 1
+  int m_count;    // objects in the heap
+
  private:
   void reserve() {
     const std::size_t bytes = static_cast<std::size_t>(m_length) * sizeof(T*);
@@ -202,10 +209,6 @@ class VeskHeap {
       slot = child;
     }
   }
-
-  int m_length;   // slots of the block
-  T** m_objects;  // malloc; slot 0 is unused, the children of slot k are 2k and 2k + 1
-  int m_count;    // objects in the heap
 };
 
 #endif

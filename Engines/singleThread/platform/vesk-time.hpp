@@ -7,11 +7,17 @@
 #define VESK_TIME_HPP
 
 #include <iosfwd>
+#include <type_traits>
 
 namespace Vesk {
 
-// A date or a duration.
+// A date or a duration. In a comparison, sum or difference with a number, the number counts
+// microseconds.
 class Time {
+  // Lets a template take numbers of every type, and nothing else.
+  template <class Number>
+  using IfNumber = std::enable_if_t<std::is_arithmetic_v<Number>, int>;
+
  public:
   // Minus infinity, -2147483648: below every time that a model uses.
   static const Time MIN;
@@ -26,7 +32,8 @@ class Time {
   constexpr Time(const long long& microseconds) : mTime(microseconds) {}
   // Truncates towards zero. What does not fit into 64 bits becomes the nearest limit, NaN becomes
   // 0.
-  constexpr Time(const double& microseconds) : mTime(truncated(microseconds)) {}
+  constexpr Time(const double& microseconds)
+      : mTime(truncated(static_cast<long double>(microseconds))) {}
   constexpr Time(const Time&) = default;
   Time& operator=(const Time&) = default;
 
@@ -41,6 +48,25 @@ class Time {
   Time& operator+=(const Time& t);
   Time& operator-=(const Time& t);
 
+  // The same with a number on either side. It is converted as the constructors do: a fraction is
+  // cut off, what does not fit into 64 bits becomes the nearest limit.
+  template <class Number, IfNumber<Number> = 0>
+  friend Time operator+(const Time& t, Number n) {
+    return t + number(n);
+  }
+  template <class Number, IfNumber<Number> = 0>
+  friend Time operator+(Number n, const Time& t) {
+    return number(n) + t;
+  }
+  template <class Number, IfNumber<Number> = 0>
+  friend Time operator-(const Time& t, Number n) {
+    return t - number(n);
+  }
+  template <class Number, IfNumber<Number> = 0>
+  friend Time operator-(Number n, const Time& t) {
+    return number(n) - t;
+  }
+
   // Plain comparison of the numbers; the infinities are no special case.
   bool operator<(const Time& t) const { return mTime < t.mTime; }
   bool operator<=(const Time& t) const { return mTime <= t.mTime; }
@@ -48,22 +74,82 @@ class Time {
   bool operator>=(const Time& t) const { return mTime >= t.mTime; }
   bool operator==(const Time& t) const { return mTime == t.mTime; }
   bool operator!=(const Time& t) const { return mTime != t.mTime; }
+  template <class Number, IfNumber<Number> = 0>
+  friend bool operator<(const Time& t, Number n) {
+    return t < number(n);
+  }
+  template <class Number, IfNumber<Number> = 0>
+  friend bool operator<(Number n, const Time& t) {
+    return number(n) < t;
+  }
+  template <class Number, IfNumber<Number> = 0>
+  friend bool operator<=(const Time& t, Number n) {
+    return t <= number(n);
+  }
+  template <class Number, IfNumber<Number> = 0>
+  friend bool operator<=(Number n, const Time& t) {
+    return number(n) <= t;
+  }
+  template <class Number, IfNumber<Number> = 0>
+  friend bool operator>(const Time& t, Number n) {
+    return t > number(n);
+  }
+  template <class Number, IfNumber<Number> = 0>
+  friend bool operator>(Number n, const Time& t) {
+    return number(n) > t;
+  }
+  template <class Number, IfNumber<Number> = 0>
+  friend bool operator>=(const Time& t, Number n) {
+    return t >= number(n);
+  }
+  template <class Number, IfNumber<Number> = 0>
+  friend bool operator>=(Number n, const Time& t) {
+    return number(n) >= t;
+  }
+  template <class Number, IfNumber<Number> = 0>
+  friend bool operator==(const Time& t, Number n) {
+    return t == number(n);
+  }
+  template <class Number, IfNumber<Number> = 0>
+  friend bool operator==(Number n, const Time& t) {
+    return number(n) == t;
+  }
+  template <class Number, IfNumber<Number> = 0>
+  friend bool operator!=(const Time& t, Number n) {
+    return t != number(n);
+  }
+  template <class Number, IfNumber<Number> = 0>
+  friend bool operator!=(Number n, const Time& t) {
+    return number(n) != t;
+  }
 
   // The value in microseconds. The integer conversions keep the low bits; use microseconds() for
   // the whole value.
   operator double() const { return static_cast<double>(mTime); }
   operator int() const { return static_cast<int>(mTime); }
   operator long() const { return static_cast<long>(mTime); }
+  explicit operator long long() const { return mTime; }
   constexpr long long microseconds() const { return mTime; }
 
  protected:
   long long mTime;  // microseconds
 
  private:
-  static constexpr long long truncated(double value) {
+  // The time that a number stands for.
+  template <class Number>
+  static constexpr Time number(Number n) {
+    if constexpr (std::is_floating_point_v<Number>) {
+      return Time(truncated(static_cast<long double>(n)));
+    } else {
+      constexpr unsigned long long HIGHEST = 0x7FFFFFFFFFFFFFFFULL;
+      const bool fits = n < 1 || static_cast<unsigned long long>(n) <= HIGHEST;
+      return Time(static_cast<long long>(fits ? static_cast<unsigned long long>(n) : HIGHEST));
+    }
+  }
+  static constexpr long long truncated(long double value) {
     if (value != value) return 0;
-    if (value >= 0x1p63) return 0x7FFFFFFFFFFFFFFFLL;
-    if (value < -0x1p63) return -0x7FFFFFFFFFFFFFFFLL - 1;
+    if (value >= 0x1p63L) return 0x7FFFFFFFFFFFFFFFLL;
+    if (value < -0x1p63L) return -0x7FFFFFFFFFFFFFFFLL - 1;
     return static_cast<long long>(value);
   }
 };
