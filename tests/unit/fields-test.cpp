@@ -18,12 +18,17 @@ Field& field(Field& named) {
   return named;
 }
 
-int placeholder;
+int number;
 
-// Some pointer that is never followed.
+// Memory that nothing is built in: pointers into it are never followed.
+alignas(16) char place[2][8192];
 template <class Type>
 Type* somewhere() {
-  return reinterpret_cast<Type*>(&placeholder);
+  return reinterpret_cast<Type*>(place[0]);
+}
+template <class Type>
+Type* elsewhere() {
+  return reinterpret_cast<Type*>(place[1]);
 }
 
 class StillAtom : public Atom {
@@ -61,13 +66,13 @@ TEST(FieldsTest, OfAnArray) {
     Open() : Array(4) {}
     void fill() {
       EXPECT_EQ(field<int>(m_size), 4);
-      field<int**>(m_elem)[0] = &placeholder;
+      field<int**>(m_elem)[0] = &number;
       field<int>(m_count) = 1;
     }
   } array;
   array.fill();
   EXPECT_EQ(array.count(), 1);
-  EXPECT_EQ(array[0], &placeholder);
+  EXPECT_EQ(array[0], &number);
 }
 
 TEST(FieldsTest, OfAHeap) {
@@ -217,7 +222,7 @@ TEST(FieldsTest, OfAPriority) {
     void fill() {
       field<Compound*>(mHolder) = somewhere<Compound>();
       field<Interaction*>(mLow) = somewhere<Interaction>();
-      field<Interaction*>(mHigh) = somewhere<Interaction>() + 1;
+      field<Interaction*>(mHigh) = elsewhere<Interaction>();
       field<bool>(mEvaluated) = field<bool>(mApplied) = true;
       field<Time>(mDelay) = Time(9);
     }
@@ -225,7 +230,7 @@ TEST(FieldsTest, OfAPriority) {
   priority.fill();
   EXPECT_EQ(priority.holder(), somewhere<Compound>());
   EXPECT_EQ(priority.low(), somewhere<Interaction>());
-  EXPECT_EQ(priority.high(), somewhere<Interaction>() + 1);
+  EXPECT_EQ(priority.high(), elsewhere<Interaction>());
   EXPECT_TRUE(priority.evaluated() && priority.applied());
   EXPECT_EQ(priority.delay(), Time(9));
 }
