@@ -3,6 +3,7 @@
 #include <cfloat>
 #include <climits>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -681,4 +682,39 @@ TEST(ReaderTest, TheReadersOfNodeReadLikeTheFunctions) {
   EXPECT_FALSE(Node::string2bool(static_cast<const char*>("F,T")));
   EXPECT_FALSE(Node::string2bool(static_cast<const char*>("")));
   EXPECT_FALSE(Node::string2bool(static_cast<const char*>(nullptr)));
+}
+
+namespace {
+
+class alignas(64) WideLeaf : public Leaf {
+ public:
+  WideLeaf() : Leaf(new Atomleaf("w")) {}
+};
+
+// As large as a leaf of the engine is on some machines, and no multiple of what others need.
+class TaggedText : public Atomleaf {
+ public:
+  char tag[4] = "tag";
+};
+
+}  // namespace
+
+TEST(PooledTest, AStrictAlignmentIsKept) {
+  std::vector<std::unique_ptr<Node>> leaves;
+  for (int i = 0; i < 100; ++i) {
+    std::unique_ptr<Node> gone(new WideLeaf);
+    leaves.emplace_back(new WideLeaf);
+    EXPECT_EQ(0U, reinterpret_cast<std::uintptr_t>(leaves.back().get()) % 64);
+  }
+}
+
+TEST(PooledTest, BlocksOfOneSizeAreNotGivenForAnother) {
+  for (int i = 0; i < 100; ++i) {
+    delete ::new Leaf(nullptr);
+    auto tagged = std::make_unique<TaggedText>();
+    tagged->setVal("0123456789012345678901");
+    auto leaf = std::make_unique<Leaf>(::new Atomleaf("0123456789012345678901"));
+    EXPECT_STREQ("tag", tagged->tag);
+    EXPECT_STREQ("0123456789012345678901", leaf->getAleaf()->getVal());
+  }
 }

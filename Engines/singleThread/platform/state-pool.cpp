@@ -13,37 +13,59 @@ constexpr std::size_t POOLED_SIZE = 0;
 #else
 constexpr std::size_t POOLED_SIZE = 64;
 #endif
-constexpr std::size_t GRAIN = 16;
 
 struct FreeBlock {
   FreeBlock* next;
 };
 
-// Per size in grains, the blocks that wait for their next object.
-FreeBlock* freeBlocks[POOLED_SIZE / GRAIN + 1] = {};
+// The blocks of one size. Every one has come from the global operator new for exactly this size,
+// whoever has asked for it: an object that a model made by `::new` may end here, and one made here
+// may end by `::delete`.
+struct Blocks {
+  FreeBlock* free;  // waiting for their next object
+  std::size_t
+      used;  // given to objects that have not ended here; what ends beyond was not made here
+};
 
-std::size_t grains(std::size_t size) {
-  return (size + GRAIN - 1) / GRAIN;
+Blocks pool[POOLED_SIZE / sizeof(FreeBlock) + 1] = {};
+
+bool isPooled(std::size_t size) {
+  return size <= POOLED_SIZE && size % sizeof(FreeBlock) == 0;
 }
 
 }  // namespace
 
 void* Vesk::Pooled::operator new(std::size_t size) {
-  if (size > POOLED_SIZE) return ::operator new(size);
-  FreeBlock*& first = freeBlocks[grains(size)];
-  if (first == nullptr) return ::operator new(grains(size) * GRAIN);
-  FreeBlock* block = first;
-  first = block->next;
+  if (!isPooled(size)) return ::operator new(size);
+  Blocks& blocks = pool[size / sizeof(FreeBlock)];
+  FreeBlock* block = blocks.free;
+  if (block == nullptr) {
+    void* fresh = ::operator new(size);
+    ++blocks.used;
+    return fresh;
+  }
+  ++blocks.used;
+  blocks.free = block->next;
   return block;
 }
 
 void* Vesk::Pooled::operator new(std::size_t size, const std::nothrow_t&) noexcept {
-  return ::operator new(grains(size) * GRAIN, std::nothrow);
+  return ::operator new(size, std::nothrow);
+}
+
+void* Vesk::Pooled::operator new(std::size_t size, std::align_val_t alignment) {
+  return ::operator new(size, alignment);
 }
 
 void Vesk::Pooled::operator delete(void* block, std::size_t size) noexcept {
   if (block == nullptr) return;
-  if (size > POOLED_SIZE) return ::operator delete(block);
-  FreeBlock*& first = freeBlocks[grains(size)];
-  first = new (block) FreeBlock{first};
+  if (!isPooled(size)) return ::operator delete(block);
+  Blocks& blocks = pool[size / sizeof(FreeBlock)];
+  if (blocks.used == 0) return ::operator delete(block);
+  --blocks.used;
+  blocks.free = new (block) FreeBlock{blocks.free};
+}
+
+void Vesk::Pooled::operator delete(void* block, std::size_t, std::align_val_t alignment) noexcept {
+  ::operator delete(block, alignment);
 }

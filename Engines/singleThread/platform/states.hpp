@@ -22,11 +22,14 @@ namespace Vesk {
 // object of its size. Not thread-safe.
 class Pooled {
  public:
-  // Take a kept block, or a new one from the heap; give it back to be kept.
+  // Take a kept block, or a new one from the heap; give it back to be kept. Blocks of classes with
+  // a stricter alignment than usual are not kept.
   static void* operator new(std::size_t size);
   static void* operator new(std::size_t size, const std::nothrow_t&) noexcept;
+  static void* operator new(std::size_t size, std::align_val_t alignment);
   static void* operator new(std::size_t, void* place) noexcept { return place; }
   static void operator delete(void* block, std::size_t size) noexcept;
+  static void operator delete(void* block, std::size_t size, std::align_val_t alignment) noexcept;
   static void operator delete(void*, void*) noexcept {}
 };
 
