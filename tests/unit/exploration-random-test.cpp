@@ -42,7 +42,7 @@ TEST_P(RandomSearchTest, DoesWhatTheLiteralSearchDoes) {
     SearchCase one;
     one.seed = static_cast<unsigned int>(GetParam() * 100000 + i);
     Draw draw(one.seed + 1000000);
-    one.limit = draw.below(8) == 0 ? draw.between(1, 110) : 30;
+    one.limit = draw.below(10) == 0 ? draw.between(1, 110) : 20;
     if (isDull(one) && draw.below(10) != 0) continue;
     one.plan = randomPlan(draw);
     for (const Traversal traversal : {BFS, DFS}) {
@@ -65,7 +65,7 @@ namespace {
 SearchCase smallCase(int number) {
   SearchCase one;
   one.small = true;
-  one.limit = 12;
+  one.limit = 10;
   for (;; ++one.seed) {
     const Outcome found = searches().literally(one);
     const bool fits = 70 < found.seen.size() && found.seen.size() < 140;
@@ -112,7 +112,7 @@ void compareChanging(int block, int models, int mutations, bool raising) {
     SearchCase one;
     one.seed = static_cast<unsigned int>(block * 100000 + i);
     Draw draw(one.seed + 2000000);
-    one.limit = draw.between(10, 60);
+    one.limit = draw.between(10, 40);
     if (isDull(one)) continue;
     one.mutations = mutations;
     if (raising) one.plan = randomPlan(draw);
