@@ -106,12 +106,11 @@ class LiteralExploration {
       ++mDeadlocks;
       return;
     }
-    bool first = true;
-    for (Connector* legal = mLegal; legal != nullptr && !legal->dominated();
-         legal = legal->next()) {
-      if (!first) mSystem.setState(state);
-      first = false;
+    // Restored before each connector that follows, also before a dominated one, at which it ends.
+    for (Connector* legal = mLegal; legal != nullptr && !legal->dominated();) {
       if (!fire(number, legal, queue)) return;
+      legal = legal->next();
+      if (legal != nullptr) mSystem.setState(state);
     }
   }
 

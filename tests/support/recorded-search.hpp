@@ -131,9 +131,10 @@ inline std::ostream& operator<<(std::ostream& out, const Seen& seen) {
              << seen.lists % 0x10000 << " text " << seen.text % 0x10000 << std::dec;
 }
 
-// A node or an atom's text at its address. DEAD is known for the literal search only.
+// A node or an atom's text at its address; RESTORED begins what is given for a whole state. DEAD is
+// known for the literal search only.
 struct TreeEvent {
-  enum Kind { CREATED, GIVEN, REPLACED, DEAD } kind;
+  enum Kind { CREATED, RESTORED, GIVEN, REPLACED, DEAD } kind;
   const void* address;
 };
 
@@ -485,6 +486,7 @@ class RecordedPart : public Compound {
     if (mHolder == nullptr) {
       recorder->given = nullptr;
       recorder->lastRead = nullptr;
+      recorder->recordOne(TreeEvent::RESTORED, nullptr);
     }
     recorder->recordOne(TreeEvent::GIVEN, state);
     recorder->enter(Call::PART_SET_STATE, mNumber, 0, state);
@@ -895,44 +897,78 @@ class Searches {
 
 // ---- Comparing -----------------------------------------------------------------------------
 
-// A state's nodes stay where they are as long as the literal search has the state, and no other
-// node is there meanwhile. Empty when that is so.
-inline std::string faultOfTrees(const std::vector<TreeEvent>& literal,
-                                const std::vector<TreeEvent>& found) {
-  std::unordered_map<const void*, int> numbers;       // by address in the literal search
-  std::unordered_map<const void*, int> foundNumbers;  // by address in the other
-  std::vector<const void*> places;                    // by number, in the other
-  std::size_t i = 0;
-  for (const TreeEvent& event : literal) {
-    const auto known = numbers.find(event.address);
-    const int number = known != numbers.end() ? known->second : -1;
-    if (event.kind == TreeEvent::DEAD) {
-      foundNumbers.erase(places[static_cast<std::size_t>(number)]);
-      numbers.erase(known);
-      continue;
+// Compares the places of trees.
+class TreePlaces {
+ public:
+  // A state's nodes stay where they are as long as the literal search has the state, and no other
+  // node is there meanwhile. With stand-ins: nodes of two states that are given one after the other
+  // are not at one place. Empty when that is so.
+  static std::string fault(const std::vector<TreeEvent>& literal,
+                           const std::vector<TreeEvent>& found, bool standIns) {
+    TreePlaces places(standIns);
+    std::size_t i = 0;
+    for (const TreeEvent& event : literal) {
+      const void* place = nullptr;
+      if (event.kind != TreeEvent::DEAD) {
+        if (i == found.size() || found[i].kind != event.kind) return "the records of trees differ";
+        place = found[i++].address;
+      }
+      const std::string fault = places.take(event, place);
+      if (!fault.empty()) return fault + " at event " + std::to_string(i);
     }
-    if (i == found.size() || found[i].kind != event.kind) return "the records of trees differ";
-    const void* const place = found[i++].address;
-    const std::string at = " at event " + std::to_string(i);
-    if (event.kind == TreeEvent::CREATED) {
-      if (number >= 0) return "the literal search has lost a death" + at;
-      if (foundNumbers.count(place) != 0)
-        return "a new node is where one of a living state is" + at;
-      numbers[event.address] = static_cast<int>(places.size());
-      foundNumbers[place] = static_cast<int>(places.size());
-      places.push_back(place);
-      continue;
-    }
-    if (number < 0) return "the literal search gives an unknown node" + at;
-    if (places[static_cast<std::size_t>(number)] != place)
-      return "a node of a state has moved" + at;
-    if (event.kind == TreeEvent::REPLACED) {
-      foundNumbers.erase(place);
-      numbers.erase(known);
-    }
+    return i == found.size() ? "" : "the records of trees differ";
   }
-  return i == found.size() ? "" : "the records of trees differ";
-}
+
+ private:
+  explicit TreePlaces(bool standIns) : mStandIns(standIns) {}
+
+  std::string take(const TreeEvent& event, const void* place) {
+    if (event.kind == TreeEvent::RESTORED) {
+      mGivenBefore.swap(mGiven);
+      mGiven.clear();
+      mRestored = static_cast<int>(mPlaces.size());
+      return "";
+    }
+    if (event.kind == TreeEvent::CREATED) return create(event.address, place);
+    const auto known = mNumbers.find(event.address);
+    if (known == mNumbers.end()) return "the literal search has an unknown node";
+    const int number = known->second;
+    if (event.kind == TreeEvent::GIVEN) return give(number, place);
+    if (event.kind == TreeEvent::REPLACED) {
+      mGiven.erase(place);
+      mGivenBefore.erase(place);
+    }
+    mAlive.erase(mPlaces[static_cast<std::size_t>(number)]);
+    mNumbers.erase(known);
+    return "";
+  }
+  std::string create(const void* address, const void* place) {
+    const int number = static_cast<int>(mPlaces.size());
+    if (!mNumbers.emplace(address, number).second) return "the literal search has lost a death";
+    const bool isFree = mAlive.emplace(place, number).second;
+    mPlaces.push_back(place);
+    return isFree || mStandIns ? "" : "a new node is where one of a living state is";
+  }
+  std::string give(int number, const void* place) {
+    if (!mStandIns) {
+      const bool isThere = mPlaces[static_cast<std::size_t>(number)] == place;
+      return isThere ? "" : "a node of a state has moved";
+    }
+    mGiven[place] = number;
+    if (number >= mRestored) return "";  // the model has made it while it is given the state
+    const auto before = mGivenBefore.find(place);
+    const bool isOther = before != mGivenBefore.end() && before->second != number;
+    return isOther ? "a node is where one of the state before was" : "";
+  }
+
+  bool mStandIns;
+  std::unordered_map<const void*, int> mNumbers;  // by address in the literal search
+  std::unordered_map<const void*, int> mAlive;    // by place in the other
+  std::vector<const void*> mPlaces;               // by number
+  std::unordered_map<const void*, int> mGiven;    // by place, of the state that is restored
+  std::unordered_map<const void*, int> mGivenBefore;
+  int mRestored = 0;  // the number of the first node that was made since
+};
 
 inline std::string firstDifference(const std::vector<Seen>& literal,
                                    const std::vector<Seen>& found) {
@@ -951,9 +987,10 @@ inline std::string firstDifference(const std::vector<Seen>& literal,
   return text.str();
 }
 
-inline testing::AssertionResult same(const Outcome& literal, const Outcome& found) {
+// standIns: whether a tree of the engine's may stand for one state after the other.
+inline testing::AssertionResult same(const Outcome& literal, const Outcome& found, bool standIns) {
   const std::string calls = firstDifference(literal.seen, found.seen);
-  const std::string trees = faultOfTrees(literal.trees, found.trees);
+  const std::string trees = TreePlaces::fault(literal.trees, found.trees, standIns);
   if (!calls.empty()) return testing::AssertionFailure() << "calls differ\n" << calls;
   if (!(literal.texts == found.texts)) {
     return testing::AssertionFailure() << "expected\n" << literal.texts << "found\n" << found.texts;
