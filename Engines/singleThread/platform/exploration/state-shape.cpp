@@ -145,7 +145,7 @@ Tree StateShape::build() const {
     if (children == LEAF) {
       auto atom = std::make_unique<Atomleaf>("");
       node = std::make_unique<Leaf>(atom.get());
-      atom.release();
+      static_cast<void>(atom.release());  // the leaf has it
     } else {
       node = std::make_unique<Nonleaf>(children);
     }
