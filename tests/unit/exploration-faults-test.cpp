@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <new>
 #include <random>
@@ -149,6 +150,20 @@ bool killed(int status, int signal) {
   return WIFSIGNALED(status) && WTERMSIG(status) == signal;
 }
 
+const char* const HOOKS[] = {"initialize", "execute", "getState", "setState", "guard"};
+
+// Calls the function at call number n of the hook.
+void hookAt(System& system, const std::string& name, int n, const std::function<void()>& function) {
+  auto calls = std::make_shared<int>(0);
+  const auto count = [=](const std::string& hook) {
+    if (hook == name && ++*calls == n) function();
+  };
+  setHook(system, [=](Automaton&, const std::string& hook) { count(hook); });
+  for (int i = 0; i < system.connectors().count(); ++i) {
+    static_cast<Joint*>(system.connectors()[i])->setGuardHook([=] { count("guard"); });
+  }
+}
+
 // What the file must be a prefix of, and what its header must say.
 void expectPrefix(const std::string& content, const Folder& whole) {
   const std::string expected = whole.content("x.aut");
@@ -168,7 +183,7 @@ INSTANTIATE_TEST_SUITE_P(BothSearches, SignalTest, testing::Values(BFS, DFS),
 
 TEST_P(SignalTest, TheFilesCanBeReadAfterASignalAtAnyInstant) {
   std::mt19937 random(7);
-  const int signals[] = {SIGINT, SIGTERM, SIGHUP};
+  const int signals[] = {SIGINT, SIGTERM, SIGHUP, SIGXCPU};
   for (int round = 0; round < 200; ++round) {
     const Folder folder;
     int ready[2];
@@ -184,8 +199,8 @@ TEST_P(SignalTest, TheFilesCanBeReadAfterASignalAtAnyInstant) {
     char byte;
     ASSERT_EQ(1, read(ready[0], &byte, 1));
     usleep(static_cast<useconds_t>(random() % 5000));
-    kill(child, signals[round % 3]);
-    EXPECT_TRUE(killed(wait(child), signals[round % 3])) << "round " << round;
+    kill(child, signals[round % 4]);
+    EXPECT_TRUE(killed(wait(child), signals[round % 4])) << "round " << round;
     EXPECT_EQ("", folder.check().faults()) << "round " << round;
     EXPECT_NE(std::string::npos, folder.content("out").find("Final size : ")) << "round " << round;
     EXPECT_EQ("", folder.content("err"));
@@ -208,6 +223,56 @@ TEST_P(SignalTest, TheSearchStopsAtItsNextTurn) {
   EXPECT_EQ(3U, folder.check().transitions().size());
   EXPECT_EQ(4U, folder.check().stateCount());
   EXPECT_NE(std::string::npos, folder.content("out").find("* Count :          3 "));
+}
+
+// Also in the middle of a state with many transitions.
+TEST_P(SignalTest, TheSearchStopsAfterTheTransitionThatItTakes) {
+  const Folder folder;
+  auto system = counters(50);
+  const int status = statusOf(folder, [&] {
+    hookAt(*system, "execute", 7, [] { raise(SIGTERM); });
+    run(*system, GetParam(), folder);
+  });
+  EXPECT_TRUE(killed(status, SIGTERM));
+  EXPECT_EQ("", folder.check().faults());
+  EXPECT_EQ(7U, folder.check().transitions().size());
+  EXPECT_EQ(8U, folder.check().stateCount());
+}
+
+// Enumerating the sets of forty timed ports would take years. Nothing of it is written, and no
+// state is taken for a deadlock.
+TEST_P(SignalTest, TheEnumerationOfABroadcastHearsASignal) {
+  const Constraint within(nullptr, Vesk::Time(0), Vesk::Time(10), LAZY);
+  for (const int first : {0, 1}) {  // the state in which the ports are enabled
+    System system("s");
+    Automaton* atom = system.add(new Automaton("A", &system, {"0,", "1,", "2,"}));
+    system.join("one", {atom->addPort("p", {{0, 1}})});
+    std::vector<Port*> ports;
+    for (int i = 0; i < 40; ++i) {
+      ports.push_back(atom->addPort("t" + std::to_string(i), {{first, 2}}));
+      ports.back()->setConstraint(const_cast<Constraint*>(&within));
+    }
+    Joint* many = system.join("many", ports, true);
+    const Folder folder;
+    const int status = statusOf(folder, [&] {
+      int guards = 0;
+      many->setGuardHook([&] {
+        ++guards;
+        if (guards == 100) raise(SIGINT);
+        if (guards > 100) _exit(1);
+      });
+      run(system, GetParam(), folder);
+    });
+    EXPECT_TRUE(killed(status, SIGINT)) << status;
+    EXPECT_EQ(
+        "vesk: connector many: a broadcast with 40 enabled timed ports looks at 2^40 sets of "
+        "ports\n",
+        folder.content("err"));
+    EXPECT_EQ("", folder.check().faults());
+    EXPECT_EQ(static_cast<std::size_t>(first), folder.check().transitions().size());
+    EXPECT_EQ(static_cast<std::size_t>(first) + 1, folder.check().stateCount());
+    EXPECT_EQ(0U, folder.check().deadlockCount());
+  }
 }
 
 TEST_P(SignalTest, ASignalThatComesTwiceAtOnceIsOneRequest) {
@@ -285,7 +350,7 @@ TEST_P(SignalTest, IgnoredAndHandledSignalsAreLeftAlone) {
 }
 
 TEST_P(SignalTest, TheDefaultActionsAreBackAfterTheSearch) {
-  for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGPIPE, SIGXFSZ}) {
+  for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGXCPU, SIGPIPE, SIGXFSZ}) {
     const Folder folder;
     auto system = counters(1);
     const int status = statusOf(folder, [&] {
@@ -431,24 +496,6 @@ INSTANTIATE_TEST_SUITE_P(BothSearches, HookTest, testing::Values(BFS, DFS),
                          [](const testing::TestParamInfo<Traversal>& traversal) {
                            return traversal.param == BFS ? "BreadthFirst" : "DepthFirst";
                          });
-
-namespace {
-
-const char* const HOOKS[] = {"initialize", "execute", "getState", "setState", "guard"};
-
-// Calls the function at call number n of the hook.
-void hookAt(System& system, const std::string& name, int n, const std::function<void()>& function) {
-  auto calls = std::make_shared<int>(0);
-  const auto count = [=](const std::string& hook) {
-    if (hook == name && ++*calls == n) function();
-  };
-  setHook(system, [=](Automaton&, const std::string& hook) { count(hook); });
-  for (int i = 0; i < system.connectors().count(); ++i) {
-    static_cast<Joint*>(system.connectors()[i])->setGuardHook([=] { count("guard"); });
-  }
-}
-
-}  // namespace
 
 TEST_P(HookTest, AnExceptionLeavesFilesThatCanBeRead) {
   for (const char* hook : HOOKS) {

@@ -12,6 +12,7 @@
 #include "clock.hpp"
 #include "component.hpp"
 #include "constraint.hpp"
+#include "exploration/signals.hpp"
 #include "port.hpp"
 #include "priority.hpp"
 #include "work-stack.hpp"
@@ -495,7 +496,7 @@ void Connector::createFeasibleRendezvous() {
 }
 
 // Larger sets first: an enabled port without constraint is always taken, one with a constraint is
-// first taken, then left out.
+// first taken, then left out. A search that is asked to stop gets a part of the list.
 Interaction* Connector::createFeasibleBroadcast(BitVector& enabled, BitVector& set, int i,
                                                 Interaction* list) {
   for (; i < mPorts.count(); ++i) {
@@ -505,6 +506,7 @@ Interaction* Connector::createFeasibleBroadcast(BitVector& enabled, BitVector& s
       port->setSynced(true);
       if (port->constraint() == nullptr) continue;
       list = createFeasibleBroadcast(enabled, set, i + 1, list);
+      if (Vesk::cutEnumeration()) return list;
     }
     set.rem(i);
     port->setSynced(false);
@@ -517,13 +519,14 @@ Interaction* Connector::createFeasibleBroadcast(BitVector& enabled, BitVector& s
 // Deliberate: a set that is never possible by itself discards the whole list found so far.
 Interaction* Connector::addFeasible(const BitVector& enabled, const BitVector& set,
                                     Interaction* list) {
-  if (!guard(set)) return list;
+  if (Vesk::cutEnumeration() || !guard(set)) return list;
   if (!complete() && !maximal()) return list;
   Interaction* added = Interaction::CreateRealTime(this, enabled, set);
   if (added == nullptr) return list;
   added->setDominated(false);
   bool equal = false;
   for (Interaction* larger = list; larger != nullptr; larger = larger->next()) {
+    if (Vesk::cutEnumeration()) return list;
     if (!added->isSubset(larger, equal)) continue;
     if (larger->constraint() == nullptr) return nullptr;
     if (added->constraint() == nullptr) added->useOwnConstraint(clockOf(mHolder));

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "connector.hpp"
+#include "exploration/signals.hpp"
 
 namespace Vesk {
 
@@ -17,6 +18,7 @@ void BreadthFirst::takeOne() {
   mQueue.pop_front();
   restore(state);
   activate();
+  if (enumerationCut) return end(std::move(state));
   writeState(state);
   if (mPlace.legal != nullptr) {
     expand(state);
@@ -56,12 +58,14 @@ void BreadthFirst::expand(const PendingState& state) {
   }
 }
 
-// Fires the connector and looks where that leads. False when it leads to an error.
+// Fires the connector and looks where that leads. False when it leads to an error, or nowhere
+// because model code has asked for an enumeration that was cut.
 // Deliberate: the transition into an error is counted, but not written.
 bool BreadthFirst::follow(const PendingState& state, Connector* connector) {
   choose(connector);
   clearFlags();
   connector->execute();
+  if (enumerationCut) return false;
   ++mCounters.transitions;
   Tree tree = capture();
   if (global_error) {

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "exploration/signals.hpp"
 #include "port.hpp"
 #include "scheduler.hpp"
 
@@ -38,6 +39,7 @@ void DepthFirst::begin() {
   const StateTable::Found found = mStates.insert(root.get());
   writeState(found.number);
   activate();
+  if (enumerationCut) return bury(std::move(root));
   mSources.push_back(mPending.add(found, std::move(root)));
   for (Connector* legal = mPlace.legal; legal != nullptr && !legal->dominated();
        legal = legal->next()) {
@@ -107,7 +109,9 @@ void DepthFirst::follow(PendingState& state, Transition& transition) {
   }
   restore(state);
   if (usesExportedPort(connector)) connector.eval(false);
+  if (enumerationCut) return;
   Tree tree = fire(TransNode(mPending.restore(state), &connector, transition.frozen.get()));
+  if (enumerationCut) return;
   transition.frozen.reset();
   const StateTable::Found target = mStates.insert(tree.get());
   writeTransition(state.number, target.number);
@@ -118,13 +122,15 @@ void DepthFirst::follow(PendingState& state, Transition& transition) {
   }
 }
 
-// Fires the transition and reads the state that it leads to.
+// Fires the transition and reads the state that it leads to, which is not to be used when an
+// enumeration was cut.
 // Deliberate: the flags are cleared after the connector has fired, so only those count that are set
 // while the state is read, and the search looks at a state with an error like at any other.
 Tree DepthFirst::fire(const TransNode& transition) {
   const OneInteraction installed(*transition.trans(), transition.inter());
   choose(transition.trans());
   transition.trans()->execute();
+  if (enumerationCut) return nullptr;
   clearFlags();
   ++mCounters.transitions;
   Tree tree = capture();
@@ -136,6 +142,7 @@ void DepthFirst::arrive(const StateTable::Found& found, Tree tree) {
   writeState(found.number);
   if (global_prune) return prune(found.number, std::move(tree));
   activate();
+  if (enumerationCut) return bury(std::move(tree));
   mSources.push_back(mPending.add(found, std::move(tree)));
   if (mPlace.legal == nullptr) {
     mStack.push_back({nullptr, nullptr, nullptr});
