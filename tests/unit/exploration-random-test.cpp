@@ -7,10 +7,15 @@ namespace {
 // Built a second time with an engine that packs all states which it can.
 #ifdef VESK_MOST_PENDING_NODES
 const bool PACKS = true;
-const int BLOCKS = 2;
 #else
 const bool PACKS = false;
-const int BLOCKS = 10;
+#endif
+
+// The sanitizers take their time.
+#ifdef __SANITIZE_ADDRESS__
+const int BLOCKS = 2;
+#else
+const int BLOCKS = PACKS ? 2 : 10;
 #endif
 
 Searches& searches() {
