@@ -155,7 +155,8 @@ void Search::writePath(OutputBuffer& file) {
   file.put(mLabel.c_str());
   file.put("[[");
   file.put(faulty_leaf != nullptr ? textOf(*faulty_leaf) : "NULL");
-  file.put("]]\n");
+  file.put("]]");
+  file.endLine();
   faulty_leaf = nullptr;
 }
 
