@@ -36,6 +36,8 @@ std::string headerOf(const std::string& aut) {
   return aut.substr(0, aut.find('\n') + 2);
 }
 
+const char LOST_TRANSITIONS[] = "vesk: the transition system could not be written completely\n";
+
 // The transitions that the header counts.
 long promisedBy(const std::string& aut) {
   long promised = -1;
@@ -50,6 +52,20 @@ void expectReadable(const std::string& aut) {
   EXPECT_EQ('\n', aut[37]);
   EXPECT_EQ('\n', aut.back());
   EXPECT_LE(promisedBy(aut), transitionsIn(aut));
+}
+
+// Runs a search that is asked to stop while it waits in a write. Nobody reads from the pipe `p`,
+// which is kept open. The status is that of the search, and 99 when it ends only with the pipe.
+std::string stuck(const std::string& search) {
+  return "mkfifo p; sleep 60 <p & holder=$!\n" + search +
+         " & search=$!\n"
+         "sleeping=0; while [ $sleeping -lt 5 ]; do sleep 0.1\n"
+         "case $(cut -d ' ' -f 3 /proc/$search/stat) in\n"
+         "S) sleeping=$((sleeping + 1));; *) sleeping=0;; esac; done\n"
+         "kill -TERM $search\n"
+         "wait $search 2>/dev/null; status=$?\n"
+         "kill -0 $holder || status=99\n"
+         "kill $holder; exit $status";
 }
 
 }  // namespace
@@ -133,6 +149,52 @@ TEST(FaultsTest, ASignalEndsTheProgramWithAllItsOutput) {
   EXPECT_EQ("", folder.check("x").faults());
   EXPECT_NE(std::string::npos, folder.content("out").find("* Count : "));
   EXPECT_EQ(std::string::npos, folder.content("out").find(SUMMARY));
+}
+
+TEST(FaultsTest, ASearchHearsASignalWhenNobodyReadsItsFiles) {
+  for (const std::string traversal : {"--bfs", "--dfs"}) {
+    const Folder folder;
+    EXPECT_EQ(128 + 15, folder.run("ln -s p x.aut;" + stuck("counters 6 -o x " + traversal)));
+    EXPECT_EQ(
+        "vesk: the transition system has no header: Illegal seek\n" + std::string(LOST_TRANSITIONS),
+        folder.content("err"));
+    const std::string states = folder.content("x.state");
+    ASSERT_NE("", states);
+    EXPECT_EQ('\n', states.back());
+    EXPECT_NE(std::string::npos, folder.content("out").find("* Count : "));
+  }
+}
+
+// The process does not read from its own pipe.
+TEST(FaultsTest, APipeWhoseReaderGoesAwayDoesNotHoldUpTheSearch) {
+  const Folder folder;
+  EXPECT_EQ(0, folder.run("mkfifo x.aut; head -c 100 <x.aut >got & counters 5 --bfs -o x"));
+  EXPECT_EQ(
+      "vesk: the transition system has no header: Illegal seek\n" + std::string(LOST_TRANSITIONS),
+      folder.content("err"));
+  EXPECT_EQ(100U, folder.content("got").size());
+  EXPECT_NE(std::string::npos, folder.content("out").find("Final size : 100000\n"));
+}
+
+TEST(FaultsTest, AReaderGetsEverythingThroughAPipe) {
+  const Folder whole;
+  ASSERT_EQ(0, whole.run("counters 4 --dfs -o x"));
+  const Folder folder;
+  EXPECT_EQ(0, folder.run("mkfifo x.aut; cat <x.aut >got & counters 4 --dfs -o x; wait"));
+  const std::string aut = whole.content("x.aut");
+  EXPECT_TRUE(std::string(37, ' ') + aut.substr(37) == folder.content("got"));
+}
+
+TEST(FaultsTest, APipeWithoutReaderCannotBeOpened) {
+  const Folder whole;
+  ASSERT_EQ(0, whole.run("counters 3 --bfs -o x"));
+  for (const std::string name : {"x.aut", "x.state"}) {
+    const Folder folder;
+    EXPECT_EQ(0, folder.run("mkfifo " + name + " && counters 3 --bfs -o x"));
+    EXPECT_EQ("vesk: cannot open " + name + ": No such device or address\n", folder.content("err"));
+    EXPECT_EQ(whole.content("out"), folder.content("out"));
+    EXPECT_EQ(whole.content("x.deadlock"), folder.content("x.deadlock"));
+  }
 }
 
 // A batch system's limit: the shell allows a second of processor time.
