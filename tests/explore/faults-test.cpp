@@ -36,6 +36,7 @@ std::string headerOf(const std::string& aut) {
   return aut.substr(0, aut.find('\n') + 2);
 }
 
+const char LOST_OUTPUT[] = "vesk: standard output could not be written completely\n";
 const char LOST_TRANSITIONS[] = "vesk: the transition system could not be written completely\n";
 
 // The transitions that the header counts.
@@ -151,6 +152,15 @@ TEST(FaultsTest, ASignalEndsTheProgramWithAllItsOutput) {
   EXPECT_EQ(std::string::npos, folder.content("out").find(SUMMARY));
 }
 
+TEST(FaultsTest, ASearchHearsASignalWhenNobodyReadsItsOutput) {
+  for (const std::string traversal : {"--bfs", "--dfs"}) {
+    const Folder folder;
+    EXPECT_EQ(128 + 15, folder.run(stuck("counters 6 -o x " + traversal + " >p")));
+    EXPECT_EQ("", folder.check("x").faults());
+    EXPECT_EQ(LOST_OUTPUT, folder.content("err"));
+  }
+}
+
 TEST(FaultsTest, ASearchHearsASignalWhenNobodyReadsItsFiles) {
   for (const std::string traversal : {"--bfs", "--dfs"}) {
     const Folder folder;
@@ -163,6 +173,12 @@ TEST(FaultsTest, ASearchHearsASignalWhenNobodyReadsItsFiles) {
     EXPECT_EQ('\n', states.back());
     EXPECT_NE(std::string::npos, folder.content("out").find("* Count : "));
   }
+}
+
+TEST(FaultsTest, ASearchHearsASignalWhenNobodyReadsAnything) {
+  const Folder folder;
+  EXPECT_EQ(128 + 15, folder.run("for f in aut pruned deadlock; do ln -s p x.$f; done;" +
+                                 stuck("counters 6 --bfs -o x >p 2>p")));
 }
 
 // The process does not read from its own pipe.

@@ -607,6 +607,18 @@ TEST_P(HookTest, AForkedProcessCompletesNothing) {
   }
 }
 
+TEST_P(HookTest, AForkedProcessDoesNotRepeatWhatWasPrinted) {
+  const Folder whole, folder;
+  auto system = counters(3);
+  EXPECT_TRUE(ended(statusOf(whole, [&] { run(*system, GetParam(), whole); }), 0));
+  const int status = statusOf(folder, [&] {
+    forkAt(*system, [] { std::exit(0); });
+    run(*system, GetParam(), folder);
+  });
+  EXPECT_TRUE(ended(status, 0)) << status;
+  EXPECT_EQ(whole.content("out"), folder.content("out"));
+}
+
 // ---- Memory --------------------------------------------------------------------------------
 
 TEST_P(HookTest, AnyAllocationMayFail) {
