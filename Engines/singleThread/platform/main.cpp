@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <getopt.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -29,6 +30,9 @@ constexpr char UNKNOWN_OPTION[] = "Unknown: '%c'\n";
 constexpr char SHORT_OPTIONS[] = "o:l:s:r";
 constexpr char DEFAULT_OUTPUT[] = "vesk";
 constexpr std::size_t NAME_SIZE = 50;  // of the name of an output file, with its NUL
+
+constexpr int PIPE_ATTEMPTS = 21;
+constexpr useconds_t PIPE_PAUSE = 50000;  // microseconds
 
 constexpr int MARGIN = 40000;  // microseconds: of the scheduling filter, and the maximum drift
 
@@ -66,6 +70,24 @@ void reportLostOutput() {
 
 void reportUnopened(const char* name) {
   std::fprintf(stderr, "vesk: cannot open %s: %s\n", name, std::strerror(errno));
+}
+
+// Waits a second for a reader. Without one errno is ENXIO.
+int openPipe(const char* name) {
+  for (int attempt = 1;; ++attempt) {
+    const int pipe = open(name, O_WRONLY | O_NONBLOCK);
+    if (pipe != -1) fcntl(pipe, F_SETFL, fcntl(pipe, F_GETFL) & ~O_NONBLOCK);
+    if (pipe != -1 || errno != ENXIO || attempt == PIPE_ATTEMPTS) return pipe;
+    usleep(PIPE_PAUSE);
+  }
+}
+
+// A pipe is opened for nothing but writing, or the process would be a reader of its own.
+FILE* openOutput(const char* name, const char* mode) {
+  struct stat status;
+  if (stat(name, &status) == -1 || !S_ISFIFO(status.st_mode)) return std::fopen(name, mode);
+  const int pipe = openPipe(name);
+  return pipe != -1 ? fdopen(pipe, "w") : nullptr;
 }
 
 // Junk is 0; what lies beyond an int becomes the nearest one.
@@ -221,7 +243,7 @@ void Scheduler::openOutputFiles(const char* base) {
                    output.suffix, output.name);
       continue;
     }
-    output.file = std::fopen(output.name, output.mode);
+    output.file = openOutput(output.name, output.mode);
     if (output.file == nullptr) reportUnopened(output.name);
   }
 }
