@@ -1,22 +1,18 @@
 // Both searches of random models, compared with the literal ones: files, output, the calls of all
 // hooks with what they see, and the places of all trees.
+#include "packing.hpp"
 #include "recorded-search.hpp"
 
 namespace {
 
-// Built a second time with an engine that packs all states which it can.
-#ifdef VESK_MOST_PENDING_NODES
-const bool PACKS = true;
-#else
-const bool PACKS = false;
-#endif
-
-// The sanitizers take their time.
+// Fewer where all states are packed; the sanitizers take their time, too.
+int blocks() {
 #ifdef __SANITIZE_ADDRESS__
-const int BLOCKS = 2;
+  return 2;
 #else
-const int BLOCKS = PACKS ? 2 : 10;
+  return PACKS ? 2 : 10;
 #endif
+}
 
 Searches& searches() {
   static Searches one;
@@ -67,7 +63,7 @@ TEST_P(RandomSearchTest, DoesWhatTheLiteralSearchDoes) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Blocks, RandomSearchTest, testing::Range(0, BLOCKS));
+INSTANTIATE_TEST_SUITE_P(Blocks, RandomSearchTest, testing::Range(0, blocks()));
 
 // ---- Every flag everywhere -----------------------------------------------------------------
 
@@ -113,7 +109,7 @@ TEST_P(FlagSweepTest, EveryCallOfEveryHookMayRaiseIt) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Models, FlagSweepTest, testing::Range(0, BLOCKS / 2));
+INSTANTIATE_TEST_SUITE_P(Models, FlagSweepTest, testing::Range(0, blocks() / 2));
 
 // ---- Trees that change ---------------------------------------------------------------------
 
