@@ -5,6 +5,7 @@
 #include <cstring>
 #include <string>
 
+#include "chain.hpp"
 #include "clock.hpp"
 #include "component.hpp"
 #include "constraint.hpp"
@@ -67,7 +68,7 @@ class ClearedFlags {
     for (int i = 0; i < mPorts.count(); ++i) {
       if (mPorts[i]->synced()) mEnabled.add(i);
     }
-    for (int i = 0; i < mPorts.count(); ++i) mPorts[i]->setSynced(false);
+    for (Port* port : mPorts) port->setSynced(false);
   }
   ClearedFlags(const ClearedFlags&) = delete;
   ClearedFlags& operator=(const ClearedFlags&) = delete;
@@ -233,8 +234,8 @@ void Connector::evalAlone() {
 }
 
 bool Connector::maximal() const {
-  for (int i = 0; i < mPorts.count(); ++i) {
-    if (!mPorts[i]->synced()) return false;
+  for (Port* port : mPorts) {
+    if (!port->synced()) return false;
   }
   return true;
 }
@@ -307,27 +308,63 @@ Interaction* Connector::createFeasibleBroadcast(BitVector& enabled, BitVector& s
   return addFeasible(enabled, set, list);
 }
 
+namespace {
+
+// When a set of ports may fire apart from the larger ones.
+enum class Remainder {
+  SOMETIMES,  // at the times that its constraint leaves
+  NEVER,
+  UNKNOWN  // the search has been asked to stop
+};
+
+// The constraint of a set, ready to have the times of larger ones taken away.
+Constraint& timesOf(Interaction& set) {
+  if (set.constraint() == nullptr) set.useOwnConstraint(clockOf(set.connector()->holder()));
+  set.constraint()->setDelay(Vesk::Time(0));
+  set.constraint()->setDomination(false);
+  return *set.constraint();
+}
+
+// Takes the times of the larger sets in the list away from those of a set.
+Remainder leaveToLarger(Interaction& set, Interaction* list) {
+  bool equal = false;
+  for (Interaction* larger : Vesk::Chain(list)) {
+    if (Vesk::cutEnumeration()) return Remainder::UNKNOWN;
+    if (!set.isSubset(larger, equal)) continue;
+    if (larger->constraint() == nullptr) return Remainder::NEVER;
+    timesOf(set) -= *larger->constraint();
+  }
+  const bool never = set.constraint() != nullptr && set.constraint()->empty();
+  return never ? Remainder::NEVER : Remainder::SOMETIMES;
+}
+
+}  // namespace
+
+// The interaction of a set that guard and completeness allow and that has a time; null when there
+// is none.
+Interaction* Connector::possible(const BitVector& enabled, const BitVector& set) {
+  if (Vesk::cutEnumeration() || !guard(set)) return nullptr;
+  if (!complete() && !maximal()) return nullptr;
+  return Interaction::CreateRealTime(this, enabled, set);
+}
+
 // Puts the interaction of a set in front of the list, at the times at which no larger set is
-// possible.
-// Deliberate: a set that is never possible by itself discards the whole list found so far.
+// possible. Returns the new list.
+// Deliberate: a set that is never possible apart from larger ones discards the whole list found so
+// far.
 Interaction* Connector::addFeasible(const BitVector& enabled, const BitVector& set,
                                     Interaction* list) {
-  if (Vesk::cutEnumeration() || !guard(set)) return list;
-  if (!complete() && !maximal()) return list;
-  Interaction* added = Interaction::CreateRealTime(this, enabled, set);
+  Interaction* const added = possible(enabled, set);
   if (added == nullptr) return list;
   added->setDominated(false);
-  bool equal = false;
-  for (Interaction* larger = list; larger != nullptr; larger = larger->next()) {
-    if (Vesk::cutEnumeration()) return list;
-    if (!added->isSubset(larger, equal)) continue;
-    if (larger->constraint() == nullptr) return nullptr;
-    if (added->constraint() == nullptr) added->useOwnConstraint(clockOf(mHolder));
-    added->constraint()->setDelay(Vesk::Time(0));
-    added->constraint()->setDomination(false);
-    *added->constraint() -= *larger->constraint();
+  switch (leaveToLarger(*added, list)) {
+    case Remainder::UNKNOWN:
+      return list;
+    case Remainder::NEVER:
+      return nullptr;
+    case Remainder::SOMETIMES:
+      break;
   }
-  if (added->constraint() != nullptr && added->constraint()->empty()) return nullptr;
   added->setNext(list);
   return added;
 }
@@ -336,9 +373,9 @@ void Connector::computexPort() {
   if (mxPort == nullptr) return;
   mxPort->setSynced(false);
   bool found = false;
-  for (Interaction* it = mFeasibleInter; it != nullptr; it = it->next()) {
-    if (it->dominated()) continue;
-    if (it->constraint() == nullptr) {
+  for (Interaction* feasible : Vesk::Chain(mFeasibleInter)) {
+    if (feasible->dominated()) continue;
+    if (feasible->constraint() == nullptr) {
       mxPort->dropConstraint();
       found = true;
       break;
@@ -348,7 +385,7 @@ void Connector::computexPort() {
       mxPort->constraint()->clear();
       found = true;
     }
-    *mxPort->constraint() |= *it->constraint();
+    *mxPort->constraint() |= *feasible->constraint();
   }
   if (!found) return;
   if (mxPort->constraint() == nullptr || !mxPort->constraint()->empty()) mxPort->setSynced(true);
@@ -369,8 +406,8 @@ void Connector::actuate(const Vesk::Time& t) {
 }
 
 Interaction* Connector::firstPossible(const Vesk::Time& t) const {
-  for (Interaction* it = mFeasibleInter; it != nullptr; it = it->next()) {
-    if (it->constraint() == nullptr || it->constraint()->in(t)) return it;
+  for (Interaction* feasible : Vesk::Chain(mFeasibleInter)) {
+    if (feasible->constraint() == nullptr || feasible->constraint()->in(t)) return feasible;
   }
   return nullptr;
 }
@@ -388,17 +425,16 @@ void Connector::resetLink() {
 
 void Connector::resetAlone(Vesk::WorkStack<Connector*>& dependent) {
   mEval = false;
-  for (int i = 0; i < mDominatedPriorities.count(); ++i) mDominatedPriorities[i]->reset();
-  for (int i = 0; i < mDominatorPriorities.count(); ++i) {
-    Priority* priority = mDominatorPriorities[i];
+  for (Priority* priority : mDominatedPriorities) priority->reset();
+  for (Priority* priority : mDominatorPriorities) {
     if (priority->applied()) dependent.push(priority->low()->connector());
     priority->reset();
   }
-  for (int i = 0; i < mLinks.count(); ++i) dependent.push(mLinks[i]);
+  for (Connector* user : mLinks) dependent.push(user);
 }
 
 void Connector::resetDependentLinks() {
-  for (int i = 0; i < mLinks.count(); ++i) mLinks[i]->resetLink();
+  for (Connector* user : mLinks) user->resetLink();
 }
 
 // ---- Connector: labels -------------------------------------------------------------------------

@@ -172,6 +172,7 @@ class Connector {
   void evalAlone();
   void createFeasibleRendezvous();
   void reportManySets(const BitVector& enabled);
+  Interaction* possible(const BitVector& enabled, const BitVector& set);
   Interaction* addFeasible(const BitVector& enabled, const BitVector& set, Interaction* list);
   Interaction* firstPossible(const Vesk::Time& t) const;
   void resetAlone(Vesk::WorkStack<Connector*>& dependent);

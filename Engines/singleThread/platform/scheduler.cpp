@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <iostream>
 
+#include "chain.hpp"
 #include "clock.hpp"
 #include "component.hpp"
 #include "connector.hpp"
@@ -20,8 +21,8 @@ constexpr char HEAP_DEADLOCK[] = "Error or Deadlock!\n";
 
 int countUndominated(const Connector* list) {
   int count = 0;
-  for (; list != nullptr; list = list->next()) {
-    if (!list->dominated()) ++count;
+  for (const Connector* connector : Vesk::Chain(list)) {
+    if (!connector->dominated()) ++count;
   }
   return count;
 }
@@ -157,9 +158,10 @@ bool Scheduler::execMaxSynchronize(Connector* connector) {
     Vesk::PlainOutput(*simout) << MAXIMAL_DEADLOCK << END_LINE;
     return false;
   }
-  for (; connector != nullptr && !connector->dominated(); connector = connector->next()) {
-    traceFired(*connector);
-    connector->execute();
+  for (Connector* legal : Vesk::Chain(connector)) {
+    if (legal->dominated()) break;
+    traceFired(*legal);
+    legal->execute();
     if (stepLimitReached()) return false;
   }
   return true;
