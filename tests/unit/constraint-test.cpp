@@ -629,3 +629,43 @@ TEST(ConstraintTest, OperationsAllocateNothingOnceTheRoomIsThere) {
   EXPECT_EQ(model::Allocations::made, before);
   EXPECT_GT(before, 0);
 }
+
+// ---------------------------------------------------------------------------------------------
+// What the operations require. Builds without asserts leave it to the caller.
+
+#ifndef NDEBUG
+
+TEST(ConstraintContractTest, AnIndexBeyondTheLastIntervalEndsADebugBuild) {
+  Probe probe({{0, 10}, {20, 30}});
+  const Constraint& constant = probe;
+  EXPECT_DEATH(probe[2].setLow(0), "i < size()");
+  EXPECT_DEATH(constant[2].low(), "i < size()");
+  EXPECT_DEATH(probe.erase(2), "isRun");
+  EXPECT_DEATH(probe.erase(-1), "isRun");
+  EXPECT_DEATH(probe.insert(3, probe[0]), "index <= ");
+  EXPECT_DEATH(probe.insert(-1, probe[0]), "0 <= index");
+}
+
+#endif
+
+// The operations take every list, so no debug build may end here.
+TEST(ConstraintContractTest, TheAlgebraRequiresNothingOfItsOperands) {
+  const Pieces lists[] = {{},
+                          {{EVER, NEVER}},
+                          {{10, 5}, {0, 20}},
+                          {{0, 20}, {5, 10}, {0, 20}},
+                          {{NEVER, NEVER}, {NEVER, EVER}, {EVER, EVER}},
+                          {{NEVER - 5, NEVER}, {EVER, EVER + 5}}};
+  const ShownClock here(Time(0));
+  for (const Time shown : {Time(0), Time(7), Time::MIN, Time::MAX}) {
+    const ShownClock there(shown);
+    for (const Pieces& list : lists) {
+      for (const Pieces& operand : lists) {
+        const Probe other(operand, &there);
+        EXPECT_LE((Probe(list, &here) &= other).size(), list.size() + operand.size());
+        EXPECT_LE((Probe(list, &here) |= other).size(), list.size() + operand.size());
+        EXPECT_LE((Probe(list, &here) -= other).size(), list.size() + operand.size());
+      }
+    }
+  }
+}

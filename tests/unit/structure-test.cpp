@@ -19,6 +19,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "chain.hpp"
 #include "draw.hpp"
 
 #if defined(__SANITIZE_ADDRESS__)
@@ -469,6 +470,34 @@ TEST(ArrayTest, BelongsComparesPointersThroughTheWholeList) {
   EXPECT_FALSE(list.Belongs(nullptr));
 }
 
+TEST(ArrayTest, ALoopVisitsEveryElementInIndexOrder) {
+  int numbers[3] = {};
+  Reference list(1);
+  for (const int* number : list) ADD_FAILURE() << "in an empty list: " << number;
+  list.add(&numbers[2]);
+  list.add(nullptr);
+  list.add(&numbers[0]);
+  list.add(&numbers[2]);
+  std::vector<const int*> visited;
+  for (const int* number : list) visited.push_back(number);
+  EXPECT_EQ(visited, (std::vector<const int*>{&numbers[2], nullptr, &numbers[0], &numbers[2]}));
+}
+
+// The list moves in memory more than once.
+TEST(ArrayTest, ALoopDoesNotVisitElementsThatAreAddedMeanwhile) {
+  int numbers[200] = {};
+  Reference list(2);
+  list.add(&numbers[0]);
+  list.add(&numbers[1]);
+  std::vector<const int*> visited;
+  for (const int* number : list) {
+    visited.push_back(number);
+    for (int i = 0; i < 99; ++i) list.add(&numbers[2]);
+  }
+  EXPECT_EQ(visited, (std::vector<const int*>{&numbers[0], &numbers[1]}));
+  EXPECT_EQ(list.count(), 200);
+}
+
 TEST(ArrayTest, AnOwningListDeletesInIndexOrderAndSkipsNull) {
   std::vector<int> deleted;
   {
@@ -498,6 +527,44 @@ TEST(ArrayTest, AReferringListDeletesNothing) {
     list.add(&element);
   }
   EXPECT_TRUE(deleted.empty());
+}
+
+// ---------------------------------------------------------------------------------------------
+// Intrusive lists
+
+namespace {
+
+struct Link {
+  Link* next() const { return behind; }
+  Link* behind = nullptr;
+};
+
+std::vector<const Link*> visitedFrom(const Link* head) {
+  std::vector<const Link*> visited;
+  for (const Link* link : Vesk::Chain(head)) visited.push_back(link);
+  return visited;
+}
+
+}  // namespace
+
+TEST(ChainTest, ALoopVisitsTheListFromItsHeadOn) {
+  Link links[3];
+  links[2].behind = &links[0];
+  links[0].behind = &links[1];
+  EXPECT_EQ(visitedFrom(&links[2]), (std::vector<const Link*>{&links[2], &links[0], &links[1]}));
+  EXPECT_EQ(visitedFrom(&links[1]), (std::vector<const Link*>{&links[1]}));
+  EXPECT_EQ(visitedFrom(nullptr), (std::vector<const Link*>{}));
+}
+
+TEST(ChainTest, ALoopReadsALinkWhenTheTurnOfItsElementIsOver) {
+  Link links[3];
+  links[0].behind = &links[1];
+  std::vector<const Link*> visited;
+  for (Link* link : Vesk::Chain(&links[0])) {
+    visited.push_back(link);
+    if (link == &links[0]) link->behind = &links[2];
+  }
+  EXPECT_EQ(visited, (std::vector<const Link*>{&links[0], &links[2]}));
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -143,13 +143,13 @@ Port* Atom::rt_sync(int n, ...) {
 
 void Atom::notifyDependentConn() {
   if (mScheduler == nullptr) return;
-  for (int i = 0; i < mLinks.count(); ++i) {
-    if (!mLinks[i]->queued()) enqueue(*mScheduler, mLinks[i]);
+  for (Connector* connector : mLinks) {
+    if (!connector->queued()) enqueue(*mScheduler, connector);
   }
 }
 
 void Atom::resetLink() {
-  for (int i = 0; i < mLinks.count(); ++i) mLinks[i]->resetLink();
+  for (Connector* connector : mLinks) connector->resetLink();
 }
 
 void Atom::computePortConstraint(Constraint** list) {
@@ -172,6 +172,9 @@ void Atom::applyPriority(Port* low, Constraint* lowC, Port* high, Constraint* hi
 }
 
 // ---- Compound ----------------------------------------------------------------------------------
+
+// The walks of the tree go by index: hooks may add components to the end, which are visited as
+// well, and the frames must be small, because trees may be very deep.
 
 Compound::Compound(const char* name, const Compound* holder)
     : Component(name, holder),
@@ -245,7 +248,7 @@ void Compound::initPrioHeap(Scheduler* scheduler) {
 
 void Compound::setSchedulerOfAtoms(Scheduler* scheduler) {
   if (scheduler == nullptr) return;
-  for (int i = 0; i < mComponents.count(); ++i) {
-    if (mComponents[i]->isAtom()) static_cast<Atom*>(mComponents[i])->mScheduler = scheduler;
+  for (Component* component : mComponents) {
+    if (component->isAtom()) static_cast<Atom*>(component)->mScheduler = scheduler;
   }
 }

@@ -3,21 +3,18 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <iostream>
-#include <memory>
 #include <string>
-#include <utility>
-#include <vector>
 
+#include "chain.hpp"
 #include "clock.hpp"
 #include "component.hpp"
 #include "constraint.hpp"
 #include "exploration/signals.hpp"
+#include "interaction-index.hpp"
 #include "port.hpp"
 #include "priority.hpp"
 #include "work-stack.hpp"
 
-HashTable<Interaction> Interaction::TABLE;
 char Connector::LABEL[1024];
 
 namespace {
@@ -33,11 +30,6 @@ constexpr int MANY_TIMED_PORTS = 16;  // more are reported
 
 const char* textOf(const char* name) {
   return name != nullptr ? name : "";
-}
-
-// Writes a text as it is, whatever width the model has left on the stream.
-void write(const char* text) {
-  std::cout.write(text, static_cast<std::streamsize>(std::strlen(text)));
 }
 
 void checkPortCount(const char* name, int count) {
@@ -76,7 +68,7 @@ class ClearedFlags {
     for (int i = 0; i < mPorts.count(); ++i) {
       if (mPorts[i]->synced()) mEnabled.add(i);
     }
-    for (int i = 0; i < mPorts.count(); ++i) mPorts[i]->setSynced(false);
+    for (Port* port : mPorts) port->setSynced(false);
   }
   ClearedFlags(const ClearedFlags&) = delete;
   ClearedFlags& operator=(const ClearedFlags&) = delete;
@@ -93,204 +85,6 @@ class ClearedFlags {
 };
 
 }  // namespace
-
-// ---- The interactions of one connector ----------------------------------------------------------
-
-namespace Vesk {
-
-// Owns the interactions of one connector and finds them by their set: a few one by one, more by a
-// table of open addressing.
-class InteractionIndex {
- public:
-  InteractionIndex() = default;
-  InteractionIndex(const InteractionIndex&) = delete;
-  InteractionIndex& operator=(const InteractionIndex&) = delete;
-  ~InteractionIndex() {
-    for (Interaction* interaction : mAll) {
-      Interaction::TABLE.remove(interaction->mCell);
-      delete interaction;
-    }
-  }
-
-  // Null when there is none.
-  Interaction* find(const BitVector& set) const {
-    if (!mSlots.empty()) return mSlots[slotOf(set)];
-    for (Interaction* interaction : mAll) {
-      if (interaction->synced() == set) return interaction;
-    }
-    return nullptr;
-  }
-
-  // Takes ownership of an interaction whose set is not in the index, and puts it into the table.
-  // Changes nothing when there is no memory for that.
-  void add(std::unique_ptr<Interaction> interaction) {
-    makeRoom();
-    interaction->mCell = Interaction::TABLE.add(interaction->hash(HashTable<Interaction>::CHAINS),
-                                                interaction.get());
-    Interaction* const owned = interaction.release();  // there is room for it
-    mAll.push_back(owned);
-    if (!mSlots.empty()) mSlots[slotOf(owned->synced())] = owned;
-  }
-
- private:
-  static constexpr std::size_t FEW = 8;
-
-  // Where the set is, or would be. Requires: there are free slots.
-  std::size_t slotOf(const BitVector& set) const {
-    const std::size_t last = mSlots.size() - 1;
-    std::size_t slot = set.scattered() & last;
-    while (mSlots[slot] != nullptr && mSlots[slot]->synced() != set) slot = (slot + 1) & last;
-    return slot;
-  }
-
-  void makeRoom() {
-    const std::size_t count = mAll.size() + 1;
-    if (count > mAll.capacity()) mAll.reserve(2 * count);
-    if (count <= FEW || 2 * count <= mSlots.size()) return;
-    std::vector<Interaction*> slots(mSlots.empty() ? 4 * FEW : 2 * mSlots.size());
-    mSlots.swap(slots);
-    for (Interaction* interaction : mAll) mSlots[slotOf(interaction->synced())] = interaction;
-  }
-
-  std::vector<Interaction*> mAll;    // in the order of their making
-  std::vector<Interaction*> mSlots;  // a power of two, at most half full; empty while there are few
-};
-
-}  // namespace Vesk
-
-// ---- Interaction -------------------------------------------------------------------------------
-
-Interaction::Interaction(const Connector* connector, const BitVector& set)
-    : mConnector(const_cast<Connector*>(connector)),  // firing it fires the connector's ports
-      mSynced(set),
-      mInhibitors(INITIAL_CAPACITY),
-      mNext(nullptr),
-      mCell(nullptr) {
-  keepOwnConstraint();
-}
-
-Interaction::Interaction(const Interaction& other) : Interaction(other.mConnector, other.mSynced) {
-  mMark = other.mMark;
-  mDominated = other.mDominated;
-  if (other.mConstraint != nullptr) useOwnConstraint(nullptr) = *other.mConstraint;
-}
-
-Interaction::~Interaction() {
-  dropConstraint();
-}
-
-Interaction* Interaction::copy() const {
-  return new Interaction(*this);
-}
-
-Interaction* Interaction::Create(const Connector* connector, const BitVector& set) {
-  Vesk::InteractionIndex& index = *connector->mInteractions;
-  Interaction* interaction = index.find(set);
-  if (interaction == nullptr) {
-    auto made = std::make_unique<Interaction>(connector, set);
-    interaction = made.get();
-    index.add(std::move(made));
-  }
-  return interaction;
-}
-
-Interaction* Interaction::Create(const Connector* connector, int n, ...) {
-  BitVector set;
-  va_list indices;
-  va_start(indices, n);
-  for (int i = 0; i < n; ++i) set.add(va_arg(indices, int));
-  va_end(indices);
-  return Create(connector, set);
-}
-
-Interaction* Interaction::CreateRealTime(const Connector* connector, const BitVector&,
-                                         const BitVector& set) {
-  Interaction* interaction = Create(connector, set);
-  interaction->intersectPortConstraints();
-  const Constraint* constraint = interaction->constraint();
-  return constraint != nullptr && constraint->empty() ? nullptr : interaction;
-}
-
-// The constraint that always holds, over the clock of the connector's holder.
-Constraint& Interaction::freshConstraint() {
-  const GenericClock* clock = clockOf(mConnector->holder());
-  if (mConstraint == nullptr) return useOwnConstraint(clock);
-  mConstraint->reset();
-  mConstraint->setClock(clock);
-  mConstraint->setDisplayClock(clock);
-  return *mConstraint;
-}
-
-void Interaction::intersectPortConstraints() {
-  Array<Port, false>& ports = mConnector->ports();
-  Constraint* result = nullptr;
-  for (int i = 0; i < ports.count(); ++i) {
-    if (!mSynced.in(i) || ports[i]->constraint() == nullptr) continue;
-    if (result == nullptr) result = &freshConstraint();
-    *result &= *ports[i]->constraint();
-  }
-  if (result == nullptr) dropConstraint();
-}
-
-char* Interaction::label() {
-  return mConnector->rt_label(mSynced);
-}
-
-void Interaction::execute(const Vesk::Time& t) {
-  if (mConnector->xPort() != nullptr) mConnector->xPort()->setSynced(false);
-  Array<Port, false>& ports = mConnector->ports();
-  for (int i = 0; i < ports.count(); ++i) {
-    if (mSynced.in(i)) ports[i]->execute(t);
-  }
-}
-
-void Interaction::actuate(const Vesk::Time& t) {
-  mConnector->dn();
-  Array<Port, false>& ports = mConnector->ports();
-  for (int i = 0; i < ports.count(); ++i) {
-    if (mSynced.in(i)) ports[i]->actuate(t);
-  }
-}
-
-Vesk::Time Interaction::deadline(const Vesk::Time& t) const {
-  return mConstraint != nullptr ? mConstraint->deadline(t) : Vesk::Time::MAX;
-}
-
-Vesk::Time Interaction::next(const Vesk::Time& t) const {
-  return mConstraint != nullptr ? mConstraint->next(t) : t;
-}
-
-GenericClock* Interaction::displayClock() const {
-  const Compound* holder = mConnector->holder();
-  return holder != nullptr ? holder->clock() : nullptr;
-}
-
-bool Interaction::equal(const Interaction* other) const {
-  return mConnector == other->mConnector && mSynced == other->mSynced;
-}
-
-bool Interaction::isSubset(const Interaction* other, bool& equal) const {
-  if (mConnector != other->mConnector || !(mSynced <= other->mSynced)) return false;
-  equal = mSynced == other->mSynced;
-  return true;
-}
-
-unsigned int Interaction::hash(unsigned int n) const {
-  unsigned int sum = 0;
-  for (const char* c = textOf(mConnector->name()); *c != '\0'; ++c) {
-    sum = sum * 5 + static_cast<unsigned int>(static_cast<signed char>(*c));
-  }
-  return (sum + mSynced.hash(n)) % n;
-}
-
-void Interaction::print() const {
-  Array<Port, false>& ports = mConnector->ports();
-  for (int i = 0; i < ports.count(); ++i) {
-    if (!mSynced.in(i)) continue;
-    if (i != 0) write("|");
-    write(textOf(ports[i]->name()));
-  }
-}
 
 // ---- Connector: construction -------------------------------------------------------------------
 
@@ -440,8 +234,8 @@ void Connector::evalAlone() {
 }
 
 bool Connector::maximal() const {
-  for (int i = 0; i < mPorts.count(); ++i) {
-    if (!mPorts[i]->synced()) return false;
+  for (Port* port : mPorts) {
+    if (!port->synced()) return false;
   }
   return true;
 }
@@ -514,27 +308,63 @@ Interaction* Connector::createFeasibleBroadcast(BitVector& enabled, BitVector& s
   return addFeasible(enabled, set, list);
 }
 
+namespace {
+
+// When a set of ports may fire apart from the larger ones.
+enum class Remainder {
+  SOMETIMES,  // at the times that its constraint leaves
+  NEVER,
+  UNKNOWN  // the search has been asked to stop
+};
+
+// The constraint of a set, ready to have the times of larger ones taken away.
+Constraint& timesOf(Interaction& set) {
+  if (set.constraint() == nullptr) set.useOwnConstraint(clockOf(set.connector()->holder()));
+  set.constraint()->setDelay(Vesk::Time(0));
+  set.constraint()->setDomination(false);
+  return *set.constraint();
+}
+
+// Takes the times of the larger sets in the list away from those of a set.
+Remainder leaveToLarger(Interaction& set, Interaction* list) {
+  bool equal = false;
+  for (Interaction* larger : Vesk::Chain(list)) {
+    if (Vesk::cutEnumeration()) return Remainder::UNKNOWN;
+    if (!set.isSubset(larger, equal)) continue;
+    if (larger->constraint() == nullptr) return Remainder::NEVER;
+    timesOf(set) -= *larger->constraint();
+  }
+  const bool never = set.constraint() != nullptr && set.constraint()->empty();
+  return never ? Remainder::NEVER : Remainder::SOMETIMES;
+}
+
+}  // namespace
+
+// The interaction of a set that guard and completeness allow and that has a time; null when there
+// is none.
+Interaction* Connector::possible(const BitVector& enabled, const BitVector& set) {
+  if (Vesk::cutEnumeration() || !guard(set)) return nullptr;
+  if (!complete() && !maximal()) return nullptr;
+  return Interaction::CreateRealTime(this, enabled, set);
+}
+
 // Puts the interaction of a set in front of the list, at the times at which no larger set is
-// possible.
-// Deliberate: a set that is never possible by itself discards the whole list found so far.
+// possible. Returns the new list.
+// Deliberate: a set that is never possible apart from larger ones discards the whole list found so
+// far.
 Interaction* Connector::addFeasible(const BitVector& enabled, const BitVector& set,
                                     Interaction* list) {
-  if (Vesk::cutEnumeration() || !guard(set)) return list;
-  if (!complete() && !maximal()) return list;
-  Interaction* added = Interaction::CreateRealTime(this, enabled, set);
+  Interaction* const added = possible(enabled, set);
   if (added == nullptr) return list;
   added->setDominated(false);
-  bool equal = false;
-  for (Interaction* larger = list; larger != nullptr; larger = larger->next()) {
-    if (Vesk::cutEnumeration()) return list;
-    if (!added->isSubset(larger, equal)) continue;
-    if (larger->constraint() == nullptr) return nullptr;
-    if (added->constraint() == nullptr) added->useOwnConstraint(clockOf(mHolder));
-    added->constraint()->setDelay(Vesk::Time(0));
-    added->constraint()->setDomination(false);
-    *added->constraint() -= *larger->constraint();
+  switch (leaveToLarger(*added, list)) {
+    case Remainder::UNKNOWN:
+      return list;
+    case Remainder::NEVER:
+      return nullptr;
+    case Remainder::SOMETIMES:
+      break;
   }
-  if (added->constraint() != nullptr && added->constraint()->empty()) return nullptr;
   added->setNext(list);
   return added;
 }
@@ -543,9 +373,9 @@ void Connector::computexPort() {
   if (mxPort == nullptr) return;
   mxPort->setSynced(false);
   bool found = false;
-  for (Interaction* it = mFeasibleInter; it != nullptr; it = it->next()) {
-    if (it->dominated()) continue;
-    if (it->constraint() == nullptr) {
+  for (Interaction* feasible : Vesk::Chain(mFeasibleInter)) {
+    if (feasible->dominated()) continue;
+    if (feasible->constraint() == nullptr) {
       mxPort->dropConstraint();
       found = true;
       break;
@@ -555,7 +385,7 @@ void Connector::computexPort() {
       mxPort->constraint()->clear();
       found = true;
     }
-    *mxPort->constraint() |= *it->constraint();
+    *mxPort->constraint() |= *feasible->constraint();
   }
   if (!found) return;
   if (mxPort->constraint() == nullptr || !mxPort->constraint()->empty()) mxPort->setSynced(true);
@@ -576,8 +406,8 @@ void Connector::actuate(const Vesk::Time& t) {
 }
 
 Interaction* Connector::firstPossible(const Vesk::Time& t) const {
-  for (Interaction* it = mFeasibleInter; it != nullptr; it = it->next()) {
-    if (it->constraint() == nullptr || it->constraint()->in(t)) return it;
+  for (Interaction* feasible : Vesk::Chain(mFeasibleInter)) {
+    if (feasible->constraint() == nullptr || feasible->constraint()->in(t)) return feasible;
   }
   return nullptr;
 }
@@ -595,17 +425,16 @@ void Connector::resetLink() {
 
 void Connector::resetAlone(Vesk::WorkStack<Connector*>& dependent) {
   mEval = false;
-  for (int i = 0; i < mDominatedPriorities.count(); ++i) mDominatedPriorities[i]->reset();
-  for (int i = 0; i < mDominatorPriorities.count(); ++i) {
-    Priority* priority = mDominatorPriorities[i];
+  for (Priority* priority : mDominatedPriorities) priority->reset();
+  for (Priority* priority : mDominatorPriorities) {
     if (priority->applied()) dependent.push(priority->low()->connector());
     priority->reset();
   }
-  for (int i = 0; i < mLinks.count(); ++i) dependent.push(mLinks[i]);
+  for (Connector* user : mLinks) dependent.push(user);
 }
 
 void Connector::resetDependentLinks() {
-  for (int i = 0; i < mLinks.count(); ++i) mLinks[i]->resetLink();
+  for (Connector* user : mLinks) user->resetLink();
 }
 
 // ---- Connector: labels -------------------------------------------------------------------------

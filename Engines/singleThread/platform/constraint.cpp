@@ -47,6 +47,113 @@ bool fuse(const Interval& previous, const Interval& next) {
          (previous.urgency() == LAZY && next.urgency() == DELAYABLE);
 }
 
+// An operand's intervals as an operation meets them: moved by the drift, and made longer by the
+// delay.
+class Operand {
+ public:
+  Operand(const Constraint& constraint, const Vesk::Time& drift, const Vesk::Time& delay)
+      : mConstraint(constraint), mDrift(drift), mDelay(delay) {}
+  unsigned int size() const { return mConstraint.size(); }
+  Interval operator[](unsigned int i) const {
+    Interval interval = mConstraint[i] - mDrift;
+    interval.applyDelay(mDelay);
+    return interval;
+  }
+
+ private:
+  const Constraint& mConstraint;
+  Vesk::Time mDrift;
+  Vesk::Time mDelay;
+};
+
+// ---- What the operations ensure, for asserts alone ----
+
+#ifdef NDEBUG
+constexpr bool CHECKED = false;
+#else
+constexpr bool CHECKED = true;
+#endif
+
+bool isInfinite(const Vesk::Time& t) {
+  return t == Vesk::Time::MIN || t == Vesk::Time::MAX;
+}
+
+// Non-empty, sorted and disjoint, but for neighbours that meet in an infinite bound.
+template <class List>
+bool inOrder(const List& list) {
+  for (unsigned int i = 0; i < list.size(); ++i) {
+    const Interval interval = list[i];
+    if (interval.empty()) return false;
+    if (i == 0) continue;
+    const Vesk::Time before = list[i - 1].high();
+    if (interval.low() < before) return false;
+    if (interval.low() == before && !isInfinite(before)) return false;
+  }
+  return true;
+}
+
+// What clean() leaves.
+[[maybe_unused]] bool isClean(const Constraint& list) {
+  for (unsigned int i = 0; i < list.size(); ++i) {
+    if (list[i].empty() || (i > 0 && fuse(list[i - 1], list[i]))) return false;
+  }
+  return true;
+}
+
+// No instant in common but an infinite one.
+bool apart(const Interval& one, const Interval& other) {
+  const Vesk::Time low = one.low() < other.low() ? other.low() : one.low();
+  const Vesk::Time high = one.high() < other.high() ? one.high() : other.high();
+  return low > high || (low == high && isInfinite(low));
+}
+
+// Both in order. Each interval of the one lies in an interval of the other.
+template <class List>
+[[maybe_unused]] bool liesWithin(const Constraint& list, const List& other) {
+  unsigned int holder = 0;
+  for (unsigned int i = 0; i < list.size(); ++i) {
+    while (holder < other.size() && !other[holder].in(list[i])) ++holder;
+    if (holder == other.size()) return false;
+  }
+  return true;
+}
+
+// Both in order. They have no instant in common but infinite ones.
+template <class List>
+[[maybe_unused]] bool areApart(const Constraint& list, const List& other) {
+  unsigned int i = 0;
+  unsigned int k = 0;
+  while (i < list.size() && k < other.size()) {
+    if (!apart(list[i], other[k])) return false;
+    if (list[i].high() < other[k].high()) {
+      ++i;
+    } else {
+      ++k;
+    }
+  }
+  return true;
+}
+
+// Each non-empty interval of the operand lies in an interval of the list.
+template <class List>
+[[maybe_unused]] bool holdsAll(const Constraint& list, const List& operand) {
+  for (unsigned int k = 0; k < operand.size(); ++k) {
+    const Interval part = operand[k];
+    bool held = part.empty();
+    for (unsigned int i = 0; i < list.size() && !held; ++i) held = list[i].in(part);
+    if (!held) return false;
+  }
+  return true;
+}
+
+// What applyDomination() leaves.
+[[maybe_unused]] bool noneDominated(const Constraint& list) {
+  for (unsigned int i = 0; i < list.size(); ++i) {
+    if (list[i].dominated()) return false;
+  }
+  return true;
+}
+
 }  // namespace
 
 // ---------------------------------------------------------------------------------------------
@@ -69,19 +176,24 @@ Interval::Interval(const Interval& bounds, bool dominated, Urgency urgency, bool
 void Interval::setEmpty() {
   mLow = Vesk::Time::MAX;
   mHigh = Vesk::Time::MIN;
+  assert(empty());
 }
 
 // Deliberate: a delay of MIN gives MIN, where the subtraction of times would give MAX.
 void Interval::applyDelay(const Vesk::Time& delay) {
   if (empty()) return;
+  [[maybe_unused]] const Vesk::Time high = mHigh;
   mLow = delay == Vesk::Time::MIN ? Vesk::Time::MIN : mLow - delay;
+  assert(mHigh == high);
 }
 
 Interval& Interval::operator&=(const Interval& other) {
+  [[maybe_unused]] const Interval before = *this;
   if (mLow < other.mLow) mLow = other.mLow;
   if (other.mHigh < mHigh) mHigh = other.mHigh;
   setMaxUrgency(other.mUrgency);
   setMaxObservable(other.mObservable);
+  assert(before.in(*this) && other.in(*this));
   return *this;
 }
 
@@ -96,6 +208,7 @@ Interval& Interval::operator-=(const Interval& other) {
   } else {
     setEmpty();
   }
+  assert(apart(*this, other));
   return *this;
 }
 
@@ -108,11 +221,17 @@ Interval& Interval::operator-=(const Vesk::Time& t) {
 }
 
 Interval Interval::operator+(const Vesk::Time& t) const {
-  return Interval(mLow + t, mHigh + t, *this);
+  const Interval shifted(mLow + t, mHigh + t, *this);
+  assert(!isInfinite(mLow) || shifted.mLow == mLow);
+  assert(!isInfinite(mHigh) || shifted.mHigh == mHigh);
+  return shifted;
 }
 
 Interval Interval::operator-(const Vesk::Time& t) const {
-  return Interval(mLow - t, mHigh - t, *this);
+  const Interval shifted(mLow - t, mHigh - t, *this);
+  assert(!isInfinite(mLow) || shifted.mLow == mLow);
+  assert(!isInfinite(mHigh) || shifted.mHigh == mHigh);
+  return shifted;
 }
 
 bool Interval::operator<(const Interval& other) const {
@@ -156,42 +275,48 @@ Constraint::Constraint(Interval interval) : Constraint(nullptr, interval) {}
 // In the end drop what lies behind the last run.
 Constraint& Constraint::operator&=(const Constraint& constraint) {
   if (&constraint == this) return *this &= Constraint(constraint);
-  const Vesk::Time drift = offset(constraint);
+  const Operand operand(constraint, offset(constraint), Vesk::Time(0));
+  [[maybe_unused]] const bool ordered = CHECKED && inOrder(*this) && inOrder(operand);
   int done = -1;  // last interval of the run before
-  for (int i = 0; i <= constraint.lastIndex(); ++i) {
-    const Interval part = constraint.at(i) - drift;
+  for (unsigned int i = 0; i < operand.size(); ++i) {
+    const Interval part = operand[i];
     int first;
-    int hit;
-    if (!intersect(part, first, hit)) continue;
-    if (i < constraint.lastIndex()) splitBeforeNext(hit, part, constraint.at(i + 1) - drift);
-    for (int k = first; k <= hit; ++k) at(k) &= part;
-    done = erase(done + 1, first - 1) ? hit - (first - 1 - done) : hit;
+    int last;
+    if (!intersect(part, first, last)) continue;
+    if (i + 1 < operand.size()) splitBeforeNext(last, part, operand[i + 1]);
+    cut(first, last, part);
+    done = dropBetween(done, first, last);
   }
   erase(done + 1, lastIndex());
+  assert(!ordered || (inOrder(*this) && liesWithin(*this, operand)));
   return *this;
 }
 
 Constraint& Constraint::operator|=(const Constraint& constraint) {
   if (&constraint == this) return *this |= Constraint(constraint);
-  const Vesk::Time drift = offset(constraint);
-  for (const Interval& interval : constraint.mIntervals) {
-    const Interval part = interval - drift;
+  const Operand operand(constraint, offset(constraint), Vesk::Time(0));
+  for (unsigned int i = 0; i < operand.size(); ++i) {
+    const Interval part = operand[i];
     insertUnlessEmpty(place(part.low()), part);
   }
-  return clean();
+  clean();
+  assert(holdsAll(*this, operand));
+  return *this;
 }
 
 Constraint& Constraint::operator-=(const Constraint& constraint) {
   if (&constraint == this) return *this -= Constraint(constraint);
-  const Vesk::Time drift = offset(constraint);
-  for (const Interval& interval : constraint.mIntervals) {
-    Interval part = interval - drift;
-    part.applyDelay(mDelay);
+  const Operand operand(constraint, offset(constraint), mDelay);
+  [[maybe_unused]] const bool ordered = CHECKED && inOrder(*this) && inOrder(operand);
+  for (unsigned int i = 0; i < operand.size(); ++i) {
+    const Interval part = operand[i];
     int first;
     int last;
     if (intersect(part, first, last)) subtract(first, last, part);
   }
-  return clean();
+  clean();
+  assert(!ordered || (inOrder(*this) && (mDomination || areApart(*this, operand))));
+  return *this;
 }
 
 Constraint& Constraint::operator+=(const Vesk::Time& t) {
@@ -213,11 +338,13 @@ Constraint& Constraint::reset() {
   mDelay = Vesk::Time(0);
   mIntervals.clear();
   mIntervals.emplace_back(Vesk::Time::MIN, Vesk::Time::MAX, LAZY, false, true);
+  assert(check());
   return *this;
 }
 
 Constraint& Constraint::clear() {
   mIntervals.clear();
+  assert(empty());
   return *this;
 }
 
@@ -233,6 +360,7 @@ Constraint& Constraint::clean() {
     }
   }
   erase(kept, lastIndex());
+  assert(isClean(*this));
   return *this;
 }
 
@@ -242,6 +370,7 @@ Constraint& Constraint::applyDomination() {
     if (!interval.dominated()) at(kept++) = interval;
   }
   erase(kept, lastIndex());
+  assert(noneDominated(*this));
   return *this;
 }
 
@@ -253,16 +382,46 @@ Vesk::Time Constraint::offset(const Constraint& other) const {
   return mClock == nullptr ? Vesk::Time(0) : mClock->drift(other.mClock);
 }
 
+// First and last index of some intervals of this list.
+bool Constraint::isRun(int first, int last) const {
+  return 0 <= first && first <= last && last <= lastIndex();
+}
+
 // Keeps the part of an interval behind current for the operand's next interval, when that begins
 // within it: the cut to current would take it away.
+//
+//   list     [0 ............. 30]
+//   operand    [3 . 7]    [20 .. 40]
+//   after    [0 ............. 30] [8 .. 30]     the cut leaves [3,7] of the first one
 void Constraint::splitBeforeNext(int index, const Interval& current, const Interval& next) {
   const Interval& whole = at(index);
   if (!whole.in(next.low())) return;
   insertUnlessEmpty(index + 1, Interval(instantAfter(current.high()), whole.high(), whole));
 }
 
+// Cuts a run down to the part.
+void Constraint::cut(int first, int last, const Interval& part) {
+  assert(isRun(first, last));
+  for (int i = first; i <= last; ++i) at(i) &= part;
+}
+
+// Drops what stands between the run before, which ends at `done`, and the run first .. last.
+// Returns the index at which this run ends now.
+//
+//   before   .. done | a | b | first .. last | ..     no interval of the operand meets a and b
+//   after    .. done | first .. last | ..             the run ends two places further left
+int Constraint::dropBetween(int done, int first, int last) {
+  assert(-1 <= done && done <= lastIndex() && isRun(first, last));
+  const int countBefore = lastIndex() + 1;
+  erase(done + 1, first - 1);
+  const int dropped = countBefore - (lastIndex() + 1);
+  assert(isRun(0, last - dropped));
+  return last - dropped;
+}
+
 // Takes the part away from the run of intervals that it meets, or marks what it covers.
 void Constraint::subtract(int first, int last, const Interval& part) {
+  assert(isRun(first, last));
   const Interval& whole = at(first);
   const bool inside = whole.low() < part.low() && part.high() < whole.high();
   if (inside && !(mDomination && whole.dominated())) {
@@ -276,27 +435,43 @@ void Constraint::subtract(int first, int last, const Interval& part) {
 
 // The part lies strictly inside one interval: two pieces remain, with domination also the covered
 // one between them.
+//
+//   list     [0 ............ 10]
+//   part          [3 . 5]
+//   after    [0 2]       [6 . 10]     with domination also [3,5] between them, marked
 void Constraint::subtractInside(int index, const Interval& part) {
   const Interval whole = at(index);
+  assert(whole.low() < part.low() && part.high() < whole.high());
   at(index).setHigh(instantBefore(part.low()));
   insertUnlessEmpty(index + 1, Interval(instantAfter(part.high()), whole.high(), whole));
   if (mDomination) insertUnlessEmpty(index + 1, Interval(part.low(), part.high(), whole, true));
 }
 
-// Deliberate: what decides whether the last interval met survives is the interval at `first`. When
-// the first interval met is wholly covered, a remainder at the right of the last one is lost too.
+// The part begins or ends outside of the run, or covers it.
+//
+//   list     [0 ... 10]  [12 . 14]  [20 ... 30]
+//   part         [5 ................... 25]
+//   after    [0 4]                        [26 30]
+//
+// Deliberate: whether the last interval is erased is decided by the one that stands where erasing
+// begins. When the first one is wholly covered, what is left of the last one is lost with it.
 // Deliberate: a last interval that is wholly covered may stay as an empty one until the final
 // clean(), and hides what lies at its left from a later, overlapping part of the operand.
 void Constraint::subtractAcross(int first, int last, const Interval& part) {
   at(first) -= part;
-  if (!at(first).empty()) ++first;
+  const bool leftRemains = !at(first).empty();
+  const int begin = leftRemains ? first + 1 : first;
   at(last) -= part;
-  if (first <= lastIndex() && !at(first).empty()) --last;
-  erase(first, last);
+  const bool spareLast = begin <= lastIndex() && !at(begin).empty();
+  erase(begin, spareLast ? last - 1 : last);
 }
 
 // Splits the ends of the run where the part begins and ends, unless they are dominated anyway, and
 // marks what lies between.
+//
+//   list     [0 ..... 10]   [20 ..... 30]
+//   part          [5 ............. 25]
+//   after    [0 4][5 . 10]  [20 . 25][26 30]     first and last are now the marked two
 void Constraint::dominateAcross(int first, int last, const Interval& part) {
   const Interval left = at(first);
   if (!left.dominated() && left.low() < part.low() && part.low() <= left.high()) {
@@ -310,29 +485,38 @@ void Constraint::dominateAcross(int first, int last, const Interval& part) {
     insert(last, Interval(right.low(), part.high(), right, true));
     at(last + 1) -= part;
   }
+  assert(isRun(first, last));
   setDominated(first, last, true);
 }
 
 bool Constraint::clamp(int& low, int& high) const {
   if (low < 0) low = 0;
   if (high > lastIndex()) high = lastIndex();
-  return low <= high;
+  const bool some = low <= high;
+  assert(!some || isRun(low, high));
+  return some;
 }
 
 void Constraint::erase(int i) {
-  assert(0 <= i && i <= lastIndex());
+  assert(isRun(i, i));
+  [[maybe_unused]] const unsigned int before = size();
   mIntervals.erase(mIntervals.begin() + i);
+  assert(size() + 1 == before);
 }
 
 bool Constraint::erase(int low, int high) {
   if (!clamp(low, high)) return false;
+  [[maybe_unused]] const int before = lastIndex();
   mIntervals.erase(mIntervals.begin() + low, mIntervals.begin() + high + 1);
+  assert(lastIndex() == before - (high - low + 1));
   return true;
 }
 
 void Constraint::insert(int index, const Interval& interval) {
   assert(0 <= index && index <= lastIndex() + 1);
+  [[maybe_unused]] const unsigned int before = size();
   mIntervals.insert(mIntervals.begin() + index, interval);
+  assert(size() == before + 1);
 }
 
 void Constraint::insertUnlessEmpty(int index, const Interval& interval) {
@@ -381,6 +565,7 @@ int Constraint::position(const Vesk::Time& time, int& after) const {
   const Interval& found = at(low);
   if (found.in(time)) return low;
   after = time < found.low() ? low : low + 1;
+  assert(0 <= after && after <= lastIndex() + 1);
   return -1;
 }
 
@@ -397,7 +582,9 @@ bool Constraint::intersect(const Interval& interval, int& low, int& high) const 
   int gap;
   high = position(interval.high(), gap);
   if (high < 0) high = gap - 1;
-  return low <= high;
+  const bool some = low <= high;
+  assert(!some || isRun(low, high));
+  return some;
 }
 
 // Index of the interval that holds t, else of the first one after it; 0 when there are none.
@@ -405,7 +592,9 @@ int Constraint::place(const Vesk::Time& t) const {
   if (empty()) return 0;
   int gap;
   const int holder = position(t, gap);
-  return holder >= 0 ? holder : gap;
+  const int index = holder >= 0 ? holder : gap;
+  assert(0 <= index && index <= lastIndex() + 1);
+  return index;
 }
 
 int Constraint::before(const Vesk::Time& t) const {

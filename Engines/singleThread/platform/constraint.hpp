@@ -8,6 +8,7 @@
 #error "Build models without _GLIBCXX_DEBUG: it changes the layout of Constraint."
 #endif
 
+#include <cassert>
 #include <iosfwd>
 #include <vector>
 
@@ -26,6 +27,10 @@ enum Urgency : int {
 // Empty when low > high; the canonical empty interval is [MAX, MIN]. Observable is a mark for those
 // who watch a model: Constraint::observable() and observableDeadline() ask for it, the choices of
 // the engine never do.
+//
+// No operation requires anything of its operands: bounds may be infinite, and intervals empty. What
+// an operation ensures beyond its description stands with it, and debug builds of the engine test
+// it. Urgency, dominated and observable stay as they are where nothing else is said.
 class Interval {
  public:
   Interval(Vesk::Time low, Vesk::Time high, Urgency urgency, bool dominated, bool observable);
@@ -59,23 +64,25 @@ class Interval {
   // True when the other interval lies within this one. The two names mean the same.
   bool in(const Interval& other) const { return mLow <= other.mLow && other.mHigh <= mHigh; }
   bool inside(const Interval& other) const { return in(other); }
+  // Ensures: empty(), with the canonical bounds.
   void setEmpty();
   bool empty() const { return mLow > mHigh; }
   bool singleton() const { return mLow == mHigh; }
 
   // Moves the lower bound down by a delay: an executable delayed by it may start that much earlier
   // on this interval's clock. Empty intervals and infinite lower bounds stay. Deliberate: a delay
-  // of MIN gives MIN, unlike a subtraction of times.
+  // of MIN gives MIN, unlike a subtraction of times. Ensures: the upper bound is as before.
   void applyDelay(const Vesk::Time& delay);
   Interval& operator=(const Interval&) = default;
   // Keeps what lies in both; the higher urgency wins, observable when either is. The result may be
-  // empty.
+  // empty. Ensures: the bounds lie within those of both.
   Interval& operator&=(const Interval& other);
   // Takes the other interval away. The result is one interval, so of two remaining pieces the right
   // one is lost; an interval wholly left of the other is stretched up to it. Deliberate: the
-  // constraint algebra splits first and calls this on overlaps.
+  // constraint algebra splits first and calls this on overlaps. Ensures: unless one of the two was
+  // empty, they have no instant in common but an infinite one.
   Interval& operator-=(const Interval& other);
-  // Shift both bounds; infinite bounds stay.
+  // Shift both bounds; infinite bounds stay. Ensures: nothing else changes.
   Interval& operator+=(const Vesk::Time& t);
   Interval& operator-=(const Vesk::Time& t);
   Interval operator+(const Vesk::Time& t) const;
@@ -105,6 +112,13 @@ std::ostream& operator<<(std::ostream& out, const Interval& interval);
 // the drift between the two; a null clock has drift 0. Union and difference end with clean(). Only
 // the union may leave overlapping intervals, see operator|=; queries on those stay in range but may
 // overlook an interval.
+//
+// Operations between constraints take every list, and the operand may be the constraint itself.
+// What they ensure for lists "in order" holds when the intervals of this one and of the translated
+// operand are non-empty, sorted and disjoint: check(), except that neighbours may meet in an
+// infinite bound, where a shift or a cut cannot part them. Debug builds of the engine test all that
+// is required and ensured. No operation between constraints changes the clocks, the domination flag
+// or the delay of either.
 class Constraint {
  public:
   // One interval, observable and not dominated. The clock is not owned and may be null; it is also
@@ -134,42 +148,55 @@ class Constraint {
   bool empty() const { return mIntervals.empty(); }
   unsigned int size() const { return static_cast<unsigned int>(mIntervals.size()); }
   // Requires: i < size().
-  Interval operator[](unsigned int i) const { return mIntervals[i]; }
-  Interval& operator[](unsigned int i) { return mIntervals[i]; }
+  Interval operator[](unsigned int i) const {
+    assert(i < size());
+    return mIntervals[i];
+  }
+  Interval& operator[](unsigned int i) {
+    assert(i < size());
+    return mIntervals[i];
+  }
 
-  // Intersection: the tighter bounds, the higher urgency, observable when either is.
+  // Intersection: the tighter bounds, the higher urgency, observable when either is. Ensures: of
+  // lists in order the result is in order, and each of its intervals lies in one of the operand.
   Constraint& operator&=(const Constraint& constraint);
   // Union. Deliberate: an overlapping interval is kept as an entry of its own before the one that
-  // holds its lower bound; only exactly adjacent, compatible intervals are fused.
+  // holds its lower bound; only exactly adjacent, compatible intervals are fused. Ensures: what
+  // clean() does, and each non-empty interval of the operand lies in one of the result.
   Constraint& operator|=(const Constraint& constraint);
   // Difference; with domination set the covered parts are marked instead. Deliberate: when the
   // first interval met is wholly covered, a remainder at the right of the last interval met is lost
-  // as well.
+  // as well. Ensures: what clean() does; of lists in order the result is in order and, without
+  // domination, has no finite instant in common with the operand. The operand counts with its
+  // delay.
   Constraint& operator-=(const Constraint& constraint);
-  // Shift all intervals; infinite bounds stay.
+  // Shift all intervals; infinite bounds stay. Ensures: the number of intervals is as before.
   Constraint& operator+=(const Vesk::Time& t);
   Constraint& operator-=(const Vesk::Time& t);
   // The constraint that always holds: one lazy, observable interval [MIN, MAX]; domination and
-  // delay are cleared.
+  // delay are cleared. Ensures: check().
   Constraint& reset();
-  // Removes the intervals and keeps everything else.
+  // Removes the intervals and keeps everything else. Ensures: empty().
   Constraint& clear();
   // Drops empty intervals and fuses exactly adjacent ones with equal flags when nothing is lost: a
   // delayable interval is never extended, a lazy one followed by a delayable one becomes delayable.
+  // Ensures: no interval is empty, and no two neighbours can be fused any more.
   Constraint& clean();
-  // Removes the dominated intervals.
+  // Removes the dominated intervals. Ensures: none is left, and the others keep their order.
   Constraint& applyDomination();
 
-  // Queries. The times are values of this constraint's clock.
+  // Queries. The times are values of this constraint's clock. They require nothing; what they say
+  // about lists that are not in order may overlook an interval.
 
   // True when t lies in an interval.
   bool in(const Vesk::Time& t) const;
   // True when the whole interval lies in a single interval of the constraint.
   bool in(const Interval& interval) const;
-  // The first instant at or after t at which the constraint holds; MAX when there is none.
+  // The first instant at or after t at which the constraint holds; MAX when there is none. Ensures:
+  // the result is t, the lower bound of an interval, or MAX.
   Vesk::Time next(const Vesk::Time& t) const;
   // The latest instant, from t on, by which the executable must be taken; MAX when nothing forces
-  // it.
+  // it. Ensures: the result is t, a bound of an interval that is not lazy, or MAX.
   Vesk::Time deadline(const Vesk::Time& t) const;
   // The same over the observable intervals alone.
   Vesk::Time observableDeadline(const Vesk::Time& t) const;
@@ -184,10 +211,12 @@ class Constraint {
 
  protected:
   // Index of the interval that holds the time, or -1. After is -1 when there is one (or no interval
-  // at all), else the index of the first interval after the time (size() when none).
+  // at all), else the index of the first interval after the time (size() when none). Ensures: of
+  // both exactly one is -1, unless there are no intervals.
   int position(const Vesk::Time& time, int& after) const;
   int position(const Vesk::Time& t) const;
-  // The run low .. high of intervals that the given one meets; false when it meets none.
+  // The run low .. high of intervals that the given one meets; false when it meets none. Ensures:
+  // when it meets some, 0 <= low <= high < size().
   bool intersect(const Interval& interval, int& low, int& high) const;
   // Index of the interval just before t, -1 when none; -2 when t lies in an interval or there are
   // no intervals.
@@ -196,10 +225,12 @@ class Constraint {
   // are no intervals.
   int after(const Vesk::Time& t) const;
 
-  // The range operations clamp low to 0 and high to size() - 1 and return false when nothing is
-  // left of the range.
+  // Requires: 0 <= i < size(). Ensures: one interval less.
   void erase(int i);
+  // The range operations clamp low to 0 and high to size() - 1 and return false when nothing is
+  // left of the range. Ensures: intervals outside of the range are as before.
   bool erase(int low, int high);
+  // The interval gets the index. Requires: 0 <= index <= size(). Ensures: one interval more.
   void insert(int index, const Interval& interval);
   bool setDominated(int low, int high, bool dominated);
   void setAllDominated(bool dominated);
@@ -214,14 +245,24 @@ class Constraint {
 
  private:
   bool clamp(int& low, int& high) const;
-  Interval& at(int i) { return mIntervals[static_cast<std::size_t>(i)]; }
-  const Interval& at(int i) const { return mIntervals[static_cast<std::size_t>(i)]; }
+  // Requires for both: 0 <= i <= lastIndex().
+  Interval& at(int i) {
+    assert(0 <= i && i <= lastIndex());
+    return mIntervals[static_cast<std::size_t>(i)];
+  }
+  const Interval& at(int i) const {
+    assert(0 <= i && i <= lastIndex());
+    return mIntervals[static_cast<std::size_t>(i)];
+  }
   int lastIndex() const { return static_cast<int>(mIntervals.size()) - 1; }
   Vesk::Time offset(const Constraint& other) const;
   Vesk::Time deadlineFrom(const Vesk::Time& t, bool observableOnly) const;
   int place(const Vesk::Time& t) const;
   void insertUnlessEmpty(int index, const Interval& interval);
+  bool isRun(int first, int last) const;
   void splitBeforeNext(int index, const Interval& current, const Interval& next);
+  void cut(int first, int last, const Interval& part);
+  int dropBetween(int done, int first, int last);
   void subtract(int first, int last, const Interval& part);
   void subtractInside(int index, const Interval& part);
   void subtractAcross(int first, int last, const Interval& part);

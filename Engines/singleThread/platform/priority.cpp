@@ -18,9 +18,8 @@ void Priority::setup() {
     mHigh->connector()->setDominatorPriority(this);
     return;
   }
-  Array<Connector, true>& connectors = lowConnector->holder()->connectors();
-  for (int i = 0; i < connectors.count(); ++i) {
-    if (connectors[i] != lowConnector) connectors[i]->setDominatorPriority(this);
+  for (Connector* connector : lowConnector->holder()->connectors()) {
+    if (connector != lowConnector) connector->setDominatorPriority(this);
   }
 }
 

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <ostream>
 
+#include "chain.hpp"
 #include "clock.hpp"
 #include "component.hpp"
 #include "connector.hpp"
@@ -76,19 +77,77 @@ class Candidate {
   Vesk::Time mOffset;  // logical time minus the time of the constraint's clock
 };
 
+// The best of the candidates seen so far. Among those with the same times every one has the same
+// chance.
+class Choice {
+ public:
+  // Delta is the time that it takes to execute a candidate.
+  explicit Choice(Vesk::Time delta)
+      : mDelta(delta),
+        mInteraction(nullptr),
+        mPort(nullptr),
+        mNext(Vesk::Time::MAX),
+        mDeadline(Vesk::Time::MAX),
+        mEqualOnes(0) {}
+
+  // At most one of the two is not null.
+  Interaction* interaction() const { return mInteraction; }
+  Port* port() const { return mPort; }
+  Vesk::Time next() const { return mNext; }
+  Vesk::Time deadline() const { return mDeadline; }
+
+  // Takes a candidate that is better than the present choice, or wins the draw against its equals.
+  // One that can never fire is no candidate.
+  void consider(const Candidate& candidate) {
+    const Vesk::Time next = candidate.next();
+    if (next == Vesk::Time::MAX) return;
+    const Vesk::Time deadline = candidate.deadline();
+    if (isFirst() || isSooner(next) || isMoreUrgent(deadline)) {
+      take(candidate, next, deadline);
+      mEqualOnes = 1;
+    } else if (next == mNext && deadline == mDeadline) {
+      ++mEqualOnes;
+      const bool drawn = std::rand() % mEqualOnes == 0;
+      if (drawn) take(candidate, next, deadline);
+    }
+  }
+
+ private:
+  bool isFirst() const { return mInteraction == nullptr && mPort == nullptr; }
+  // It can fire earlier, with time left to execute it before the choice must fire.
+  bool isSooner(Vesk::Time next) const { return next < mNext && next + mDelta < mDeadline; }
+  // It must fire earlier, and firing the choice first would leave no time to execute it.
+  bool isMoreUrgent(Vesk::Time deadline) const {
+    return deadline < mDeadline && deadline <= mNext + mDelta;
+  }
+  void take(const Candidate& candidate, Vesk::Time next, Vesk::Time deadline) {
+    mInteraction = candidate.interaction();
+    mPort = candidate.port();
+    mNext = next;
+    mDeadline = deadline;
+  }
+
+  Vesk::Time mDelta;
+  Interaction* mInteraction;
+  Port* mPort;
+  Vesk::Time mNext;
+  Vesk::Time mDeadline;
+  int mEqualOnes;  // candidates with the times of the choice, itself included
+};
+
 // Visits the interactions of the undominated connectors, then the internal ports, both in the order
 // of their lists, until a visit returns false. True when none did.
 template <class Visit>
-bool everyCandidate(Connector* legal, Port* internals, Vesk::Time now, const GenericClock* logical,
+bool everyCandidate(Connector* legals, Port* internals, Vesk::Time now, const GenericClock* logical,
                     Visit visit) {
-  for (; legal != nullptr; legal = legal->next()) {
+  for (Connector* legal : Vesk::Chain(legals)) {
     if (legal->dominated()) continue;
-    for (Interaction* i = legal->feasibleInter(); i != nullptr; i = i->next()) {
-      if (!visit(Candidate(i, now))) return false;
+    for (Interaction* feasible : Vesk::Chain(legal->feasibleInter())) {
+      if (!visit(Candidate(feasible, now))) return false;
     }
   }
-  for (; internals != nullptr; internals = internals->next()) {
-    if (!visit(Candidate(internals, now, logical))) return false;
+  for (Port* internal : Vesk::Chain(internals)) {
+    if (!visit(Candidate(internal, now, logical))) return false;
   }
   return true;
 }
@@ -133,34 +192,15 @@ void Scheduler::setDeadline(Vesk::Time now) {
   });
 }
 
-// A candidate takes the place of the present choice when it
-// 1. is the first one, or
-// 2. can fire earlier, with time left to execute it before the choice must fire, or
-// 3. must fire earlier, and firing the choice first would leave no time to execute it, or
-// 4. has exactly the same times and wins the draw against those seen so far.
+// One choice among interactions and ports, so that equal ones of both kinds have the same chance.
 void Scheduler::rt_choose(Vesk::Time now) {
-  mChoice = nullptr;
-  mChoicePort = nullptr;
-  mChoiceNext = Vesk::Time::MAX;
-  mChoiceDeadline = Vesk::Time::MAX;
-  int ties = 1;
-  everyCandidate(mLegal, mInternals, now, mLogicalClock, [&](const Candidate& candidate) {
-    const Vesk::Time next = candidate.next();
-    if (next == Vesk::Time::MAX) return true;
-    const Vesk::Time deadline = candidate.deadline();
-    const bool first = mChoice == nullptr && mChoicePort == nullptr;
-    if (first || (next < mChoiceNext && next + mDelta < mChoiceDeadline) ||
-        (deadline < mChoiceDeadline && deadline <= mChoiceNext + mDelta)) {
-      ties = 1;
-    } else if (next != mChoiceNext || deadline != mChoiceDeadline || std::rand() % ++ties != 0) {
-      return true;
-    }
-    mChoice = nullptr;
-    mChoicePort = nullptr;
-    if (candidate.interaction() != nullptr) setChoice(candidate.interaction(), next, deadline);
-    if (candidate.port() != nullptr) setChoice(candidate.port(), next, deadline);
+  Choice choice(mDelta);
+  everyCandidate(mLegal, mInternals, now, mLogicalClock, [&choice](const Candidate& candidate) {
+    choice.consider(candidate);
     return true;
   });
+  setChoice(choice.interaction(), choice.next(), choice.deadline());
+  setChoice(choice.port(), choice.next(), choice.deadline());
 }
 
 // ---- The loop --------------------------------------------------------------------------------

@@ -102,6 +102,25 @@ class BitVector {
 template <class T, bool Owning>
 class Array {
  public:
+  // A place in a list, for `for (Port* port : ports())`. It is an index, so it stays right when the
+  // list grows. Requires: the list exists.
+  class Iterator {
+   public:
+    Iterator(const Array& list, int index) : mList(&list), mIndex(index) {}
+    // Requires: 0 <= index < count().
+    T* operator*() const { return mList->m_elem[mIndex]; }
+    Iterator& operator++() {
+      ++mIndex;
+      return *this;
+    }
+    bool operator==(const Iterator& other) const { return mIndex == other.mIndex; }
+    bool operator!=(const Iterator& other) const { return mIndex != other.mIndex; }
+
+   private:
+    const Array* mList;
+    int mIndex;
+  };
+
   // An empty list with room for n elements.
   Array(int n) : m_elem(nullptr), m_count(0), m_size(n > 0 ? n : 0) {
     if (m_size > 0) reserve();
@@ -120,6 +139,10 @@ class Array {
   int count() const { return m_count; }
   // Requires: 0 <= i < count().
   T* operator[](int i) const { return m_elem[i]; }
+  // All elements in index order. A loop visits those that the list has when the loop begins:
+  // elements may be added meanwhile, which may move the list in memory, but are not visited.
+  Iterator begin() const { return Iterator(*this, 0); }
+  Iterator end() const { return Iterator(*this, m_count); }
   // Appends x.
   void add(const T* x) {
     if (m_count == m_size) resize();
@@ -127,8 +150,8 @@ class Array {
   }
   // True when x is an element; looks through the whole list.
   bool Belongs(const T* x) const {
-    for (int i = 0; i < m_count; ++i) {
-      if (m_elem[i] == x) return true;
+    for (const T* element : *this) {
+      if (element == x) return true;
     }
     return false;
   }

@@ -1,5 +1,6 @@
 #include "exploration/files.hpp"
 
+#include <fcntl.h>
 #include <limits.h>
 #include <stdio_ext.h>
 #include <sys/stat.h>
@@ -11,6 +12,7 @@
 #include <cstring>
 
 #include "exploration/signals.hpp"
+#include "reports.hpp"
 
 namespace Vesk {
 
@@ -26,7 +28,9 @@ constexpr std::size_t HEADER_ROOM = 38;
 constexpr char HEADER[] = "des(0, %llu, %llu)\n";
 
 constexpr char NO_HEADER[] = "vesk: the transition system has no header: %s\n";
-constexpr char LOST[] = "vesk: %s could not be written completely\n";
+
+constexpr int PIPE_ATTEMPTS = 21;
+constexpr useconds_t PIPE_PAUSE = 50000;  // microseconds
 
 // What a stream holds back goes out first, and the descriptor moves to where the stream is.
 int takeDescriptor(FILE* file) {
@@ -38,7 +42,27 @@ int takeDescriptor(FILE* file) {
   return descriptor;
 }
 
+// Waits a second for a reader. Without one errno is ENXIO.
+int openPipe(const char* name) {
+  for (int attempt = 1;; ++attempt) {
+    const int pipe = open(name, O_WRONLY | O_NONBLOCK);
+    if (pipe != -1) fcntl(pipe, F_SETFL, fcntl(pipe, F_GETFL) & ~O_NONBLOCK);
+    if (pipe != -1 || errno != ENXIO || attempt == PIPE_ATTEMPTS) return pipe;
+    usleep(PIPE_PAUSE);
+  }
+}
+
 }  // namespace
+
+// ---- Opening ---------------------------------------------------------------------------------
+
+// A pipe is opened for nothing but writing, or the process would be a reader of its own.
+FILE* openOutput(const char* name, const char* mode) {
+  struct stat status;
+  if (stat(name, &status) == -1 || !S_ISFIFO(status.st_mode)) return std::fopen(name, mode);
+  const int pipe = openPipe(name);
+  return pipe != -1 ? fdopen(pipe, "w") : nullptr;
+}
 
 // ---- Buffer ----------------------------------------------------------------------------------
 
@@ -153,7 +177,7 @@ void OutputBuffer::giveUp(std::size_t written) {
   mLines += static_cast<std::uint64_t>(missing - mEnds.begin());
   cutOff(written - (missing != mEnds.begin() ? missing[-1] : 0));
   mIsCut = true;
-  std::fprintf(stderr, LOST, mWhat);
+  reportLost(mWhat);
   drop();
 }
 

@@ -12,6 +12,10 @@
 
 namespace Vesk {
 
+// Opens a file for writing, in a mode of fopen(). A pipe gets a second to be read by somebody and
+// does not become its own reader. Null when that fails; errno says why.
+FILE* openOutput(const char* name, const char* mode);
+
 // Writes lines to a stdio file through a large buffer. Only whole lines are handed over. The file
 // stays the caller's. When it takes no more, that is reported on standard error, what it holds of a
 // line is cut off if it is a regular file, and all that follows is dropped: the file is a prefix of

@@ -9,12 +9,11 @@
 #include <cstdio>
 
 #include "exploration/signals.hpp"
+#include "reports.hpp"
 
 namespace Vesk {
 
 namespace {
-
-constexpr char LOST[] = "vesk: standard output could not be written completely\n";
 
 // False when nobody takes anything any longer. An error counts as room: writing will show it.
 bool waitForRoom() {
@@ -32,7 +31,7 @@ void abandonOutput() {
   const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
   if (nowhere != -1) dup2(nowhere, STDOUT_FILENO);
   if (nowhere != -1) close(nowhere);
-  std::fprintf(stderr, LOST);
+  reportLost("standard output");
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "chain.hpp"
 #include "component.hpp"
 #include "connector.hpp"
 #include "input-watch.hpp"
@@ -44,10 +45,10 @@ int parseNumber(const std::string& word) {
 }
 
 // Prints the undominated connectors, numbered from 1, and returns how many there are.
-int list(Connector* legal) {
+int list(Connector* legals) {
   std::printf("%s", LIST_TITLE);
   int count = 0;
-  for (; legal != nullptr; legal = legal->next()) {
+  for (Connector* legal : Vesk::Chain(legals)) {
     if (!legal->dominated()) std::printf(LIST_LINE, ++count, legal->label());
   }
   return count;

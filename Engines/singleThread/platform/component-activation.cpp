@@ -1,12 +1,15 @@
 // Activation: what can fire in the current state, with priorities applied.
 #include <iostream>
 
+#include "chain.hpp"
 #include "component.hpp"
 #include "connector.hpp"
 #include "constraint.hpp"
 #include "plain-output.hpp"
 #include "port.hpp"
 #include "priority.hpp"
+
+using Vesk::Chain;
 
 namespace {
 
@@ -48,13 +51,11 @@ bool yieldToAll(Priority& priority, Connector* legals) {
     warnAboutLow(*lower);
     return false;
   }
-  for (Interaction* low = lower->feasibleInter(); low != nullptr; low = low->next()) {
+  for (Interaction* low : Chain(lower->feasibleInter())) {
     if (!contains(*low, *priority.low())) continue;
-    for (Connector* legal = legals; legal != nullptr; legal = legal->next()) {
+    for (Connector* legal : Chain(legals)) {
       if (legal == lower) continue;
-      for (Interaction* high = legal->feasibleInter(); high != nullptr; high = high->next()) {
-        dominate(priority, *low, *high);
-      }
+      for (Interaction* high : Chain(legal->feasibleInter())) dominate(priority, *low, *high);
     }
   }
   return true;
@@ -68,9 +69,9 @@ bool yieldToHigh(Priority& priority) {
     warnAboutPair(*lower, *higher);
     return false;
   }
-  for (Interaction* low = lower->feasibleInter(); low != nullptr; low = low->next()) {
+  for (Interaction* low : Chain(lower->feasibleInter())) {
     if (!contains(*low, *priority.low())) continue;
-    for (Interaction* high = higher->feasibleInter(); high != nullptr; high = high->next()) {
+    for (Interaction* high : Chain(higher->feasibleInter())) {
       if (contains(*high, *priority.high())) dominate(priority, *low, *high);
     }
   }
@@ -134,8 +135,7 @@ void Compound::takeListsOf(Compound& part) {
 // Looks at every port at every activation, because a port may become internal at any time and by
 // any way.
 void Compound::takeInternalsOf(Atom& atom) {
-  for (int i = 0; i < atom.ports().count(); ++i) {
-    Port* port = atom.ports()[i];
+  for (Port* port : atom.ports()) {
     if (!isTimedInternal(*port)) continue;
     port->setNext(mInternals);
     if (mInternals == nullptr) mInternalTail = port;
@@ -144,8 +144,7 @@ void Compound::takeInternalsOf(Atom& atom) {
 }
 
 void Compound::evaluateConnectors(bool incremental) {
-  for (int i = 0; i < mConnectors.count(); ++i) {
-    Connector* connector = mConnectors[i];
+  for (Connector* connector : mConnectors) {
     Connector* head = connector->evaluate(mLegalHead, connector->isSubconn(), incremental);
     if (mLegalHead == nullptr) mLegalTail = head;
     mLegalHead = head;
@@ -155,24 +154,23 @@ void Compound::evaluateConnectors(bool incremental) {
 // A priority whose guard does not hold counts as evaluated until the links of its connectors are
 // reset. One that cannot be applied is tried again, with its warning, at every activation.
 void Compound::applyPriorities() {
-  for (int i = 0; i < mPriorities.count(); ++i) {
-    Priority& priority = *mPriorities[i];
-    if (!priority.guard()) {
-      priority.setEvaluated(true);
+  for (Priority* priority : mPriorities) {
+    if (!priority->guard()) {
+      priority->setEvaluated(true);
       continue;
     }
-    if (priority.evaluated()) continue;
+    if (priority->evaluated()) continue;
     const bool done =
-        priority.high() != nullptr ? yieldToHigh(priority) : yieldToAll(priority, mLegalHead);
-    if (done) priority.setEvaluated(true);
+        priority->high() != nullptr ? yieldToHigh(*priority) : yieldToAll(*priority, mLegalHead);
+    if (done) priority->setEvaluated(true);
   }
 }
 
 void Compound::settleConnectors() {
-  for (int i = 0; i < mConnectors.count(); ++i) {
-    Connector* connector = mConnectors[i];
-    for (Interaction* it = connector->feasibleInter(); it != nullptr; it = it->next()) {
-      if (it->constraint() != nullptr && !it->dominated()) it->constraint()->applyDomination();
+  for (Connector* connector : mConnectors) {
+    for (Interaction* feasible : Chain(connector->feasibleInter())) {
+      if (feasible->constraint() == nullptr || feasible->dominated()) continue;
+      feasible->constraint()->applyDomination();
     }
     if (connector->recomputexPort()) {
       connector->setRecomputexPort(false);
