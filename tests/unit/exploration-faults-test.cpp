@@ -566,13 +566,11 @@ namespace {
 // At every hundredth transition a process is forked, which goes on with the function.
 void forkAt(System& system, const std::function<void()>& inChild) {
   auto calls = std::make_shared<int>(0);
+  const pid_t parent = getpid();
   setHook(system, [=](Automaton&, const std::string& hook) {
-    if (hook != "execute" || ++*calls % 100 != 0) return;
+    if (getpid() != parent || hook != "execute" || ++*calls % 100 != 0) return;
     const pid_t child = fork();
-    if (child == 0) {
-      *calls = -1000000;  // and forks no more
-      return inChild();
-    }
+    if (child == 0) return inChild();
     if (!ended(wait(child), 0)) _exit(1);
   });
 }
