@@ -60,7 +60,7 @@ configure_file(${PROJECT_SOURCE_DIR}/cmake/vesk.pc.in ${PROJECT_BINARY_DIR}/vesk
 install(FILES ${PROJECT_BINARY_DIR}/vesk.pc DESTINATION ${VESK_PKGCONFIGDIR} COMPONENT development)
 
 # To read and to start from.
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples ${PROJECT_SOURCE_DIR}/support
   DESTINATION ${VESK_INSTALL_DOCDIR} COMPONENT development)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs
   DESTINATION ${VESK_INSTALL_DOCDIR} COMPONENT development

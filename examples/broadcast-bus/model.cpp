@@ -2,7 +2,7 @@
 #include <cstdarg>
 #include <string>
 
-#include "../common/operands.hpp"
+#include "../../support/operands.hpp"
 #include "vesk.hpp"
 
 // Always ready to send.

@@ -2,7 +2,7 @@
 // leave each.
 #include <string>
 
-#include "../common/operands.hpp"
+#include "../../support/operands.hpp"
 #include "vesk.hpp"
 
 class Counter : public Atom {

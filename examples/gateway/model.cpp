@@ -4,7 +4,7 @@
 #include <cstdarg>
 #include <string>
 
-#include "../common/operands.hpp"
+#include "../../support/operands.hpp"
 #include "vesk.hpp"
 
 // Does its two steps in turn.

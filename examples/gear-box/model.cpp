@@ -2,7 +2,7 @@
 // clutch, selects the gear, and closes the clutch again, each step in its time. Clutch and gears
 // are a compound of their own, reached through exported ports. Every two seconds the motor checks
 // itself, and no shift starts within 300 milliseconds before that.
-#include "../common/operands.hpp"
+#include "../../support/operands.hpp"
 #include "vesk.hpp"
 
 constexpr int MILLISECOND = 1000;  // in microseconds

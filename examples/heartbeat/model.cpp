@@ -1,5 +1,5 @@
 // A heart that beats a thousand times per second: how exactly does the engine release it?
-#include "../common/operands.hpp"
+#include "../../support/operands.hpp"
 #include "heart.hpp"
 #include "vesk.hpp"
 

@@ -2,7 +2,7 @@
 // exploration: PRUNE, do not go on from here, and ERROR, stop the search.
 #include <string>
 
-#include "../common/operands.hpp"
+#include "../../support/operands.hpp"
 #include "vesk.hpp"
 
 // Stands at a place from 1 to 7. Left of place p lies 2p, right of it 2p + 1; places 4 to 7 are the

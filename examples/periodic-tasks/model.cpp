@@ -2,7 +2,7 @@
 // the processor for a fifth of that, and must have it by the next release. Nobody is interrupted.
 #include <string>
 
-#include "../common/operands.hpp"
+#include "../../support/operands.hpp"
 #include "vesk.hpp"
 
 constexpr int MILLISECOND = 1000;  // in microseconds

@@ -2,7 +2,7 @@
 // fork, then the right one, eats, and puts both back in one step.
 #include <string>
 
-#include "../common/operands.hpp"
+#include "../../support/operands.hpp"
 #include "vesk.hpp"
 
 // A fork lies on the table or is in somebody's hand.

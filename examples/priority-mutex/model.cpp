@@ -3,7 +3,7 @@
 #include <cstring>
 #include <string>
 
-#include "../common/operands.hpp"
+#include "../../support/operands.hpp"
 #include "vesk.hpp"
 
 // Ready, critical, done. The name of the control state is the text of the state.

@@ -1,6 +1,6 @@
 // A producer makes a fixed number of items and puts them into a bounded buffer, from which a
 // consumer gets them. Every atom counts its items.
-#include "../common/operands.hpp"
+#include "../../support/operands.hpp"
 #include "vesk.hpp"
 
 // Makes items until there are enough of them.

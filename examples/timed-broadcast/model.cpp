@@ -1,7 +1,7 @@
 // A sender with two receivers. It sends once in every cycle, and whoever listens at that time
 // receives. The engine cuts the time of sending into the parts in which nobody, one of them, or
 // both listen.
-#include "../common/operands.hpp"
+#include "../../support/operands.hpp"
 #include "vesk.hpp"
 
 constexpr int MILLISECOND = 1000;  // in microseconds

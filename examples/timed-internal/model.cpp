@@ -1,7 +1,7 @@
 // Two lamps that blink in groups, each by itself: no connector takes part. Switching on and off are
 // timed internal ports, which the engine fires; counting a group is an untimed one, which the lamp
 // fires itself.
-#include "../common/operands.hpp"
+#include "../../support/operands.hpp"
 #include "vesk.hpp"
 
 constexpr int MILLISECOND = 1000;  // in microseconds

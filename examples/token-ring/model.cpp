@@ -2,7 +2,7 @@
 // enter.
 #include <string>
 
-#include "../common/operands.hpp"
+#include "../../support/operands.hpp"
 #include "vesk.hpp"
 
 // A station is idle, waiting or critical. It enters when it has the token, and passes it on when it

@@ -1,6 +1,6 @@
 // A traffic light for cars, and a button by which pedestrians ask for a red phase. The light leaves
 // red as soon as it may, yellow within a second, and green only when somebody wants it to.
-#include "../common/operands.hpp"
+#include "../../support/operands.hpp"
 #include "vesk.hpp"
 
 constexpr int SECOND = 1000000;  // in microseconds

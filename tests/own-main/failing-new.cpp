@@ -1,5 +1,6 @@
-// An operator new that fails at the call with the number of the variable VESK_FAIL_AT, counted
-// from 1. It throws what VESK_FAIL_BY says: `memory`, `text` or `number`.
+// An operator new that fails at the call with the number of the variable VESK_FAIL_AT, counted from
+// 1 when the libraries have been loaded. It throws what VESK_FAIL_BY says: `memory`, `text` or
+// `number`.
 
 #include <cstdlib>
 #include <cstring>
@@ -8,7 +9,15 @@
 
 namespace {
 
+bool loaded = false;
 long calls = 0;
+
+// Initialised after the libraries.
+struct Loaded {
+  Loaded() { loaded = true; }
+};
+
+const Loaded LOADED;
 
 bool failsBy(const char* way) {
   const char* chosen = std::getenv("VESK_FAIL_BY");
@@ -17,7 +26,7 @@ bool failsBy(const char* way) {
 
 void failWhenItIsTime() {
   const char* at = std::getenv("VESK_FAIL_AT");
-  if (at == nullptr || ++calls != std::strtol(at, nullptr, 10)) return;
+  if (!loaded || at == nullptr || ++calls != std::strtol(at, nullptr, 10)) return;
   if (failsBy("text")) throw std::runtime_error("no flour");
   if (failsBy("number")) throw 7;
   throw std::bad_alloc();

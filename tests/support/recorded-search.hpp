@@ -180,6 +180,7 @@ class Recorder {
   std::vector<Seen> seen;
   std::vector<TreeEvent> trees;
   std::vector<RecordedJoint*> joints;
+  bool numbersParts = false;  // whether leaves and inner nodes get numbers of their own
   Connector* const* legal = nullptr;
   Connector* const* choice = nullptr;
   Leaf* given = nullptr;     // of the state that was restored last, while that state lives
@@ -320,6 +321,7 @@ class RecordedAtom : public Atom {
     return numbered(tree);
   }
   Node* numbered(Node* tree) {
+    if (!recorder->numbersParts) return tree;
     tree->setIndex(static_cast<unsigned int>(recorder->seen.size()) % 1000U + 7U);
     if (mNumber % 2 == 1) tree->incrOutTrans();
     return tree;
@@ -477,7 +479,9 @@ class RecordedPart : public Compound {
     recorder->enter(Call::PART_GET_STATE, mNumber, 0);
     Node* tree = Compound::getState();
     recorder->recordOne(TreeEvent::CREATED, tree);
-    if (mHolder != nullptr) tree->setIndex(static_cast<unsigned int>(1000 + mNumber));
+    if (mHolder != nullptr && recorder->numbersParts) {
+      tree->setIndex(static_cast<unsigned int>(1000 + mNumber));
+    }
     if (mHolder == nullptr) recorder->lastRead = tree;
     recorder->enter(Call::PART_GOT_STATE, mNumber, 0, tree);
     return tree;
@@ -601,7 +605,10 @@ inline void Recorder::raise() {
 // Makes a system from a seed: the same one at every call.
 class RandomModel {
  public:
-  RandomModel(unsigned int seed, bool small) : mDraw(seed), mSmall(small) {}
+  RandomModel(unsigned int seed, bool small) : mDraw(seed), mSmall(small) {
+    recorder->numbersParts = mDraw.below(3) == 0;
+    mPlain = mDraw.coin();
+  }
 
   std::unique_ptr<RecordedPart> make() {
     auto root = std::make_unique<RecordedPart>("s", nullptr, mParts++);
@@ -646,7 +653,7 @@ class RandomModel {
         RecordedAtom::PLAIN, RecordedAtom::PLAIN,   RecordedAtom::PLAIN,  RecordedAtom::PLAIN,
         RecordedAtom::PLAIN, RecordedAtom::NOTHING, RecordedAtom::SECRET, RecordedAtom::MORE,
         RecordedAtom::TREE,  RecordedAtom::TEXTLESS};
-    const auto style = styles[mDraw.below(14)];
+    const auto style = styles[mDraw.below(mPlain ? 9 : 14)];
     const int states = style == RecordedAtom::NOTHING
                            ? 1
                            : mDraw.between(mDraw.below(8) == 0 ? 1 : 2, mSmall ? 3 : 4);
@@ -716,6 +723,7 @@ class RandomModel {
 
   Draw mDraw;
   bool mSmall;
+  bool mPlain = false;  // whether all leaves are of the engine's own kind
   int mAtoms = 0;
   int mParts = 0;
   int mPriorities = 0;

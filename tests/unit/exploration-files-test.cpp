@@ -1,5 +1,13 @@
 #include "exploration/files.hpp"
 
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+
 #include "exploration-fixture.hpp"
 
 using Vesk::ExplorationFiles;
@@ -11,6 +19,19 @@ std::string header(const std::string& text) {
   std::string area = text + "\n";
   area.resize(37, ' ');
   return area + "\n";
+}
+
+struct stat statusOf(FILE* file) {
+  struct stat status = {};
+  fstat(fileno(file), &status);
+  return status;
+}
+
+// What stands in the file, whatever its stream holds back.
+std::string inFile(FILE* file, std::size_t size) {
+  std::string text(size, '\0');
+  EXPECT_EQ(static_cast<ssize_t>(size), pread(fileno(file), text.data(), size, 0));
+  return text;
 }
 
 std::string headerFor(std::uint64_t transitions, std::uint64_t states) {
@@ -75,26 +96,147 @@ TEST(ExplorationFilesTest, BlocksLargerThanTheBufferAreWrittenWhole) {
 
 TEST(ExplorationFilesTest, NumbersHaveAllTheirDigits) {
   TemporaryFiles out;
-  OutputBuffer buffer(out[0]);
+  OutputBuffer buffer(out[0], "it");
   for (const std::uint64_t number : {std::uint64_t{0}, std::uint64_t{9}, std::uint64_t{10},
                                      std::uint64_t{4294967296}, UINT64_MAX}) {
     buffer.put(number);
     buffer.put(" ");
   }
+  buffer.endLine();
   buffer.flush();
-  EXPECT_EQ("0 9 10 4294967296 18446744073709551615 ", contentOf(out[0]));
+  EXPECT_EQ("0 9 10 4294967296 18446744073709551615 \n", contentOf(out[0]));
+}
+
+TEST(ExplorationFilesTest, AStreamWithoutDescriptorGetsAHeaderToo) {
+  char* text = nullptr;
+  std::size_t size = 0;
+  FILE* memory = open_memstream(&text, &size);
+  {
+    ExplorationFiles files(memory, nullptr, nullptr, nullptr);
+    files.begin();
+    files.writeTransition(0, "a", 1);
+    files.complete(1, 2);
+    files.writeTransition(1, "b", 2);
+    files.complete(2, 3);
+  }
+  std::fclose(memory);
+  EXPECT_EQ(header("des(0, 2, 3)") + "(0, a, 1)\n(1, b, 2)\n", std::string(text, size));
+  std::free(text);
+}
+
+TEST(ExplorationFilesTest, BehindEveryBlockTheHeaderIsRight) {
+  FILE* file = std::tmpfile();
+  ExplorationFiles files(file, nullptr, nullptr, nullptr);
+  files.begin();
+  std::size_t former = 0;
+  int blocks = 0;
+  for (unsigned int i = 0; i < 40000; ++i) {
+    const struct stat status = statusOf(file);
+    if (static_cast<std::size_t>(status.st_size) != former) {
+      const std::string content = inFile(file, static_cast<std::size_t>(status.st_size));
+      EXPECT_EQ('\n', content.back());
+      const auto lines = std::count(content.begin(), content.end(), '\n') - 2;
+      // The transitions in the buffer have led to states already.
+      EXPECT_EQ(header("des(0, " + std::to_string(lines) + ", " + std::to_string(i + 1) + ")"),
+                content.substr(0, 38));
+      former = content.size();
+      ++blocks;
+    }
+    files.writeTransition(i, "label", i + 1);
+  }
+  EXPECT_LT(2, blocks);
+  std::fclose(file);
+}
+
+// Lines may hold line breaks of a model, and stand anywhere in a block.
+TEST(ExplorationFilesTest, AFileThatIsFullEndsWithItsLastWholeLine) {
+  const std::string line = "7 : one\ntwo\n";
+  signal(SIGXFSZ, SIG_IGN);
+  rlimit former;
+  getrlimit(RLIMIT_FSIZE, &former);
+  for (const unsigned int size : {0U, 1U, 12U, 13U, 25U, 26U, 27U, 300000U, 479999U}) {
+    TemporaryFiles out;
+    testing::internal::CaptureStderr();
+    const rlimit full = {size, former.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &full);
+    ExplorationFiles files(out[0], out[1], out[2], out[3]);
+    for (int i = 0; i < 40000; ++i) files.writeState(7, "one\ntwo", 7);
+    files.complete(0, 0);
+    setrlimit(RLIMIT_FSIZE, &former);
+    testing::internal::GetCapturedStderr();
+    std::string expected;
+    while (expected.size() + line.size() <= size) expected += line;
+    EXPECT_TRUE(contentOf(out[1]) == expected) << size;
+    EXPECT_FALSE(files.states().isOpen());
+  }
+  signal(SIGXFSZ, SIG_DFL);
+}
+
+TEST(ExplorationFilesTest, TheHeaderOfACutFileCountsWhatItHoldsAndAllStates) {
+  signal(SIGXFSZ, SIG_IGN);
+  rlimit former;
+  getrlimit(RLIMIT_FSIZE, &former);
+  FILE* file = std::tmpfile();
+  testing::internal::CaptureStderr();
+  const rlimit full = {38 + 25, former.rlim_max};
+  setrlimit(RLIMIT_FSIZE, &full);
+  ExplorationFiles files(file, nullptr, nullptr, nullptr);
+  files.begin();
+  for (unsigned int i = 0; i < 9; ++i) files.writeTransition(i, "a", i + 1);
+  files.complete(9, 10);
+  files.writeTransition(9, "a", 10);
+  files.complete(10, 11);
+  setrlimit(RLIMIT_FSIZE, &former);
+  EXPECT_EQ("vesk: the transition system could not be written completely\n",
+            testing::internal::GetCapturedStderr());
+  EXPECT_EQ(header("des(0, 2, 11)") + "(0, a, 1)\n(1, a, 2)\n", contentOf(file));
+  std::fclose(file);
+  signal(SIGXFSZ, SIG_DFL);
+}
+
+// Nobody reads, so the pipe is full after sixteen pages.
+TEST(ExplorationFilesTest, APipeThatIsGivenUpEndsWithAWholeLine) {
+  int ends[2];
+  ASSERT_EQ(0, pipe(ends));
+  fcntl(ends[1], F_SETFL, O_NONBLOCK);
+  FILE* file = fdopen(ends[1], "w");
+  testing::internal::CaptureStderr();
+  {
+    OutputBuffer buffer(file, "it");
+    for (int i = 0; i < 40000; ++i) {
+      buffer.put("1234567");
+      buffer.endLine();
+    }
+    buffer.flush();
+    EXPECT_TRUE(buffer.isCut());
+  }
+  EXPECT_EQ("vesk: it could not be written completely\n", testing::internal::GetCapturedStderr());
+  std::fclose(file);
+  std::string content(1 << 20, '\0');
+  std::size_t length = 0;
+  for (ssize_t n; (n = read(ends[0], &content[length], content.size() - length)) > 0;) {
+    length += static_cast<std::size_t>(n);
+  }
+  close(ends[0]);
+  EXPECT_LT(4096U, length);
+  EXPECT_EQ(0U, length % 8);
 }
 
 TEST(ExplorationFilesTest, WritingStopsAtTheFirstFailure) {
   FILE* full = std::fopen("/dev/full", "w+");
   ASSERT_NE(nullptr, full);
-  OutputBuffer buffer(full);
+  OutputBuffer buffer(full, "it");
   buffer.put("text");
+  buffer.endLine();
   EXPECT_TRUE(buffer.isOpen());
+  testing::internal::CaptureStderr();
   buffer.flush();
   EXPECT_FALSE(buffer.isOpen());
+  EXPECT_TRUE(buffer.isCut());
   buffer.put("more");
+  buffer.endLine();
   buffer.flush();
-  EXPECT_NE(0, std::ferror(full));
+  EXPECT_EQ("vesk: it could not be written completely\n", testing::internal::GetCapturedStderr());
+  EXPECT_EQ(0U, buffer.lines());
   EXPECT_EQ(0, std::fclose(full)) << "nothing is left in the stream";
 }

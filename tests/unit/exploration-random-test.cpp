@@ -1,17 +1,18 @@
 // Both searches of random models, compared with the literal ones: files, output, the calls of all
 // hooks with what they see, and the places of all trees.
+#include "packing.hpp"
 #include "recorded-search.hpp"
 
 namespace {
 
-// Built a second time with an engine that packs all states which it can.
-#ifdef VESK_MOST_PENDING_NODES
-const bool PACKS = true;
-const int BLOCKS = 2;
+// Fewer where all states are packed; the sanitizers take their time, too.
+int blocks() {
+#ifdef __SANITIZE_ADDRESS__
+  return 2;
 #else
-const bool PACKS = false;
-const int BLOCKS = 10;
+  return PACKS ? 2 : 10;
 #endif
+}
 
 Searches& searches() {
   static Searches one;
@@ -62,7 +63,7 @@ TEST_P(RandomSearchTest, DoesWhatTheLiteralSearchDoes) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Blocks, RandomSearchTest, testing::Range(0, BLOCKS));
+INSTANTIATE_TEST_SUITE_P(Blocks, RandomSearchTest, testing::Range(0, blocks()));
 
 // ---- Every flag everywhere -----------------------------------------------------------------
 
@@ -108,7 +109,7 @@ TEST_P(FlagSweepTest, EveryCallOfEveryHookMayRaiseIt) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Models, FlagSweepTest, testing::Range(0, BLOCKS / 2));
+INSTANTIATE_TEST_SUITE_P(Models, FlagSweepTest, testing::Range(0, blocks() / 2));
 
 // ---- Trees that change ---------------------------------------------------------------------
 

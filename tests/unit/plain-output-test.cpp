@@ -155,11 +155,11 @@ TEST(PlainOutputTest, TheTimedLoopOfASchedulerDoesTheSame) {
 
 TEST(PlainOutputTest, WarningsOnStandardErrorAreNotPadded) {
   const Outcome outcome = isolated([] {
-    Atom* atom = new RuleAtom("A", nullptr);
-    Port low("low", atom), high("high", atom);
+    RuleAtom atom("A", nullptr);
+    Port low("low", &atom), high("high", &atom);
     Constraint constraint(nullptr, Vesk::Time(0), Vesk::Time(1), LAZY);
     disturb(std::cerr);
-    atom->applyPriority(&low, nullptr, &high, &constraint);
+    atom.applyPriority(&low, nullptr, &high, &constraint);
     return 0;
   });
   EXPECT_EQ(outcome.err,

@@ -215,8 +215,8 @@ Node* Compound::getState() {
 
 void Compound::setState(Node* state) {
   if (state == nullptr) return;
-  Nonleaf* parts = static_cast<Nonleaf*>(state);
-  const int children = state->isLeaf() ? 0 : parts->getNumChild();
+  Nonleaf* parts = state->isLeaf() ? nullptr : static_cast<Nonleaf*>(state);
+  const int children = parts != nullptr ? parts->getNumChild() : 0;
   for (int i = 0; i < mComponents.count(); ++i) {
     if (i >= children) refuseChangedTree(*this, mComponents.count(), i);
     mComponents[i]->setState(parts->getChild(i));

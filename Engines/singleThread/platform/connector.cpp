@@ -3,22 +3,18 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <iostream>
-#include <memory>
 #include <string>
-#include <utility>
-#include <vector>
 
 #include "chain.hpp"
 #include "clock.hpp"
 #include "component.hpp"
 #include "constraint.hpp"
 #include "exploration/signals.hpp"
+#include "interaction-index.hpp"
 #include "port.hpp"
 #include "priority.hpp"
 #include "work-stack.hpp"
 
-HashTable<Interaction> Interaction::TABLE;
 char Connector::LABEL[1024];
 
 namespace {
@@ -34,11 +30,6 @@ constexpr int MANY_TIMED_PORTS = 16;  // more are reported
 
 const char* textOf(const char* name) {
   return name != nullptr ? name : "";
-}
-
-// Writes a text as it is, whatever width the model has left on the stream.
-void write(const char* text) {
-  std::cout.write(text, static_cast<std::streamsize>(std::strlen(text)));
 }
 
 void checkPortCount(const char* name, int count) {
@@ -94,204 +85,6 @@ class ClearedFlags {
 };
 
 }  // namespace
-
-// ---- The interactions of one connector ----------------------------------------------------------
-
-namespace Vesk {
-
-// Owns the interactions of one connector and finds them by their set: a few one by one, more by a
-// table of open addressing.
-class InteractionIndex {
- public:
-  InteractionIndex() = default;
-  InteractionIndex(const InteractionIndex&) = delete;
-  InteractionIndex& operator=(const InteractionIndex&) = delete;
-  ~InteractionIndex() {
-    for (Interaction* interaction : mAll) {
-      Interaction::TABLE.remove(interaction->mCell);
-      delete interaction;
-    }
-  }
-
-  // Null when there is none.
-  Interaction* find(const BitVector& set) const {
-    if (!mSlots.empty()) return mSlots[slotOf(set)];
-    for (Interaction* interaction : mAll) {
-      if (interaction->synced() == set) return interaction;
-    }
-    return nullptr;
-  }
-
-  // Takes ownership of an interaction whose set is not in the index, and puts it into the table.
-  // Changes nothing when there is no memory for that.
-  void add(std::unique_ptr<Interaction> interaction) {
-    makeRoom();
-    interaction->mCell = Interaction::TABLE.add(interaction->hash(HashTable<Interaction>::CHAINS),
-                                                interaction.get());
-    Interaction* const owned = interaction.release();  // there is room for it
-    mAll.push_back(owned);
-    if (!mSlots.empty()) mSlots[slotOf(owned->synced())] = owned;
-  }
-
- private:
-  static constexpr std::size_t FEW = 8;
-
-  // Where the set is, or would be. Requires: there are free slots.
-  std::size_t slotOf(const BitVector& set) const {
-    const std::size_t last = mSlots.size() - 1;
-    std::size_t slot = set.scattered() & last;
-    while (mSlots[slot] != nullptr && mSlots[slot]->synced() != set) slot = (slot + 1) & last;
-    return slot;
-  }
-
-  void makeRoom() {
-    const std::size_t count = mAll.size() + 1;
-    if (count > mAll.capacity()) mAll.reserve(2 * count);
-    if (count <= FEW || 2 * count <= mSlots.size()) return;
-    std::vector<Interaction*> slots(mSlots.empty() ? 4 * FEW : 2 * mSlots.size());
-    mSlots.swap(slots);
-    for (Interaction* interaction : mAll) mSlots[slotOf(interaction->synced())] = interaction;
-  }
-
-  std::vector<Interaction*> mAll;    // in the order of their making
-  std::vector<Interaction*> mSlots;  // a power of two, at most half full; empty while there are few
-};
-
-}  // namespace Vesk
-
-// ---- Interaction -------------------------------------------------------------------------------
-
-Interaction::Interaction(const Connector* connector, const BitVector& set)
-    : mConnector(const_cast<Connector*>(connector)),  // firing it fires the connector's ports
-      mSynced(set),
-      mInhibitors(INITIAL_CAPACITY),
-      mNext(nullptr),
-      mCell(nullptr) {
-  keepOwnConstraint();
-}
-
-Interaction::Interaction(const Interaction& other) : Interaction(other.mConnector, other.mSynced) {
-  mMark = other.mMark;
-  mDominated = other.mDominated;
-  if (other.mConstraint != nullptr) useOwnConstraint(nullptr) = *other.mConstraint;
-}
-
-Interaction::~Interaction() {
-  dropConstraint();
-}
-
-Interaction* Interaction::copy() const {
-  return new Interaction(*this);
-}
-
-Interaction* Interaction::Create(const Connector* connector, const BitVector& set) {
-  Vesk::InteractionIndex& index = *connector->mInteractions;
-  Interaction* interaction = index.find(set);
-  if (interaction == nullptr) {
-    auto made = std::make_unique<Interaction>(connector, set);
-    interaction = made.get();
-    index.add(std::move(made));
-  }
-  return interaction;
-}
-
-Interaction* Interaction::Create(const Connector* connector, int n, ...) {
-  BitVector set;
-  va_list indices;
-  va_start(indices, n);
-  for (int i = 0; i < n; ++i) set.add(va_arg(indices, int));
-  va_end(indices);
-  return Create(connector, set);
-}
-
-Interaction* Interaction::CreateRealTime(const Connector* connector, const BitVector&,
-                                         const BitVector& set) {
-  Interaction* interaction = Create(connector, set);
-  interaction->intersectPortConstraints();
-  const Constraint* constraint = interaction->constraint();
-  return constraint != nullptr && constraint->empty() ? nullptr : interaction;
-}
-
-// The constraint that always holds, over the clock of the connector's holder.
-Constraint& Interaction::freshConstraint() {
-  const GenericClock* clock = clockOf(mConnector->holder());
-  if (mConstraint == nullptr) return useOwnConstraint(clock);
-  mConstraint->reset();
-  mConstraint->setClock(clock);
-  mConstraint->setDisplayClock(clock);
-  return *mConstraint;
-}
-
-void Interaction::intersectPortConstraints() {
-  Array<Port, false>& ports = mConnector->ports();
-  Constraint* result = nullptr;
-  for (int i = 0; i < ports.count(); ++i) {
-    if (!mSynced.in(i) || ports[i]->constraint() == nullptr) continue;
-    if (result == nullptr) result = &freshConstraint();
-    *result &= *ports[i]->constraint();
-  }
-  if (result == nullptr) dropConstraint();
-}
-
-char* Interaction::label() {
-  return mConnector->rt_label(mSynced);
-}
-
-void Interaction::execute(const Vesk::Time& t) {
-  if (mConnector->xPort() != nullptr) mConnector->xPort()->setSynced(false);
-  Array<Port, false>& ports = mConnector->ports();
-  for (int i = 0; i < ports.count(); ++i) {
-    if (mSynced.in(i)) ports[i]->execute(t);
-  }
-}
-
-void Interaction::actuate(const Vesk::Time& t) {
-  mConnector->dn();
-  Array<Port, false>& ports = mConnector->ports();
-  for (int i = 0; i < ports.count(); ++i) {
-    if (mSynced.in(i)) ports[i]->actuate(t);
-  }
-}
-
-Vesk::Time Interaction::deadline(const Vesk::Time& t) const {
-  return mConstraint != nullptr ? mConstraint->deadline(t) : Vesk::Time::MAX;
-}
-
-Vesk::Time Interaction::next(const Vesk::Time& t) const {
-  return mConstraint != nullptr ? mConstraint->next(t) : t;
-}
-
-GenericClock* Interaction::displayClock() const {
-  const Compound* holder = mConnector->holder();
-  return holder != nullptr ? holder->clock() : nullptr;
-}
-
-bool Interaction::equal(const Interaction* other) const {
-  return mConnector == other->mConnector && mSynced == other->mSynced;
-}
-
-bool Interaction::isSubset(const Interaction* other, bool& equal) const {
-  if (mConnector != other->mConnector || !(mSynced <= other->mSynced)) return false;
-  equal = mSynced == other->mSynced;
-  return true;
-}
-
-unsigned int Interaction::hash(unsigned int n) const {
-  unsigned int sum = 0;
-  for (const char* c = textOf(mConnector->name()); *c != '\0'; ++c) {
-    sum = sum * 5 + static_cast<unsigned int>(static_cast<signed char>(*c));
-  }
-  return (sum + mSynced.hash(n)) % n;
-}
-
-void Interaction::print() const {
-  Array<Port, false>& ports = mConnector->ports();
-  for (int i = 0; i < ports.count(); ++i) {
-    if (!mSynced.in(i)) continue;
-    if (i != 0) write("|");
-    write(textOf(ports[i]->name()));
-  }
-}
 
 // ---- Connector: construction -------------------------------------------------------------------
 

@@ -74,7 +74,7 @@ constexpr bool CHECKED = false;
 constexpr bool CHECKED = true;
 #endif
 
-bool isInfinite(const Vesk::Time& t) {
+[[maybe_unused]] bool isInfinite(const Vesk::Time& t) {
   return t == Vesk::Time::MIN || t == Vesk::Time::MAX;
 }
 
@@ -101,7 +101,7 @@ bool inOrder(const List& list) {
 }
 
 // No instant in common but an infinite one.
-bool apart(const Interval& one, const Interval& other) {
+[[maybe_unused]] bool apart(const Interval& one, const Interval& other) {
   const Vesk::Time low = one.low() < other.low() ? other.low() : one.low();
   const Vesk::Time high = one.high() < other.high() ? one.high() : other.high();
   return low > high || (low == high && isInfinite(low));

@@ -13,9 +13,26 @@ Constraint* newConstraint(const GenericClock* clock) {
 
 }  // namespace
 
-Executable::~Executable() {
-  delete mOwned;
+// ---- The own constraint ----------------------------------------------------------------------
+
+Vesk::OwnConstraint::~OwnConstraint() {
+  delete mConstraint;
 }
+
+Constraint& Vesk::OwnConstraint::use(const GenericClock* clock) {
+  if (mConstraint == nullptr) {
+    mConstraint = newConstraint(clock);
+  } else {
+    mConstraint->reset();
+    mConstraint->setClock(clock);
+    mConstraint->setDisplayClock(clock);
+  }
+  return *mConstraint;
+}
+
+// ---- Executable ------------------------------------------------------------------------------
+
+Executable::~Executable() = default;
 
 void Executable::dominate(Executable& other, const Vesk::Time& delay) {
   if (mConstraint == nullptr) {
@@ -31,19 +48,12 @@ void Executable::dominate(Executable& other, const Vesk::Time& delay) {
 }
 
 Constraint& Executable::useOwnConstraint(const GenericClock* clock) {
-  if (mOwned == nullptr) {
-    mOwned = newConstraint(clock);
-  } else {
-    mOwned->reset();
-    mOwned->setClock(clock);
-    mOwned->setDisplayClock(clock);
-  }
-  mConstraint = mOwned;
-  return *mOwned;
+  mConstraint = &mOwn.use(clock);
+  return *mConstraint;
 }
 
 void Executable::dropConstraint() {
-  if (mConstraint != mOwned) delete mConstraint;
+  if (!mOwn.is(mConstraint)) delete mConstraint;
   mConstraint = nullptr;
 }
 

@@ -10,11 +10,30 @@
 class Constraint;
 class GenericClock;
 
+namespace Vesk {
+
+// The constraint that an executable owns: one object, made when it is first needed, kept for the
+// next use, and deleted with its owner.
+class OwnConstraint {
+ public:
+  OwnConstraint() : mConstraint(nullptr) {}
+  OwnConstraint(const OwnConstraint&) = delete;
+  OwnConstraint& operator=(const OwnConstraint&) = delete;
+  ~OwnConstraint();
+  // Gives it as the constraint that always holds, over the given clock, which may be null.
+  Constraint& use(const GenericClock* clock);
+  bool is(const Constraint* constraint) const { return constraint == mConstraint; }
+
+ private:
+  Constraint* mConstraint;  // null until first needed
+};
+
+}  // namespace Vesk
+
 // Something that can fire.
 class Executable {
  public:
-  Executable()
-      : mMark(0), mConstraint(nullptr), mDominated(false), mKeepsOwn(false), mOwned(nullptr) {}
+  Executable() : mMark(0), mConstraint(nullptr), mDominated(false), mKeepsOwn(false) {}
   Executable(const Executable&) = delete;
   Executable& operator=(const Executable&) = delete;
   virtual ~Executable();
@@ -69,8 +88,8 @@ class Executable {
   bool mDominated;
 
  private:
-  bool mKeepsOwn;      // see keepOwnConstraint()
-  Constraint* mOwned;  // see useOwnConstraint(); may be out of use, and null until first needed
+  bool mKeepsOwn;            // see keepOwnConstraint()
+  Vesk::OwnConstraint mOwn;  // may be out of use
 };
 
 // Writes the label, a blank and the constraint, which is set to print in the values of

@@ -9,6 +9,7 @@
 #include "connector.hpp"
 #include "plain-output.hpp"
 #include "port.hpp"
+#include "reports.hpp"
 
 namespace {
 
@@ -17,19 +18,6 @@ constexpr auto END_LINE = Vesk::PlainOutput::END_LINE;
 constexpr char TRACE_PREFIX[] = "scheduler : ";
 constexpr char MAXIMAL_DEADLOCK[] = "scheduler : deadlock";
 constexpr char HEAP_DEADLOCK[] = "Error or Deadlock!\n";
-
-void reportLostOutput(const char* what) {
-  std::fprintf(stderr, "vesk: %s could not be written completely\n", what);
-}
-
-// Closes a file of an exploration, if there is one. What could not be written is known for sure
-// only when the file has been closed.
-void closeOutputFile(FILE*& file, const char* what) {
-  if (file == nullptr) return;
-  const bool failed = std::ferror(file) != 0;
-  if (std::fclose(file) != 0 || failed) reportLostOutput(what);
-  file = nullptr;
-}
 
 int countUndominated(const Connector* list) {
   int count = 0;
@@ -102,7 +90,7 @@ Scheduler::~Scheduler() {
   delete mIdleClock;
   if (simout_file.is_open()) {
     simout_file.close();
-    if (simout_file.fail()) reportLostOutput("the trace");
+    if (simout_file.fail()) Vesk::reportLost("the trace");
   }
   leaveConsole();
 }
@@ -122,39 +110,19 @@ void Scheduler::setChoice(Port* port, Vesk::Time next, Vesk::Time deadline) {
 // ---- What to run -----------------------------------------------------------------------------
 
 void Scheduler::run() {
-  if (mRunMode == 0) explore();
-  if (mRunMode == 1 || mRunMode == 3) run_execution();
-}
-
-// The files are closed as well when model code throws.
-void Scheduler::explore() {
-  try {
-    if (mTraverse == 0) run_dfs_exploration();
-    if (mTraverse == 1) run_bfs_exploration();
-  } catch (...) {
-    closeOutputFiles();
-    throw;
-  }
-  closeOutputFiles();
-}
-
-void Scheduler::closeOutputFiles() {
-  if (disable_output) return;
-  closeOutputFile(aut_file, "the transition system");
-  closeOutputFile(state_file, "the list of states");
-  closeOutputFile(pruned_paths, "the list of pruned paths");
-  closeOutputFile(deadlock_states, "the list of deadlocks");
+  if (mRunMode == Vesk::EXPLORE) explore();
+  if (mRunMode == Vesk::EXECUTE || mRunMode == Vesk::REALTIME) run_execution();
 }
 
 void Scheduler::run_execution() {
-  if (mOptimizationMode == 1) return runOptimizedExecution();
-  if (mOptimizationMode == 2) return runOptimizedExec2();
+  if (mOptimizationMode == Vesk::MAXIMAL_SYNCHRONISATION) return runOptimizedExecution();
+  if (mOptimizationMode == Vesk::PRIORITY_HEAP) return runOptimizedExec2();
   switch (mMode) {
-    case 0:
+    case Vesk::STANDARD:
       return runRandomExecution();
-    case 1:
+    case Vesk::INTERACTIVE:
       return runSinglestepExecution();
-    case 2:
+    case Vesk::RANDOM:
       mZeroWaiting = 0;
       return runRandomExecution();
     default:

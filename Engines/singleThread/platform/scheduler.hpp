@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <fstream>
 
+#include "state-nodes.hpp"
 #include "structure.hpp"
 #include "vesk-time.hpp"
 
@@ -21,73 +22,24 @@ class SimuClock;
 class VeskDebugElmt;
 struct option;
 
-// A pending transition of the depth-first search. Owns nothing by itself.
-class TransNode {
- public:
-  TransNode(Node* state, Connector* trans, Interaction* inter)
-      : m_state(state), m_trans(trans), m_inter(inter) {}
-  Node* state() const { return m_state; }
-  // Null for a state without transitions.
-  Connector* trans() const { return m_trans; }
-  // The interaction as it was when the entry was made.
-  Interaction* inter() const { return m_inter; }
+namespace Vesk {
 
- protected:
-  Node* m_state;
-  Connector* m_trans;
-  Interaction* m_inter;
-};
+// Who chooses what fires: deadlines, the user, or chance.
+enum Mode : int { STANDARD = 0, INTERACTIVE = 1, RANDOM = 2 };
+// What is done with the system. EXECUTE runs in simulated time.
+enum RunMode : int { EXPLORE = 0, EXECUTE = 1, REALTIME = 3 };
+// How an exploration goes through the states.
+enum Traversal : int { NO_TRAVERSAL = -1, DEPTH_FIRST = 0, BREADTH_FIRST = 1 };
+// The loops that run without time.
+enum Optimization : int { NO_OPTIMIZATION = 0, MAXIMAL_SYNCHRONISATION = 1, PRIORITY_HEAP = 2 };
 
-// An element of a singly linked list of states, a utility for model code. Does not own the state.
-class StateNode {
- public:
-  StateNode(Node* state, unsigned int quantity, StateNode* next = nullptr)
-      : m_state(state), m_quantity(quantity), m_next(next) {}
-  Node* state() const { return m_state; }
-  unsigned int quantity() const { return m_quantity; }
-  StateNode* next() const { return m_next; }
-  void setNext(StateNode* next) { m_next = next; }
-  // Node::equals of the two states.
-  bool equals(StateNode* other) const;
-
- protected:
-  Node* m_state;
-  unsigned int m_quantity;
-  StateNode* m_next;
-};
-
-// A list of state nodes with a current position. Neither nodes nor states are owned.
-class StateNodeIter {
- public:
-  StateNodeIter() : m_head(nullptr), m_current(nullptr) {}
-  StateNode* head() const { return m_head; }
-  StateNode* current() const { return m_current; }
-  // Takes the first node out of the list and returns it, null when there is none.
-  StateNode* popHead();
-  void addHead(StateNode* node);
-  void addTail(StateNode* node);
-  // Puts a node behind the current one, which it then becomes; at the head of a list without a
-  // current node.
-  void addCurrent(StateNode* node);
-  // True when the position is behind the last node.
-  bool end() const { return m_current == nullptr; }
-  bool empty() const { return m_head == nullptr; }
-  // Moves the position on and returns the node there; from the end, back to the head.
-  StateNode* next();
-  // Looks for a node with an equal state from the head; position receives its number from 0.
-  bool isPresent(StateNode* node, int& position) const;
-
- protected:
-  StateNode* m_head;
-  StateNode* m_current;
-};
+}  // namespace Vesk
 
 // Built over a system that it does not own, configured once by parseCmdFile(), run once by run().
 class Scheduler {
  public:
-  // mode: 0 standard, 1 interactive, 2 random. runMode: 0 explore, 1 execute in simulated time, 3
-  // real time. traverse: -1 none, 0 depth-first, 1 breadth-first. optimizationMode: 0 none, 1
-  // maximal synchronisation, 2 priority heap.
+  // The numbers are those of Vesk::Mode, Vesk::RunMode, Vesk::Traversal and Vesk::Optimization.
+  // quiet silences the trace.
   Scheduler(Compound* system, int mode, bool quiet, int runMode, int traverse,
             int optimizationMode);
   Scheduler(const Scheduler&) = delete;
@@ -228,6 +180,9 @@ class Scheduler {
 
   void enterConsole(VeskDebugElmt* element) const;
   void leaveConsole() const;
+  struct Output;
+  static const Output OUTPUTS[4];  // the files of an exploration
+
   option* bindOptions();
   void openTrace(const char* name);
   void openOutputFiles(const char* base);
@@ -249,8 +204,6 @@ class Scheduler {
   void exploreBy();
 };
 
-// 1 when a leaf of the state contains "ERROR", 2 when one before that contains "PRUNE", else 0.
-int ObserverState(Node* state);
 // Writes the banner to standard output.
 void printLogo();
 // Writes the list of options, which ends with a null name, to standard output.

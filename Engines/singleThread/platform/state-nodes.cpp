@@ -1,7 +1,7 @@
-// Utilities for model code that looks at states: markers in a tree, and lists of states.
+#include "state-nodes.hpp"
+
 #include <cstring>
 
-#include "scheduler.hpp"
 #include "states.hpp"
 
 namespace {

@@ -43,7 +43,7 @@ void BreadthFirst::writeState(const PendingState& state) {
 
 void BreadthFirst::meetDeadlock(const PendingState& state) {
   mFiles.deadlocks().put(state.number);
-  mFiles.deadlocks().put("\n");
+  mFiles.deadlocks().endLine();
   ++mCounters.deadlocks;
 }
 

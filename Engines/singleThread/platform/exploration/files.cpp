@@ -1,17 +1,25 @@
 #include "exploration/files.hpp"
 
+#include <fcntl.h>
+#include <limits.h>
 #include <stdio_ext.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <cstring>
+
+#include "exploration/signals.hpp"
+#include "reports.hpp"
 
 namespace Vesk {
 
 namespace {
 
 constexpr std::size_t BUFFER = std::size_t{1} << 18;
+constexpr std::size_t PAGE = 4096;
 constexpr std::size_t MAX_DIGITS = 20;
 
 // The header is written over this much room at the start of the file. A longer one would run into
@@ -21,24 +29,65 @@ constexpr char HEADER[] = "des(0, %llu, %llu)\n";
 
 constexpr char NO_HEADER[] = "vesk: the transition system has no header: %s\n";
 
+constexpr int PIPE_ATTEMPTS = 21;
+constexpr useconds_t PIPE_PAUSE = 50000;  // microseconds
+
+// What a stream holds back goes out first, and the descriptor moves to where the stream is.
+int takeDescriptor(FILE* file) {
+  const int descriptor = fileno(file);
+  if (descriptor == -1) return -1;
+  const off_t position = ftello(file);
+  std::fflush(file);
+  if (position != -1) lseek(descriptor, position, SEEK_SET);
+  return descriptor;
+}
+
+// Waits a second for a reader. Without one errno is ENXIO.
+int openPipe(const char* name) {
+  for (int attempt = 1;; ++attempt) {
+    const int pipe = open(name, O_WRONLY | O_NONBLOCK);
+    if (pipe != -1) fcntl(pipe, F_SETFL, fcntl(pipe, F_GETFL) & ~O_NONBLOCK);
+    if (pipe != -1 || errno != ENXIO || attempt == PIPE_ATTEMPTS) return pipe;
+    usleep(PIPE_PAUSE);
+  }
+}
+
 }  // namespace
+
+// ---- Opening ---------------------------------------------------------------------------------
+
+// A pipe is opened for nothing but writing, or the process would be a reader of its own.
+FILE* openOutput(const char* name, const char* mode) {
+  struct stat status;
+  if (stat(name, &status) == -1 || !S_ISFIFO(status.st_mode)) return std::fopen(name, mode);
+  const int pipe = openPipe(name);
+  return pipe != -1 ? fdopen(pipe, "w") : nullptr;
+}
 
 // ---- Buffer ----------------------------------------------------------------------------------
 
-OutputBuffer::OutputBuffer(FILE* file)
-    : mFile(file), mData(file != nullptr ? new char[BUFFER] : nullptr), mLength(0) {}
+OutputBuffer::OutputBuffer(FILE* file, const char* what)
+    : mFile(file),
+      mDescriptor(file != nullptr ? takeDescriptor(file) : -1),
+      mKind(kindOf(mDescriptor)),
+      mWhat(what),
+      mOwner(getpid()),
+      mData(file != nullptr ? new char[BUFFER] : nullptr),
+      mCapacity(file != nullptr ? BUFFER : 0),
+      mLength(0),
+      mLines(0),
+      mIsCut(false) {}
+
+OutputBuffer::Kind OutputBuffer::kindOf(int descriptor) {
+  struct stat status;
+  if (descriptor == -1 || fstat(descriptor, &status) != 0) return OTHER;
+  if (S_ISFIFO(status.st_mode)) return PIPE;
+  return S_ISREG(status.st_mode) ? REGULAR : OTHER;
+}
 
 void OutputBuffer::put(const char* text, std::size_t length) {
   if (mFile == nullptr) return;
-  while (length > BUFFER - mLength) {
-    const std::size_t part = BUFFER - mLength;
-    std::memcpy(mData.get() + mLength, text, part);
-    mLength = BUFFER;
-    drain();
-    if (mFile == nullptr) return;
-    text += part;
-    length -= part;
-  }
+  if (length > mCapacity - mLength && !makeRoom(length)) return;
   if (length != 0) std::memcpy(mData.get() + mLength, text, length);
   mLength += length;
 }
@@ -53,17 +102,95 @@ void OutputBuffer::put(std::uint64_t number) {
   put(digits, static_cast<std::size_t>(end - digits));
 }
 
-void OutputBuffer::flush() {
-  if (mFile != nullptr) drain();
+void OutputBuffer::endLine() {
+  put("\n", 1);
+  if (mFile != nullptr) mEnds.push_back(mLength);
 }
 
-// What the stream could not write is taken out of it, or it would try again when it is closed.
-void OutputBuffer::drain() {
-  const bool written = std::fwrite(mData.get(), 1, mLength, mFile) == mLength;
-  mLength = 0;
-  if (std::fflush(mFile) == 0 && written) return;
+// A line that is longer than the buffer makes it grow. False when the file takes no more.
+bool OutputBuffer::makeRoom(std::size_t length) {
+  flush();
+  if (mFile == nullptr) return false;
+  if (length <= mCapacity - mLength) return true;
+  std::size_t capacity = mCapacity;
+  while (capacity - mLength < length) capacity *= 2;
+  std::unique_ptr<char[]> larger(new char[capacity]);
+  std::memcpy(larger.get(), mData.get(), mLength);
+  mData.swap(larger);
+  mCapacity = capacity;
+  return true;
+}
+
+void OutputBuffer::flush() {
+  if (mFile == nullptr || mEnds.empty()) return;
+  if (getpid() != mOwner) return drop();
+  const std::size_t whole = mEnds.back();
+  const std::size_t written = handOver(whole);
+  if (written != whole) return giveUp(written);
+  mLines += mEnds.size();
+  mEnds.clear();
+  mLength -= whole;
+  std::memmove(mData.get(), mData.get() + whole, mLength);
+}
+
+// Returns how much the file has taken. What a stream could not write is taken out of it, or it
+// would try again when it is closed.
+std::size_t OutputBuffer::handOver(std::size_t length) {
+  if (mDescriptor != -1) return writeOut(length);
+  if (std::fwrite(mData.get(), 1, length, mFile) == length && std::fflush(mFile) == 0) {
+    return length;
+  }
   __fpurge(mFile);
+  return 0;
+}
+
+// Not by the stream, which would lose what an interrupted call has not written.
+std::size_t OutputBuffer::writeOut(std::size_t length) {
+  const off_t position = mKind == REGULAR ? lseek(mDescriptor, 0, SEEK_CUR) : 0;
+  std::size_t done = 0;
+  while (done != length) {
+    const std::size_t end = partEnd(done, length, position);
+    const ssize_t count = write(mDescriptor, mData.get() + done, end - done);
+    if (count > 0) {
+      done += static_cast<std::size_t>(count);
+    } else if (count == 0 || errno != EINTR || graceIsOver()) {
+      break;
+    }
+  }
+  return done;
+}
+
+// As many whole lines as stay whole in one call, or a line that may not: a kill does not interrupt
+// a write within one page of a file, and a pipe takes up to PIPE_BUF characters at once or not at
+// all.
+std::size_t OutputBuffer::partEnd(std::size_t start, std::size_t length, off_t position) const {
+  if (mKind == OTHER) return length;
+  const std::size_t inPage = (static_cast<std::size_t>(position) + start) % PAGE;
+  const std::size_t room = mKind == PIPE ? PIPE_BUF : PAGE - inPage;
+  auto end = std::upper_bound(mEnds.begin(), mEnds.end(), start + room);
+  if (end != mEnds.begin() && end[-1] > start) --end;
+  return end != mEnds.end() ? *end : length;
+}
+
+void OutputBuffer::giveUp(std::size_t written) {
+  const auto missing = std::upper_bound(mEnds.begin(), mEnds.end(), written);
+  mLines += static_cast<std::uint64_t>(missing - mEnds.begin());
+  cutOff(written - (missing != mEnds.begin() ? missing[-1] : 0));
+  mIsCut = true;
+  reportLost(mWhat);
+  drop();
+}
+
+// The part of a line with which the file ends.
+void OutputBuffer::cutOff(std::size_t length) {
+  if (length == 0 || mKind != REGULAR) return;
+  const off_t end = lseek(mDescriptor, 0, SEEK_CUR) - static_cast<off_t>(length);
+  if (end >= 0 && ftruncate(mDescriptor, end) == 0) lseek(mDescriptor, end, SEEK_SET);
+}
+
+void OutputBuffer::drop() {
   mFile = nullptr;
+  mEnds.clear();
 }
 
 // ---- Files -----------------------------------------------------------------------------------
@@ -71,25 +198,30 @@ void OutputBuffer::drain() {
 ExplorationFiles::ExplorationFiles(FILE* transitions, FILE* states, FILE* prunedPaths,
                                    FILE* deadlocks)
     : mTransitionFile(transitions),
-      mTransitions(transitions),
-      mStates(states),
-      mPrunedPaths(prunedPaths),
-      mDeadlocks(deadlocks),
+      mOwner(getpid()),
+      mTransitions(transitions, "the transition system"),
+      mStates(states, "the list of states"),
+      mPrunedPaths(prunedPaths, "the list of pruned paths"),
+      mDeadlocks(deadlocks, "the list of deadlocks"),
       mCount(0),
+      mFound(1),
+      mInHeader(0),
       mHeaderFailed(false) {}
 
 void ExplorationFiles::begin() {
   char room[HEADER_ROOM];
   std::memset(room, ' ', HEADER_ROOM);
-  room[HEADER_ROOM - 1] = '\n';
-  mTransitions.put(room, HEADER_ROOM);
+  mTransitions.put(room, HEADER_ROOM - 1);
+  mTransitions.endLine();
+  mTransitions.flush();
+  writeHeader(0, mFound);
 }
 
 void ExplorationFiles::writeState(std::uint64_t number, const char* text, std::size_t length) {
   mStates.put(number);
   mStates.put(" : ", 3);
   mStates.put(text, length);
-  mStates.put("\n", 1);
+  mStates.endLine();
 }
 
 void ExplorationFiles::writeTransition(std::uint64_t source, const char* label,
@@ -100,8 +232,11 @@ void ExplorationFiles::writeTransition(std::uint64_t source, const char* label,
   mTransitions.put(label);
   mTransitions.put(", ", 2);
   mTransitions.put(target);
-  mTransitions.put(")\n", 2);
+  mTransitions.put(")", 1);
+  mTransitions.endLine();
   ++mCount;
+  mFound = std::max(mFound, target + 1);
+  if (mTransitions.lines() != mInHeader) writeHeader(transitionsInFile(), mFound);
 }
 
 void ExplorationFiles::complete(std::uint64_t transitions, std::uint64_t states) {
@@ -109,12 +244,17 @@ void ExplorationFiles::complete(std::uint64_t transitions, std::uint64_t states)
   mStates.flush();
   mPrunedPaths.flush();
   mDeadlocks.flush();
-  if (mTransitionFile != nullptr && !mHeaderFailed) writeHeader(transitions, states);
+  writeHeader(mTransitions.isCut() ? transitionsInFile() : transitions, states);
 }
 
-// Writes at the start of the file without moving the stream, and needs no space that the file does
-// not have already.
+// Its first line is that of the header.
+std::uint64_t ExplorationFiles::transitionsInFile() const {
+  return mTransitions.lines() != 0 ? mTransitions.lines() - 1 : 0;
+}
+
 void ExplorationFiles::writeHeader(std::uint64_t transitions, std::uint64_t states) {
+  if (mTransitionFile == nullptr || mHeaderFailed || getpid() != mOwner) return;
+  mInHeader = mTransitions.lines();
   char area[sizeof HEADER + 2 * MAX_DIGITS + HEADER_ROOM];
   const int printed =
       std::snprintf(area, sizeof area, HEADER, static_cast<unsigned long long>(transitions),
@@ -125,9 +265,28 @@ void ExplorationFiles::writeHeader(std::uint64_t transitions, std::uint64_t stat
     area[HEADER_ROOM - 1] = '\n';
     length = HEADER_ROOM;
   }
-  if (pwrite(fileno(mTransitionFile), area, length, 0) == static_cast<ssize_t>(length)) return;
+  if (writeAtStart(area, length)) return;
   mHeaderFailed = true;
   if (mTransitions.isOpen()) std::fprintf(stderr, NO_HEADER, std::strerror(errno));
+}
+
+// Without moving the file, and without any space that it does not have already.
+bool ExplorationFiles::writeAtStart(const char* text, std::size_t length) const {
+  const int descriptor = fileno(mTransitionFile);
+  if (descriptor == -1) {
+    const off_t position = ftello(mTransitionFile);
+    return fseeko(mTransitionFile, 0, SEEK_SET) == 0 &&
+           std::fwrite(text, 1, length, mTransitionFile) == length &&
+           fseeko(mTransitionFile, position, SEEK_SET) == 0 && std::fflush(mTransitionFile) == 0;
+  }
+  ssize_t count;
+  do {
+    count = pwrite(descriptor, text, length, 0);
+  } while (count == -1 && errno == EINTR && !graceIsOver());
+  if (count == static_cast<ssize_t>(length)) return true;
+  const bool partOfIt = count > 0 && mTransitions.lines() == 0;
+  if (partOfIt && ftruncate(descriptor, 0) != 0) errno = EIO;
+  return false;
 }
 
 }  // namespace Vesk

@@ -2,34 +2,64 @@
 #ifndef VESK_EXPLORATION_FILES_HPP
 #define VESK_EXPLORATION_FILES_HPP
 
+#include <sys/types.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <memory>
+#include <vector>
 
 namespace Vesk {
 
-// Writes to a stdio file through a large buffer. The file stays the caller's. What cannot be
-// written is dropped, and so is all that follows, so that the file holds a prefix of what was
-// meant; the file keeps its error indicator.
+// Opens a file for writing, in a mode of fopen(). A pipe gets a second to be read by somebody and
+// does not become its own reader. Null when that fails; errno says why.
+FILE* openOutput(const char* name, const char* mode);
+
+// Writes lines to a stdio file through a large buffer. Only whole lines are handed over. The file
+// stays the caller's. When it takes no more, that is reported on standard error, what it holds of a
+// line is cut off if it is a regular file, and all that follows is dropped: the file is a prefix of
+// what was meant. A process forked by model code writes nothing.
 class OutputBuffer {
  public:
-  // Null: everything is dropped.
-  explicit OutputBuffer(FILE* file);
+  // Null: everything is dropped. what: its name in reports, which must outlive this object.
+  OutputBuffer(FILE* file, const char* what);
 
   bool isOpen() const { return mFile != nullptr; }
   void put(const char* text, std::size_t length);
   void put(const char* text);
   void put(std::uint64_t number);
-  // Hands everything over to the system.
+  void endLine();
+  // Hands all whole lines over to the system.
   void flush();
 
+  // The lines that the file has been given, and whether it was cut behind the last of them.
+  std::uint64_t lines() const { return mLines; }
+  bool isCut() const { return mIsCut; }
+
  private:
-  void drain();
+  enum Kind { REGULAR, PIPE, OTHER };
+
+  static Kind kindOf(int descriptor);
+  bool makeRoom(std::size_t length);
+  std::size_t handOver(std::size_t length);
+  std::size_t writeOut(std::size_t length);
+  std::size_t partEnd(std::size_t start, std::size_t length, off_t position) const;
+  void giveUp(std::size_t written);
+  void cutOff(std::size_t length);
+  void drop();
 
   FILE* mFile;
+  int mDescriptor;  // -1: the file has none
+  Kind mKind;
+  const char* mWhat;
+  pid_t mOwner;
   std::unique_ptr<char[]> mData;
+  std::size_t mCapacity;
   std::size_t mLength;
+  std::vector<std::size_t> mEnds;  // of the lines in the buffer
+  std::uint64_t mLines;
+  bool mIsCut;
 };
 
 class ExplorationFiles {
@@ -42,27 +72,33 @@ class ExplorationFiles {
   OutputBuffer& deadlocks() { return mDeadlocks; }
   bool hasTransitions() const { return mTransitions.isOpen(); }
 
-  // Leaves room for the header. First of all.
+  // Makes room for the header and writes that of the initial state alone. First of all.
   void begin();
   void writeState(std::uint64_t number, const char* text, std::size_t length);
+  // The header is kept right for the transitions that the file has been given.
   void writeTransition(std::uint64_t source, const char* label, std::uint64_t target);
   // How many writeTransition() has written.
   std::uint64_t transitions() const { return mCount; }
 
   // Brings the files up to date: everything is handed over to the system, then the header is
-  // written. Can be called again when there is more. A file that has no place for a header is
-  // reported the first time.
+  // written; in a file that was cut it counts the transitions that are there. Can be called again
+  // when there is more. A file that has no place for a header is reported the first time.
   void complete(std::uint64_t transitions, std::uint64_t states);
 
  private:
+  std::uint64_t transitionsInFile() const;
   void writeHeader(std::uint64_t transitions, std::uint64_t states);
+  bool writeAtStart(const char* text, std::size_t length) const;
 
   FILE* mTransitionFile;
+  const pid_t mOwner;
   OutputBuffer mTransitions;
   OutputBuffer mStates;
   OutputBuffer mPrunedPaths;
   OutputBuffer mDeadlocks;
   std::uint64_t mCount;
+  std::uint64_t mFound;     // states that transitions name, and the initial one
+  std::uint64_t mInHeader;  // lines of the transition file when the header was written
   bool mHeaderFailed;
 };
 

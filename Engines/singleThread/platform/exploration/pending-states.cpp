@@ -6,8 +6,11 @@ namespace Vesk {
 
 // ---- Stand-in --------------------------------------------------------------------------------
 
-void StandIn::become(const PendingState& state) {
+void StandIn::build() {
   if (!mTree.has_value()) mTree.emplace(mTable.shape().build());
+}
+
+void StandIn::become(const PendingState& state) {
   mTree->unpack(mTable.text(state.number).data, mTable.lengths(state.number));
   mNumber = state.number;
   Node& root = *mTree->root();
@@ -26,6 +29,8 @@ bool StandIn::isChanged(const PendingState& state) const {
 Tree StandIn::take() {
   Tree tree = mTree->release();
   mTree.reset();
+  mNumber.reset();
+  build();
   return tree;
 }
 
@@ -38,6 +43,8 @@ bool PendingStates::isFull() const {
 PendingState PendingStates::add(const StateTable::Found& found, Tree tree) {
   if (tree != nullptr) tree->setIndex(found.number);
   if (found.isPacked && isFull() && !contains(tree.get(), faulty_leaf)) {
+    // Now, while the trees are there that the model knows.
+    for (StandIn& standIn : mStandIns) standIn.build();
     return {found.number, 0, 1, nullptr};
   }
   ++mTrees;

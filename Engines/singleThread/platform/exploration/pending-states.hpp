@@ -30,20 +30,23 @@ class StandIn {
   explicit StandIn(const StateTable& table) : mTable(table) {}
 
   bool standsFor(const PendingState& state) const {
-    return mTree.has_value() && state.isPacked && state.number == mNumber;
+    return state.isPacked && mNumber == state.number;
   }
+  // Makes the tree, unless it is there.
+  void build();
+  // Requires: it has been built.
   void become(const PendingState& state);
   // The tree, as become() has left it or as the model has changed it since.
   Node* tree() const { return mTree->root(); }
   // The model has changed the tree. Requires: it stands for the state.
   bool isChanged(const PendingState& state) const;
-  // Gives the tree away.
+  // Gives the tree away. Another one is made meanwhile, at another place.
   Tree take();
 
  private:
   const StateTable& mTable;
   std::optional<PackedTree> mTree;
-  StateNumber mNumber = 0;
+  std::optional<StateNumber> mNumber;  // none as long as it stands for no state
 };
 
 class PendingStates {

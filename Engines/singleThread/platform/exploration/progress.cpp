@@ -2,6 +2,8 @@
 
 #include <cstdio>
 
+#include "exploration/standard-output.hpp"
+
 namespace Vesk {
 
 namespace {
@@ -13,6 +15,8 @@ constexpr char PROGRESS[] =
 constexpr char RATE[] = ", SPS: %5lds/s\r";
 constexpr char NO_RATE[] = "\r";
 constexpr char LIMIT_REACHED[] = "\nState exploration limit size reached...";
+
+constexpr std::size_t LINE = 256;  // no line of the progress is longer
 
 constexpr Count STEPS_PER_SPIN = 20;
 constexpr Count STEPS_PER_REPORT = 50;
@@ -27,6 +31,7 @@ void Progress::start() {
 Progress::Event Progress::show(const Counters& counters, Count stored) {
   const bool limit = mLimited && counters.steps == mLimit;
   Event event = NOTHING;
+  if (counters.steps % STEPS_PER_SPIN == 0 || limit) makeOutputRoom(LINE);
   if (counters.steps % STEPS_PER_SPIN == 0) std::printf(SPIN, spin());
   if (counters.steps % STEPS_PER_REPORT == 0 || limit) event = report(counters, stored);
   if (!limit) return event;
@@ -41,6 +46,7 @@ char Progress::spin() {
 }
 
 Progress::Event Progress::report(const Counters& counters, Count stored) {
+  makeOutputRoom(LINE);
   std::printf(PROGRESS, spin(), counters.steps, counters.pruned, counters.deadlocks, stored);
   const std::time_t now = std::time(nullptr);
   const std::time_t elapsed = now - mRateShown;
@@ -53,7 +59,7 @@ Progress::Event Progress::report(const Counters& counters, Count stored) {
     std::printf(NO_RATE);
     ++mReports;
   }
-  if (now != mFlushed) std::fflush(stdout);
+  if (now != mFlushed) flushOutput();
   mFlushed = now;
   return rate ? RATE_SHOWN : NOTHING;
 }

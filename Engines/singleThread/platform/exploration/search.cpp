@@ -1,6 +1,6 @@
 #include "exploration/search.hpp"
 
-#include <stdio_ext.h>
+#include <pthread.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -8,6 +8,7 @@
 
 #include "connector.hpp"
 #include "exploration/signals.hpp"
+#include "exploration/standard-output.hpp"
 
 namespace Vesk {
 
@@ -15,12 +16,14 @@ namespace {
 
 constexpr char SUMMARY[] =
     "* Count : %10llu [pruned : %10llu] [deadlocks : %10llu] [stored states: %10llu]\n";
+constexpr std::size_t SUMMARY_SIZE = 512;  // of these two lines, or less
 constexpr char FINAL_SIZE[] = "Final size : %llu\n";
 constexpr char INTERRUPTED[] =
     "Exploration was interrupted because an error state was encountered!";
 constexpr char PATH_SIZE[] = "Path size : %llu\n";
 constexpr char ERROR_PATH[] = "Error path is:";
 constexpr char PATH_STATE[] = "%llu, ";
+constexpr std::size_t PATH_STATE_SIZE = 24;
 constexpr char PATH_LABEL[] = ":: %s\n";
 constexpr char FAULTY_ATOM[] = "Faulty atom : %s\n";
 
@@ -54,7 +57,10 @@ void Path::write(OutputBuffer& file) const {
 }
 
 void Path::print() const {
-  for (const Entry& entry : mEntries) std::printf(PATH_STATE, Count{entry.state});
+  for (const Entry& entry : mEntries) {
+    makeOutputRoom(PATH_STATE_SIZE);
+    std::printf(PATH_STATE, Count{entry.state});
+  }
 }
 
 // ---- Search ----------------------------------------------------------------------------------
@@ -64,7 +70,8 @@ Search* Search::sRunning = nullptr;
 Search::Search(const Place& place, ExplorationFiles& files, const Progress& progress,
                const SearchSignals& signals)
     : mPlace(place), mFiles(files), mPending(mStates), mProgress(progress), mSignals(signals) {
-  static const int registered = std::atexit(completeAtExit);
+  static const int registered =
+      std::atexit(completeAtExit) | pthread_atfork(flushBeforeFork, nullptr, nullptr);
   static_cast<void>(registered);
   sRunning = this;
 }
@@ -73,8 +80,14 @@ Search::~Search() {
   sRunning = nullptr;
 }
 
+// A process that model code has forked completes nothing: the files see to that.
 void Search::completeAtExit() {
   if (sRunning != nullptr) sRunning->complete(sRunning->mFiles.transitions());
+}
+
+// What was printed would be printed by both processes.
+void Search::flushBeforeFork() {
+  if (sRunning != nullptr) flushOutput();
 }
 
 void Search::run() {
@@ -109,11 +122,11 @@ void Search::explore() {
 }
 
 void Search::printSummary() const {
+  makeOutputRoom(SUMMARY_SIZE);
   std::printf(SUMMARY, mCounters.steps, mCounters.pruned, mCounters.deadlocks, stored());
   std::printf(FINAL_SIZE, Count{mStates.count()});
   if (global_error) printError();
-  // What standard output refuses now must not be tried again when broken pipes kill.
-  if (std::fflush(stdout) != 0) __fpurge(stdout);
+  flushOutput();
 }
 
 void Search::printError() const {
@@ -122,6 +135,7 @@ void Search::printError() const {
     std::printf(PATH_SIZE, path()->size());
     std::puts(ERROR_PATH);
     path()->print();
+    flushOutput();
     std::printf(PATH_LABEL, mLabel.c_str());
   }
   if (faulty_leaf != nullptr) std::printf(FAULTY_ATOM, textOf(*faulty_leaf));
@@ -155,7 +169,8 @@ void Search::writePath(OutputBuffer& file) {
   file.put(mLabel.c_str());
   file.put("[[");
   file.put(faulty_leaf != nullptr ? textOf(*faulty_leaf) : "NULL");
-  file.put("]]\n");
+  file.put("]]");
+  file.endLine();
   faulty_leaf = nullptr;
 }
 

@@ -102,6 +102,7 @@ class Search {
   void printError() const;
   void complete(Count transitions) { mFiles.complete(transitions, mStates.count()); }
   static void completeAtExit();
+  static void flushBeforeFork();
 
   static Search* sRunning;  // whose files are completed when model code ends the process
 

@@ -17,28 +17,34 @@ constexpr unsigned char LONG = 255;  // stands before the length of a text of so
 
 // ---- Classes of nodes ------------------------------------------------------------------------
 
-// The classes of two objects are the same. They are told by their tables of virtual operations,
-// because models may be built without run-time type information.
-template <class T>
-bool sameClass(const T& one, const T& other) {
-  return std::memcmp(static_cast<const void*>(&one), static_cast<const void*>(&other),
-                     sizeof(void*)) == 0;
-}
+// Tells the engine's own classes from those that a model derives, by their tables of virtual
+// operations: models may be built without run-time type information.
+class PlainClasses {
+ public:
+  PlainClasses()
+      : mAtom(tableOf(Atomleaf())), mLeaf(tableOf(Leaf(nullptr))), mInner(tableOf(Nonleaf(0))) {}
+  bool has(const Atomleaf& atom) const { return tableOf(atom) == mAtom; }
+  bool has(const Leaf& leaf) const { return tableOf(leaf) == mLeaf; }
+  bool has(const Nonleaf& inner) const { return tableOf(inner) == mInner; }
 
-const Atomleaf plainAtom;
-const Leaf plainLeaf(nullptr);
-const Nonleaf plainInner(0);
+ private:
+  // An object with virtual operations begins with the address of their table.
+  template <class T>
+  static const void* tableOf(const T& object) {
+    const void* table;
+    std::memcpy(&table, static_cast<const void*>(&object), sizeof table);
+    return table;
+  }
 
-bool isPlain(const Atomleaf& atom) {
-  return sameClass(atom, plainAtom);
-}
+  const void* mAtom;
+  const void* mLeaf;
+  const void* mInner;
+};
 
-bool isPlain(const Leaf& leaf) {
-  return sameClass(leaf, plainLeaf);
-}
-
-bool isPlain(const Nonleaf& inner) {
-  return sameClass(inner, plainInner);
+// Made at the first use, when somebody can hear that there is no memory.
+const PlainClasses& plainClasses() {
+  static const PlainClasses classes;
+  return classes;
 }
 
 bool hasNumbers(const Node& part) {
@@ -46,9 +52,9 @@ bool hasNumbers(const Node& part) {
 }
 
 // The text of a leaf that holds nothing else, null for any other leaf.
-const char* plainText(const Leaf& leaf) {
+const char* plainText(const Leaf& leaf, const PlainClasses& plain) {
   const Atomleaf* atom = leaf.getAleaf();
-  return isPlain(leaf) && atom != nullptr && isPlain(*atom) ? atom->getVal() : nullptr;
+  return plain.has(leaf) && atom != nullptr && plain.has(*atom) ? atom->getVal() : nullptr;
 }
 
 // ---- Lengths ---------------------------------------------------------------------------------
@@ -90,8 +96,8 @@ bool isText(const char* own, const char* text, std::size_t length) {
   return own[length] == '\0';
 }
 
-bool packLeaf(const Leaf& leaf, StateText& text, Lengths& lengths) {
-  const char* own = plainText(leaf);
+bool packLeaf(const Leaf& leaf, const PlainClasses& plain, StateText& text, Lengths& lengths) {
+  const char* own = plainText(leaf, plain);
   if (own == nullptr) return false;
   const std::size_t length = lengthOf(own);
   text.append(own, length);
@@ -117,6 +123,7 @@ void StateShape::take(const Node* tree) {
 
 // The numbers of the root are the search's.
 bool StateShape::pack(const Node* tree, StateText& text, Lengths& lengths) const {
+  const PlainClasses& plain = plainClasses();
   auto outline = mChildren.begin();
   TreeWalk walk(tree);
   for (const Node* node; walk.next(node); ++outline) {
@@ -124,10 +131,10 @@ bool StateShape::pack(const Node* tree, StateText& text, Lengths& lengths) const
     if (node != tree && hasNumbers(*node)) return false;
     if (node->isLeaf()) {
       const auto& leaf = *static_cast<const Leaf*>(node);
-      if (*outline != LEAF || !packLeaf(leaf, text, lengths)) return false;
+      if (*outline != LEAF || !packLeaf(leaf, plain, text, lengths)) return false;
     } else {
       const auto& inner = *static_cast<const Nonleaf*>(node);
-      if (*outline != inner.getNumChild() || !isPlain(inner)) return false;
+      if (*outline != inner.getNumChild() || !plain.has(inner)) return false;
     }
   }
   return true;
@@ -182,6 +189,7 @@ void PackedTree::unpack(const char* text, const unsigned char* lengths) {
 
 // A part is looked at only when it is the one that has always been there.
 bool PackedTree::holds(const char* text, const unsigned char* lengths) const {
+  const PlainClasses& plain = plainClasses();
   auto own = mNodes.begin();
   auto atom = mAtoms.begin();
   TreeWalk walk(mTree.get());
@@ -191,7 +199,7 @@ bool PackedTree::holds(const char* text, const unsigned char* lengths) const {
     if (!node->isLeaf()) continue;
     const auto& leaf = *static_cast<const Leaf*>(node);
     const std::size_t length = readLength(lengths);
-    if (leaf.getAleaf() != *atom++ || !isText(plainText(leaf), text, length)) return false;
+    if (leaf.getAleaf() != *atom++ || !isText(plainText(leaf, plain), text, length)) return false;
     text += length;
   }
   return own == mNodes.end();

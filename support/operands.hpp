@@ -1,7 +1,7 @@
 // The operands of a model's command line: the words that are neither options of the engine nor
 // values of such options.
-#ifndef VESK_EXAMPLES_OPERANDS_HPP
-#define VESK_EXAMPLES_OPERANDS_HPP
+#ifndef VESK_SUPPORT_OPERANDS_HPP
+#define VESK_SUPPORT_OPERANDS_HPP
 
 #include <getopt.h>
 

@@ -1,0 +1,155 @@
+// The command line: its options, and what they set up.
+#include <getopt.h>
+
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+
+#include "clock.hpp"
+#include "linux-clock.hpp"
+#include "reports.hpp"
+#include "scheduler.hpp"
+
+namespace {
+
+constexpr char HELP_TITLE[] = "Help for VESK engine";
+constexpr char UNKNOWN_OPTION[] = "Unknown: '%c'\n";
+
+constexpr char SHORT_OPTIONS[] = "o:l:s:r";
+constexpr char DEFAULT_OUTPUT[] = "vesk";
+
+[[noreturn]] void endProcess(int status) {
+  Vesk::reportLostOutput();
+  std::exit(status);
+}
+
+// Junk is 0; what lies beyond an int becomes the nearest one.
+int toInt(const char* text) {
+  const long number = std::strtol(text, nullptr, 10);
+  if (number > INT_MAX) return INT_MAX;
+  if (number < INT_MIN) return INT_MIN;
+  return static_cast<int>(number);
+}
+
+// Deliberate: `-r` takes no argument although its long form, `--seed`, needs one, and is refused
+// like an unknown option.
+[[noreturn]] void rejectOption(int letter, option* table) {
+  std::printf(UNKNOWN_OPTION, letter);
+  help(table);
+  endProcess(-1);
+}
+
+[[noreturn]] void showHelp(option* table) {
+  help(table);
+  endProcess(0);
+}
+
+}  // namespace
+
+// Deliberate: shows `-h` as well, which is no option.
+void help(option* table) {
+  std::puts(HELP_TITLE);
+  for (; table->name != nullptr; ++table) {
+    std::printf("  --%s", table->name);
+    if (table->flag == nullptr) std::printf(" / -%c", table->val);
+    std::printf("\n");
+  }
+}
+
+// The table of options, whose flags are the fields of this scheduler until the next call.
+option* Scheduler::bindOptions() {
+  // An option either stores its value in a field, or has a letter and is told apart by it.
+  struct Row {
+    const char* name;
+    int argument;
+    int value;
+    int Scheduler::*field;
+  };
+  static const Row ROWS[] = {
+      {"execute", no_argument, Vesk::EXECUTE, &Scheduler::mRunMode},
+      {"explore", no_argument, Vesk::EXPLORE, &Scheduler::mRunMode},
+      {"realtime", no_argument, Vesk::REALTIME, &Scheduler::mRunMode},
+      {"random", no_argument, Vesk::RANDOM, &Scheduler::mMode},
+      {"quiet", no_argument, 1, &Scheduler::mIntQuiet},
+      {"trace", no_argument, 1, &Scheduler::mTrace},
+      {"dfs", no_argument, Vesk::DEPTH_FIRST, &Scheduler::mTraverse},
+      {"bfs", no_argument, Vesk::BREADTH_FIRST, &Scheduler::mTraverse},
+      {"interactive", no_argument, Vesk::INTERACTIVE, &Scheduler::mMode},
+      {"opt1", no_argument, Vesk::MAXIMAL_SYNCHRONISATION, &Scheduler::mOptimizationMode},
+      {"opt2", no_argument, Vesk::PRIORITY_HEAP, &Scheduler::mOptimizationMode},
+      {"disable-output", no_argument, 1, &Scheduler::mDisable_output},
+      {"output", required_argument, 'o', nullptr},
+      {"limit", required_argument, 'l', nullptr},
+      {"help", no_argument, 'h', nullptr},
+      {"simout", required_argument, 's', nullptr},
+      {"seed", required_argument, 'r', nullptr},
+  };
+  static option table[sizeof ROWS / sizeof *ROWS + 1] = {};  // ends with a null name
+  option* entry = table;
+  for (const Row& row : ROWS) {
+    int* flag = row.field != nullptr ? &(this->*row.field) : nullptr;
+    *entry++ = {row.name, row.argument, flag, row.value};
+  }
+  return table;
+}
+
+void Scheduler::parseCmdFile(int argc, char** argv) {
+  option* table = bindOptions();
+  const char* outputBase = DEFAULT_OUTPUT;
+  disable_output = false;
+  mTraverse = Vesk::NO_TRAVERSAL;
+  mTrace = 0;
+  optind = 0;  // the model may have parsed the command line already
+  for (int c; (c = getopt_long(argc, argv, SHORT_OPTIONS, table, nullptr)) != -1;) {
+    switch (c) {
+      case ':':
+      case '?':
+        rejectOption(c, table);
+      case 'h':
+        showHelp(table);
+      case 'l':
+        mMaxSimLimit = toInt(optarg);
+        mSimLimit = true;
+        break;
+      case 'o':
+        outputBase = optarg;
+        break;
+      case 'r':
+        if (optarg == nullptr) rejectOption(c, table);
+        mRandSeed = toInt(optarg);
+        break;
+      case 's':
+        openTrace(optarg);
+        break;
+      default:
+        break;  // a flag
+    }
+  }
+  if (mIntQuiet > 0) mQuiet = true;
+  if (mDisable_output > 0) disable_output = true;
+  if (mTraverse != Vesk::NO_TRAVERSAL) mRunMode = Vesk::EXPLORE;
+  if (mRunMode == Vesk::EXPLORE && !disable_output) openOutputFiles(outputBase);
+  createClocks();
+}
+
+// Deliberate: a trace that cannot be opened swallows what is written to it; the run goes on.
+void Scheduler::openTrace(const char* name) {
+  if (simout_file.is_open()) simout_file.close();
+  simout_file.clear();
+  simout_file.open(name, std::ios::out | std::ios::trunc);
+  if (!simout_file.is_open()) Vesk::reportUnopened(name);
+  simout = &simout_file;
+}
+
+void Scheduler::createClocks() {
+  delete mLogicalClock;
+  delete mPlatformClock;
+  delete mIdleClock;
+  mPlatformClock = nullptr;
+  mIdleClock = nullptr;
+  if (mRunMode == Vesk::EXECUTE) mPlatformClock = new SimuClock("simu clock");
+  if (mRunMode == Vesk::REALTIME) mPlatformClock = new LinuxClock("linux clock");
+  if (mPlatformClock == nullptr) mIdleClock = new SimuClock("idle clock");
+  PlatformClock* platform = mPlatformClock != nullptr ? mPlatformClock : mIdleClock;
+  mLogicalClock = new LogicalClock("Real-Time Clock", *platform);
+}
