@@ -1,6 +1,7 @@
 // Activation: what can fire in the current state, with priorities applied.
 #include <iostream>
 
+#include "activation-check.hpp"
 #include "chain.hpp"
 #include "component.hpp"
 #include "connector.hpp"
@@ -78,10 +79,6 @@ bool yieldToHigh(Priority& priority) {
   return true;
 }
 
-bool isTimedInternal(const Port& port) {
-  return port.isInternal() && port.synced() && port.constraint() != nullptr;
-}
-
 }  // namespace
 
 // 1. The legal connectors and internal ports of the components.
@@ -91,6 +88,9 @@ bool isTimedInternal(const Port& port) {
 Connector* Compound::activate(bool incremental) {
   subactivate(incremental);
   activateAlone(incremental);
+#ifdef VESK_VALIDATE
+  Vesk::checkActivation(*this);
+#endif
   return mLegalHead;
 }
 
@@ -130,6 +130,10 @@ void Compound::takeListsOf(Compound& part) {
     if (mInternals == nullptr) mInternalTail = part.mInternalTail;
     mInternals = part.mInternals;
   }
+}
+
+bool Compound::isTimedInternal(const Port& port) {
+  return port.isInternal() && port.synced() && port.constraint() != nullptr;
 }
 
 // Looks at every port at every activation, because a port may become internal at any time and by

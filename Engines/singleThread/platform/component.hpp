@@ -20,6 +20,10 @@ class Port;
 class Priority;
 class Scheduler;
 
+namespace Vesk {
+class ActivationCheck;
+}
+
 // A node of the component tree.
 class Component {
  public:
@@ -182,6 +186,8 @@ class Compound : public Component {
   Port* mInternals;
 
  private:
+  friend class Vesk::ActivationCheck;
+
   void setSchedulerOfAtoms(Scheduler* scheduler);
   void activateAlone(bool incremental);
   void takeListsOf(Compound& part);
@@ -189,6 +195,7 @@ class Compound : public Component {
   void evaluateConnectors(bool incremental);
   void applyPriorities();
   void settleConnectors();
+  static bool isTimedInternal(const Port& port);
 
   Connector* mLegalHead;  // the list that activate() is building, and its last element
   Connector* mLegalTail;
