@@ -6,6 +6,7 @@
 #include "exploration/breadth-first.hpp"
 #include "exploration/depth-first.hpp"
 #include "exploration/signals.hpp"
+#include "exploration/text-states.hpp"
 #include "reports.hpp"
 #include "scheduler.hpp"
 
@@ -87,9 +88,8 @@ void Scheduler::exploreBy() {
   Vesk::ExplorationFiles files(
       disable_output ? nullptr : aut_file, disable_output ? nullptr : state_file,
       disable_output ? nullptr : pruned_paths, disable_output ? nullptr : deadlock_states);
-  Traversal({*mSystem, mLegal, mConnectorChoice}, files, Vesk::Progress(mSimLimit, mMaxSimLimit),
-            signals)
-      .run();
+  Vesk::TextStates states({*mSystem, mLegal, mConnectorChoice});
+  Traversal(*mSystem, states, files, Vesk::Progress(mSimLimit, mMaxSimLimit), signals).run();
   if (signals.caught() == 0) return;
   closeOutputFiles();
   signals.endByCaught();

@@ -4,9 +4,8 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <utility>
 
-#include "connector.hpp"
+#include "component.hpp"
 #include "exploration/signals.hpp"
 #include "exploration/standard-output.hpp"
 
@@ -67,9 +66,9 @@ void Path::print() const {
 
 Search* Search::sRunning = nullptr;
 
-Search::Search(const Place& place, ExplorationFiles& files, const Progress& progress,
-               const SearchSignals& signals)
-    : mPlace(place), mFiles(files), mPending(mStates), mProgress(progress), mSignals(signals) {
+Search::Search(Compound& system, StateSpace& space, ExplorationFiles& files,
+               const Progress& progress, const SearchSignals& signals)
+    : mSpace(space), mFiles(files), mSystem(system), mProgress(progress), mSignals(signals) {
   static const int registered =
       std::atexit(completeAtExit) | pthread_atfork(flushBeforeFork, nullptr, nullptr);
   static_cast<void>(registered);
@@ -108,7 +107,7 @@ void Search::finish() {
 }
 
 void Search::explore() {
-  mPlace.system.initialize(nullptr);
+  mSystem.initialize(nullptr);
   mFiles.begin();
   begin();
   mProgress.start();
@@ -124,7 +123,7 @@ void Search::explore() {
 void Search::printSummary() const {
   makeOutputRoom(SUMMARY_SIZE);
   std::printf(SUMMARY, mCounters.steps, mCounters.pruned, mCounters.deadlocks, stored());
-  std::printf(FINAL_SIZE, Count{mStates.count()});
+  std::printf(FINAL_SIZE, Count{mSpace.count()});
   if (global_error) printError();
   flushOutput();
 }
@@ -136,37 +135,21 @@ void Search::printError() const {
     std::puts(ERROR_PATH);
     path()->print();
     flushOutput();
-    std::printf(PATH_LABEL, mLabel.c_str());
+    std::printf(PATH_LABEL, mLabel.text);
   }
   if (faulty_leaf != nullptr) std::printf(FAULTY_ATOM, textOf(*faulty_leaf));
   faulty_leaf = nullptr;
 }
 
-// One in which an error was found stays until the summary. A leaf of the model's own stays what it
-// is.
-void Search::bury(Tree tree) {
-  if (!contains(tree.get(), faulty_leaf)) return;
-  if (global_error) {
-    mErrorState = std::move(tree);
-  } else {
-    faulty_leaf = nullptr;
-  }
-}
-
-void Search::choose(Connector* connector) {
-  mPlace.choice = connector;
-  mLabel = connector->label();
-}
-
 void Search::writeTransition(StateNumber source, StateNumber target) {
-  if (mFiles.hasTransitions()) mFiles.writeTransition(source, mLabel.c_str(), target);
+  if (mFiles.hasTransitions()) mFiles.writeTransition(source, mLabel.text, target);
 }
 
 void Search::writePath(OutputBuffer& file) {
   if (!file.isOpen()) return;
   if (path() != nullptr) path()->write(file);
   file.put(" :: ");
-  file.put(mLabel.c_str());
+  file.put(mLabel.text);
   file.put("[[");
   file.put(faulty_leaf != nullptr ? textOf(*faulty_leaf) : "NULL");
   file.put("]]");

@@ -5,17 +5,11 @@
 
 #include <cstdint>
 #include <deque>
-#include <string>
-#include <utility>
 
-#include "component.hpp"
 #include "exploration/files.hpp"
-#include "exploration/pending-states.hpp"
 #include "exploration/progress.hpp"
 #include "exploration/signals.hpp"
-#include "exploration/state-table.hpp"
-
-class Connector;
+#include "exploration/state-space.hpp"
 
 namespace Vesk {
 
@@ -48,14 +42,7 @@ class Path {
 // differ in what they take next.
 class Search {
  public:
-  // What a search takes from the scheduler and leaves there.
-  struct Place {
-    Compound& system;
-    Connector*& legal;
-    Connector*& choice;
-  };
-
-  Search(const Place& place, ExplorationFiles& files, const Progress& progress,
+  Search(Compound& system, StateSpace& space, ExplorationFiles& files, const Progress& progress,
          const SearchSignals& signals);
   Search(const Search&) = delete;
   Search& operator=(const Search&) = delete;
@@ -74,23 +61,14 @@ class Search {
   virtual void takeOne() = 0;
   virtual const Path* path() const { return nullptr; }
 
-  Tree capture() { return Tree(mPlace.system.getState()); }
-  void activate() { mPlace.legal = mPlace.system.activate(false); }
-  void restore(const PendingState& state) { mPlace.system.setState(mPending.restore(state)); }
-  void end(PendingState state) { bury(mPending.remove(std::move(state))); }
-  // The end of a tree.
-  void bury(Tree tree);
-  // Makes the connector the choice and keeps the label of the interaction that it is going to fire.
-  void choose(Connector* connector);
   void writeTransition(StateNumber source, StateNumber target);
   void writePath(OutputBuffer& file);
   bool isStopped() const { return mSignals.caught() != 0; }
 
-  const Place mPlace;
+  StateSpace& mSpace;
   ExplorationFiles& mFiles;
-  StateTable mStates;
-  PendingStates mPending;
   Counters mCounters;
+  Label mLabel;  // of the transition that was taken last
 
  private:
   // Ends all states that are still waiting.
@@ -100,20 +78,16 @@ class Search {
   void finish();
   void printSummary() const;
   void printError() const;
-  void complete(Count transitions) { mFiles.complete(transitions, mStates.count()); }
+  void complete(Count transitions) { mFiles.complete(transitions, mSpace.count()); }
   static void completeAtExit();
   static void flushBeforeFork();
 
   static Search* sRunning;  // whose files are completed when model code ends the process
 
+  Compound& mSystem;
   Progress mProgress;
   const SearchSignals& mSignals;
-  std::string mLabel;  // of the transition that was taken last
-  Tree mErrorState;    // keeps what faulty_leaf points into until it has been printed
 };
-
-// Lowers the flags that model code raises.
-void clearFlags();
 
 }  // namespace Vesk
 

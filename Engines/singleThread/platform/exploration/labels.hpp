@@ -1,0 +1,48 @@
+// The labels of transitions, each made once. Private to the engine.
+#ifndef VESK_EXPLORATION_LABELS_HPP
+#define VESK_EXPLORATION_LABELS_HPP
+
+#include <cstddef>
+#include <string>
+#include <unordered_map>
+
+#include "structure.hpp"
+
+class Connector;
+
+namespace Vesk {
+
+struct Label {
+  const char* text = "";  // terminated
+  std::size_t length = 0;
+};
+
+class Labels {
+ public:
+  // More are forgotten all at once: the sets of a large broadcast are many.
+  static constexpr std::size_t MOST = std::size_t{1} << 16;
+
+  // The label of a set of a connector's ports; Connector::LABEL holds it too, as if it had been
+  // made now. Valid until the next call.
+  Label of(Connector& connector, const BitVector& set);
+  // The label of what the connector is going to fire.
+  Label of(Connector& connector);
+
+ private:
+  struct Key {
+    const Connector* connector;
+    BitVector set;
+    bool operator==(const Key& other) const {
+      return connector == other.connector && set == other.set;
+    }
+  };
+  struct Hash {
+    std::size_t operator()(const Key& key) const;
+  };
+
+  std::unordered_map<Key, std::string, Hash> mKept;
+};
+
+}  // namespace Vesk
+
+#endif

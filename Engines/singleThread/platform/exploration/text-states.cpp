@@ -1,0 +1,146 @@
+#include "exploration/text-states.hpp"
+
+#include <utility>
+
+#include "component.hpp"
+#include "exploration/signals.hpp"
+#include "port.hpp"
+#include "state-nodes.hpp"
+
+namespace Vesk {
+
+namespace {
+
+// Gives a connector an interaction to fire, then takes all away from it.
+class OneInteraction {
+ public:
+  OneInteraction(Connector& connector, Interaction* interaction) : mConnector(connector) {
+    mConnector.setFeasibleInter(interaction);
+  }
+  OneInteraction(const OneInteraction&) = delete;
+  OneInteraction& operator=(const OneInteraction&) = delete;
+  ~OneInteraction() { mConnector.setFeasibleInter(nullptr); }
+
+ private:
+  Connector& mConnector;
+};
+
+bool usesExportedPort(Connector& connector) {
+  for (int i = 0; i < connector.ports().count(); ++i) {
+    if (connector.ports()[i]->connHolder() != nullptr) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+// ---- States ----------------------------------------------------------------------------------
+
+void TextStates::read() {
+  mTree.reset(mPlace.system.getState());
+}
+
+StateSpace::Found TextStates::find() {
+  mFound = mStates.insert(mTree.get());
+  return {mFound.number, mFound.isNew};
+}
+
+PendingState TextStates::keep() {
+  return mPending.add(mFound, std::move(mTree));
+}
+
+// One in which an error was found stays until the summary. A leaf of the model's own stays what it
+// is.
+void TextStates::bury(Tree tree) {
+  if (!contains(tree.get(), faulty_leaf)) return;
+  if (global_error) {
+    mErrorState = std::move(tree);
+  } else {
+    faulty_leaf = nullptr;
+  }
+}
+
+void TextStates::restore(const PendingState& state) {
+  mPlace.system.setState(mPending.restore(state));
+}
+
+StateSpace::Text TextStates::restoredText(const PendingState& state) {
+  mText.clear();
+  mText.append(mPending.restore(state));
+  return {mText.data(), mText.length()};
+}
+
+StateSpace::Text TextStates::text(StateNumber number) {
+  const StateTable::Text text = mStates.text(number);
+  return {text.data, text.length};
+}
+
+// ---- Transitions -----------------------------------------------------------------------------
+
+void TextStates::activate() {
+  mPlace.legal = mPlace.system.activate(false);
+}
+
+bool TextStates::firstLegal(Transition& transition) {
+  transition.connector = mPlace.legal;
+  return transition.connector != nullptr;
+}
+
+bool TextStates::nextLegal(Transition& transition) {
+  transition.connector = transition.connector->next();
+  return transition.connector != nullptr;
+}
+
+// The interaction is made again when the transition is taken, unless it has something that it may
+// have lost by then.
+Transition TextStates::freeze(const Transition& legal) {
+  Interaction* interaction = legal.connector->feasibleInter();
+  const bool isBare =
+      interaction->constraint() == nullptr && !interaction->dominated() && interaction->mark() == 0;
+  Transition transition;
+  transition.connector = legal.connector;
+  transition.interaction = interaction;
+  if (!isBare) transition.frozen.reset(interaction->copy());
+  return transition;
+}
+
+bool TextStates::fire(const Transition& transition, Label& label) {
+  mPlace.choice = transition.connector;
+  label = mLabels.of(*transition.connector);
+  clearFlags();
+  transition.connector->execute();
+  if (enumerationCut) return false;
+  read();
+  return true;
+}
+
+bool TextStates::fireFrozen(const PendingState& state, Transition& transition, Label& label) {
+  Connector& connector = *transition.connector;
+  if (transition.frozen == nullptr) {
+    transition.frozen = std::make_unique<Interaction>(&connector, transition.interaction->synced());
+  }
+  restore(state);
+  if (usesExportedPort(connector)) connector.eval(false);
+  if (enumerationCut) return false;
+  if (!fireThis(TransNode(mPending.restore(state), &connector, transition.frozen.get()), label)) {
+    return false;
+  }
+  transition.frozen.reset();
+  return true;
+}
+
+// Deliberate: the flags are cleared after the connector has fired, so only those count that are set
+// while the state is read, and the search looks at a state with an error like at any other.
+bool TextStates::fireThis(const TransNode& transition, Label& label) {
+  const OneInteraction installed(*transition.trans(), transition.inter());
+  mPlace.choice = transition.trans();
+  label = mLabels.of(*transition.trans());
+  transition.trans()->execute();
+  if (enumerationCut) return false;
+  clearFlags();
+  read();
+  if (mTree != nullptr) mTree->setIndex(mStates.count());
+  return true;
+}
+
+}  // namespace Vesk
