@@ -8,6 +8,7 @@
 #include <cstdarg>
 
 #include "interaction.hpp"
+#include "locality.hpp"
 #include "structure.hpp"
 
 class Compound;
@@ -142,6 +143,10 @@ class Connector {
   void setRecomputexPort(bool recompute) { mRecomputexPort = recompute; }
   // The connectors that use the exported port.
   Array<Connector, false>& links() { return mLinks; }
+  // What the connector promises about itself, for exploration; see locality.hpp. Called by its
+  // constructor; the last call counts.
+  void declare(Vesk::Locality locality) { mLocality = locality; }
+  Vesk::Locality locality() const { return mLocality; }
   // All interactions of this connector, for the engine.
   Vesk::InteractionIndex& interactions() const { return *mInteractions; }
 
@@ -179,6 +184,7 @@ class Connector {
 
   bool mEvaluating;  // in the middle of eval(): exported ports must not form a ring
   bool mReported;    // that a broadcast has very many sets to look at
+  Vesk::Locality mLocality;
   Vesk::InteractionIndex* mInteractions;  // owned: this connector's interactions by set
 };
 

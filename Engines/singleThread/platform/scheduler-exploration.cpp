@@ -6,7 +6,6 @@
 #include "exploration/breadth-first.hpp"
 #include "exploration/depth-first.hpp"
 #include "exploration/signals.hpp"
-#include "exploration/text-states.hpp"
 #include "reports.hpp"
 #include "scheduler.hpp"
 
@@ -88,8 +87,9 @@ void Scheduler::exploreBy() {
   Vesk::ExplorationFiles files(
       disable_output ? nullptr : aut_file, disable_output ? nullptr : state_file,
       disable_output ? nullptr : pruned_paths, disable_output ? nullptr : deadlock_states);
-  Vesk::TextStates states({*mSystem, mLegal, mConnectorChoice});
-  Traversal(*mSystem, states, files, Vesk::Progress(mSimLimit, mMaxSimLimit), signals).run();
+  Traversal({*mSystem, mLegal, mConnectorChoice}, files, Vesk::Progress(mSimLimit, mMaxSimLimit),
+            signals)
+      .run();
   if (signals.caught() == 0) return;
   closeOutputFiles();
   signals.endByCaught();

@@ -7,36 +7,36 @@
 namespace Vesk {
 
 void BreadthFirst::begin() {
-  mSpace.read();
-  mSpace.find();
-  mQueue.push_back(mSpace.keep());
+  mSpace->read();
+  mSpace->find();
+  mQueue.push_back(mSpace->keep());
 }
 
 void BreadthFirst::takeOne() {
   PendingState state = std::move(mQueue.front());
   mQueue.pop_front();
-  mSpace.restore(state);
-  mSpace.activate();
-  if (enumerationCut) return mSpace.end(std::move(state));
+  mSpace->restore(state);
+  mSpace->activate();
+  if (enumerationCut) return mSpace->end(std::move(state));
   writeState(state);
   Transition transition;
-  if (mSpace.firstLegal(transition)) {
+  if (mSpace->firstLegal(transition)) {
     expand(state, transition);
   } else {
     meetDeadlock(state);
   }
-  mSpace.end(std::move(state));
+  mSpace->end(std::move(state));
 }
 
 void BreadthFirst::endAll() {
-  for (PendingState& state : mQueue) mSpace.end(std::move(state));
+  for (PendingState& state : mQueue) mSpace->end(std::move(state));
   mQueue.clear();
 }
 
 // The text that the state has after the model has restored it.
 void BreadthFirst::writeState(const PendingState& state) {
   if (!mFiles.states().isOpen()) return;
-  const StateSpace::Text text = mSpace.restoredText(state);
+  const StateSpace::Text text = mSpace->restoredText(state);
   mFiles.writeState(state.number, text.data, text.length);
 }
 
@@ -50,8 +50,8 @@ void BreadthFirst::meetDeadlock(const PendingState& state) {
 void BreadthFirst::expand(const PendingState& state, Transition& transition) {
   while (!transition.connector->dominated()) {
     if (!follow(state, transition)) return;
-    if (!mSpace.nextLegal(transition) || isStopped()) return;
-    mSpace.restore(state);
+    if (!mSpace->nextLegal(transition) || isStopped()) return;
+    mSpace->restore(state);
   }
 }
 
@@ -59,17 +59,17 @@ void BreadthFirst::expand(const PendingState& state, Transition& transition) {
 // because model code has asked for an enumeration that was cut.
 // Deliberate: the transition into an error is counted, but not written.
 bool BreadthFirst::follow(const PendingState& state, const Transition& transition) {
-  if (!mSpace.fire(transition, mLabel)) return false;
+  if (!mSpace->fire(transition, mLabel)) return false;
   ++mCounters.transitions;
   if (global_error) {
-    mSpace.drop();
+    mSpace->drop();
     return false;
   }
-  const StateSpace::Found target = mSpace.find();
+  const StateSpace::Found target = mSpace->find();
   if (target.isNew) {
     arrive();
   } else {
-    mSpace.drop();
+    mSpace->drop();
   }
   writeTransition(state.number, target.number);
   return true;
@@ -77,11 +77,11 @@ bool BreadthFirst::follow(const PendingState& state, const Transition& transitio
 
 void BreadthFirst::arrive() {
   if (!global_prune) {
-    mQueue.push_back(mSpace.keep());
+    mQueue.push_back(mSpace->keep());
     return;
   }
   writePath(mFiles.prunedPaths());
-  mSpace.drop();
+  mSpace->drop();
   ++mCounters.pruned;
 }
 

@@ -8,36 +8,36 @@ namespace Vesk {
 
 // Deliberate: an initial state without transitions is no deadlock here.
 void DepthFirst::begin() {
-  mSpace.read();
-  writeState(mSpace.find().number);
-  mSpace.activate();
-  if (enumerationCut) return mSpace.drop();
-  mSources.push_back(mSpace.keep());
+  mSpace->read();
+  writeState(mSpace->find().number);
+  mSpace->activate();
+  if (enumerationCut) return mSpace->drop();
+  mSources.push_back(mSpace->keep());
   Transition transition;
-  for (bool legal = mSpace.firstLegal(transition); legal && !transition.connector->dominated();
-       legal = mSpace.nextLegal(transition)) {
+  for (bool legal = mSpace->firstLegal(transition); legal && !transition.connector->dominated();
+       legal = mSpace->nextLegal(transition)) {
     push(mSources.back(), transition);
   }
 }
 
 void DepthFirst::push(PendingState& state, const Transition& legal) {
-  Transition transition = mSpace.freeze(legal);
-  mSpace.addTransition(state);
+  Transition transition = mSpace->freeze(legal);
+  mSpace->addTransition(state);
   mStack.push_back(std::move(transition));
 }
 
 void DepthFirst::takeOne() {
   Transition transition = std::move(mStack.back());
   mStack.pop_back();
-  if (transition.connector != nullptr) mSpace.takeTransition(mSources.back());
+  if (transition.connector != nullptr) mSpace->takeTransition(mSources.back());
   if (mSources.back().outTrans != 0) {
     PendingState& state = mSources.back();
     take(state, transition);
-    mSpace.settle(state);
+    mSpace->settle(state);
   } else {
     PendingState state = popSource();
     take(state, transition);
-    mSpace.end(std::move(state));
+    mSpace->end(std::move(state));
   }
 }
 
@@ -49,7 +49,7 @@ PendingState DepthFirst::popSource() {
 
 void DepthFirst::endAll() {
   mStack.clear();
-  while (!mSources.empty()) mSpace.end(popSource());
+  while (!mSources.empty()) mSpace->end(popSource());
 }
 
 void DepthFirst::take(PendingState& state, Transition& transition) {
@@ -70,47 +70,47 @@ void DepthFirst::meetDeadlock(StateNumber state) {
 }
 
 void DepthFirst::follow(PendingState& state, Transition& transition) {
-  if (!mSpace.fireFrozen(state, transition, mLabel)) return;
+  if (!mSpace->fireFrozen(state, transition, mLabel)) return;
   ++mCounters.transitions;
-  const StateSpace::Found target = mSpace.find();
+  const StateSpace::Found target = mSpace->find();
   writeTransition(state.number, target.number);
   if (target.isNew) {
     arrive(target.number);
   } else {
-    mSpace.drop();
+    mSpace->drop();
   }
 }
 
 void DepthFirst::arrive(StateNumber number) {
   writeState(number);
   if (global_prune) return prune(number);
-  mSpace.activate();
-  if (enumerationCut) return mSpace.drop();
-  mSources.push_back(mSpace.keep());
+  mSpace->activate();
+  if (enumerationCut) return mSpace->drop();
+  mSources.push_back(mSpace->keep());
   Transition transition;
-  if (!mSpace.firstLegal(transition)) {
+  if (!mSpace->firstLegal(transition)) {
     mStack.emplace_back();
     return;
   }
   for (bool legal = true; legal && !transition.connector->dominated() && !global_error;
-       legal = mSpace.nextLegal(transition)) {
+       legal = mSpace->nextLegal(transition)) {
     push(mSources.back(), transition);
     mPath.addPending();
   }
-  if (mSources.back().outTrans == 0) mSpace.end(popSource());
+  if (mSources.back().outTrans == 0) mSpace->end(popSource());
 }
 
 void DepthFirst::prune(StateNumber number) {
   mFiles.prunedPaths().put(number);
   mFiles.prunedPaths().put(" || ");
   writePath(mFiles.prunedPaths());
-  mSpace.drop();
+  mSpace->drop();
   ++mCounters.pruned;
 }
 
 void DepthFirst::writeState(StateNumber number) {
   if (!mFiles.states().isOpen()) return;
-  const StateSpace::Text text = mSpace.text(number);
+  const StateSpace::Text text = mSpace->text(number);
   mFiles.writeState(number, text.data, text.length);
 }
 

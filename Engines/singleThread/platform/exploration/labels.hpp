@@ -19,14 +19,17 @@ struct Label {
 
 class Labels {
  public:
-  // More are forgotten all at once: the sets of a large broadcast are many.
-  static constexpr std::size_t MOST = std::size_t{1} << 16;
+  // Forgets all when there are more: the sets of a large broadcast are many.
+  explicit Labels(std::size_t most = std::size_t{1} << 16) : mMost(most) {}
 
   // The label of a set of a connector's ports; Connector::LABEL holds it too, as if it had been
-  // made now. Valid until the next call.
+  // made now. Valid until all labels are forgotten.
   Label of(Connector& connector, const BitVector& set);
   // The label of what the connector is going to fire.
   Label of(Connector& connector);
+  // What all this takes, about.
+  std::size_t bytes() const { return mBytes; }
+  void clear();
 
  private:
   struct Key {
@@ -40,6 +43,8 @@ class Labels {
     std::size_t operator()(const Key& key) const;
   };
 
+  const std::size_t mMost;
+  std::size_t mBytes = 0;
   std::unordered_map<Key, std::string, Hash> mKept;
 };
 

@@ -66,9 +66,9 @@ void Path::print() const {
 
 Search* Search::sRunning = nullptr;
 
-Search::Search(Compound& system, StateSpace& space, ExplorationFiles& files,
-               const Progress& progress, const SearchSignals& signals)
-    : mSpace(space), mFiles(files), mSystem(system), mProgress(progress), mSignals(signals) {
+Search::Search(const Place& place, ExplorationFiles& files, const Progress& progress,
+               const SearchSignals& signals)
+    : mFiles(files), mPlace(place), mProgress(progress), mSignals(signals) {
   static const int registered =
       std::atexit(completeAtExit) | pthread_atfork(flushBeforeFork, nullptr, nullptr);
   static_cast<void>(registered);
@@ -107,7 +107,8 @@ void Search::finish() {
 }
 
 void Search::explore() {
-  mSystem.initialize(nullptr);
+  mPlace.system.initialize(nullptr);
+  mSpace = StateSpace::create(mPlace);
   mFiles.begin();
   begin();
   mProgress.start();
@@ -123,7 +124,7 @@ void Search::explore() {
 void Search::printSummary() const {
   makeOutputRoom(SUMMARY_SIZE);
   std::printf(SUMMARY, mCounters.steps, mCounters.pruned, mCounters.deadlocks, stored());
-  std::printf(FINAL_SIZE, Count{mSpace.count()});
+  std::printf(FINAL_SIZE, Count{found()});
   if (global_error) printError();
   flushOutput();
 }

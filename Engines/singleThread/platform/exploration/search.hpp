@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <memory>
 
 #include "exploration/files.hpp"
 #include "exploration/progress.hpp"
@@ -42,7 +43,7 @@ class Path {
 // differ in what they take next.
 class Search {
  public:
-  Search(Compound& system, StateSpace& space, ExplorationFiles& files, const Progress& progress,
+  Search(const Place& place, ExplorationFiles& files, const Progress& progress,
          const SearchSignals& signals);
   Search(const Search&) = delete;
   Search& operator=(const Search&) = delete;
@@ -65,7 +66,7 @@ class Search {
   void writePath(OutputBuffer& file);
   bool isStopped() const { return mSignals.caught() != 0; }
 
-  StateSpace& mSpace;
+  std::unique_ptr<StateSpace> mSpace;  // made when the system has been initialised
   ExplorationFiles& mFiles;
   Counters mCounters;
   Label mLabel;  // of the transition that was taken last
@@ -78,13 +79,14 @@ class Search {
   void finish();
   void printSummary() const;
   void printError() const;
-  void complete(Count transitions) { mFiles.complete(transitions, mSpace.count()); }
+  StateNumber found() const { return mSpace != nullptr ? mSpace->count() : 0; }
+  void complete(Count transitions) { mFiles.complete(transitions, found()); }
   static void completeAtExit();
   static void flushBeforeFork();
 
   static Search* sRunning;  // whose files are completed when model code ends the process
 
-  Compound& mSystem;
+  const Place mPlace;
   Progress mProgress;
   const SearchSignals& mSignals;
 };

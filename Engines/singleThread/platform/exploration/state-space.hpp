@@ -45,6 +45,9 @@ class StateSpace {
     std::size_t length;
   };
 
+  // The kind that the promises of the system's parts allow. Requires: the system is initialised.
+  static std::unique_ptr<StateSpace> create(const Place& place);
+
   StateSpace() = default;
   StateSpace(const StateSpace&) = delete;
   StateSpace& operator=(const StateSpace&) = delete;

@@ -3,36 +3,11 @@
 #include <utility>
 
 #include "component.hpp"
+#include "exploration/firing.hpp"
 #include "exploration/signals.hpp"
-#include "port.hpp"
 #include "state-nodes.hpp"
 
 namespace Vesk {
-
-namespace {
-
-// Gives a connector an interaction to fire, then takes all away from it.
-class OneInteraction {
- public:
-  OneInteraction(Connector& connector, Interaction* interaction) : mConnector(connector) {
-    mConnector.setFeasibleInter(interaction);
-  }
-  OneInteraction(const OneInteraction&) = delete;
-  OneInteraction& operator=(const OneInteraction&) = delete;
-  ~OneInteraction() { mConnector.setFeasibleInter(nullptr); }
-
- private:
-  Connector& mConnector;
-};
-
-bool usesExportedPort(Connector& connector) {
-  for (int i = 0; i < connector.ports().count(); ++i) {
-    if (connector.ports()[i]->connHolder() != nullptr) return true;
-  }
-  return false;
-}
-
-}  // namespace
 
 // ---- States ----------------------------------------------------------------------------------
 
@@ -91,17 +66,8 @@ bool TextStates::nextLegal(Transition& transition) {
   return transition.connector != nullptr;
 }
 
-// The interaction is made again when the transition is taken, unless it has something that it may
-// have lost by then.
 Transition TextStates::freeze(const Transition& legal) {
-  Interaction* interaction = legal.connector->feasibleInter();
-  const bool isBare =
-      interaction->constraint() == nullptr && !interaction->dominated() && interaction->mark() == 0;
-  Transition transition;
-  transition.connector = legal.connector;
-  transition.interaction = interaction;
-  if (!isBare) transition.frozen.reset(interaction->copy());
-  return transition;
+  return freezeFeasible(*legal.connector);
 }
 
 bool TextStates::fire(const Transition& transition, Label& label) {
@@ -116,15 +82,11 @@ bool TextStates::fire(const Transition& transition, Label& label) {
 
 bool TextStates::fireFrozen(const PendingState& state, Transition& transition, Label& label) {
   Connector& connector = *transition.connector;
-  if (transition.frozen == nullptr) {
-    transition.frozen = std::make_unique<Interaction>(&connector, transition.interaction->synced());
-  }
+  Interaction* interaction = thaw(transition);
   restore(state);
   if (usesExportedPort(connector)) connector.eval(false);
   if (enumerationCut) return false;
-  if (!fireThis(TransNode(mPending.restore(state), &connector, transition.frozen.get()), label)) {
-    return false;
-  }
+  if (!fireThis(TransNode(mPending.restore(state), &connector, interaction), label)) return false;
   transition.frozen.reset();
   return true;
 }
