@@ -31,6 +31,12 @@ const char* leafText(const Node* node) {
   return atom != nullptr ? atom->getVal() : nullptr;
 }
 
+AtomTexts::Short shortOf(std::string_view text) {
+  AtomTexts::Short start{{}, static_cast<std::uint32_t>(text.size())};
+  std::copy_n(text.begin(), std::min(text.size(), sizeof start.text), start.text);
+  return start;
+}
+
 bool startsWith(std::string_view text, std::string_view start) {
   return text.substr(0, start.size()) == start;
 }
@@ -81,6 +87,8 @@ AtomTexts::Number AtomTexts::add(Tree node, std::string_view text) {
   const Number number = count();
   const Marker marker = markerIn(leafText(node.get()));  // only leaves are searched
   mStates.push_back({std::move(node), mix(mix(mPosition + 1) + number), marker});
+  mShorts.push_back(shortOf(text));
+  mLongest = std::max(mLongest, text.size());
   mTexts.emplace_back(text);
   compareWithAll(mTexts.back());
   index(number);

@@ -21,6 +21,12 @@ class AtomTexts {
  public:
   using Number = std::uint32_t;
 
+  // The beginning of a text, the whole of a short one.
+  struct Short {
+    char text[12];
+    std::uint32_t length;
+  };
+
   // The position makes the keys of different atoms differ.
   AtomTexts(Atom& atom, std::size_t position) : mAtom(&atom), mPosition(position) {}
   AtomTexts(AtomTexts&&) = default;
@@ -28,6 +34,9 @@ class AtomTexts {
   Atom& atom() const { return *mAtom; }
   Number count() const { return static_cast<Number>(mTexts.size()); }
   const std::string& text(Number number) const { return mTexts[number]; }
+  // By number. Valid until there is a new text.
+  const Short* shorts() const { return mShorts.data(); }
+  std::size_t longest() const { return mLongest; }
   // What a text adds to the hash of a state.
   std::uint64_t key(Number number) const { return mStates[number].key; }
   Marker marker(Number number) const { return mStates[number].marker; }
@@ -66,6 +75,8 @@ class AtomTexts {
   std::uint64_t mPosition;
   std::deque<std::string> mTexts;  // they never move
   std::vector<State> mStates;
+  std::vector<Short> mShorts;
+  std::size_t mLongest = 0;
   std::vector<Number> mSlots;  // numbers plus 1 by the hash of the text; empty while there are few
   bool mIsPrefixFree = true;
   bool mIsSuffixFree = true;

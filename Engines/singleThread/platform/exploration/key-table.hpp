@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <vector>
 
@@ -28,6 +29,8 @@ class KeyTable {
   void prefetch(std::uint64_t hash) const {
     __builtin_prefetch(&mSlots[folded(hash) & (mSlots.size() - 1)]);
   }
+  // Whether the state has this key.
+  bool holds(StateNumber number, const unsigned char* key) const;
   // The state with this hash for which isThis(number) holds; count() when there is none.
   template <class IsThis>
   StateNumber find(std::uint64_t hash, IsThis isThis) const {
@@ -75,6 +78,23 @@ class KeyTable {
   std::vector<Chunk> mChunks;
   std::vector<Slot> mSlots;  // a power of two, at most three quarters full
 };
+
+// Most keys are short.
+inline bool KeyTable::holds(StateNumber number, const unsigned char* key) const {
+  const unsigned char* own = this->key(number);
+  std::size_t i = 0;
+  for (; i + sizeof(std::uint64_t) <= mBytes; i += sizeof(std::uint64_t)) {
+    std::uint64_t one;
+    std::uint64_t other;
+    std::memcpy(&one, own + i, sizeof one);
+    std::memcpy(&other, key + i, sizeof other);
+    if (one != other) return false;
+  }
+  for (; i < mBytes; ++i) {
+    if (own[i] != key[i]) return false;
+  }
+  return true;
+}
 
 }  // namespace Vesk
 

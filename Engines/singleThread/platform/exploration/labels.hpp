@@ -3,6 +3,7 @@
 #define VESK_EXPLORATION_LABELS_HPP
 
 #include <cstddef>
+#include <cstring>
 #include <string>
 #include <unordered_map>
 
@@ -13,8 +14,11 @@ class Connector;
 namespace Vesk {
 
 struct Label {
-  const char* text = "";  // terminated
-  std::size_t length = 0;
+  Label(const char* label = "") : Label(label, std::strlen(label)) {}
+  Label(const char* label, std::size_t size) : text(label), length(size) {}
+
+  const char* text;  // terminated
+  std::size_t length;
 };
 
 class Labels {

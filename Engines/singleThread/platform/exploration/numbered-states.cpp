@@ -24,6 +24,8 @@ std::uint64_t hashOf(const StateText& text) {
 NumberedStates::NumberedStates(const Place& place, SystemParts parts)
     : mPlace(place),
       mParts(std::move(parts)),
+      mShorts(mParts.atoms().size(), nullptr),
+      mLengths(mParts.atoms().size(), 0),
       mLayout(mParts.atoms().size()),
       mTable(mLayout.bytes()),
       mBase(mLayout.bytes()),
@@ -66,6 +68,9 @@ void NumberedStates::takeTextsOf(std::size_t atom) {
   const AtomTexts& texts = mTexts[atom];
   const Number newest = texts.count() - 1;
   while (newest > mLayout.most(atom)) widen(atom);
+  mLongest += texts.longest() - mLengths[atom];
+  mLengths[atom] = texts.longest();
+  mShorts[atom] = texts.shorts();
   if (texts.marker(newest) != Marker::NONE) mHaveMarkers = true;
   mArePrefixFree = mArePrefixFree && texts.isPrefixFree();
   mAreSuffixFree = mAreSuffixFree && texts.isSuffixFree();
@@ -112,9 +117,8 @@ StateSpace::Found NumberedStates::find() {
       return viewOf(mOtherText) == viewOf(mText);
     });
   } else {
-    mFound = mTable.find(hash, [this](StateNumber number) {
-      return std::memcmp(mTable.key(number), mKey.data(), mLayout.bytes()) == 0;
-    });
+    mFound =
+        mTable.find(hash, [this](StateNumber number) { return mTable.holds(number, mKey.data()); });
   }
   if (mFound == before) mTable.add(mKey.data(), hash);
   return {mFound, mFound == before};
@@ -126,11 +130,21 @@ StateSpace::Text NumberedStates::text(StateNumber number) {
   return {mText.data(), mText.length()};
 }
 
+// Short texts are copied with what stands behind them, which the next one overwrites.
 void NumberedStates::appendText(const unsigned char* key, StateText& text) const {
-  for (std::size_t atom = 0; atom < mTexts.size(); ++atom) {
-    const std::string& own = mTexts[atom].text(mLayout.get(key, atom));
-    text.append(own.data(), own.size());
+  char* const start = text.room(mLongest + sizeof AtomTexts::Short::text);
+  char* to = start;
+  for (std::size_t atom = 0; atom < mShorts.size(); ++atom) {
+    const Number number = mLayout.get(key, atom);
+    const AtomTexts::Short& own = mShorts[atom][number];
+    if (own.length <= sizeof own.text) {
+      std::memcpy(to, own.text, sizeof own.text);
+    } else {
+      std::memcpy(to, mTexts[atom].text(number).data(), own.length);
+    }
+    to += own.length;
   }
+  text.take(static_cast<std::size_t>(to - start));
 }
 
 // ---- Flags -----------------------------------------------------------------------------------

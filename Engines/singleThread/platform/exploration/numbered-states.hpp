@@ -129,7 +129,10 @@ class NumberedStates : public StateSpace {
   static constexpr std::size_t NOTHING = SIZE_MAX;
 
   const SystemParts mParts;
-  std::vector<AtomTexts> mTexts;  // per atom
+  std::vector<AtomTexts> mTexts;                 // per atom
+  std::vector<const AtomTexts::Short*> mShorts;  // per atom, by number
+  std::vector<std::size_t> mLengths;             // per atom, of its longest text
+  std::size_t mLongest = 0;                      // no state has a longer text
   KeyLayout mLayout;
   KeyTable mTable;
   std::vector<unsigned char> mBase;  // the key of the restored state

@@ -143,7 +143,7 @@ void Search::printError() const {
 }
 
 void Search::writeTransition(StateNumber source, StateNumber target) {
-  if (mFiles.hasTransitions()) mFiles.writeTransition(source, mLabel.text, target);
+  if (mFiles.hasTransitions()) mFiles.writeTransition(source, mLabel, target);
 }
 
 void Search::writePath(OutputBuffer& file) {
