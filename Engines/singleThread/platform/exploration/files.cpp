@@ -240,9 +240,8 @@ void ExplorationFiles::writeState(std::uint64_t number, const char* text, std::s
 void ExplorationFiles::writeTransition(std::uint64_t source, const Label& label,
                                        std::uint64_t target) {
   if (char* const line = mTransitions.room(label.length + 2 * MAX_DIGITS + PUNCTUATION)) {
-    char* end = putText(line, "(", 1);
-    end = putNumber(end, source);
-    end = putText(end, ", ", 2);
+    beginWith(source);
+    char* end = putText(line, mStart, mStartLength);
     end = putText(end, label.text, label.length);
     end = putText(end, ", ", 2);
     end = putNumber(end, target);
@@ -253,6 +252,16 @@ void ExplorationFiles::writeTransition(std::uint64_t source, const Label& label,
   ++mCount;
   mFound = std::max(mFound, target + 1);
   if (mTransitions.lines() != mInHeader) writeHeader(transitionsInFile(), mFound);
+}
+
+// Most transitions have the source of the one before.
+void ExplorationFiles::beginWith(std::uint64_t source) {
+  if (mStartLength != 0 && source == mSource) return;
+  char* end = putText(mStart, "(", 1);
+  end = putNumber(end, source);
+  end = putText(end, ", ", 2);
+  mStartLength = static_cast<std::size_t>(end - mStart);
+  mSource = source;
 }
 
 void ExplorationFiles::complete(std::uint64_t transitions, std::uint64_t states) {

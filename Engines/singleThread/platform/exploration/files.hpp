@@ -95,6 +95,7 @@ class ExplorationFiles {
   void complete(std::uint64_t transitions, std::uint64_t states);
 
  private:
+  void beginWith(std::uint64_t source);
   std::uint64_t transitionsInFile() const;
   void writeHeader(std::uint64_t transitions, std::uint64_t states);
   bool writeAtStart(const char* text, std::size_t length) const;
@@ -109,6 +110,9 @@ class ExplorationFiles {
   std::uint64_t mFound;     // states that transitions name, and the initial one
   std::uint64_t mInHeader;  // lines of the transition file when the header was written
   bool mHeaderFailed;
+  char mStart[32];  // of a transition line
+  std::size_t mStartLength = 0;
+  std::uint64_t mSource = 0;  // that stands in it
 };
 
 }  // namespace Vesk

@@ -25,9 +25,12 @@ class KeyTable {
   const unsigned char* key(StateNumber number) const {
     return mChunks[number >> mShift].get() + (number & ((1u << mShift) - 1)) * mBytes;
   }
-  // Brings the place of a hash into the cache before it is needed.
-  void prefetch(std::uint64_t hash) const {
-    __builtin_prefetch(&mSlots[folded(hash) & (mSlots.size() - 1)]);
+  // Bring what find() is going to look at into the cache: first the slot of a hash, then, when that
+  // is there, the key that it names.
+  void prefetchSlot(std::uint64_t hash) const { __builtin_prefetch(&firstSlot(hash)); }
+  void prefetchKey(std::uint64_t hash) const {
+    const Slot& slot = firstSlot(hash);
+    if (slot.used != 0) __builtin_prefetch(key(slot.used - 1));
   }
   // Whether the state has this key.
   bool holds(StateNumber number, const unsigned char* key) const;
@@ -66,6 +69,9 @@ class KeyTable {
 
   static std::uint32_t folded(std::uint64_t hash) {
     return static_cast<std::uint32_t>(hash ^ (hash >> 32));
+  }
+  const Slot& firstSlot(std::uint64_t hash) const {
+    return mSlots[folded(hash) & (mSlots.size() - 1)];
   }
   static void put(std::vector<Slot>& slots, const Slot& added);
   void grow();

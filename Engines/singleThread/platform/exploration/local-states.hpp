@@ -27,7 +27,7 @@ class LocalStates : public NumberedStates {
   // Atoms that setState has not put into the state that they are in. What they announce may be
   // something else, even if they show the same text.
   std::vector<Index> mUnsettled;
-  std::vector<bool> mIsUnsettled;
+  std::vector<char> mIsUnsettled;
 };
 
 }  // namespace Vesk

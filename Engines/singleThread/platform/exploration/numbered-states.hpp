@@ -105,6 +105,9 @@ class NumberedStates : public StateSpace {
   // The sum of the differences that new numbers make to the hash of the restored state.
   void setHash(std::uint64_t difference) { mHash = mBaseHash + difference; }
   std::uint64_t difference(std::size_t atom, Number number) const;
+  // The state that differs by so much from the one that the system is in is going to be looked up.
+  void expectSlot(std::uint64_t difference) const { mTable.prefetchSlot(mHash + difference); }
+  void expectKey(std::uint64_t difference) const { mTable.prefetchKey(mHash + difference); }
   // Raises the flags for the markers in the state that the system is in.
   void raiseFlags();
   // The atom may have another configuration than at the last activation.
@@ -146,7 +149,7 @@ class NumberedStates : public StateSpace {
 
   std::vector<std::uint32_t> mEvaluated;  // per atom, its configuration at the last activation
   std::vector<Index> mTouched;            // atoms that may have another one now
-  std::vector<bool> mIsTouched;
+  std::vector<char> mIsTouched;
   BitSet mDirty;  // connectors to evaluate
   BitSet mLegal;
 

@@ -4,54 +4,44 @@
 
 namespace Vesk {
 
-namespace {
-
-std::uint32_t hashOf(std::uint32_t part, const std::uint32_t* numbers, std::uint32_t members) {
-  std::uint64_t hash = part * 0x9E3779B97F4A7C15u;
-  for (std::uint32_t i = 0; i < members; ++i) {
-    hash = (hash ^ numbers[i]) * 0xFF51AFD7ED558CCDu;
-    hash ^= hash >> 32;
+// A few small numbers are their own code, in eight bits each.
+Outcomes::Key::Key(Index part, const Number* numbers, Index members)
+    : mNumbers(numbers), mMembers(members), mPart(part), mKind(2 * part + EXACT), mCode(0) {
+  Number bits = 0;
+  for (Index i = 0; i < members; ++i) {
+    bits |= numbers[i];
+    mCode = mCode << 8 | numbers[i];
   }
-  return static_cast<std::uint32_t>(hash ^ (hash >> 29));
+  if (members <= sizeof mCode && bits <= UINT8_MAX) return;
+  mKind = 2 * part;
+  mCode = 0;
+  for (Index i = 0; i < members; ++i) {
+    mCode = (mCode ^ numbers[i]) * 0xFF51AFD7ED558CCDu;
+    mCode ^= mCode >> 32;
+  }
 }
 
-}  // namespace
-
-Outcomes::Outcome* Outcomes::find(Index part, const Number* numbers, Index members) {
-  const Cell& cell = mCells[cellOf(hashOf(part, numbers, members), part, numbers, members)];
-  return cell.used != 0 ? &mOutcomes[cell.used - 1] : nullptr;
-}
-
-Outcomes::Outcome& Outcomes::add(Index part, const Number* numbers, Index members) {
+Outcomes::Outcome& Outcomes::add(const Key& key) {
   if (2 * (mOutcomes.size() + 1) > mCells.size()) grow();
   const auto place = static_cast<Index>(mNumbers.size());
-  mNumbers.insert(mNumbers.end(), numbers, numbers + members);
-  mNumbers.resize(mNumbers.size() + members);
-  mOutcomes.push_back({part, place, members, false, false, 0, {}});
-  const std::uint32_t hash = hashOf(part, numbers, members);
-  mCells[cellOf(hash, part, numbers, members)] = {hash, static_cast<Index>(mOutcomes.size())};
+  mNumbers.insert(mNumbers.end(), key.mNumbers, key.mNumbers + key.mMembers);
+  mNumbers.resize(mNumbers.size() + key.mMembers);
+  mOutcomes.push_back({key.mPart, place, key.mMembers, false, false, 0, {}});
+  mCells[cellOf(key)] = {key.mCode, key.mKind, static_cast<Index>(mOutcomes.size())};
   return mOutcomes.back();
 }
 
-// Where the outcome is, or would be.
-std::size_t Outcomes::cellOf(std::uint32_t hash, Index part, const Number* numbers,
-                             Index members) const {
-  const std::size_t last = mCells.size() - 1;
-  for (std::size_t i = hash & last;; i = (i + 1) & last) {
-    const Cell& cell = mCells[i];
-    if (cell.used == 0) return i;
-    if (cell.hash != hash) continue;
-    const Outcome& outcome = mOutcomes[cell.used - 1];
-    if (outcome.part == part && std::equal(numbers, numbers + members, before(outcome))) return i;
-  }
+bool Outcomes::hasNumbers(const Outcome& outcome, const Key& key) const {
+  const Number* before = mNumbers.data() + outcome.numbers;
+  return std::equal(key.mNumbers, key.mNumbers + key.mMembers, before);
 }
 
 void Outcomes::grow() {
-  std::vector<Cell> larger(2 * mCells.size(), Cell{0, 0});
+  std::vector<Cell> larger(2 * mCells.size(), Cell{0, 0, 0});
   const std::size_t last = larger.size() - 1;
   for (const Cell& cell : mCells) {
     if (cell.used == 0) continue;
-    std::size_t i = cell.hash & last;
+    std::size_t i = hashOf(cell.code, cell.kind) & last;
     while (larger[i].used != 0) i = (i + 1) & last;
     larger[i] = cell;
   }
@@ -66,7 +56,7 @@ std::size_t Outcomes::bytes() const {
 void Outcomes::clear() {
   mOutcomes = {};
   mNumbers = {};
-  mCells.assign(FIRST_CELLS, Cell{0, 0});
+  mCells.assign(FIRST_CELLS, Cell{0, 0, 0});
   mCells.shrink_to_fit();
 }
 

@@ -25,16 +25,34 @@ class Outcomes {
     Label label;
   };
 
-  // What is remembered for a connector and the numbers of its atoms; null when nothing is.
-  Outcome* find(Index part, const Number* numbers, Index members);
+  // The connector and the numbers of its atoms: what an outcome is remembered for.
+  class Key {
+   public:
+    Key(Index part, const Number* numbers, Index members);
+
+   private:
+    friend class Outcomes;
+
+    const Number* mNumbers;
+    Index mMembers;
+    Index mPart;
+    Index mKind;          // the part, and whether different numbers have different codes
+    std::uint64_t mCode;  // of the numbers
+  };
+
+  // What is remembered; null when nothing is.
+  Outcome* find(const Key& key) {
+    const Cell& cell = mCells[cellOf(key)];
+    return cell.used != 0 ? &mOutcomes[cell.used - 1] : nullptr;
+  }
   // Remembers something new, which is not legal and not known. Valid until the next one is added.
-  Outcome& add(Index part, const Number* numbers, Index members);
+  Outcome& add(const Key& key);
 
   Outcome& operator[](Index index) { return mOutcomes[index]; }
   Index indexOf(const Outcome& outcome) const {
     return static_cast<Index>(&outcome - mOutcomes.data());
   }
-  const Number* before(const Outcome& outcome) const { return mNumbers.data() + outcome.numbers; }
+  // The numbers of the atoms when the connector has fired.
   Number* after(const Outcome& outcome) {
     return mNumbers.data() + outcome.numbers + outcome.members;
   }
@@ -45,16 +63,34 @@ class Outcomes {
 
  private:
   struct Cell {
-    std::uint32_t hash;
+    std::uint64_t code;
+    Index kind;  // of the key
     Index used;  // the outcome's index plus 1; 0: a free cell
   };
 
-  std::size_t cellOf(std::uint32_t hash, Index part, const Number* numbers, Index members) const;
+  static constexpr Index EXACT = 1;
+
+  static std::size_t hashOf(std::uint64_t code, Index kind) {
+    const std::uint64_t hash = (code ^ kind * 0xC4CEB9FE1A85EC53u) * 0x9E3779B97F4A7C15u;
+    return static_cast<std::size_t>(hash >> 32);
+  }
+  // Where the outcome is, or would be.
+  std::size_t cellOf(const Key& key) const {
+    const std::size_t last = mCells.size() - 1;
+    std::size_t i = hashOf(key.mCode, key.mKind) & last;
+    while (mCells[i].used != 0 && !isFor(mCells[i], key)) i = (i + 1) & last;
+    return i;
+  }
+  bool isFor(const Cell& cell, const Key& key) const {
+    if (cell.code != key.mCode || cell.kind != key.mKind) return false;
+    return key.mKind % 2 == EXACT || hasNumbers(mOutcomes[cell.used - 1], key);
+  }
+  bool hasNumbers(const Outcome& outcome, const Key& key) const;
   void grow();
 
   std::vector<Outcome> mOutcomes;
   std::vector<Number> mNumbers;
-  std::vector<Cell> mCells{FIRST_CELLS, Cell{0, 0}};  // a power of two, at most half full
+  std::vector<Cell> mCells{FIRST_CELLS, Cell{0, 0, 0}};  // a power of two, at most half full
   static constexpr std::size_t FIRST_CELLS = 1024;
 };
 

@@ -45,6 +45,20 @@ bool RepeatableStates::isLegal(std::size_t part) {
   return outcome.isLegal;
 }
 
+// The states that the legal connectors lead to are looked up soon, all at different places.
+void RepeatableStates::activate() {
+  NumberedStates::activate();
+  mExpected.clear();
+  Transition legal;
+  for (bool more = firstLegal(legal); more; more = nextLegal(legal)) {
+    const Outcome* outcome = isRemembered(legal.part) ? &mOutcomes[mCurrent[legal.part]] : nullptr;
+    if (outcome == nullptr || !outcome->isKnown) continue;
+    expectSlot(outcome->difference);
+    mExpected.push_back(outcome->difference);
+  }
+  for (const std::uint64_t difference : mExpected) expectKey(difference);
+}
+
 bool RepeatableStates::evaluate(std::size_t part) {
   settle(part);
   connector(part).eval(false);
@@ -56,10 +70,10 @@ RepeatableStates::Outcome& RepeatableStates::outcomeOf(std::size_t part) {
   Number numbers[MOST_MEMBERS];
   Index count = 0;
   for (const Index atom : members(part)) numbers[count++] = number(atom);
-  const auto index = static_cast<Index>(part);
-  if (Outcome* known = mOutcomes.find(index, numbers, count)) return *known;
+  const Outcomes::Key key(static_cast<Index>(part), numbers, count);
+  if (Outcome* known = mOutcomes.find(key)) return *known;
   const bool isLegal = evaluate(part);
-  Outcome& added = mOutcomes.add(index, numbers, count);
+  Outcome& added = mOutcomes.add(key);
   added.isLegal = isLegal;
   return added;
 }

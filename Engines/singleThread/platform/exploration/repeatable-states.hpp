@@ -24,6 +24,7 @@ class RepeatableStates : public NumberedStates {
   RepeatableStates(const Place& place, SystemParts parts);
 
   void restore(const PendingState& state) override;
+  void activate() override;
   Transition freeze(const Transition& legal) override;
   bool fire(const Transition& transition, Label& label) override;
   bool fireFrozen(const PendingState& state, Transition& transition, Label& label) override;
@@ -46,6 +47,7 @@ class RepeatableStates : public NumberedStates {
   std::vector<Number> mActual;  // per atom: the text that setState has given it last, or UNKNOWN
   Outcomes mOutcomes;
   std::vector<Outcomes::Index> mCurrent;  // per connector, its outcome at the last activation
+  std::vector<std::uint64_t> mExpected;   // what the outcomes of legal connectors add to the hash
   Labels mKeptLabels{SIZE_MAX};           // of the outcomes
 };
 
