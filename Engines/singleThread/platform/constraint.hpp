@@ -70,17 +70,20 @@ class Interval {
   bool singleton() const { return mLow == mHigh; }
 
   // Moves the lower bound down by a delay: an executable delayed by it may start that much earlier
-  // on this interval's clock. Empty intervals and infinite lower bounds stay. Deliberate: a delay
-  // of MIN gives MIN, unlike a subtraction of times. Ensures: the upper bound is as before.
+  // on this interval's clock. Empty intervals and infinite lower bounds stay. Ensures: the upper
+  // bound is as before. Deliberate: a delay of MIN gives MIN, unlike a subtraction of times,
+  // because a delay only makes an interval start earlier.
+  // (docs/decisions/0014-infinite-bounds-and-delays.md)
   void applyDelay(const Vesk::Time& delay);
   Interval& operator=(const Interval&) = default;
   // Keeps what lies in both; the higher urgency wins, observable when either is. The result may be
   // empty. Ensures: the bounds lie within those of both.
   Interval& operator&=(const Interval& other);
   // Takes the other interval away. The result is one interval, so of two remaining pieces the right
-  // one is lost; an interval wholly left of the other is stretched up to it. Deliberate: the
-  // constraint algebra splits first and calls this on overlaps. Ensures: unless one of the two was
-  // empty, they have no instant in common but an infinite one.
+  // one is lost; an interval wholly left of the other is stretched up to it. Ensures: unless
+  // one of the two was empty, they have no instant in common but an infinite one. Deliberate: the
+  // constraint algebra splits first and calls this on overlaps, so there nothing is lost.
+  // (docs/decisions/0001-losses-in-the-interval-algebra.md)
   Interval& operator-=(const Interval& other);
   // Shift both bounds; infinite bounds stay. Ensures: nothing else changes.
   Interval& operator+=(const Vesk::Time& t);
@@ -160,15 +163,17 @@ class Constraint {
   // Intersection: the tighter bounds, the higher urgency, observable when either is. Ensures: of
   // lists in order the result is in order, and each of its intervals lies in one of the operand.
   Constraint& operator&=(const Constraint& constraint);
-  // Union. Deliberate: an overlapping interval is kept as an entry of its own before the one that
-  // holds its lower bound; only exactly adjacent, compatible intervals are fused. Ensures: what
-  // clean() does, and each non-empty interval of the operand lies in one of the result.
+  // Union. Ensures: what clean() does, and each non-empty interval of the operand lies in one of
+  // the result. Deliberate: an overlapping interval is kept as an entry of its own before the one
+  // that holds its lower bound; only exactly adjacent, compatible intervals are fused. What a model
+  // may do depends on it. (docs/decisions/0001-losses-in-the-interval-algebra.md)
   Constraint& operator|=(const Constraint& constraint);
-  // Difference; with domination set the covered parts are marked instead. Deliberate: when the
-  // first interval met is wholly covered, a remainder at the right of the last interval met is lost
-  // as well. Ensures: what clean() does; of lists in order the result is in order and, without
-  // domination, has no finite instant in common with the operand. The operand counts with its
-  // delay.
+  // Difference; with domination set the covered parts are marked instead. The operand counts with
+  // the delay of this constraint. Ensures: what clean() does; of lists in order the result is in
+  // order and, without domination, has no finite instant in common with the operand. Deliberate:
+  // when the first interval met is wholly covered, a remainder at the right of the last interval
+  // met is lost as well. What a model may do depends on it.
+  // (docs/decisions/0001-losses-in-the-interval-algebra.md)
   Constraint& operator-=(const Constraint& constraint);
   // Shift all intervals; infinite bounds stay. Ensures: the number of intervals is as before.
   Constraint& operator+=(const Vesk::Time& t);

@@ -208,7 +208,9 @@ char* Scheduler::fromState(char* line) const {
 }
 
 // Deliberate: " 7" of "(12, a, 7)", with the blank, so that it never equals what fromState() gives
-// for a line that exploration writes.
+// for a line that exploration writes. Files without the blank can be
+// followed.
+// (docs/decisions/0028-no-predecessor-in-a-path.md)
 char* Scheduler::toState(char* line) const {
   static Results results;
   return targetOf(line, results.next());

@@ -109,7 +109,8 @@ bool InteractiveExecuter::askTime(Vesk::Time& chosen) {
 }
 
 // Deliberate: the width is one unit larger than that of RandomExecuter, so the latest possible time
-// can be drawn.
+// can be drawn, and a seed gives the times that it has always given.
+// (docs/decisions/0013-the-latest-time-of-a-random-draw.md)
 Vesk::Time InteractiveExecuter::randomTime() {
   const Vesk::Time width = wait().high() - wait().low();
   const long double offset = (width.microseconds() + 1.0L) * randomFraction();

@@ -81,7 +81,8 @@ class Executables {
 
   // Adds mark bits to the executable at a position. Requires: not the end.
   void mark(iterator position, unsigned int bits);
-  // Deliberate: any bits but 0 clear all marks of the executable; 0 keeps only bit 0.
+  // Deliberate: any bits but 0 clear all marks of the executable; 0 keeps only bit 0. Policies of
+  // models expect it. (docs/decisions/0017-marks-are-cleared-together.md)
   void unmark(iterator position, unsigned int bits);
   // mark() and unmark() for everything that is not dominated.
   void markAll(unsigned int bits = FULL_MASK);

@@ -90,8 +90,9 @@ class Node : public Vesk::Pooled {
   void incrOutTrans() { ++nOutTrans; }
   void decrOutTrans() { --nOutTrans; }
 
-  // Deliberate: same shape, and leaves that hold the very same Atomleaf object; equal texts do not
-  // count. compare() compares texts.
+  // True for the same shape and leaves that hold the very same Atomleaf objects. Deliberate: equal
+  // texts do not count, because compare() compares texts.
+  // (docs/decisions/0018-two-ways-to-compare-states.md)
   bool equals(Node* other);
   bool operator==(Node& other);
   // The texts of all leaves in order, without separators. The caller releases the text with free().
@@ -153,7 +154,9 @@ class Nonleaf : public Node {
   // Leaves in the whole tree.
   int getNumLeaf() const;
   // Leaf number pos of a node whose children are all leaves; null when there is none. Deliberate:
-  // on deeper trees the index is decreased by the position of a child, not by the leaves before it.
+  // on deeper trees the index is decreased by the position of a child, not by the leaves before it,
+  // because this is made for nodes whose children are all leaves.
+  // (docs/decisions/0019-leaves-are-found-by-position.md)
   Leaf* getLeaf(int pos);
 
  protected:

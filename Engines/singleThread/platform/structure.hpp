@@ -56,7 +56,8 @@ class BitVector {
 
   // Deliberate: the shifts follow the printed form, in which 0 stands first. `<<` moves every
   // number i to i - n (those below n are lost), `>>` to i + n (those above 127 are lost). In place;
-  // 0 changes nothing. Requires: 0 <= n < 32.
+  // 0 changes nothing. (docs/decisions/0006-opposite-shift-operators.md)
+  // Requires: 0 <= n < 32.
   BitVector& operator<<(int n);
   BitVector& operator>>(int n);
 

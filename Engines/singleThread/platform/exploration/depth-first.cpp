@@ -33,7 +33,8 @@ bool usesExportedPort(Connector& connector) {
 
 }  // namespace
 
-// Deliberate: an initial state without transitions is no deadlock here.
+// Deliberate: an initial state without transitions is no deadlock here, because only entries of the
+// stack are reported. (docs/decisions/0004-the-path-to-a-deadlock.md)
 void DepthFirst::begin() {
   Tree root = capture();
   const StateTable::Found found = mStates.insert(root.get());
@@ -125,7 +126,8 @@ void DepthFirst::follow(PendingState& state, Transition& transition) {
 // Fires the transition and reads the state that it leads to, which is not to be used when an
 // enumeration was cut.
 // Deliberate: the flags are cleared after the connector has fired, so only those count that are set
-// while the state is read, and the search looks at a state with an error like at any other.
+// while the state is read, and a state with an error is stored like any other.
+// (docs/decisions/0024-errors-in-the-two-searches.md)
 Tree DepthFirst::fire(const TransNode& transition) {
   const OneInteraction installed(*transition.trans(), transition.inter());
   choose(transition.trans());
