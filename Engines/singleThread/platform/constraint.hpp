@@ -1,6 +1,25 @@
 // Timing constraints: unions of closed intervals of a clock's values, each with its urgency, and
 // the algebra and queries that the engines need. Time is discrete: the instant after h is h + 1, so
 // there are no open bounds.
+//
+// A model makes its constraints once, gives them to its atom, and hands one with each timed port to
+// Atom::rt_sync(). It need not use the algebra:
+//
+//     // Possible 25 to 30 ms after the clock was reset, and must have happened after 30 ms.
+//     Constraint* readyToServe(Atom& atom, const Clock* sinceStart) {
+//       auto* ready = new Constraint(sinceStart, Vesk::Time(25000), Vesk::Time(30000), DELAYABLE);
+//       atom.constraints().add(ready);  // the atom owns it from now on
+//       return ready;
+//     }
+//
+//     // Possible in the first 10 ms, and again, at once, from 20 ms on.
+//     // Intervals are added from left to right, without overlaps.
+//     Constraint* twice(Atom& atom, const Clock* clock) {
+//       auto* times = new Constraint(clock, Vesk::Time(0), Vesk::Time(10000), LAZY);
+//       *times |= Constraint(clock, Vesk::Time(20000), Vesk::Time::MAX, EAGER);
+//       atom.constraints().add(times);
+//       return times;
+//     }
 #ifndef VESK_CONSTRAINT_HPP
 #define VESK_CONSTRAINT_HPP
 
@@ -150,11 +169,12 @@ class Constraint {
   void setDelay(const Vesk::Time& delay) { mDelay = delay; }
   bool empty() const { return mIntervals.empty(); }
   unsigned int size() const { return static_cast<unsigned int>(mIntervals.size()); }
-  // Requires: i < size().
+  // A copy of interval number i, from 0 in the order of the list. Requires: i < size().
   Interval operator[](unsigned int i) const {
     assert(i < size());
     return mIntervals[i];
   }
+  // The interval itself. Who changes it keeps the list in order. Requires: i < size().
   Interval& operator[](unsigned int i) {
     assert(i < size());
     return mIntervals[i];
