@@ -275,7 +275,7 @@ Constraint::Constraint(Interval interval) : Constraint(nullptr, interval) {}
 // 2. Split off from the last of them what the operand's next interval needs.
 // 3. Cut the run down to it.
 // 4. Drop the intervals between the run before and this one, which nothing meets.
-// In the end drop what lies behind the last run.
+// After the last interval of the operand, drop what lies behind its run.
 Constraint& Constraint::operator&=(const Constraint& constraint) {
   if (&constraint == this) return *this &= Constraint(constraint);
   const Operand operand(constraint, offset(constraint), Vesk::Time(0));

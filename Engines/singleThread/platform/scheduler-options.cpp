@@ -23,7 +23,7 @@ constexpr char DEFAULT_OUTPUT[] = "vesk";
   std::exit(status);
 }
 
-// Junk is 0; what lies beyond an int becomes the nearest one.
+// Text that is no number gives 0; what lies beyond an int becomes the nearest one.
 int toInt(const char* text) {
   const long number = std::strtol(text, nullptr, 10);
   if (number > INT_MAX) return INT_MAX;
@@ -134,7 +134,7 @@ void Scheduler::parseCmdFile(int argc, char** argv) {
   createClocks();
 }
 
-// Deliberate: a trace that cannot be opened swallows what is written to it, and the run goes on,
+// Deliberate: what is written to a trace that cannot be opened is lost, and the run goes on,
 // because standard output may have a reader who expects no trace.
 // (docs/decisions/0022-a-trace-that-cannot-be-opened.md)
 void Scheduler::openTrace(const char* name) {

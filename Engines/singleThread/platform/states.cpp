@@ -312,7 +312,7 @@ char* getVariableState(char*& cursor) {
   return vesk_strtok(cursor, SEPARATOR, 5000);
 }
 
-// A number ends before the separator by itself.
+// Reading a number stops at the separator, so the text need not be copied up to there.
 int getIntVariableState(char*& cursor) {
   if (cursor == nullptr) return 0;
   char* end = nullptr;

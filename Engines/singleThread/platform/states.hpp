@@ -38,8 +38,8 @@ extern Leaf* faulty_leaf;
 
 namespace Vesk {
 
-// Base of small objects that come and go in great numbers: a freed block is kept for the next
-// object of its size. Not thread-safe.
+// Base of small objects that are made and deleted in great numbers: a freed block is kept for the
+// next object of its size. Not thread-safe.
 class Pooled {
  public:
   // Take a kept block, or a new one from the heap; give it back to be kept. Blocks of classes with

@@ -142,8 +142,8 @@ void Search::printError() const {
   faulty_leaf = nullptr;
 }
 
-// One in which an error was found stays until the summary. A leaf of the model's own stays what it
-// is.
+// A tree in which an error was found is kept until the summary. When faulty_leaf points to a leaf
+// of the model's own, it stays as it is.
 void Search::bury(Tree tree) {
   if (!contains(tree.get(), faulty_leaf)) return;
   if (global_error) {

@@ -79,7 +79,7 @@ class Search {
   void activate() { mPlace.legal = mPlace.system.activate(false); }
   void restore(const PendingState& state) { mPlace.system.setState(mPending.restore(state)); }
   void end(PendingState state) { bury(mPending.remove(std::move(state))); }
-  // The end of a tree.
+  // Deletes a tree that is needed no more.
   void bury(Tree tree);
   // Makes the connector the choice and keeps the label of the interaction that it is going to fire.
   void choose(Connector* connector);
