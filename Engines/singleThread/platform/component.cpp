@@ -6,10 +6,12 @@
 #include <cstring>
 #include <iostream>
 #include <memory>
+#include <unordered_map>
 
 #include "clock.hpp"
 #include "connector.hpp"
 #include "constraint.hpp"
+#include "markers.hpp"
 #include "plain-output.hpp"
 #include "port.hpp"
 #include "priority.hpp"
@@ -20,9 +22,6 @@ namespace {
 
 const char* const SKIP_TIMED_PRIORITY =
     "WARNING: skip priority for ports with time constraints (not supported yet!) ";
-const char* const PRUNE_MARKER = "PRUNE";
-const char* const ERROR_MARKER = "ERROR";
-constexpr std::size_t MARKER_LENGTH = 5;
 const char* const CHANGED_TREE = "vesk: compound %s: %d components, its state has %d\n";
 
 constexpr int INITIAL_CAPACITY = 4;
@@ -31,24 +30,12 @@ Compound* asCompound(Component* component) {
   return component->isCompound() ? static_cast<Compound*>(component) : nullptr;
 }
 
-bool isShorter(const char* text, std::size_t length) {
-  for (; length != 0; --length) {
-    if (*text++ == '\0') return true;
-  }
-  return false;
-}
-
 // Raises the flag for the marker that stands in the text of a leaf.
 void noteMarker(Leaf* leaf) {
   const char* text = leaf->getAleaf() != nullptr ? leaf->getAleaf()->getVal() : nullptr;
-  if (text == nullptr || isShorter(text, MARKER_LENGTH)) return;
-  if (std::strstr(text, PRUNE_MARKER) != nullptr) {
-    global_prune = true;
-  } else if (std::strstr(text, ERROR_MARKER) != nullptr) {
-    global_error = true;
-  } else {
-    return;
-  }
+  const Vesk::Marker marker = Vesk::markerIn(text);
+  if (marker == Vesk::Marker::NONE) return;
+  (marker == Vesk::Marker::PRUNE ? global_prune : global_error) = true;
   faulty_leaf = leaf;
 }
 
@@ -57,6 +44,13 @@ void noteMarker(Leaf* leaf) {
   const char* name = compound.name();
   std::fprintf(stderr, CHANGED_TREE, name != nullptr ? name : "", components, children);
   std::abort();
+}
+
+// What atoms have declared. It stands beside them because models that were compiled earlier know
+// the size of an atom. Never destroyed: atoms may end after everything else.
+std::unordered_map<const Atom*, Vesk::Locality>& declarations() {
+  static auto& table = *new std::unordered_map<const Atom*, Vesk::Locality>;
+  return table;
 }
 
 void enqueue(Scheduler& scheduler, Connector* connector) {
@@ -95,7 +89,18 @@ Atom::Atom(const char* name, const Compound* holder)
       VESK_STATE(nullptr),
       mScheduler(nullptr) {}
 
-Atom::~Atom() = default;
+Atom::~Atom() {
+  if (!declarations().empty()) declarations().erase(this);
+}
+
+void Atom::declare(Vesk::Locality locality) {
+  declarations()[this] = locality;
+}
+
+Vesk::Locality Atom::locality() const {
+  const auto declared = declarations().find(this);
+  return declared != declarations().end() ? declared->second : Vesk::Locality::UNDECLARED;
+}
 
 void Atom::initialize(LogicalClock*) {
   initialize();

@@ -37,11 +37,15 @@
 //       int mCount = 0;
 //     };
 //
+// What is said here about how often an exploration calls a hook holds for models that declare
+// nothing about their parts; see locality.hpp.
+//
 // A fault of the model, such as a null component in a list, is not looked for: the engine trusts
 // it.
 #ifndef VESK_COMPONENT_HPP
 #define VESK_COMPONENT_HPP
 
+#include "locality.hpp"
 #include "structure.hpp"
 
 class Clock;
@@ -157,6 +161,11 @@ class Atom : public Component {
   // The connectors that use a port of this atom, once per port.
   Array<Connector, false>& links() { return mLinks; }
   void addPort(Port* port) { mPorts.add(port); }
+
+  // What the atom promises about itself, for exploration; see locality.hpp. Called by its
+  // constructor; the last call counts.
+  void declare(Vesk::Locality locality);
+  Vesk::Locality locality() const;
 
   // Puts the connectors that use this atom's ports into the scheduler's heap, each once. Nothing
   // without a scheduler.

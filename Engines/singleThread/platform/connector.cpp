@@ -108,6 +108,7 @@ Connector::Connector(const char* name, const Compound* holder, bool subconn)
       mLinks(INITIAL_CAPACITY),
       mEvaluating(false),
       mReported(false),
+      mLocality(Vesk::Locality::UNDECLARED),
       mInteractions(new Vesk::InteractionIndex) {
   mFeasibleInter = Interaction::Create(this, BitVector::EMPTY);
 }

@@ -23,13 +23,15 @@
 //
 // All hooks below but up() and dn() are questions, asked at every evaluation and for a broadcast
 // once for each set: they must be cheap, give the same answer for the same state, and change
-// nothing.
+// nothing. Explorations of models that declare something about their parts ask less often; see
+// locality.hpp.
 #ifndef VESK_CONNECTOR_HPP
 #define VESK_CONNECTOR_HPP
 
 #include <cstdarg>
 
 #include "interaction.hpp"
+#include "locality.hpp"
 #include "structure.hpp"
 
 class Compound;
@@ -171,6 +173,10 @@ class Connector {
   void setRecomputexPort(bool recompute) { mRecomputexPort = recompute; }
   // The connectors that use the exported port.
   Array<Connector, false>& links() { return mLinks; }
+  // What the connector promises about itself, for exploration; see locality.hpp. Called by its
+  // constructor; the last call counts.
+  void declare(Vesk::Locality locality) { mLocality = locality; }
+  Vesk::Locality locality() const { return mLocality; }
   // All interactions of this connector, for the engine.
   Vesk::InteractionIndex& interactions() const { return *mInteractions; }
 
@@ -208,6 +214,7 @@ class Connector {
 
   bool mEvaluating;  // in the middle of eval(): exported ports must not form a ring
   bool mReported;    // that a broadcast has very many sets to look at
+  Vesk::Locality mLocality;
   Vesk::InteractionIndex* mInteractions;  // owned: this connector's interactions by set
 };
 

@@ -9,6 +9,7 @@
 //   vesk-time.hpp, clock.hpp, constraint.hpp    when something may happen, and how urgent it is
 //   priority.hpp     who gives way to whom
 //   states.hpp       how an atom writes its state down, so that all states can be explored
+//   locality.hpp     what a model may promise, so that explorations are faster
 //   structure.hpp    the lists of a component, and sets of ports
 //   debug.hpp        how a model shows its data to the console
 //

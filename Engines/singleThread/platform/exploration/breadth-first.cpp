@@ -2,43 +2,42 @@
 
 #include <utility>
 
-#include "connector.hpp"
 #include "exploration/signals.hpp"
 
 namespace Vesk {
 
 void BreadthFirst::begin() {
-  Tree root = capture();
-  const StateTable::Found found = mStates.insert(root.get());
-  mQueue.push_back(mPending.add(found, std::move(root)));
+  mSpace->read();
+  mSpace->find();
+  mQueue.push_back(mSpace->keep());
 }
 
 void BreadthFirst::takeOne() {
   PendingState state = std::move(mQueue.front());
   mQueue.pop_front();
-  restore(state);
-  activate();
-  if (enumerationCut) return end(std::move(state));
+  mSpace->restore(state);
+  mSpace->activate();
+  if (enumerationCut) return mSpace->end(std::move(state));
   writeState(state);
-  if (mPlace.legal != nullptr) {
-    expand(state);
+  Transition transition;
+  if (mSpace->firstLegal(transition)) {
+    expand(state, transition);
   } else {
     meetDeadlock(state);
   }
-  end(std::move(state));
+  mSpace->end(std::move(state));
 }
 
 void BreadthFirst::endAll() {
-  for (PendingState& state : mQueue) end(std::move(state));
+  for (PendingState& state : mQueue) mSpace->end(std::move(state));
   mQueue.clear();
 }
 
 // The text that the state has after the model has restored it.
 void BreadthFirst::writeState(const PendingState& state) {
   if (!mFiles.states().isOpen()) return;
-  mText.clear();
-  mText.append(mPending.restore(state));
-  mFiles.writeState(state.number, mText.data(), mText.length());
+  const StateSpace::Text text = mSpace->restoredText(state);
+  mFiles.writeState(state.number, text.data, text.length);
 }
 
 void BreadthFirst::meetDeadlock(const PendingState& state) {
@@ -48,13 +47,11 @@ void BreadthFirst::meetDeadlock(const PendingState& state) {
 }
 
 // Takes the transitions of the legal connectors up to the first dominated one.
-void BreadthFirst::expand(const PendingState& state) {
-  Connector* connector = mPlace.legal;
-  while (!connector->dominated()) {
-    if (!follow(state, connector)) return;
-    connector = connector->next();
-    if (connector == nullptr || isStopped()) return;
-    restore(state);
+void BreadthFirst::expand(const PendingState& state, Transition& transition) {
+  while (!transition.connector->dominated()) {
+    if (!follow(state, transition)) return;
+    if (!mSpace->nextLegal(transition) || isStopped()) return;
+    mSpace->restore(state);
   }
 }
 
@@ -62,34 +59,30 @@ void BreadthFirst::expand(const PendingState& state) {
 // because model code has asked for an enumeration that was cut.
 // Deliberate: the transition into an error is counted, but not written, because the state that it
 // leads to is not stored. (docs/decisions/0024-errors-in-the-two-searches.md)
-bool BreadthFirst::follow(const PendingState& state, Connector* connector) {
-  choose(connector);
-  clearFlags();
-  connector->execute();
-  if (enumerationCut) return false;
+bool BreadthFirst::follow(const PendingState& state, const Transition& transition) {
+  if (!mSpace->fire(transition, mLabel)) return false;
   ++mCounters.transitions;
-  Tree tree = capture();
   if (global_error) {
-    bury(std::move(tree));
+    mSpace->drop();
     return false;
   }
-  const StateTable::Found target = mStates.insert(tree.get());
+  const StateSpace::Found target = mSpace->find();
   if (target.isNew) {
-    arrive(target, std::move(tree));
+    arrive();
   } else {
-    bury(std::move(tree));
+    mSpace->drop();
   }
   writeTransition(state.number, target.number);
   return true;
 }
 
-void BreadthFirst::arrive(const StateTable::Found& found, Tree tree) {
+void BreadthFirst::arrive() {
   if (!global_prune) {
-    mQueue.push_back(mPending.add(found, std::move(tree)));
+    mQueue.push_back(mSpace->keep());
     return;
   }
   writePath(mFiles.prunedPaths());
-  bury(std::move(tree));
+  mSpace->drop();
   ++mCounters.pruned;
 }
 

@@ -19,12 +19,11 @@ class BreadthFirst : public Search {
   void endAll() override;
   void writeState(const PendingState& state);
   void meetDeadlock(const PendingState& state);
-  void expand(const PendingState& state);
-  bool follow(const PendingState& state, Connector* connector);
-  void arrive(const StateTable::Found& found, Tree tree);
+  void expand(const PendingState& state, Transition& transition);
+  bool follow(const PendingState& state, const Transition& transition);
+  void arrive();
 
   std::deque<PendingState> mQueue;  // states whose transitions have still to be taken
-  StateText mText;                  // of the state that is being written
 };
 
 }  // namespace Vesk

@@ -3,12 +3,8 @@
 #define VESK_EXPLORATION_DEPTH_FIRST_HPP
 
 #include <deque>
-#include <memory>
 
-#include "connector.hpp"
 #include "exploration/search.hpp"
-
-class TransNode;
 
 namespace Vesk {
 
@@ -17,26 +13,18 @@ class DepthFirst : public Search {
   using Search::Search;
 
  private:
-  // A transition that has still to be taken. A state without transitions has one without connector.
-  struct Transition {
-    Connector* connector;
-    Interaction* interaction;             // of the connector; it lives as long as the connector
-    std::unique_ptr<Interaction> frozen;  // a copy of it, if it may be another when it is taken
-  };
-
   void begin() override;
   Count stored() const override { return mStack.size(); }
   void takeOne() override;
   void endAll() override;
   const Path* path() const override { return &mPath; }
-  void push(PendingState& state, Connector* connector);
+  void push(PendingState& state, const Transition& legal);
   PendingState popSource();
   void take(PendingState& state, Transition& transition);
   void meetDeadlock(StateNumber state);
   void follow(PendingState& state, Transition& transition);
-  Tree fire(const TransNode& transition);
-  void arrive(const StateTable::Found& found, Tree tree);
-  void prune(StateNumber number, Tree tree);
+  void arrive(StateNumber number);
+  void prune(StateNumber number);
   void writeState(StateNumber number);
 
   std::deque<Transition> mStack;      // the top is at the back; those of one state lie together

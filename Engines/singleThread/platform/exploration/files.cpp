@@ -21,6 +21,7 @@ namespace {
 constexpr std::size_t BUFFER = std::size_t{1} << 18;
 constexpr std::size_t PAGE = 4096;
 constexpr std::size_t MAX_DIGITS = 20;
+constexpr std::size_t PUNCTUATION = 8;  // of a line, or less
 
 // The header is written over this much room at the start of the file. A longer one would run into
 // the first transition.
@@ -31,6 +32,15 @@ constexpr char NO_HEADER[] = "vesk: the transition system has no header: %s\n";
 
 constexpr int PIPE_ATTEMPTS = 21;
 constexpr useconds_t PIPE_PAUSE = 50000;  // microseconds
+
+char* putNumber(char* to, std::uint64_t number) {
+  return std::to_chars(to, to + MAX_DIGITS, number).ptr;
+}
+
+char* putText(char* to, const char* text, std::size_t length) {
+  if (length != 0) std::memcpy(to, text, length);
+  return to + length;
+}
 
 // Writes out what the stream has buffered, and moves the descriptor to the position of the stream.
 int takeDescriptor(FILE* file) {
@@ -98,7 +108,7 @@ void OutputBuffer::put(const char* text) {
 
 void OutputBuffer::put(std::uint64_t number) {
   char digits[MAX_DIGITS];
-  const char* end = std::to_chars(digits, digits + MAX_DIGITS, number).ptr;
+  const char* end = putNumber(digits, number);
   put(digits, static_cast<std::size_t>(end - digits));
 }
 
@@ -218,22 +228,28 @@ void ExplorationFiles::begin() {
 }
 
 void ExplorationFiles::writeState(std::uint64_t number, const char* text, std::size_t length) {
-  mStates.put(number);
-  mStates.put(" : ", 3);
-  mStates.put(text, length);
+  char* const line = mStates.room(length + MAX_DIGITS + PUNCTUATION);
+  if (line == nullptr) return;
+  char* end = putNumber(line, number);
+  end = putText(end, " : ", 3);
+  end = putText(end, text, length);
+  mStates.take(static_cast<std::size_t>(end - line));
   mStates.endLine();
 }
 
-void ExplorationFiles::writeTransition(std::uint64_t source, const char* label,
+void ExplorationFiles::writeTransition(std::uint64_t source, const Label& label,
                                        std::uint64_t target) {
-  mTransitions.put("(", 1);
-  mTransitions.put(source);
-  mTransitions.put(", ", 2);
-  mTransitions.put(label);
-  mTransitions.put(", ", 2);
-  mTransitions.put(target);
-  mTransitions.put(")", 1);
-  mTransitions.endLine();
+  if (char* const line = mTransitions.room(label.length + 2 * MAX_DIGITS + PUNCTUATION)) {
+    char* end = putText(line, "(", 1);
+    end = putNumber(end, source);
+    end = putText(end, ", ", 2);
+    end = putText(end, label.text, label.length);
+    end = putText(end, ", ", 2);
+    end = putNumber(end, target);
+    end = putText(end, ")", 1);
+    mTransitions.take(static_cast<std::size_t>(end - line));
+    mTransitions.endLine();
+  }
   ++mCount;
   mFound = std::max(mFound, target + 1);
   if (mTransitions.lines() != mInHeader) writeHeader(transitionsInFile(), mFound);

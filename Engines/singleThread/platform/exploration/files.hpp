@@ -10,6 +10,8 @@
 #include <memory>
 #include <vector>
 
+#include "exploration/labels.hpp"
+
 namespace Vesk {
 
 // Opens a file for writing, in a mode of fopen(). A pipe gets a second to be read by somebody and
@@ -30,6 +32,13 @@ class OutputBuffer {
   void put(const char* text);
   void put(std::uint64_t number);
   void endLine();
+  // Room for so many characters, which become part of a line when take() says how many there are.
+  // Null when the file takes no more.
+  char* room(std::size_t length) {
+    const bool fits = mFile != nullptr && (length <= mCapacity - mLength || makeRoom(length));
+    return fits ? mData.get() + mLength : nullptr;
+  }
+  void take(std::size_t length) { mLength += length; }
   // Hands all whole lines over to the system.
   void flush();
 
@@ -76,7 +85,7 @@ class ExplorationFiles {
   void begin();
   void writeState(std::uint64_t number, const char* text, std::size_t length);
   // The header is kept right for the transitions that the file has been given.
-  void writeTransition(std::uint64_t source, const char* label, std::uint64_t target);
+  void writeTransition(std::uint64_t source, const Label& label, std::uint64_t target);
   // How many writeTransition() has written.
   std::uint64_t transitions() const { return mCount; }
 

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <optional>
 
+#include "exploration/pending-state.hpp"
 #include "exploration/state-table.hpp"
 
 // Tests of the building of trees set it to 0.
@@ -14,15 +15,6 @@
 #endif
 
 namespace Vesk {
-
-// A state on the queue or stack of a search. Its tree is the one that the model gave; or, when
-// there are many, one that is built from the state's text whenever the state is looked at.
-struct PendingState {
-  StateNumber number;
-  unsigned int outTrans : 31;  // transitions that have still to be taken; the tree counts them too
-  unsigned int isPacked : 1;   // it has no tree, its text stands for it
-  Tree tree;
-};
 
 // A tree that stands for one packed state after the other.
 class StandIn {

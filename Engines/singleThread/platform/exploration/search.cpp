@@ -4,9 +4,8 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <utility>
 
-#include "connector.hpp"
+#include "component.hpp"
 #include "exploration/signals.hpp"
 #include "exploration/standard-output.hpp"
 
@@ -69,7 +68,7 @@ Search* Search::sRunning = nullptr;
 
 Search::Search(const Place& place, ExplorationFiles& files, const Progress& progress,
                const SearchSignals& signals)
-    : mPlace(place), mFiles(files), mPending(mStates), mProgress(progress), mSignals(signals) {
+    : mFiles(files), mPlace(place), mProgress(progress), mSignals(signals) {
   static const int registered =
       std::atexit(completeAtExit) | pthread_atfork(flushBeforeFork, nullptr, nullptr);
   static_cast<void>(registered);
@@ -109,6 +108,7 @@ void Search::finish() {
 
 void Search::explore() {
   mPlace.system.initialize(nullptr);
+  mSpace = StateSpace::create(mPlace);
   mFiles.begin();
   begin();
   mProgress.start();
@@ -124,7 +124,7 @@ void Search::explore() {
 void Search::printSummary() const {
   makeOutputRoom(SUMMARY_SIZE);
   std::printf(SUMMARY, mCounters.steps, mCounters.pruned, mCounters.deadlocks, stored());
-  std::printf(FINAL_SIZE, Count{mStates.count()});
+  std::printf(FINAL_SIZE, Count{found()});
   if (global_error) printError();
   flushOutput();
 }
@@ -136,37 +136,21 @@ void Search::printError() const {
     std::puts(ERROR_PATH);
     path()->print();
     flushOutput();
-    std::printf(PATH_LABEL, mLabel.c_str());
+    std::printf(PATH_LABEL, mLabel.text);
   }
   if (faulty_leaf != nullptr) std::printf(FAULTY_ATOM, textOf(*faulty_leaf));
   faulty_leaf = nullptr;
 }
 
-// A tree in which an error was found is kept until the summary. When faulty_leaf points to a leaf
-// of the model's own, it stays as it is.
-void Search::bury(Tree tree) {
-  if (!contains(tree.get(), faulty_leaf)) return;
-  if (global_error) {
-    mErrorState = std::move(tree);
-  } else {
-    faulty_leaf = nullptr;
-  }
-}
-
-void Search::choose(Connector* connector) {
-  mPlace.choice = connector;
-  mLabel = connector->label();
-}
-
 void Search::writeTransition(StateNumber source, StateNumber target) {
-  if (mFiles.hasTransitions()) mFiles.writeTransition(source, mLabel.c_str(), target);
+  if (mFiles.hasTransitions()) mFiles.writeTransition(source, mLabel, target);
 }
 
 void Search::writePath(OutputBuffer& file) {
   if (!file.isOpen()) return;
   if (path() != nullptr) path()->write(file);
   file.put(" :: ");
-  file.put(mLabel.c_str());
+  file.put(mLabel.text);
   file.put("[[");
   file.put(faulty_leaf != nullptr ? textOf(*faulty_leaf) : "NULL");
   file.put("]]");

@@ -5,17 +5,12 @@
 
 #include <cstdint>
 #include <deque>
-#include <string>
-#include <utility>
+#include <memory>
 
-#include "component.hpp"
 #include "exploration/files.hpp"
-#include "exploration/pending-states.hpp"
 #include "exploration/progress.hpp"
 #include "exploration/signals.hpp"
-#include "exploration/state-table.hpp"
-
-class Connector;
+#include "exploration/state-space.hpp"
 
 namespace Vesk {
 
@@ -49,13 +44,6 @@ class Path {
 // differ in what they take next.
 class Search {
  public:
-  // What a search takes from the scheduler and leaves there.
-  struct Place {
-    Compound& system;
-    Connector*& legal;
-    Connector*& choice;
-  };
-
   Search(const Place& place, ExplorationFiles& files, const Progress& progress,
          const SearchSignals& signals);
   Search(const Search&) = delete;
@@ -75,23 +63,14 @@ class Search {
   virtual void takeOne() = 0;
   virtual const Path* path() const { return nullptr; }
 
-  Tree capture() { return Tree(mPlace.system.getState()); }
-  void activate() { mPlace.legal = mPlace.system.activate(false); }
-  void restore(const PendingState& state) { mPlace.system.setState(mPending.restore(state)); }
-  void end(PendingState state) { bury(mPending.remove(std::move(state))); }
-  // Deletes a tree that is needed no more.
-  void bury(Tree tree);
-  // Makes the connector the choice and keeps the label of the interaction that it is going to fire.
-  void choose(Connector* connector);
   void writeTransition(StateNumber source, StateNumber target);
   void writePath(OutputBuffer& file);
   bool isStopped() const { return mSignals.caught() != 0; }
 
-  const Place mPlace;
+  std::unique_ptr<StateSpace> mSpace;  // made when the system has been initialised
   ExplorationFiles& mFiles;
-  StateTable mStates;
-  PendingStates mPending;
   Counters mCounters;
+  Label mLabel;  // of the transition that was taken last
 
  private:
   // Ends all states that are still waiting.
@@ -101,20 +80,17 @@ class Search {
   void finish();
   void printSummary() const;
   void printError() const;
-  void complete(Count transitions) { mFiles.complete(transitions, mStates.count()); }
+  StateNumber found() const { return mSpace != nullptr ? mSpace->count() : 0; }
+  void complete(Count transitions) { mFiles.complete(transitions, found()); }
   static void completeAtExit();
   static void flushBeforeFork();
 
   static Search* sRunning;  // whose files are completed when model code ends the process
 
+  const Place mPlace;
   Progress mProgress;
   const SearchSignals& mSignals;
-  std::string mLabel;  // of the transition that was taken last
-  Tree mErrorState;    // keeps what faulty_leaf points into until it has been printed
 };
-
-// Lowers the flags that model code raises.
-void clearFlags();
 
 }  // namespace Vesk
 

@@ -9,12 +9,11 @@
 #include <utility>
 #include <vector>
 
+#include "exploration/pending-state.hpp"
 #include "exploration/state-text.hpp"
 #include "states.hpp"
 
 namespace Vesk {
-
-using Tree = std::unique_ptr<Node>;
 
 // The lengths of the texts of a tree's leaves, each in one byte or, when it is long, in more.
 using Lengths = std::vector<unsigned char>;

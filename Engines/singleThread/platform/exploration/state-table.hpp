@@ -12,9 +12,6 @@
 
 namespace Vesk {
 
-// States are numbered from 0 in the order in which they are found.
-using StateNumber = std::uint32_t;
-
 // Blocks of memory that are filled from their start and released all at once.
 class TextArena {
  public:

@@ -26,6 +26,12 @@ class StateText {
     std::memcpy(mData + mLength, text, length);
     mLength += length;
   }
+  // Room for so many characters, which become part of the text when take() says how many there are.
+  char* room(std::size_t length) {
+    if (length > mCapacity - mLength) reserve(length);
+    return mData + mLength;
+  }
+  void take(std::size_t length) { mLength += length; }
   // Makes the text empty and keeps the buffer.
   void clear() { mLength = 0; }
   // Not terminated; stays valid until the next append. Null as long as nothing was ever appended.

@@ -1,0 +1,101 @@
+// The states that an exploration has found, each stored once, as its key. Private to the engine.
+#ifndef VESK_EXPLORATION_KEY_TABLE_HPP
+#define VESK_EXPLORATION_KEY_TABLE_HPP
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <vector>
+
+#include "exploration/key-layout.hpp"
+#include "exploration/pending-state.hpp"
+
+namespace Vesk {
+
+// Keys of equal length, numbered in the order in which they are added, and a table of open
+// addressing that finds the number of a hash. What makes two states equal is the user's business.
+class KeyTable {
+ public:
+  static constexpr StateNumber MOST = UINT32_MAX - 1;
+
+  explicit KeyTable(std::size_t bytes);
+
+  StateNumber count() const { return mCount; }
+  const unsigned char* key(StateNumber number) const {
+    return mChunks[number >> mShift].get() + (number & ((1u << mShift) - 1)) * mBytes;
+  }
+  // Brings the place of a hash into the cache before it is needed.
+  void prefetch(std::uint64_t hash) const {
+    __builtin_prefetch(&mSlots[folded(hash) & (mSlots.size() - 1)]);
+  }
+  // Whether the state has this key.
+  bool holds(StateNumber number, const unsigned char* key) const;
+  // The state with this hash for which isThis(number) holds; count() when there is none.
+  template <class IsThis>
+  StateNumber find(std::uint64_t hash, IsThis isThis) const {
+    const std::uint32_t wanted = folded(hash);
+    const std::size_t last = mSlots.size() - 1;
+    for (std::size_t slot = wanted & last; mSlots[slot].used != 0; slot = (slot + 1) & last) {
+      if (mSlots[slot].hash == wanted && isThis(mSlots[slot].used - 1))
+        return mSlots[slot].used - 1;
+    }
+    return mCount;
+  }
+  // Gives a key, which is not there, the next number. Throws std::length_error when there are too
+  // many; nothing is changed then, nor when there is no memory.
+  void add(const unsigned char* key, std::uint64_t hash);
+  // Finds the states by other hashes from now on.
+  template <class HashOf>
+  void rehash(HashOf hashOf) {
+    std::vector<Slot> slots(mSlots.size(), Slot{0, 0});
+    for (StateNumber number = 0; number < mCount; ++number) {
+      put(slots, {folded(hashOf(number)), number + 1});
+    }
+    mSlots.swap(slots);
+  }
+  // Gives the keys another layout.
+  void convert(const KeyLayout& from, const KeyLayout& to);
+
+ private:
+  struct Slot {
+    std::uint32_t hash;
+    std::uint32_t used;  // the state's number plus 1; 0: a free slot
+  };
+  using Chunk = std::unique_ptr<unsigned char[]>;
+
+  static std::uint32_t folded(std::uint64_t hash) {
+    return static_cast<std::uint32_t>(hash ^ (hash >> 32));
+  }
+  static void put(std::vector<Slot>& slots, const Slot& added);
+  void grow();
+  void takeBytes(std::size_t bytes);
+  std::size_t chunkBytes() const { return mBytes << mShift; }
+
+  std::size_t mBytes;   // of a key
+  unsigned int mShift;  // a chunk has 2^mShift keys
+  StateNumber mCount = 0;
+  std::vector<Chunk> mChunks;
+  std::vector<Slot> mSlots;  // a power of two, at most three quarters full
+};
+
+// Most keys are short.
+inline bool KeyTable::holds(StateNumber number, const unsigned char* key) const {
+  const unsigned char* own = this->key(number);
+  std::size_t i = 0;
+  for (; i + sizeof(std::uint64_t) <= mBytes; i += sizeof(std::uint64_t)) {
+    std::uint64_t one;
+    std::uint64_t other;
+    std::memcpy(&one, own + i, sizeof one);
+    std::memcpy(&other, key + i, sizeof other);
+    if (one != other) return false;
+  }
+  for (; i < mBytes; ++i) {
+    if (own[i] != key[i]) return false;
+  }
+  return true;
+}
+
+}  // namespace Vesk
+
+#endif

@@ -1,0 +1,97 @@
+#include "exploration/local-states.hpp"
+
+#include <utility>
+
+#include "exploration/firing.hpp"
+#include "exploration/signals.hpp"
+
+namespace Vesk {
+
+LocalStates::LocalStates(const Place& place, SystemParts parts)
+    : NumberedStates(place, std::move(parts)), mIsUnsettled(this->parts().atoms().size(), false) {}
+
+// ---- Atoms -----------------------------------------------------------------------------------
+
+void LocalStates::changed(std::size_t atom) {
+  if (mIsUnsettled[atom]) return;
+  mIsUnsettled[atom] = true;
+  mUnsettled.push_back(static_cast<Index>(atom));
+}
+
+void LocalStates::restored() {
+  for (const Index atom : mUnsettled) {
+    mIsUnsettled[atom] = false;
+    texts(atom).restore(number(atom));
+    noteTouched(atom);
+  }
+  mUnsettled.clear();
+}
+
+std::uint32_t LocalStates::configuration(std::size_t atom) const {
+  return 2 * number(atom) + (mIsUnsettled[atom] ? 1 : 0);
+}
+
+// ---- Connectors ------------------------------------------------------------------------------
+
+bool LocalStates::isLegal(std::size_t part) {
+  Connector& evaluated = connector(part);
+  evaluated.eval(false);
+  return evaluated.legal() && !evaluated.isSubconn();
+}
+
+Transition LocalStates::freeze(const Transition& legal) {
+  return freezeFeasible(*legal.connector);
+}
+
+bool LocalStates::fire(const Transition& transition, Label& label) {
+  Connector& fired = *transition.connector;
+  mPlace.choice = &fired;
+  label = mLabels.of(fired);
+  clearFlags();
+  fired.execute();
+  if (enumerationCut) return false;
+  readMembers(transition.part);
+  return true;
+}
+
+bool LocalStates::fireFrozen(const PendingState& state, Transition& transition, Label& label) {
+  Connector& fired = *transition.connector;
+  const Index part = parts().indexOf(fired);
+  Interaction* interaction = thaw(transition);
+  restore(state);
+  if (usesExportedPort(fired)) evaluateFor(part);
+  if (enumerationCut) return false;
+  markDirty(part);  // since all interactions are taken away from it
+  const OneInteraction installed(fired, interaction);
+  mPlace.choice = &fired;
+  label = mLabels.of(fired);
+  fired.execute();
+  if (enumerationCut) return false;
+  clearFlags();
+  readMembers(part);
+  return true;
+}
+
+// Connectors below may have other interactions then than at the last activation.
+void LocalStates::evaluateFor(std::size_t part) {
+  for (const Index atom : members(part)) {
+    for (const Index touched : parts().atoms()[atom].connectors) markDirty(touched);
+  }
+  connector(part).eval(false);
+}
+
+void LocalStates::readMembers(std::size_t part) {
+  leaveBy(part);
+  std::uint64_t sum = 0;
+  for (const Index atom : members(part)) {
+    changed(atom);
+    const Number shown = readNumber(atom);
+    sum += difference(atom, shown);
+    setNumber(atom, shown);
+    noteTouched(atom);
+  }
+  setHash(sum);
+  raiseFlags();
+}
+
+}  // namespace Vesk

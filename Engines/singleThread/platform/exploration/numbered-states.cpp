@@ -1,0 +1,273 @@
+#include "exploration/numbered-states.hpp"
+
+#include <cstring>
+#include <functional>
+#include <string_view>
+#include <utility>
+
+#include "component.hpp"
+
+namespace Vesk {
+
+namespace {
+
+std::string_view viewOf(const StateText& text) {
+  return {text.data(), text.length()};
+}
+
+std::uint64_t hashOf(const StateText& text) {
+  return std::hash<std::string_view>()(viewOf(text));
+}
+
+}  // namespace
+
+NumberedStates::NumberedStates(const Place& place, SystemParts parts)
+    : mPlace(place),
+      mParts(std::move(parts)),
+      mShorts(mParts.atoms().size(), nullptr),
+      mLengths(mParts.atoms().size(), 0),
+      mLayout(mParts.atoms().size()),
+      mTable(mLayout.bytes()),
+      mBase(mLayout.bytes()),
+      mKey(mLayout.bytes()),
+      mEvaluated(mParts.atoms().size(), 0),
+      mIsTouched(mParts.atoms().size(), false),
+      mDirty(mParts.connectors().size()),
+      mLegal(mParts.connectors().size()) {
+  for (std::size_t atom = 0; atom < mParts.atoms().size(); ++atom) {
+    mTexts.emplace_back(*mParts.atoms()[atom].atom, atom);
+  }
+}
+
+// ---- Reading and looking up ------------------------------------------------------------------
+
+// The initial state. It counts as restored, so that the next one is compared with it.
+void NumberedStates::read() {
+  for (std::size_t atom = 0; atom < mTexts.size(); ++atom) {
+    setNumber(atom, readNumber(atom));
+    mBaseHash += mTexts[atom].key(number(atom));
+    if (mTexts[atom].marker(number(atom)) != Marker::NONE) ++mMarked;
+    changed(atom);
+    noteTouched(atom);
+  }
+  mBase = mKey;
+  mHash = mBaseHash;
+  markAllDirty();
+  raiseFlags();
+}
+
+NumberedStates::Number NumberedStates::readNumber(std::size_t atom) {
+  const Number known = mTexts[atom].count();
+  const Number number = mTexts[atom].read();
+  if (mTexts[atom].count() != known) takeTextsOf(atom);
+  return number;
+}
+
+// The atom has shown a new text.
+void NumberedStates::takeTextsOf(std::size_t atom) {
+  const AtomTexts& texts = mTexts[atom];
+  const Number newest = texts.count() - 1;
+  while (newest > mLayout.most(atom)) widen(atom);
+  mLongest += texts.longest() - mLengths[atom];
+  mLengths[atom] = texts.longest();
+  mShorts[atom] = texts.shorts();
+  if (texts.marker(newest) != Marker::NONE) mHaveMarkers = true;
+  mArePrefixFree = mArePrefixFree && texts.isPrefixFree();
+  mAreSuffixFree = mAreSuffixFree && texts.isSuffixFree();
+  if (!mArePrefixFree && !mAreSuffixFree && !mByText) goOnByText();
+}
+
+// Atoms that are going to need more room soon get it, too.
+void NumberedStates::widen(std::size_t atom) {
+  KeyLayout wider = mLayout.widened(atom);
+  for (std::size_t other = 0; other < mTexts.size(); ++other) {
+    if (other != atom && mTexts[other].count() > mLayout.most(other) / 2) {
+      wider = wider.widened(other);
+    }
+  }
+  mTable.convert(mLayout, wider);
+  for (std::vector<unsigned char>* key : {&mBase, &mKey}) {
+    std::vector<unsigned char> converted(wider.bytes());
+    wider.convert(mLayout, key->data(), converted.data());
+    key->swap(converted);
+  }
+  mLayout = std::move(wider);
+}
+
+// States with different numbers may have equal texts from now on. Those that were found have not.
+void NumberedStates::goOnByText() {
+  mByText = true;
+  mTable.rehash([this](StateNumber number) {
+    mText.clear();
+    appendText(mTable.key(number), mText);
+    return hashOf(mText);
+  });
+}
+
+StateSpace::Found NumberedStates::find() {
+  const StateNumber before = count();
+  std::uint64_t hash = mHash;
+  if (mByText) {
+    mText.clear();
+    appendText(mKey.data(), mText);
+    hash = hashOf(mText);
+    mFound = mTable.find(hash, [this](StateNumber number) {
+      mOtherText.clear();
+      appendText(mTable.key(number), mOtherText);
+      return viewOf(mOtherText) == viewOf(mText);
+    });
+  } else {
+    mFound =
+        mTable.find(hash, [this](StateNumber number) { return mTable.holds(number, mKey.data()); });
+  }
+  if (mFound == before) mTable.add(mKey.data(), hash);
+  return {mFound, mFound == before};
+}
+
+StateSpace::Text NumberedStates::text(StateNumber number) {
+  mText.clear();
+  appendText(mTable.key(number), mText);
+  return {mText.data(), mText.length()};
+}
+
+// Short texts are copied with what stands behind them, which the next one overwrites.
+void NumberedStates::appendText(const unsigned char* key, StateText& text) const {
+  char* const start = text.room(mLongest + sizeof AtomTexts::Short::text);
+  char* to = start;
+  for (std::size_t atom = 0; atom < mShorts.size(); ++atom) {
+    const Number number = mLayout.get(key, atom);
+    const AtomTexts::Short& own = mShorts[atom][number];
+    if (own.length <= sizeof own.text) {
+      std::memcpy(to, own.text, sizeof own.text);
+    } else {
+      std::memcpy(to, mTexts[atom].text(number).data(), own.length);
+    }
+    to += own.length;
+  }
+  text.take(static_cast<std::size_t>(to - start));
+}
+
+// ---- Flags -----------------------------------------------------------------------------------
+
+// Only the members of the connector that has fired differ from the restored state, which has
+// markers only if it is the initial one.
+void NumberedStates::raiseFlags() {
+  if (!mHaveMarkers) return;
+  if (mFired != NOTHING && mMarked == 0) {
+    for (const Index atom : members(mFired)) raiseFlag(atom);
+  } else {
+    for (std::size_t atom = 0; atom < mTexts.size(); ++atom) raiseFlag(atom);
+  }
+}
+
+void NumberedStates::raiseFlag(std::size_t atom) {
+  const Marker marker = mTexts[atom].marker(number(atom));
+  if (marker == Marker::NONE) return;
+  (marker == Marker::PRUNE ? global_prune : global_error) = true;
+  mRaised = static_cast<Leaf*>(mTexts[atom].node(number(atom)));
+  faulty_leaf = mRaised;
+}
+
+void NumberedStates::drop() {
+  if (!global_error && faulty_leaf == mRaised) faulty_leaf = nullptr;
+}
+
+// ---- Restoring -------------------------------------------------------------------------------
+
+void NumberedStates::restore(const PendingState& state) {
+  undo();
+  if (state.number != mRestored) enter(state.number);
+  restored();
+}
+
+void NumberedStates::undo() {
+  if (mFired == NOTHING) return;
+  for (const Index atom : members(mFired)) {
+    setNumber(atom, mLayout.get(mBase.data(), atom));
+    if (mIsEvaluatedThere) noteTouched(atom);
+  }
+  mFired = NOTHING;
+  mIsEvaluatedThere = false;
+  mHash = mBaseHash;
+}
+
+// Looks for bytes that differ, eight at a time.
+void NumberedStates::enter(StateNumber number) {
+  const unsigned char* key = mTable.key(number);
+  const std::size_t bytes = mLayout.bytes();
+  std::size_t i = 0;
+  for (; i + sizeof(std::uint64_t) <= bytes; i += sizeof(std::uint64_t)) {
+    std::uint64_t own;
+    std::uint64_t other;
+    std::memcpy(&own, mKey.data() + i, sizeof own);
+    std::memcpy(&other, key + i, sizeof other);
+    if (own == other) continue;
+    for (std::size_t byte = i; byte < i + sizeof own; ++byte) {
+      if (mKey[byte] != key[byte])
+        replace(mLayout.owner(byte), mLayout.get(key, mLayout.owner(byte)));
+    }
+  }
+  for (; i < bytes; ++i) {
+    if (mKey[i] != key[i]) replace(mLayout.owner(i), mLayout.get(key, mLayout.owner(i)));
+  }
+  mHash = mBaseHash;
+  mRestored = number;
+}
+
+void NumberedStates::replace(std::size_t atom, Number number) {
+  const AtomTexts& texts = mTexts[atom];
+  const Number former = this->number(atom);
+  mBaseHash += difference(atom, number);
+  if (texts.marker(former) != Marker::NONE) --mMarked;
+  if (texts.marker(number) != Marker::NONE) ++mMarked;
+  setNumber(atom, number);
+  mLayout.set(mBase.data(), atom, number);
+  changed(atom);
+  noteTouched(atom);
+}
+
+std::uint64_t NumberedStates::difference(std::size_t atom, Number number) const {
+  return mTexts[atom].key(number) - mTexts[atom].key(mLayout.get(mBase.data(), atom));
+}
+
+// ---- Activation ------------------------------------------------------------------------------
+
+void NumberedStates::markAllDirty() {
+  for (std::size_t part = 0; part < mParts.connectors().size(); ++part) mDirty.set(part);
+}
+
+void NumberedStates::noteTouched(std::size_t atom) {
+  if (mIsTouched[atom]) return;
+  mIsTouched[atom] = true;
+  mTouched.push_back(static_cast<Index>(atom));
+}
+
+void NumberedStates::activate() {
+  if (mFired != NOTHING) {
+    for (const Index atom : members(mFired)) noteTouched(atom);
+    mIsEvaluatedThere = true;
+  }
+  for (const Index atom : mTouched) {
+    mIsTouched[atom] = false;
+    if (mEvaluated[atom] == configuration(atom)) continue;
+    mEvaluated[atom] = configuration(atom);
+    for (const Index part : mParts.atoms()[atom].connectors) mDirty.set(part);
+  }
+  mTouched.clear();
+  mDirty.takeAll([this](std::size_t part) { mLegal.set(part, isLegal(part)); });
+}
+
+// The list of legal connectors has the one that was evaluated last in front.
+bool NumberedStates::firstLegal(Transition& transition) {
+  transition.part = mParts.connectors().size();
+  return nextLegal(transition);
+}
+
+bool NumberedStates::nextLegal(Transition& transition) {
+  transition.part = mLegal.below(transition.part);
+  if (transition.part == BitSet::NONE) return false;
+  transition.connector = &connector(transition.part);
+  return true;
+}
+
+}  // namespace Vesk

@@ -1,0 +1,54 @@
+// The states of a model whose parts promise that what they do depends on the texts of the atoms
+// alone: a connector is evaluated and fired once for each row of texts of its atoms. Private to the
+// engine.
+#ifndef VESK_EXPLORATION_REPEATABLE_STATES_HPP
+#define VESK_EXPLORATION_REPEATABLE_STATES_HPP
+
+#include "exploration/numbered-states.hpp"
+#include "exploration/outcomes.hpp"
+
+// Tests of the forgetting set it to a small number.
+#ifndef VESK_MOST_OUTCOME_BYTES
+#define VESK_MOST_OUTCOME_BYTES (std::size_t{64} << 20)
+#endif
+
+namespace Vesk {
+
+class RepeatableStates : public NumberedStates {
+ public:
+  // Outcomes that take more memory than this are forgotten, all at once.
+  static constexpr std::size_t MOST_BYTES = VESK_MOST_OUTCOME_BYTES;
+  // What a connector with more atoms does is not remembered.
+  static constexpr std::size_t MOST_MEMBERS = 32;
+
+  RepeatableStates(const Place& place, SystemParts parts);
+
+  void restore(const PendingState& state) override;
+  Transition freeze(const Transition& legal) override;
+  bool fire(const Transition& transition, Label& label) override;
+  bool fireFrozen(const PendingState& state, Transition& transition, Label& label) override;
+
+ private:
+  using Outcome = Outcomes::Outcome;
+
+  bool isLegal(std::size_t part) override;
+  bool isRemembered(std::size_t part) const { return members(part).size() <= MOST_MEMBERS; }
+  Outcome& outcomeOf(std::size_t part);
+  void forgetIfTooMany();
+  void settle(std::size_t part);
+  bool evaluate(std::size_t part);
+  bool fireForReal(std::size_t part, Label& label);
+  bool learn(std::size_t part, Outcomes::Index index, Label& label);
+  bool repeat(std::size_t part, Outcomes::Index index, Label& label);
+
+  static constexpr Number UNKNOWN = UINT32_MAX;
+
+  std::vector<Number> mActual;  // per atom: the text that setState has given it last, or UNKNOWN
+  Outcomes mOutcomes;
+  std::vector<Outcomes::Index> mCurrent;  // per connector, its outcome at the last activation
+  Labels mKeptLabels{SIZE_MAX};           // of the outcomes
+};
+
+}  // namespace Vesk
+
+#endif
