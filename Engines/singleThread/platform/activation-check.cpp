@@ -46,7 +46,7 @@ void demand(bool holds, const char* fault, const char* name) {
   if (!holds) refuse(fault, name);
 }
 
-// The first fault of a kind, which is none when something excuses it that may be found later.
+// The first fault of a kind. It counts unless an excuse for it is found later in the walk.
 class Excusable {
  public:
   explicit Excusable(const char* fault) : mFault(fault), mFailed(nullptr) {}
@@ -66,7 +66,7 @@ class Excusable {
 template <class T>
 class Follower {
  public:
-  // Where the list of a compound begins in that of the whole.
+  // Where the list of a compound begins within that of the whole system.
   struct Place {
     T* next;
     long passed;
@@ -94,7 +94,7 @@ class Follower {
   T* mLast;
 };
 
-// Notices that a walk along links comes round.
+// Notices that a walk along links comes back to an element.
 class Rounds {
  public:
   bool comeBackTo(const void* element) {
@@ -134,7 +134,7 @@ bool hasDominatedTimes(const Constraint& constraint) {
   return false;
 }
 
-// A model's constraint that keeps in order what is cut out with it.
+// Whether cutting a model's constraint out of another one leaves that one in order.
 bool isOrdinary(const Constraint& constraint) {
   for (unsigned int i = 0; i < constraint.size(); ++i) {
     const bool beyond = constraint[i].low() == Vesk::Time::MAX;

@@ -4,6 +4,44 @@
 //
 // The model derives from Atom and Compound and fills the lists in its constructors. Everything in
 // an owning list is allocated with `new`; deleting the root deletes the whole model.
+//
+//     // Counts to three; then its port is enabled no more.
+//     class Counter : public Atom {
+//      public:
+//       Counter(const char* name, const Compound* holder) : Atom(name, holder) {
+//         addPort(new Port("count", this));
+//       }
+//       using Atom::initialize;
+//       void initialize() override { announce(); }
+//       void execute(Port*) override {
+//         ++mCount;
+//         announce();
+//       }
+//       Node* getState() override {
+//         char text[16] = "";
+//         setVariableState(text, "count", mCount);
+//         return new Leaf(new Atomleaf(text));
+//       }
+//       void setState(Node* state) override {
+//         char* cursor = static_cast<Leaf*>(state)->getAleaf()->getVal() + 1;  // behind the comma
+//         mCount = getIntVariableState(cursor);
+//         announce();
+//       }
+//
+//      private:
+//       void announce() {
+//         mPorts[0]->setSynced(false);
+//         sync(1, mPorts[0], int(mCount < 3));
+//       }
+//
+//       int mCount = 0;
+//     };
+//
+// What is said here about how often an exploration calls a hook holds for models that declare
+// nothing about their parts; see locality.hpp.
+//
+// A fault of the model, such as a null component in a list, is not looked for: the engine trusts
+// it.
 #ifndef VESK_COMPONENT_HPP
 #define VESK_COMPONENT_HPP
 
@@ -35,16 +73,25 @@ class Component {
   virtual ~Component();
 
   // Slot order is fixed: generated code is built against it.
+  // Which of the two kinds it is. Called in every walk of the tree; models leave both as they are.
   virtual bool isAtom() { return false; }
   virtual bool isCompound() { return false; }
-  // Sets the initial data and announces the enabled ports. Called by the other form.
+  // Sets the initial data and announces the enabled ports. Called by the other form, so once before
+  // the first step. May change everything of this component. Must not rely on components that stand
+  // behind it in the list of its compound, which are initialised after it.
   virtual void initialize() = 0;
-  // The same for a run with time; null for a run without. Called once before the first step.
+  // The same for a run with time; null for a run without, for which no clocks and constraints are
+  // needed. Called once before the first step, for a compound before its parts. The clock is not
+  // owned.
   virtual void initialize(LogicalClock* clock) = 0;
-  // The current state as a tree that the caller owns.
+  // The current state as a new tree that the caller owns. Called by explorations, once after each
+  // transition, and by the self-timed loop with --trace, once in each step; never by the timed
+  // engine. Must not change the state. Two states are the same when the texts of their trees are.
   virtual Node* getState() = 0;
-  // Restores a state that getState() gave; the tree stays the caller's. An atom announces its ports
-  // again.
+  // Restores a state that getState() gave. Called by explorations whenever they go on from a state,
+  // so once or more for each state and in any order of states; never by runs. May change the tree,
+  // which then stays changed for this state; must not delete it or keep a pointer to it. An atom
+  // announces its ports again.
   virtual void setState(Node* state) = 0;
 
   char* name() const { return mName; }
@@ -85,19 +132,26 @@ class Atom : public Component {
   // nothing.
   void initialize() override {}
   // Calls initialize(). A timed model overrides it: when the clock is not null it makes its clocks
-  // and constraints, then calls this.
+  // and constraints, adds them to clocks() and constraints(), then calls this.
   void initialize(LogicalClock* clock) override;
   // Performs the transition labelled by the port from the current control state, then announces the
-  // enabled ports.
+  // enabled ports. Called once for each port of this atom in the interaction that fires, in the
+  // order of the connector's ports, and in timed runs for a chosen internal port. In timed runs
+  // dn() of the connectors has been called before. May change the data, clocks and constraints of
+  // this atom. Must not fire ports or change other atoms. The port may be none of the enabled ones
+  // when a connector is at fault.
   virtual void execute(Port* port) = 0;
   // Announces ports without time: n pairs (Port*, int guard). Marks the enabled ports synced,
   // without constraint. Stops at and returns the first enabled internal port: the model takes its
-  // transition and announces again. Null when there is none.
+  // transition and announces again. Null when there is none. Clears nothing: the model takes all
+  // ports back with setSynced(false) first. Called by the model alone, at the end of initialize(),
+  // execute() and setState(). Arguments are not converted: write int(...) around a condition.
   virtual Port* sync(int n, ...);
   // Announces ports with time: n triples (Port*, int guard, Constraint*). Marks the enabled ports
   // that are not dominated synced, under the given constraint after its domination has been
   // applied. Stops at and returns the first enabled internal port whose constraint is null; timed
-  // internal ports are marked like any other. Null when there is none.
+  // internal ports are marked like any other. Null when there is none. Otherwise as sync(). A null
+  // constraint, which never restricts the port, needs its type: static_cast<Constraint*>(nullptr).
   virtual Port* rt_sync(int n, ...);
 
   Array<Port, true>& ports() { return mPorts; }
@@ -152,12 +206,14 @@ class Compound : public Component {
 
   // Slot order is fixed: generated code is built against it.
   bool isCompound() override { return true; }
-  // The walks visit the components in the order in which they were added.
+  // The walks visit the components in the order in which they were added. A model that overrides
+  // one of them calls the engine's as well, or its components are left out.
   void initialize() override;
   void initialize(LogicalClock* clock) override;
-  // A Nonleaf with a child per component. A child text with "PRUNE" sets global_prune, otherwise
-  // one with "ERROR" sets global_error, and faulty_leaf either way. The flags are never cleared
-  // here.
+  // A Nonleaf with a child per component, in the order of components(). A child text with "PRUNE"
+  // sets global_prune, otherwise one with "ERROR" sets global_error, and faulty_leaf either way.
+  // The flags are never cleared here. A component that a hook adds meanwhile ends the process with
+  // a message, in setState() too.
   Node* getState() override;
   void setState(Node* state) override;
 

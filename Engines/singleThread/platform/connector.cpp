@@ -352,7 +352,8 @@ Interaction* Connector::possible(const BitVector& enabled, const BitVector& set)
 // Puts the interaction of a set in front of the list, at the times at which no larger set is
 // possible. Returns the new list.
 // Deliberate: a set that is never possible apart from larger ones discards the whole list found so
-// far.
+// far, because traces of models depend on what can fire.
+// (docs/decisions/0002-the-discarded-broadcast-list.md)
 Interaction* Connector::addFeasible(const BitVector& enabled, const BitVector& set,
                                     Interaction* list) {
   Interaction* const added = possible(enabled, set);
@@ -441,7 +442,8 @@ void Connector::resetDependentLinks() {
 // ---- Connector: labels -------------------------------------------------------------------------
 
 // Deliberate: the separator depends on the index of a port, not on being first, so a set without
-// port 0 has one right after the connector's name.
+// port 0 has one right after the connector's name. Labels are compared in traces and files.
+// (docs/decisions/0026-the-separator-in-labels.md)
 char* Connector::rt_label(const BitVector& set) {
   static std::string& text = *new std::string;  // keeps a label that is too long for LABEL
   text = mHolder != nullptr ? textOf(mHolder->name()) : "";

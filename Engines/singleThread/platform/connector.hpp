@@ -2,6 +2,29 @@
 //
 // A rendezvous has one set of ports that may fire together, all of them; a broadcast may fire any
 // set that its guard and completeness allow.
+//
+//     // Fires when all of its ports are enabled.
+//     class Rendezvous : public Connector {
+//      public:
+//       Rendezvous(const char* name, const Compound* holder, Port* one, Port* other)
+//           : Connector(name, holder, false, 2, one, other) {}
+//       bool isBroadcast() override { return false; }
+//       using Connector::guard;
+//       bool guard() override { return maximal(); }
+//     };
+//
+//     // Fires when its first port is enabled, with those of the others that are enabled too.
+//     class Broadcast : public Connector {
+//      public:
+//       Broadcast(const char* name, const Compound* holder, Port* trigger, Port* a, Port* b)
+//           : Connector(name, holder, false, 3, trigger, a, b) {}
+//       bool complete() override { return mPorts[0]->complete(); }
+//     };
+//
+// All hooks below but up() and dn() are questions, asked at every evaluation and for a broadcast
+// once for each set: they must be cheap, give the same answer for the same state, and change
+// nothing. Explorations of models that declare something about their parts ask less often; see
+// locality.hpp.
 #ifndef VESK_CONNECTOR_HPP
 #define VESK_CONNECTOR_HPP
 
@@ -42,26 +65,33 @@ class Connector {
   virtual ~Connector();
 
   // Slot order is fixed: generated code is built against it.
-  // True: any set that guard() and complete() allow may fire. False: all ports together. The
-  // default is true.
+  // True: any set that guard() and complete() allow may fire. False: all ports together. Called at
+  // the start of each evaluation; gives the same for the life of the connector. The default is
+  // true.
   virtual bool isBroadcast() { return true; }
   // Broadcast only: whether the current set may fire without the other ports. During the
   // enumeration the synced flags of the ports are the current set, so a trigger is expressed by
-  // `return mPorts[0]->complete();`. The default is false.
+  // `return mPorts[0]->complete();`. Called after guard() has allowed a set. A set of all ports may
+  // fire whatever it says. The default is false.
   virtual bool complete() { return false; }
   // Whether the interaction under consideration, feasibleInter(), may fire in the current state. A
-  // rendezvous must test its ports here: `return maximal() && ...`. Called at every evaluation;
-  // must not change anything. The default is true.
+  // rendezvous must test its ports here: `return maximal() && ...`. Called at every evaluation, for
+  // a broadcast once for each set that is considered. May read the variables of the ports in
+  // feasibleInter()->synced(); must not change anything. The default is true.
   virtual bool guard() { return true; }
   // guard() with the given set as the interaction under consideration; false also when guard()
   // changed which one that is.
   virtual bool guard(const BitVector& set);
-  // Fills the variables of the exported port from those of the ports. Called after every evaluation
-  // that found something feasible.
+  // Fills the variables of the exported port from those of the ports. Called once after every
+  // evaluation that found something feasible, before the connectors above are evaluated. May change
+  // the variables of the exported port; must not change those of the ports. The second form makes
+  // the set the interaction under consideration, then calls the first; the engine does not call it.
   virtual void up() {}
   virtual void up(const BitVector& set);
   // Writes the variables of the ports before they fire. Called by actuate, so by the timed engine
-  // only.
+  // only, once for each interaction that fires, outer connectors first. May change the variables of
+  // the ports; must not run transitions. feasibleInter() is the first feasible interaction, which
+  // need not be the one that fires. The second form is as that of up().
   virtual void dn() {}
   virtual void dn(const BitVector& set);
   // Nothing calls it; generated code may.

@@ -16,7 +16,8 @@ constexpr char EAGER_PREFIX[] = "eager ";
 constexpr char NO_PREFIX[] = "";
 constexpr char SEPARATOR[] = " or ";
 
-// Time is discrete. Deliberate: infinities absorb, so the instant after MAX is MAX itself.
+// Time is discrete. Deliberate: infinities absorb, as in every sum of times, so the instant after
+// MAX is MAX itself. (docs/decisions/0014-infinite-bounds-and-delays.md)
 Vesk::Time instantAfter(const Vesk::Time& t) {
   return t + Vesk::Time(1);
 }
@@ -38,7 +39,7 @@ const char* prefix(Urgency urgency) {
 
 // Whether next can be made part of the interval before it and nothing is lost. Deliberate: only
 // exact neighbours fuse, overlaps never do; a delayable interval is never extended, because its
-// urgency lies at its upper bound.
+// urgency lies at its upper bound. (docs/decisions/0015-which-intervals-become-one.md)
 bool fuse(const Interval& previous, const Interval& next) {
   if (previous.urgency() == DELAYABLE || next.low() != instantAfter(previous.high())) return false;
   if (previous.dominated() != next.dominated()) return false;
@@ -179,7 +180,8 @@ void Interval::setEmpty() {
   assert(empty());
 }
 
-// Deliberate: a delay of MIN gives MIN, where the subtraction of times would give MAX.
+// Deliberate: a delay of MIN gives MIN, where the subtraction of times would give MAX, because a
+// delay only makes an interval start earlier. (docs/decisions/0014-infinite-bounds-and-delays.md)
 void Interval::applyDelay(const Vesk::Time& delay) {
   if (empty()) return;
   [[maybe_unused]] const Vesk::Time high = mHigh;
@@ -198,7 +200,8 @@ Interval& Interval::operator&=(const Interval& other) {
 }
 
 // Deliberate: when the other interval lies strictly inside, the right piece is lost, and an
-// interval wholly left of the other is stretched up to it.
+// interval wholly left of the other is stretched up to it. What a model may do depends on it.
+// (docs/decisions/0001-losses-in-the-interval-algebra.md)
 Interval& Interval::operator-=(const Interval& other) {
   if (empty() || other.empty()) return *this;
   if (mLow < other.mLow) {
@@ -272,7 +275,7 @@ Constraint::Constraint(Interval interval) : Constraint(nullptr, interval) {}
 // 2. Split off from the last of them what the operand's next interval needs.
 // 3. Cut the run down to it.
 // 4. Drop the intervals between the run before and this one, which nothing meets.
-// In the end drop what lies behind the last run.
+// After the last interval of the operand, drop what lies behind its run.
 Constraint& Constraint::operator&=(const Constraint& constraint) {
   if (&constraint == this) return *this &= Constraint(constraint);
   const Operand operand(constraint, offset(constraint), Vesk::Time(0));
@@ -454,9 +457,12 @@ void Constraint::subtractInside(int index, const Interval& part) {
 //   after    [0 4]                        [26 30]
 //
 // Deliberate: whether the last interval is erased is decided by the one that stands where erasing
-// begins. When the first one is wholly covered, what is left of the last one is lost with it.
+// begins. When the first one is wholly covered, what is left of the last one is lost with it. What
+// a model may do depends on it. (docs/decisions/0001-losses-in-the-interval-algebra.md)
+//
 // Deliberate: a last interval that is wholly covered may stay as an empty one until the final
 // clean(), and hides what lies at its left from a later, overlapping part of the operand.
+// (docs/decisions/0001-losses-in-the-interval-algebra.md)
 void Constraint::subtractAcross(int first, int last, const Interval& part) {
   at(first) -= part;
   const bool leftRemains = !at(first).empty();

@@ -1,6 +1,25 @@
 // Timing constraints: unions of closed intervals of a clock's values, each with its urgency, and
 // the algebra and queries that the engines need. Time is discrete: the instant after h is h + 1, so
 // there are no open bounds.
+//
+// A model makes its constraints once, gives them to its atom, and hands one with each timed port to
+// Atom::rt_sync(). It need not use the algebra:
+//
+//     // Possible 25 to 30 ms after the clock was reset, and must have happened after 30 ms.
+//     Constraint* readyToServe(Atom& atom, const Clock* sinceStart) {
+//       auto* ready = new Constraint(sinceStart, Vesk::Time(25000), Vesk::Time(30000), DELAYABLE);
+//       atom.constraints().add(ready);  // the atom owns it from now on
+//       return ready;
+//     }
+//
+//     // Possible in the first 10 ms, and again, at once, from 20 ms on.
+//     // Intervals are added from left to right, without overlaps.
+//     Constraint* twice(Atom& atom, const Clock* clock) {
+//       auto* times = new Constraint(clock, Vesk::Time(0), Vesk::Time(10000), LAZY);
+//       *times |= Constraint(clock, Vesk::Time(20000), Vesk::Time::MAX, EAGER);
+//       atom.constraints().add(times);
+//       return times;
+//     }
 #ifndef VESK_CONSTRAINT_HPP
 #define VESK_CONSTRAINT_HPP
 
@@ -70,17 +89,20 @@ class Interval {
   bool singleton() const { return mLow == mHigh; }
 
   // Moves the lower bound down by a delay: an executable delayed by it may start that much earlier
-  // on this interval's clock. Empty intervals and infinite lower bounds stay. Deliberate: a delay
-  // of MIN gives MIN, unlike a subtraction of times. Ensures: the upper bound is as before.
+  // on this interval's clock. Empty intervals and infinite lower bounds stay. Ensures: the upper
+  // bound is as before. Deliberate: a delay of MIN gives MIN, unlike a subtraction of times,
+  // because a delay only makes an interval start earlier.
+  // (docs/decisions/0014-infinite-bounds-and-delays.md)
   void applyDelay(const Vesk::Time& delay);
   Interval& operator=(const Interval&) = default;
   // Keeps what lies in both; the higher urgency wins, observable when either is. The result may be
   // empty. Ensures: the bounds lie within those of both.
   Interval& operator&=(const Interval& other);
   // Takes the other interval away. The result is one interval, so of two remaining pieces the right
-  // one is lost; an interval wholly left of the other is stretched up to it. Deliberate: the
-  // constraint algebra splits first and calls this on overlaps. Ensures: unless one of the two was
-  // empty, they have no instant in common but an infinite one.
+  // one is lost; an interval wholly left of the other is stretched up to it. Ensures: unless
+  // one of the two was empty, they have no instant in common but an infinite one. Deliberate: the
+  // constraint algebra splits first and calls this on overlaps, so there nothing is lost.
+  // (docs/decisions/0001-losses-in-the-interval-algebra.md)
   Interval& operator-=(const Interval& other);
   // Shift both bounds; infinite bounds stay. Ensures: nothing else changes.
   Interval& operator+=(const Vesk::Time& t);
@@ -147,11 +169,12 @@ class Constraint {
   void setDelay(const Vesk::Time& delay) { mDelay = delay; }
   bool empty() const { return mIntervals.empty(); }
   unsigned int size() const { return static_cast<unsigned int>(mIntervals.size()); }
-  // Requires: i < size().
+  // A copy of interval number i, from 0 in the order of the list. Requires: i < size().
   Interval operator[](unsigned int i) const {
     assert(i < size());
     return mIntervals[i];
   }
+  // The interval itself. Who changes it keeps the list in order. Requires: i < size().
   Interval& operator[](unsigned int i) {
     assert(i < size());
     return mIntervals[i];
@@ -160,15 +183,17 @@ class Constraint {
   // Intersection: the tighter bounds, the higher urgency, observable when either is. Ensures: of
   // lists in order the result is in order, and each of its intervals lies in one of the operand.
   Constraint& operator&=(const Constraint& constraint);
-  // Union. Deliberate: an overlapping interval is kept as an entry of its own before the one that
-  // holds its lower bound; only exactly adjacent, compatible intervals are fused. Ensures: what
-  // clean() does, and each non-empty interval of the operand lies in one of the result.
+  // Union. Ensures: what clean() does, and each non-empty interval of the operand lies in one of
+  // the result. Deliberate: an overlapping interval is kept as an entry of its own before the one
+  // that holds its lower bound; only exactly adjacent, compatible intervals are fused. What a model
+  // may do depends on it. (docs/decisions/0001-losses-in-the-interval-algebra.md)
   Constraint& operator|=(const Constraint& constraint);
-  // Difference; with domination set the covered parts are marked instead. Deliberate: when the
-  // first interval met is wholly covered, a remainder at the right of the last interval met is lost
-  // as well. Ensures: what clean() does; of lists in order the result is in order and, without
-  // domination, has no finite instant in common with the operand. The operand counts with its
-  // delay.
+  // Difference; with domination set the covered parts are marked instead. The operand counts with
+  // the delay of this constraint. Ensures: what clean() does; of lists in order the result is in
+  // order and, without domination, has no finite instant in common with the operand. Deliberate:
+  // when the first interval met is wholly covered, a remainder at the right of the last interval
+  // met is lost as well. What a model may do depends on it.
+  // (docs/decisions/0001-losses-in-the-interval-algebra.md)
   Constraint& operator-=(const Constraint& constraint);
   // Shift all intervals; infinite bounds stay. Ensures: the number of intervals is as before.
   Constraint& operator+=(const Vesk::Time& t);

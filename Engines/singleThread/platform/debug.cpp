@@ -34,7 +34,7 @@ constexpr int TRACE_LENGTH = 1000;  // entries of a path
 const Scheduler* setter = nullptr;
 VeskDebugElmt* lastSet = nullptr;
 
-// True, without a word, when the model has debug support.
+// True when the model has debug support; otherwise reports that it has none.
 bool hasDebugSupport() {
   if (veskCurrentDebug != nullptr) return true;
   std::fprintf(stderr, "%s", NO_DEBUG_SUPPORT);
@@ -208,7 +208,8 @@ char* Scheduler::fromState(char* line) const {
 }
 
 // Deliberate: " 7" of "(12, a, 7)", with the blank, so that it never equals what fromState() gives
-// for a line that exploration writes.
+// for a line that exploration writes. Files without the blank can be followed.
+// (docs/decisions/0028-no-predecessor-in-a-path.md)
 char* Scheduler::toState(char* line) const {
   static Results results;
   return targetOf(line, results.next());

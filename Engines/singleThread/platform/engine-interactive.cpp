@@ -56,7 +56,8 @@ bool ask(const Question& question, std::string& word) {
   return readWord(word);
 }
 
-// Answers to the words that a debugger would understand; the operand of `c` and `p` is skipped.
+// Refuses the commands `c`, `p` and `l`, which only the single-step console obeys, and skips the
+// operand of the first two. False for any other word.
 bool refuseDebugWord(const std::string& word, const char* refusal) {
   if (word[0] != 'c' && word[0] != 'p' && word[0] != 'l') return false;
   std::string operand;
@@ -109,7 +110,8 @@ bool InteractiveExecuter::askTime(Vesk::Time& chosen) {
 }
 
 // Deliberate: the width is one unit larger than that of RandomExecuter, so the latest possible time
-// can be drawn.
+// can be drawn, and a seed gives the times that it has always given.
+// (docs/decisions/0013-the-latest-time-of-a-random-draw.md)
 Vesk::Time InteractiveExecuter::randomTime() {
   const Vesk::Time width = wait().high() - wait().low();
   const long double offset = (width.microseconds() + 1.0L) * randomFraction();

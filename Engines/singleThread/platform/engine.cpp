@@ -164,7 +164,8 @@ bool Executer::driftIsBounded() {
 }
 
 // Deliberate: the message of an empty choice is written in quiet runs too. It also ends every
-// interactive run that the user leaves.
+// interactive run that the user leaves, and programs that drive the dialogue look for it.
+// (docs/decisions/0008-an-interactive-run-ends-with-a-bug-line.md)
 bool Executer::pickExecutable() {
   mScheduler.filter(interactions(), wait());
   choose();
@@ -216,7 +217,9 @@ void StandardExecuter::choose() {
   setTime(choice() != nullptr ? choice()->next(now) : now);
 }
 
-// Deliberate: the latest possible time is never drawn unless it is the only one.
+// Deliberate: the latest possible time is never drawn unless it is the only one, because a seed
+// gives the times that it has always given.
+// (docs/decisions/0013-the-latest-time-of-a-random-draw.md)
 void RandomExecuter::choose() {
   const Vesk::Time width = wait().high() - wait().low();
   const long double offset = randomFraction() * width.microseconds();

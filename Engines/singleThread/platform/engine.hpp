@@ -1,5 +1,37 @@
 // The timed engine: runs a model in simulated or real time, step by step, with a policy that
 // chooses what fires and when.
+//
+// A program with a `main` of its own derives an executer for its own policy and runs it:
+//
+//     #include <iostream>
+//
+//     // Takes the first executable that the filters have left.
+//     class FirstExecuter : public Executer {
+//      public:
+//       using Executer::Executer;
+//
+//      protected:
+//       void choose() override {
+//         setChoice(interactions()[0]);  // null when nothing is left, which ends the run
+//         setTime(choice() != nullptr ? choice()->next(wait().low()) : wait().low());
+//       }
+//     };
+//
+//     // Ten steps in simulated time, traced on standard output.
+//     void runTenSteps(Compound& system) {
+//       SimuClock platform("platform");
+//       LogicalClock logical("logical", platform);
+//       StandardSemantics semantics;
+//       EDFScheduler earliestDeadline;
+//       const Vesk::Time maxDrift(40000);
+//       FirstExecuter executer(system, logical, semantics, earliestDeadline, false, 10, std::cout,
+//                              1, maxDrift);
+//       executer.initialize();
+//       executer.run();
+//     }
+//
+// All times are microseconds; the trace shows milliseconds. A run ends by returning, for whatever
+// reason, and says why in its trace unless it is quiet; no run ends the process.
 #ifndef VESK_ENGINE_HPP
 #define VESK_ENGINE_HPP
 
@@ -13,10 +45,12 @@ class Compound;
 class LogicalClock;
 class PlatformClock;
 
-// Owns none of the objects it is given; they must outlive it.
+// What all timed engines have in common. Owns none of the objects it is given; they must outlive
+// it.
 class Engine {
  public:
-  // A limit of 0 is no limit. Quiet silences the trace and most messages; simout is where they go.
+  // The clock is used with its platform clock. The semantics is the filter of level 0. A limit of 0
+  // steps is no limit. Quiet silences the trace and most messages; simout is where they go.
   Engine(Compound& system, LogicalClock& clock, Filter& semantics, bool quiet,
          unsigned int maxSimLimit, std::ostream& simout);
   Engine(const Engine&) = delete;
@@ -24,19 +58,30 @@ class Engine {
   virtual ~Engine() {}
 
   // Slot order is fixed: generated code is built against it.
-  // Sets the system up and initialises it with the logical clock. Once, before run().
+  // Sets the system up and initialises it with the logical clock. Called by the program once,
+  // before run(). Must not fire anything.
   virtual void initialize() = 0;
+  // Steps until the run is over, then returns. Called by the program once. Leaves the system in the
+  // state after the last step.
   virtual void run() = 0;
 
  protected:
+  // The root of the model.
   Compound& system() { return mSystem; }
+  // The clock that the model's clocks read, and the one below it.
   LogicalClock& logicalClock() { return mLogicalClock; }
   PlatformClock& platformClock() { return mPlatformClock; }
+  // The filter of level 0, which a policy may apply again after it has raised wait().low().
   Filter& semantics() { return mSemantics; }
+  // What the constructor was given.
   bool quiet() const { return mQuiet; }
   unsigned int maxSimLimit() const { return mMaxSimLimit; }
   std::ostream& simout() { return mSimout; }
+  // What is enabled in this step, with the marks of the filters. Stale as soon as something has
+  // fired.
   Executables& interactions() { return mInteractions; }
+  // The times at which this step may fire: from now to the latest time that the semantics allows,
+  // MAX when nothing is urgent.
   Interval& wait() { return mWait; }
   // Nothing is left that no filter has removed.
   bool deadlock() const { return mInteractions.count() == 0; }
@@ -52,7 +97,8 @@ class Engine {
   std::ostream& mSimout;
 };
 
-// A placeholder beside the executers: fires nothing. Without a limit it never returns.
+// A placeholder beside the executers: fires nothing. Without a limit, which its constructor leaves
+// at 0, run() never returns. To explore states, see Scheduler::run_bfs_exploration().
 class Explorer : public Engine {
  public:
   Explorer(Compound& system, LogicalClock& clock, Filter& semantics, bool quiet);
@@ -61,11 +107,19 @@ class Explorer : public Engine {
 };
 
 // The step loop. A run ends by deadlock, a violated urgency, too much drift, an empty choice or the
-// step limit, each with its message on the trace.
+// step limit, each with its message on the trace. Each step does, in this order:
+//
+//   1. activates the model and clears all marks
+//   2. applies the semantics; nothing left: deadlock
+//   3. when it may wait, catches up with the platform clock and applies the semantics again
+//   4. checks that no urgent time has passed, and that the drift is not too large
+//   5. applies the scheduling filter, then asks choose()
+//   6. waits for time(), writes its line of the trace, and fires choice(): actuate(), execute()
 class Executer : public Engine {
  public:
-  // The seed goes to srand(). The maximum drift is how far, in microseconds, the platform clock may
-  // be ahead of the logical clock.
+  // The scheduler is the filter of level 1. The seed goes to srand(), in initialize(). The maximum
+  // drift is how far, in microseconds, the platform clock may be ahead of the logical clock: one
+  // that is exactly as large is allowed.
   Executer(Compound& system, LogicalClock& clock, Filter& semantics, Filter& scheduler, bool quiet,
            unsigned int maxSimLimit, std::ostream& simout, int randSeed, Vesk::Time maxDrift);
   void initialize() override;
@@ -74,13 +128,18 @@ class Executer : public Engine {
  protected:
   // Slot order is fixed: generated code is built against it.
   // Sets choice() and time() from interactions(), which both filters have been through, and wait().
-  // Once per step. A null choice ends the run.
+  // Called once per step; choice() and time() are those of the step before then. May move the
+  // logical clock, raise wait().low() and apply the semantics again. Must not fire, and must not
+  // choose a time at which the choice is not enabled. A null choice ends the run with a message.
   virtual void choose() = 0;
 
+  // The filter of level 1.
   Filter& scheduler() { return mScheduler; }
+  // In microseconds. Takes effect in the next step.
   const Vesk::Time& maxDrift() const { return mMaxDrift; }
   void setMaxDrift(const Vesk::Time& maxDrift) { mMaxDrift = maxDrift; }
   int randSeed() const { return mRandSeed; }
+  // What fires in this step, and when. Not owned.
   Executable* choice() const { return mChoice; }
   void setChoice(Executable* choice) { mChoice = choice; }
   const Vesk::Time& time() const { return mTime; }
@@ -108,7 +167,8 @@ class Executer : public Engine {
   bool limitReached(unsigned int& steps);
 };
 
-// Uniformly at random among what the scheduler kept, at its earliest time.
+// Uniformly at random among what the scheduler kept, at its earliest time. With EDFScheduler: the
+// earliest deadline first, and chance only among equals. What programs run without options.
 class StandardExecuter : public Executer {
  public:
   using Executer::Executer;
@@ -118,7 +178,8 @@ class StandardExecuter : public Executer {
 };
 
 // A random time of the allowed interval, then uniformly at random among what is possible from then
-// on.
+// on. What --random runs, with EmptyScheduler. An interval without end is drawn from as well, so
+// that a model without deadlines soon comes to the end of time (Vesk::Time::MAX).
 class RandomExecuter : public Executer {
  public:
   using Executer::Executer;
@@ -127,7 +188,9 @@ class RandomExecuter : public Executer {
   void choose() override;
 };
 
-// Asks the user, on standard input and output, for the time and for the executable.
+// Asks the user, on standard input and output, for the time and for the executable, also in quiet
+// runs. What --interactive runs, with EmptyScheduler. A number of 0 and the end of the input give
+// no choice, so they end the run.
 class InteractiveExecuter : public Executer {
  public:
   InteractiveExecuter(Compound& system, LogicalClock& clock, Filter& semantics, Filter& scheduler,
@@ -138,7 +201,8 @@ class InteractiveExecuter : public Executer {
   void choose() override;
 
  private:
-  // Both questions are asked again until the answer is valid; false at the end of input.
+  // Both questions are asked again until the answer is valid; false at the end of input. Times are
+  // read in milliseconds.
   bool askTime(Vesk::Time& chosen);
   bool askNumber(int rows, int& number);
   Vesk::Time randomTime();

@@ -1,5 +1,10 @@
 // What the timed engine fires: an interaction of a connector or an internal port of an atom, seen
-// through one interface.
+// through one interface. Models meet it where they choose by themselves:
+//
+//     // What must fire first of two; the first one when both may wait for ever.
+//     Executable* moreUrgent(Executable* one, Executable* other, const Vesk::Time& now) {
+//       return other->deadline(now) < one->deadline(now) ? other : one;
+//     }
 #ifndef VESK_EXECUTABLE_HPP
 #define VESK_EXECUTABLE_HPP
 
@@ -39,17 +44,24 @@ class Executable {
   virtual ~Executable();
 
   // Slot order is fixed: generated code is built against it.
-  // The printable name. The text belongs to the executable or is shared: copy it before the next
-  // call.
+  // The printable name, for traces and dialogues. The text belongs to the executable or is shared:
+  // copy it before the next call. Called once for each line that shows it; must not change
+  // anything.
   virtual char* label() = 0;
-  // Fires at time t: runs the transitions of the atoms.
+  // Fires at time t: runs the transitions of the atoms, which announce their ports again. Called
+  // once for a choice, after actuate(t). It changes the model; the lists of the step are stale
+  // after it.
   virtual void execute(const Vesk::Time& t) = 0;
-  // The data side of firing at t; the timed engine calls it just before execute(t).
+  // The data side of firing at t: connectors write the variables of the ports. The timed engine
+  // calls it once, just before execute(t); loops without time and explorations do not call it. Must
+  // not run transitions.
   virtual void actuate(const Vesk::Time& t) = 0;
-  // The latest time, seen from t, by which it must fire; MAX when nothing forces it. A pure query.
+  // The latest time, seen from t, by which it must fire; MAX when nothing forces it. A pure query:
+  // called several times in a step by the filters, it must give the same each time and change
+  // nothing.
   virtual Vesk::Time deadline(const Vesk::Time& t) const = 0;
   // The first time not before t at which it is enabled; MAX when it is never enabled again. A pure
-  // query.
+  // query like deadline().
   virtual Vesk::Time next(const Vesk::Time& t) const = 0;
   // The clock in whose values its constraint is printed; null: no translation.
   virtual GenericClock* displayClock() const = 0;

@@ -119,7 +119,8 @@ void Executables::mark(iterator position, unsigned int bits) {
 }
 
 // Deliberate: the negation is logical, not bitwise. Any bits but 0 clear every mark of the
-// executable.
+// executable, as policies of models expect.
+// (docs/decisions/0017-marks-are-cleared-together.md)
 void Executables::unmark(iterator position, unsigned int bits) {
   Executable& current = **position;
   current.setMark(current.mark() & (bits == 0 ? 1u : 0u));

@@ -1,6 +1,19 @@
 // Filters remove executables from the current set by marking them, and may narrow the interval of
 // times at which the engine may fire. A step applies a semantics filter (level 0), then a
-// scheduling filter (level 1).
+// scheduling filter (level 1). A program with a `main` of its own may hand its own ones to an
+// executer:
+//
+//     // Removes what cannot fire at once, as far as the semantics has left it.
+//     class NowOnly : public Filter {
+//      public:
+//       NowOnly() : Filter(1) {}
+//       void filter(Executables& executables, Interval& wait) const override {
+//         const auto end = executables.end(mask());
+//         for (auto it = executables.begin(mask()); it != end; ++it) {
+//           if ((*it)->next(wait.low()) > wait.low()) executables.mark(it, mark());
+//         }
+//       }
+//     };
 #ifndef VESK_FILTER_HPP
 #define VESK_FILTER_HPP
 
@@ -16,8 +29,10 @@ class Filter {
   virtual ~Filter() {}
 
   // Marks what the filter removes. The lower bound of wait is the current time of the step, the
-  // upper bound the latest time to which the engine may still wait. Clears no mark and never
-  // changes the lower bound.
+  // upper bound the latest time to which the engine may still wait, both in microseconds. Called in
+  // each step: the scheduling filter once, the semantics up to three times, as the lower bound
+  // moves on. May lower the upper bound. Must clear no mark, change no lower bound and fire
+  // nothing.
   virtual void filter(Executables& executables, Interval& wait) const = 0;
 
   // 0 to 31.

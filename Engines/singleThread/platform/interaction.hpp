@@ -2,6 +2,17 @@
 //
 // A connector numbers its ports in the order in which they were given. For a given connector and
 // set there is one Interaction object, kept in a global table.
+//
+// A model names interactions in its priorities, and looks at them in the hooks of its connectors:
+//
+//     // That ports 0 and 2 of a connector fire together, and no other one.
+//     Interaction* senderAndSecond(Connector* connector) {
+//       return Interaction::Create(connector, 2, 0, 2);  // the number of ports, then the ports
+//     }
+//
+//     // In a guard: whether port 1 takes part.
+//     bool takesPart(Connector& connector) { return connector.feasibleInter()->synced().in(1) != 0;
+//     }
 #ifndef VESK_INTERACTION_HPP
 #define VESK_INTERACTION_HPP
 
@@ -92,30 +103,34 @@ class Interaction : public Executable {
   // "compound/connector/atom:port|atom:port". The text is shared by all connectors: the next label
   // overwrites it.
   char* label() override;
-  // Fires every port of the set in index order.
+  // Fires every port of the set in index order, and marks the connector's exported port as not
+  // enabled before that.
   void execute(const Vesk::Time& t) override;
   // Moves the data down: the connector's dn(), then every port of the set in index order.
   void actuate(const Vesk::Time& t) override;
+  // Without a constraint the deadline is MAX and the next time is t: it may fire at any time.
   Vesk::Time deadline(const Vesk::Time& t) const override;
   Vesk::Time next(const Vesk::Time& t) const override;
-  // The clock of the compound that holds the connector.
+  // The clock of the compound that holds the connector; null in a run without time.
   GenericClock* displayClock() const override;
 
   // Link of a connector's list of feasible interactions, rebuilt at every evaluation. The connector
   // holds the head; in a broadcast the set found last stands first.
   Interaction* next() const { return mNext; }
   void setNext(Interaction* interaction) { mNext = interaction; }
+  // Never null. Not owned.
   Connector* connector() const { return mConnector; }
   // The port indices.
   const BitVector& synced() const { return mSynced; }
-  // The priorities in which this is the low interaction.
+  // The priorities in which this is the low interaction, in the order of their setup. Not owned.
   Array<Priority, false>& inhibitors() { return mInhibitors; }
   // Same connector and same set.
   bool equal(const Interaction* other) const;
   // Same connector and this set contained in the other's; equal tells whether the sets are the
   // same.
   bool isSubset(const Interaction* other, bool& equal) const;
-  // A number below n from the connector's name and the set.
+  // A number below n from the connector's name and the set, the same on all machines. Requires: n
+  // is not 0.
   unsigned int hash(unsigned int n) const;
   // Writes the names of the ports, separated by "|", to standard output.
   void print() const;

@@ -17,6 +17,7 @@ Vesk::Time LinuxClock::time() const {
 }
 
 // Deliberate: neither sleeps nor yields, for exact release times.
+// (docs/decisions/0025-waiting-for-real-time-spins.md)
 void LinuxClock::wait(const Vesk::Time& t) {
   while (time() < t) {
   }

@@ -1,17 +1,20 @@
 // What a model may declare about its parts, so that exploration need not look at the whole system
 // after every transition.
 //
-// An atom or connector that declares nothing is explored as ever. When every atom and connector of
+// An atom or connector that declares nothing promises nothing. When every atom and connector of
 // a system is declared, exploration looks only at what a transition has touched; the files and
 // texts that it writes are the same to the byte. The promise that counts is the smallest of all.
 //
 //     class Fork : public Atom {
+//      public:
 //       Fork(const char* name, const Compound* holder) : Atom(name, holder) {
 //         declare(Vesk::Locality::REPEATABLE);
+//       }
+//     };
 //
-// A part that breaks its word makes the result of an exploration wrong: states are missing or
-// cannot be reached in truth, without any message. Runs that are no exploration do not ask for the
-// declaration.
+// When a part does not do what it has promised, the result of an exploration is wrong without any
+// message: states are missing, or states are listed that cannot be reached. Runs that are no
+// exploration do not ask for the declaration.
 #ifndef VESK_LOCALITY_HPP
 #define VESK_LOCALITY_HPP
 

@@ -2,6 +2,16 @@
 //
 // An atom port stands for a transition label of its atom. An exported port belongs to a connector
 // and lets that connector take part, as one port, in a connector above it.
+//
+// Ports have no variables of their own. A model derives a class that refers to those of its atom:
+//
+//     // A port that offers a number to connectors; they read it in guard() and write it in dn().
+//     class NumberPort : public Port {
+//      public:
+//       NumberPort(const char* name, const Atom* holder, int& number)
+//           : Port(name, holder), value(number) {}
+//       int& value;
+//     };
 #ifndef VESK_PORT_HPP
 #define VESK_PORT_HPP
 

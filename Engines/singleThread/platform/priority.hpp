@@ -1,4 +1,11 @@
 // Priorities between interactions of one compound.
+//
+//     // At the end of a compound's constructor: where both are possible, stop goes before start.
+//     void preferStop(Compound* compound, Connector* start, Connector* stop) {
+//       Interaction* low = Interaction::Create(start, 2, 0, 1);  // ports 0 and 1 of the connector
+//       Interaction* high = Interaction::Create(stop, 1, 0);
+//       compound->priorities().add(new Priority(compound, low, high, Vesk::Time(0)));
+//     }
 #ifndef VESK_PRIORITY_HPP
 #define VESK_PRIORITY_HPP
 
@@ -31,8 +38,9 @@ class Priority {
   // priorities in which the same interactions are the low ones. Levels that are set already stay.
   // Does nothing for a null high interaction.
   virtual void setupPrioLevel();
-  // Whether the priority holds in the current state; asked at every activation. The default is
-  // true.
+  // Whether the priority holds in the current state. Called once at every activation, after all
+  // connectors of the compound have been evaluated. Must not change anything. After false it is not
+  // applied before one of its connectors is evaluated again. The default is true.
   virtual bool guard() { return true; }
 
   Compound* holder() const { return mHolder; }

@@ -8,12 +8,12 @@
 
 namespace Vesk {
 
-// What has been lost is named, as in "the trace".
+// Reports that something could not be written whole; what is its name, for example "the trace".
 inline void reportLost(const char* what) {
   std::fprintf(stderr, "vesk: %s could not be written completely\n", what);
 }
 
-// Hands standard output over to the system. When that has failed, now or before, it is said.
+// Hands standard output over to the system, and reports when that has failed, now or before.
 inline void reportLostOutput() {
   if (std::fflush(stdout) != 0 || std::ferror(stdout)) reportLost("standard output");
 }

@@ -31,7 +31,9 @@ const Scheduler::Output Scheduler::OUTPUTS[] = {
     {".deadlock", "w", "the list of deadlocks", &Scheduler::deadlock_states},
 };
 
-// Deliberate: long names are cut. Of names that have become equal only the first one is opened.
+// Deliberate: long names are cut, because scripts know the cut names. Of names that have become
+// equal only the first one is opened, so that no file is written by two writers.
+// (docs/decisions/0020-names-of-exploration-files-are-cut.md)
 void Scheduler::openOutputFiles(const char* base) {
   char names[sizeof OUTPUTS / sizeof *OUTPUTS][NAME_SIZE];
   auto* name = names;

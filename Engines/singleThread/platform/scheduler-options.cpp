@@ -23,7 +23,7 @@ constexpr char DEFAULT_OUTPUT[] = "vesk";
   std::exit(status);
 }
 
-// Junk is 0; what lies beyond an int becomes the nearest one.
+// Text that is no number gives 0; what lies beyond an int becomes the nearest one.
 int toInt(const char* text) {
   const long number = std::strtol(text, nullptr, 10);
   if (number > INT_MAX) return INT_MAX;
@@ -32,7 +32,8 @@ int toInt(const char* text) {
 }
 
 // Deliberate: `-r` takes no argument although its long form, `--seed`, needs one, and is refused
-// like an unknown option.
+// like an unknown option: which options are accepted does not change.
+// (docs/decisions/0021-short-options.md)
 [[noreturn]] void rejectOption(int letter, option* table) {
   std::printf(UNKNOWN_OPTION, letter);
   help(table);
@@ -46,7 +47,8 @@ int toInt(const char* text) {
 
 }  // namespace
 
-// Deliberate: shows `-h` as well, which is no option.
+// Deliberate: shows `-h` as well, which is no option, because it prints the letter of every row.
+// (docs/decisions/0021-short-options.md)
 void help(option* table) {
   std::puts(HELP_TITLE);
   for (; table->name != nullptr; ++table) {
@@ -132,7 +134,9 @@ void Scheduler::parseCmdFile(int argc, char** argv) {
   createClocks();
 }
 
-// Deliberate: a trace that cannot be opened swallows what is written to it; the run goes on.
+// Deliberate: what is written to a trace that cannot be opened is lost, and the run goes on,
+// because standard output may have a reader who expects no trace.
+// (docs/decisions/0022-a-trace-that-cannot-be-opened.md)
 void Scheduler::openTrace(const char* name) {
   if (simout_file.is_open()) simout_file.close();
   simout_file.clear();

@@ -23,6 +23,7 @@ constexpr char FIRED[] = "scheduler : %s\n";
 constexpr char GOODBYE[] = "Exiting ...\n\n";
 
 constexpr int ASK_AGAIN = -1;
+constexpr int EXIT = 0;  // the number that ends the run
 
 // Reads the next word, however long it is, and leaves the white space behind it unread. False at
 // the end of the input.
@@ -42,6 +43,50 @@ int parseNumber(const std::string& word) {
   const long long number = std::strtoll(word.c_str(), &end, 10);
   if (end == word.c_str() || number < INT_MIN || number > INT_MAX) return ASK_AGAIN;
   return static_cast<int>(number);
+}
+
+// Writes the question and reads a word of the answer. False at the end of the input.
+bool ask(std::string& word) {
+  std::printf("%s", PROMPT);
+  std::fflush(stdout);
+  return readWord(word);
+}
+
+bool isConsoleCommand(const std::string& word) {
+  return word[0] == 'p' || word[0] == 'l' || word[0] == 'c';
+}
+
+// Obeys a command of the console: `p <path>`, `l` or `c <path>`. False when the input ends before
+// the path.
+bool obeyConsoleCommand(const Scheduler& console, std::string& word) {
+  const char command = word[0];
+  if (command != 'l' && !readWord(word)) return false;
+  if (command == 'p') console.displayElement(word.data());
+  if (command == 'l') console.displayList(word.data());
+  if (command == 'c') console.setCurrent(word.data());
+  return true;
+}
+
+// What the user wants to fire: a connector at random, or the one with a number.
+struct Answer {
+  bool atRandom;
+  int number;
+};
+
+// Asks until there is an answer, and obeys the commands of the console meanwhile. The end of the
+// input, also in the middle of a command, counts as EXIT.
+Answer askForConnector(const Scheduler& console) {
+  std::string word;
+  while (ask(word)) {
+    if (word[0] == 'r') return {true, 0};
+    if (isConsoleCommand(word)) {
+      if (!obeyConsoleCommand(console, word)) break;
+      continue;
+    }
+    const int number = parseNumber(word);
+    if (number >= 0) return {false, number};
+  }
+  return {false, EXIT};
 }
 
 // Prints the undominated connectors, numbered from 1, and returns how many there are.
@@ -75,34 +120,17 @@ void Scheduler::runSinglestepExecution() {
   std::printf("%s", GOODBYE);
 }
 
-// The end of the input, also in the middle of a command, ends the run as 0 does.
+// 1. Lists the connectors to choose from.
+// 2. Asks which of them is to fire.
+// 3. Finds that one. Null ends the run: the user has asked for it, or the number is too large.
 Connector* Scheduler::userChoose() const {
   const int count = list(mLegal);
-  int number = ASK_AGAIN;
-  std::string word;
-  while (number < 0) {
-    std::printf("%s", PROMPT);
-    std::fflush(stdout);
-    if (!readWord(word)) return nullptr;
-    switch (word[0]) {
-      case 'r':
-        return choose();
-      case 'p':
-        if (!readWord(word)) return nullptr;
-        displayElement(word.data());
-        break;
-      case 'l':
-        displayList(word.data());
-        break;
-      case 'c':
-        if (!readWord(word)) return nullptr;
-        setCurrent(word.data());
-        break;
-      default:
-        number = parseNumber(word);
-    }
+  const Answer answer = askForConnector(*this);
+  if (answer.atRandom) return choose();
+  if (answer.number == EXIT) return nullptr;
+  if (answer.number > count) {
+    std::printf("%s", INVALID);
+    return nullptr;
   }
-  if (number > count) std::printf("%s", INVALID);
-  if (number > count || number == 0) return nullptr;
-  return undominated(mLegal, number);
+  return undominated(mLegal, answer.number);
 }

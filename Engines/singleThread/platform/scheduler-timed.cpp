@@ -262,7 +262,8 @@ bool Scheduler::driftIsBounded() {
   return false;
 }
 
-// Deliberate: the target is a date, and yet it is added to the current time once more.
+// Deliberate: the target is a date, and yet it is added to the current time once more, because
+// traces depend on it. (docs/decisions/0007-the-random-wait-is-added-twice.md)
 void Scheduler::waitAtRandom() {
   const Vesk::Time slack = mDeadline - mLogicalClock->time();
   const int bound = static_cast<int>(std::min(mMaxWait, slack));
@@ -286,8 +287,8 @@ void Scheduler::waitAndFire() {
   if (choice != nullptr) choice->execute(mLogicalClock->time());
 }
 
-// Deliberate: the step number counts only while there is a limit, and is the number before this
-// step.
+// Deliberate: the step number is the counter of the limit before this step, so it counts only while
+// there is a limit. (docs/decisions/0023-the-step-number-of-a-printed-state.md)
 void Scheduler::traceState() {
   Node* state = mSystem->getState();
   char* text = state->printNode();

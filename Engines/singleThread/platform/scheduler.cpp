@@ -152,7 +152,8 @@ void Scheduler::runOptimizedExecution() {
 }
 
 // Deliberate: a step fires the whole list without evaluating again in between, and ends at the
-// first dominated connector even when undominated ones follow.
+// first dominated connector even when undominated ones follow: that is what a maximal step is.
+// (docs/decisions/0027-firing-in-the-loops-without-time.md)
 bool Scheduler::execMaxSynchronize(Connector* connector) {
   if (connector == nullptr || connector->dominated()) {
     Vesk::PlainOutput(*simout) << MAXIMAL_DEADLOCK << END_LINE;
@@ -168,7 +169,8 @@ bool Scheduler::execMaxSynchronize(Connector* connector) {
 }
 
 // Deliberate: a connector whose interactions are all impossible at time zero fires nothing, but
-// what depends on its ports is queued all the same.
+// what depends on its ports is queued all the same, because the loop knows no time.
+// (docs/decisions/0027-firing-in-the-loops-without-time.md)
 void Scheduler::runOptimizedExec2() {
   mSystem->setup(this);
   mSystem->initialize(nullptr);

@@ -7,7 +7,7 @@
 
 namespace {
 
-// A sanitizer has to see every block come and go.
+// A sanitizer has to see every allocation and every release.
 #if defined(__SANITIZE_ADDRESS__)
 constexpr std::size_t POOLED_SIZE = 0;
 #else

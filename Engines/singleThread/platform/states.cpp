@@ -74,7 +74,9 @@ int countLeaves(const Node* node) {
   return count;
 }
 
-// Deliberate: child j is asked for leaf pos - j, however many leaves stand before it.
+// Deliberate: child j is asked for leaf pos - j, however many leaves stand before it, because this
+// is made for nodes whose children are all leaves.
+// (docs/decisions/0019-leaves-are-found-by-position.md)
 Leaf* findLeaf(Node* node, std::int64_t pos) {
   if (node == nullptr) return nullptr;
   if (node->isLeaf()) return pos < 1 ? static_cast<Leaf*>(node) : nullptr;
@@ -310,7 +312,7 @@ char* getVariableState(char*& cursor) {
   return vesk_strtok(cursor, SEPARATOR, 5000);
 }
 
-// A number ends before the separator by itself.
+// Reading a number stops at the separator, so the text need not be copied up to there.
 int getIntVariableState(char*& cursor) {
   if (cursor == nullptr) return 0;
   char* end = nullptr;

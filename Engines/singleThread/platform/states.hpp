@@ -1,6 +1,25 @@
 // Global states as trees that mirror the component tree: a Nonleaf per compound, a Leaf with one
 // text per atom, and the helpers with which generated code writes an atom's variables into that
 // text and reads them back.
+//
+// An atom writes its values one after the other and reads them in the same order. The engine puts
+// the texts of all atoms together without separators and takes equal texts for equal states, so
+// each atom must mark where its values end; the comma before each value does:
+//
+//     // In getState(): ",3,T" for three cups and brewing.
+//     Node* write(int cups, bool brewing) {
+//       char text[32] = "";
+//       setVariableState(text, "cups", cups);
+//       setVariableState(text, "brewing", brewing);
+//       return new Leaf(new Atomleaf(text));
+//     }
+//
+//     // In setState(): each reader takes a value and the comma behind it.
+//     void read(Node* state, int& cups, bool& brewing) {
+//       char* cursor = static_cast<Leaf*>(state)->getAleaf()->getVal() + 1;
+//       cups = getIntVariableState(cursor);
+//       brewing = getBoolVariableState(cursor);
+//     }
 #ifndef VESK_STATES_HPP
 #define VESK_STATES_HPP
 
@@ -13,13 +32,14 @@ class Leaf;
 // model code may set them too. Exploration clears them around every transition and reads them.
 extern bool global_error;
 extern bool global_prune;
-// The leaf that set one of the flags, or null. Not owned.
+// The leaf that set one of the flags, or null. Not owned. Explorations show its text as the faulty
+// atom and set it to null when its tree is deleted.
 extern Leaf* faulty_leaf;
 
 namespace Vesk {
 
-// Base of small objects that come and go in great numbers: a freed block is kept for the next
-// object of its size. Not thread-safe.
+// Base of small objects that are made and deleted in great numbers: a freed block is kept for the
+// next object of its size. Not thread-safe.
 class Pooled {
  public:
   // Take a kept block, or a new one from the heap; give it back to be kept. Blocks of classes with
@@ -38,8 +58,9 @@ class Pooled {
 // The state text of one atom. Null texts are allowed and count as empty ones.
 class Atomleaf : public Vesk::Pooled {
  public:
+  // No text: getVal() is null.
   Atomleaf() : value(nullptr) {}
-  // Copies the text.
+  // Copies the text; null stays null.
   Atomleaf(const char* text);
   Atomleaf(const Atomleaf& other);
   Atomleaf& operator=(const Atomleaf&) = delete;
@@ -68,6 +89,8 @@ class Atomleaf : public Vesk::Pooled {
 // A global state or a part of one.
 class Node : public Vesk::Pooled {
  public:
+  // For derived classes, which are Leaf and Nonleaf alone: code that asks isLeaf() converts to
+  // these.
   Node(bool leaf, unsigned int number = 0) : index(number), isleaf(leaf), nOutTrans(0) {}
   Node& operator=(const Node&) = delete;
   virtual ~Node() {}
@@ -80,26 +103,31 @@ class Node : public Vesk::Pooled {
   // A deep copy that the caller owns, with the same index and no outgoing transitions.
   virtual Node* copy() = 0;
 
-  // A number that the owner may give the state.
+  // A number that the owner may give the state; 0 at first. An exploration numbers the states that
+  // it finds from 0.
   unsigned int getIndex() const { return index; }
   void setIndex(unsigned int number) { index = number; }
   bool isLeaf() const { return isleaf; }
-  // Transitions out of the state that exploration has still to take.
+  // Transitions out of the state that a depth-first search has still to take; 0 at first and in
+  // copies.
   int outTrans() const { return nOutTrans; }
   void resetOutTrans() { nOutTrans = 0; }
   void incrOutTrans() { ++nOutTrans; }
   void decrOutTrans() { --nOutTrans; }
 
-  // Deliberate: same shape, and leaves that hold the very same Atomleaf object; equal texts do not
-  // count. compare() compares texts.
+  // True for the same shape and leaves that hold the very same Atomleaf objects. Deliberate: equal
+  // texts do not count, because compare() compares texts.
+  // (docs/decisions/0018-two-ways-to-compare-states.md)
   bool equals(Node* other);
+  // True when compare() gives 0.
   bool operator==(Node& other);
   // The texts of all leaves in order, without separators. The caller releases the text with free().
   // A missing child adds nothing and is reported on standard error.
   char* printNode() const;
 
   // Readers of one value from a state text; they move the cursor past the value and its separator,
-  // like the functions below.
+  // as getVariableState(), getIntVariableState(), getFloatVariableState() and
+  // getBoolVariableState() below do.
   static char* string2veskState(char*& cursor);  // the caller releases the text with free()
   static char* string2objState(char*& cursor);   // the caller releases the text with free()
   static int string2int(char*& cursor);
@@ -115,11 +143,12 @@ class Node : public Vesk::Pooled {
   int nOutTrans;
 };
 
-// The state of an atom.
+// The state of an atom, as Atom::getState() gives it.
 class Leaf : public Node {
  public:
-  // Takes ownership of the atom's text.
+  // Takes ownership of the atom's text. Null is allowed and counts as an empty text.
   Leaf(Atomleaf* text);
+  // A copy with a text of its own and the same index.
   Leaf(const Leaf& other);
   ~Leaf() override;
   int compare(Node* other) const override;
@@ -134,11 +163,13 @@ class Leaf : public Node {
   Atomleaf* aleaf;  // owned
 };
 
-// The state of a compound: the states of its parts, in their order.
+// The state of a compound: the states of its parts, in the order of its components, as
+// Compound::getState() makes it. Null children are allowed; in texts they are left out.
 class Nonleaf : public Node {
  public:
-  // A node with n null children.
+  // A node with n null children, which the owner then sets; none for n below 1.
   Nonleaf(int n);
+  // A deep copy with the same index.
   Nonleaf(const Nonleaf& other);
   ~Nonleaf() override;
   int compare(Node* other) const override;
@@ -146,14 +177,16 @@ class Nonleaf : public Node {
   Node* copy() override;
 
   // Requires for both: 0 <= i < getNumChild(). Children are owned; setChild does not delete the
-  // child it replaces.
+  // child it replaces, which belongs to the caller from then on.
   Node* getChild(int i) const { return children[i]; }
   void setChild(Node* node, int i) { children[i] = node; }
   int getNumChild() const { return numChild; }
   // Leaves in the whole tree.
   int getNumLeaf() const;
   // Leaf number pos of a node whose children are all leaves; null when there is none. Deliberate:
-  // on deeper trees the index is decreased by the position of a child, not by the leaves before it.
+  // on deeper trees the index is decreased by the position of a child, not by the leaves before it,
+  // because this is made for nodes whose children are all leaves.
+  // (docs/decisions/0019-leaves-are-found-by-position.md)
   Leaf* getLeaf(int pos);
 
  protected:
@@ -162,8 +195,9 @@ class Nonleaf : public Node {
 };
 
 // Writers: append one value to the state text in st, a buffer of the caller that holds a text
-// already and is large enough. The name is not written. The separator "," stands before a value,
-// and after the "T" or "F" of a control place.
+// already, at first an empty one, and is large enough: nothing looks at its size. A null buffer is
+// left alone. The name, for the reader of the model, is not written. The separator "," stands
+// before a value, and after the "T" or "F" of a control place.
 void setVariableState(char* st, const char* varName, const char* value);  // no separator
 void setVariableState(char* st, const char* varName, bool value);         // ",T" or ",F"
 void setVariableState(char* st, const char* varName, int value);

@@ -52,7 +52,8 @@ BitVector& BitVector::operator|=(const BitVector& other) {
   return *this;
 }
 
-// Deliberate: moves every number down, where an arithmetic shift would move it up.
+// Deliberate: moves every number down, where an arithmetic shift would move it up, because 0 stands
+// first in the printed form. (docs/decisions/0006-opposite-shift-operators.md)
 BitVector& BitVector::operator<<(int n) {
   assert(0 <= n && n < 32);
   if (n == 0) return *this;  // a word shift by 32 is undefined
@@ -64,7 +65,8 @@ BitVector& BitVector::operator<<(int n) {
   return *this;
 }
 
-// Deliberate: moves every number up, where an arithmetic shift would move it down.
+// Deliberate: moves every number up, where an arithmetic shift would move it down, because 0 stands
+// first in the printed form. (docs/decisions/0006-opposite-shift-operators.md)
 BitVector& BitVector::operator>>(int n) {
   assert(0 <= n && n < 32);
   if (n == 0) return *this;
@@ -84,7 +86,8 @@ std::size_t BitVector::scattered() const {
   return static_cast<std::size_t>((mixed ^ (mixed >> 29)) >> 3);
 }
 
-// Deliberate: each sum wraps at 2^32 before it is reduced.
+// Deliberate: each sum wraps at 2^32 before it is reduced, because whoever walks the table of
+// interactions knows the chains that follow. (docs/decisions/0016-the-hash-number-of-a-set.md)
 unsigned int BitVector::hash(unsigned int n) const {
   assert(n != 0);
   unsigned int h = m_data[0] % n;

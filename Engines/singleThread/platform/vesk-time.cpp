@@ -10,7 +10,9 @@ constexpr char INFINITY_TEXT[] = "_";
 constexpr char UNIT[] = "ms";
 constexpr long long MICROSECONDS_PER_UNIT = 1000;
 
-// Deliberate: the limits of a 32-bit int although a time is wider; finite times beyond them exist.
+// Deliberate: the limits of a 32-bit int although a time is wider, because generated code and state
+// texts know these two numbers. Finite times beyond them exist.
+// (docs/decisions/0009-the-horizon.md)
 constexpr Vesk::Time LEAST(-2147483647 - 1);
 constexpr Vesk::Time GREATEST(2147483647);
 

@@ -57,7 +57,8 @@ void BreadthFirst::expand(const PendingState& state, Transition& transition) {
 
 // Fires the connector and looks where that leads. False when it leads to an error, or nowhere
 // because model code has asked for an enumeration that was cut.
-// Deliberate: the transition into an error is counted, but not written.
+// Deliberate: the transition into an error is counted, but not written, because the state that it
+// leads to is not stored. (docs/decisions/0024-errors-in-the-two-searches.md)
 bool BreadthFirst::follow(const PendingState& state, const Transition& transition) {
   if (!mSpace->fire(transition, mLabel)) return false;
   ++mCounters.transitions;

@@ -6,7 +6,8 @@
 
 namespace Vesk {
 
-// Deliberate: an initial state without transitions is no deadlock here.
+// Deliberate: an initial state without transitions is no deadlock here, because only entries of the
+// stack are reported. (docs/decisions/0004-the-path-to-a-deadlock.md)
 void DepthFirst::begin() {
   mSpace->read();
   writeState(mSpace->find().number);

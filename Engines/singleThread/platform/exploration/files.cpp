@@ -42,7 +42,7 @@ char* putText(char* to, const char* text, std::size_t length) {
   return to + length;
 }
 
-// What a stream holds back goes out first, and the descriptor moves to where the stream is.
+// Writes out what the stream has buffered, and moves the descriptor to the position of the stream.
 int takeDescriptor(FILE* file) {
   const int descriptor = fileno(file);
   if (descriptor == -1) return -1;
@@ -272,7 +272,7 @@ void ExplorationFiles::complete(std::uint64_t transitions, std::uint64_t states)
   writeHeader(mTransitions.isCut() ? transitionsInFile() : transitions, states);
 }
 
-// Its first line is that of the header.
+// The first line of the file is the header.
 std::uint64_t ExplorationFiles::transitionsInFile() const {
   return mTransitions.lines() != 0 ? mTransitions.lines() - 1 : 0;
 }
@@ -295,7 +295,8 @@ void ExplorationFiles::writeHeader(std::uint64_t transitions, std::uint64_t stat
   if (mTransitions.isOpen()) std::fprintf(stderr, NO_HEADER, std::strerror(errno));
 }
 
-// Without moving the file, and without any space that it does not have already.
+// Overwrites the start of the file. The position for further writing stays, and no more space is
+// needed, so this also works on a full disk.
 bool ExplorationFiles::writeAtStart(const char* text, std::size_t length) const {
   const int descriptor = fileno(mTransitionFile);
   if (descriptor == -1) {

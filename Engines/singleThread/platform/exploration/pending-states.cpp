@@ -43,7 +43,7 @@ bool PendingStates::isFull() const {
 PendingState PendingStates::add(const StateTable::Found& found, Tree tree) {
   if (tree != nullptr) tree->setIndex(found.number);
   if (found.isPacked && isFull() && !contains(tree.get(), faulty_leaf)) {
-    // Now, while the trees are there that the model knows.
+    // Built before the tree goes, so that they get addresses other than those that the model knows.
     for (StandIn& standIn : mStandIns) standIn.build();
     return {found.number, 0, 1, nullptr};
   }

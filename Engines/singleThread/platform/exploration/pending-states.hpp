@@ -58,9 +58,9 @@ class PendingStates {
   // One transition more, or less, has still to be taken.
   void addTransition(PendingState& state);
   void takeTransition(PendingState& state);
-  // Lets the state keep what the model has done to its tree.
+  // Stores the changes that the model has made to the tree of the state.
   void settle(PendingState& state);
-  // The end of a state. Gives the tree if the model may still know one of its nodes.
+  // Ends a state. Returns its tree if the model may still know one of its nodes, else null.
   Tree remove(PendingState state);
 
  private:

@@ -24,7 +24,8 @@ class Path {
     if (!mEntries.empty()) ++mEntries.back().pending;
   }
   // Deliberate: a state without transitions leaves the path like any other, though it was never
-  // counted among the pending ones of the entry before it. That entry may leave too early.
+  // counted among the pending ones of the entry before it. That entry may leave too early; readers
+  // of the files know such paths. (docs/decisions/0004-the-path-to-a-deadlock.md)
   void backtrack();
   void write(OutputBuffer& file) const;
   // To standard output.

@@ -36,7 +36,8 @@ void abandonOutput() {
 
 }  // namespace
 
-// What standard output refuses now must not be tried again when broken pipes kill.
+// What standard output does not take now is dropped: a later attempt, when a broken pipe kills the
+// process again, must not find it.
 void flushOutput() {
   if (__fpending(stdout) == 0) return;
   if (!waitForRoom()) return abandonOutput();

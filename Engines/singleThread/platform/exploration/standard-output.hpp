@@ -7,11 +7,12 @@
 
 namespace Vesk {
 
-// Hands everything over that was printed. Waits until it is taken, or until the grace after a
-// request to stop is over: then it is dropped, with all that follows.
+// Hands everything over that was printed, and waits until it is taken. When a request to stop has
+// been waiting for too long, it is dropped, with all that follows.
 void flushOutput();
 
-// Before so many characters are printed: afterwards they need not be handed over at once.
+// Called before so many characters are printed. Makes room for them, so that printing them does not
+// block.
 void makeOutputRoom(std::size_t length);
 
 }  // namespace Vesk

@@ -41,7 +41,7 @@ class PlainClasses {
   const void* mInner;
 };
 
-// Made at the first use, when somebody can hear that there is no memory.
+// Made at the first use, when exhausted memory can be reported.
 const PlainClasses& plainClasses() {
   static const PlainClasses classes;
   return classes;
@@ -121,7 +121,7 @@ void StateShape::take(const Node* tree) {
   if (!pack(tree, text, lengths)) mChildren.clear();
 }
 
-// The numbers of the root are the search's.
+// The numbers of the root belong to the search, so they are not compared.
 bool StateShape::pack(const Node* tree, StateText& text, Lengths& lengths) const {
   const PlainClasses& plain = plainClasses();
   auto outline = mChildren.begin();
@@ -187,7 +187,7 @@ void PackedTree::unpack(const char* text, const unsigned char* lengths) {
   }
 }
 
-// A part is looked at only when it is the one that has always been there.
+// A part is looked at only when the model has not replaced it.
 bool PackedTree::holds(const char* text, const unsigned char* lengths) const {
   const PlainClasses& plain = plainClasses();
   auto own = mNodes.begin();

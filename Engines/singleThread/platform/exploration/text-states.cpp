@@ -92,7 +92,8 @@ bool TextStates::fireFrozen(const PendingState& state, Transition& transition, L
 }
 
 // Deliberate: the flags are cleared after the connector has fired, so only those count that are set
-// while the state is read, and the search looks at a state with an error like at any other.
+// while the state is read, and a state with an error is stored like any other.
+// (docs/decisions/0024-errors-in-the-two-searches.md)
 bool TextStates::fireThis(const TransNode& transition, Label& label) {
   const OneInteraction installed(*transition.trans(), transition.inter());
   mPlace.choice = transition.trans();
