@@ -48,6 +48,7 @@ void BreadthFirst::meetDeadlock(const PendingState& state) {
 
 // Takes the transitions of the legal connectors up to the first dominated one.
 void BreadthFirst::expand(const PendingState& state, Transition& transition) {
+  mSpace->expectLegal();
   while (!transition.connector->dominated()) {
     if (!follow(state, transition)) return;
     if (!mSpace->nextLegal(transition) || isStopped()) return;

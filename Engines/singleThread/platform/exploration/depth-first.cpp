@@ -70,7 +70,17 @@ void DepthFirst::meetDeadlock(StateNumber state) {
   ++mCounters.deadlocks;
 }
 
+// The first transition of a state mostly leads to a new one, and on from there. When the search is
+// here again, the others mostly lead to known states, so that they are taken one after the other.
+void DepthFirst::expectTransitionsOf(const PendingState& state) {
+  mExpected = state.number;
+  for (std::size_t i = 1; i <= state.outTrans; ++i) mSpace->expect(mStack[mStack.size() - i]);
+}
+
 void DepthFirst::follow(PendingState& state, Transition& transition) {
+  mSpace->restore(state);
+  if (state.number != mArrived && state.number != mExpected) expectTransitionsOf(state);
+  mArrived = UINT32_MAX;
   if (!mSpace->fireFrozen(state, transition, mLabel)) return;
   ++mCounters.transitions;
   const StateSpace::Found target = mSpace->find();
@@ -88,6 +98,7 @@ void DepthFirst::arrive(StateNumber number) {
   mSpace->activate();
   if (enumerationCut) return mSpace->drop();
   mSources.push_back(mSpace->keep());
+  mArrived = number;
   Transition transition;
   if (!mSpace->firstLegal(transition)) {
     mStack.emplace_back();

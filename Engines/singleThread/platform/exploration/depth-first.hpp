@@ -23,12 +23,15 @@ class DepthFirst : public Search {
   void take(PendingState& state, Transition& transition);
   void meetDeadlock(StateNumber state);
   void follow(PendingState& state, Transition& transition);
+  void expectTransitionsOf(const PendingState& state);
   void arrive(StateNumber number);
   void prune(StateNumber number);
   void writeState(StateNumber number);
 
-  std::deque<Transition> mStack;      // the top is at the back; those of one state lie together
-  std::deque<PendingState> mSources;  // the states of the transitions on the stack, each once
+  std::deque<Transition> mStack;       // the top is at the back; those of one state lie together
+  std::deque<PendingState> mSources;   // the states of the transitions on the stack, each once
+  StateNumber mExpected = UINT32_MAX;  // the state whose transitions were announced last
+  StateNumber mArrived = UINT32_MAX;   // the state that was found last, until it is looked at
   Path mPath;
 };
 

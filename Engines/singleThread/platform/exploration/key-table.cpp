@@ -1,5 +1,6 @@
 #include "exploration/key-table.hpp"
 
+#include <algorithm>
 #include <cstring>
 #include <stdexcept>
 
@@ -14,7 +15,7 @@ const char TOO_MANY_STATES[] = "too many states";
 
 }  // namespace
 
-KeyTable::KeyTable(std::size_t bytes) : mSlots(FIRST_SLOTS, Slot{0, 0}) {
+KeyTable::KeyTable(std::size_t bytes) : mSlots(makeSlots(FIRST_SLOTS)), mLast(FIRST_SLOTS - 1) {
   takeBytes(bytes);
 }
 
@@ -26,28 +27,35 @@ void KeyTable::takeBytes(std::size_t bytes) {
 
 void KeyTable::add(const unsigned char* key, std::uint64_t hash) {
   if (mCount == MOST) throw std::length_error(TOO_MANY_STATES);
-  if (4 * (std::size_t{mCount} + 1) > 3 * mSlots.size()) grow();
+  if (4 * (std::size_t{mCount} + 1) > 3 * (mLast + 1)) grow();
   if (mCount >> mShift == mChunks.size()) {
-    mChunks.push_back(Chunk(new unsigned char[chunkBytes()]));
+    mChunks.push_back(makeBlock<unsigned char>(chunkBytes()));
   }
   const StateNumber number = mCount++;
   if (mBytes != 0) std::memcpy(const_cast<unsigned char*>(this->key(number)), key, mBytes);
-  put(mSlots, {folded(hash), number + 1});
+  put({folded(hash), number + 1});
 }
 
-void KeyTable::put(std::vector<Slot>& slots, const Slot& added) {
-  const std::size_t last = slots.size() - 1;
-  std::size_t slot = added.hash & last;
-  while (slots[slot].used != 0) slot = (slot + 1) & last;
-  slots[slot] = added;
+std::unique_ptr<KeyTable::Slot[]> KeyTable::makeSlots(std::size_t count) {
+  auto slots = makeBlock<Slot>(count);
+  std::fill_n(slots.get(), count, Slot{0, 0});
+  return slots;
+}
+
+void KeyTable::put(const Slot& added) {
+  std::size_t slot = added.hash & mLast;
+  while (mSlots[slot].used != 0) slot = (slot + 1) & mLast;
+  mSlots[slot] = added;
 }
 
 void KeyTable::grow() {
-  std::vector<Slot> larger(2 * mSlots.size(), Slot{0, 0});
-  for (const Slot& slot : mSlots) {
-    if (slot.used != 0) put(larger, slot);
+  const std::size_t count = mLast + 1;
+  auto slots = makeSlots(2 * count);
+  mSlots.swap(slots);
+  mLast = 2 * count - 1;
+  for (std::size_t slot = 0; slot < count; ++slot) {
+    if (slots[slot].used != 0) put(slots[slot]);
   }
-  mSlots.swap(larger);
 }
 
 // The former chunks are released one by one as they are copied.
@@ -55,11 +63,11 @@ void KeyTable::convert(const KeyLayout& from, const KeyLayout& to) {
   KeyTable converted(to.bytes());
   for (StateNumber number = 0; number < mCount; ++number) {
     if (number >> converted.mShift == converted.mChunks.size()) {
-      converted.mChunks.push_back(Chunk(new unsigned char[converted.chunkBytes()]));
+      converted.mChunks.push_back(makeBlock<unsigned char>(converted.chunkBytes()));
     }
     to.convert(from, key(number), const_cast<unsigned char*>(converted.key(number)));
-    if (number != 0 && (number & ((1u << mShift) - 1)) == 0)
-      mChunks[(number >> mShift) - 1].reset();
+    const bool startsChunk = (number & ((1u << mShift) - 1)) == 0;
+    if (startsChunk && number != 0) mChunks[(number >> mShift) - 1].reset();
   }
   mBytes = converted.mBytes;
   mShift = converted.mShift;

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "exploration/key-layout.hpp"
+#include "exploration/memory.hpp"
 #include "exploration/pending-state.hpp"
 
 namespace Vesk {
@@ -26,9 +27,12 @@ class KeyTable {
     return mChunks[number >> mShift].get() + (number & ((1u << mShift) - 1)) * mBytes;
   }
   // Bring what find() is going to look at into the cache: first the slot of a hash, then, when that
-  // is there, the key that it names.
-  void prefetchSlot(std::uint64_t hash) const { __builtin_prefetch(&firstSlot(hash)); }
-  void prefetchKey(std::uint64_t hash) const {
+  // is there, the key that it names. A call that is not inline would be removed, since it has no
+  // result.
+  __attribute__((always_inline)) void prefetchSlot(std::uint64_t hash) const {
+    __builtin_prefetch(&firstSlot(hash));
+  }
+  __attribute__((always_inline)) void prefetchKey(std::uint64_t hash) const {
     const Slot& slot = firstSlot(hash);
     if (slot.used != 0) __builtin_prefetch(key(slot.used - 1));
   }
@@ -38,8 +42,7 @@ class KeyTable {
   template <class IsThis>
   StateNumber find(std::uint64_t hash, IsThis isThis) const {
     const std::uint32_t wanted = folded(hash);
-    const std::size_t last = mSlots.size() - 1;
-    for (std::size_t slot = wanted & last; mSlots[slot].used != 0; slot = (slot + 1) & last) {
+    for (std::size_t slot = wanted & mLast; mSlots[slot].used != 0; slot = (slot + 1) & mLast) {
       if (mSlots[slot].hash == wanted && isThis(mSlots[slot].used - 1))
         return mSlots[slot].used - 1;
     }
@@ -51,11 +54,10 @@ class KeyTable {
   // Finds the states by other hashes from now on.
   template <class HashOf>
   void rehash(HashOf hashOf) {
-    std::vector<Slot> slots(mSlots.size(), Slot{0, 0});
+    mSlots = makeSlots(mLast + 1);
     for (StateNumber number = 0; number < mCount; ++number) {
-      put(slots, {folded(hashOf(number)), number + 1});
+      put({folded(hashOf(number)), number + 1});
     }
-    mSlots.swap(slots);
   }
   // Gives the keys another layout.
   void convert(const KeyLayout& from, const KeyLayout& to);
@@ -70,10 +72,9 @@ class KeyTable {
   static std::uint32_t folded(std::uint64_t hash) {
     return static_cast<std::uint32_t>(hash ^ (hash >> 32));
   }
-  const Slot& firstSlot(std::uint64_t hash) const {
-    return mSlots[folded(hash) & (mSlots.size() - 1)];
-  }
-  static void put(std::vector<Slot>& slots, const Slot& added);
+  const Slot& firstSlot(std::uint64_t hash) const { return mSlots[folded(hash) & mLast]; }
+  static std::unique_ptr<Slot[]> makeSlots(std::size_t count);
+  void put(const Slot& added);
   void grow();
   void takeBytes(std::size_t bytes);
   std::size_t chunkBytes() const { return mBytes << mShift; }
@@ -82,7 +83,8 @@ class KeyTable {
   unsigned int mShift;  // a chunk has 2^mShift keys
   StateNumber mCount = 0;
   std::vector<Chunk> mChunks;
-  std::vector<Slot> mSlots;  // a power of two, at most three quarters full
+  std::unique_ptr<Slot[]> mSlots;  // at most three quarters full
+  std::size_t mLast;               // slot; their number is a power of two
 };
 
 // Most keys are short.

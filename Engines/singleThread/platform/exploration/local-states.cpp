@@ -54,11 +54,10 @@ bool LocalStates::fire(const Transition& transition, Label& label) {
   return true;
 }
 
-bool LocalStates::fireFrozen(const PendingState& state, Transition& transition, Label& label) {
+bool LocalStates::fireFrozen(const PendingState&, Transition& transition, Label& label) {
   Connector& fired = *transition.connector;
   const Index part = parts().indexOf(fired);
   Interaction* interaction = thaw(transition);
-  restore(state);
   if (usesExportedPort(fired)) evaluateFor(part);
   if (enumerationCut) return false;
   markDirty(part);  // since all interactions are taken away from it

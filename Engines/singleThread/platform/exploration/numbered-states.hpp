@@ -94,6 +94,7 @@ class NumberedStates : public StateSpace {
   }
   Connector& connector(std::size_t part) const { return *mParts.connectors()[part].connector; }
   const AtomTexts& texts(std::size_t atom) const { return mTexts[atom]; }
+  StateNumber restoredState() const { return mRestored; }
   // The number of the atom's text in the state that the system is in.
   Number number(std::size_t atom) const { return mLayout.get(mKey.data(), atom); }
   // The number of the text that the atom shows. There is room for it in a key then.
@@ -106,8 +107,12 @@ class NumberedStates : public StateSpace {
   void setHash(std::uint64_t difference) { mHash = mBaseHash + difference; }
   std::uint64_t difference(std::size_t atom, Number number) const;
   // The state that differs by so much from the one that the system is in is going to be looked up.
-  void expectSlot(std::uint64_t difference) const { mTable.prefetchSlot(mHash + difference); }
-  void expectKey(std::uint64_t difference) const { mTable.prefetchKey(mHash + difference); }
+  __attribute__((always_inline)) void expectSlot(std::uint64_t difference) const {
+    mTable.prefetchSlot(mHash + difference);
+  }
+  __attribute__((always_inline)) void expectKey(std::uint64_t difference) const {
+    mTable.prefetchKey(mHash + difference);
+  }
   // Raises the flags for the markers in the state that the system is in.
   void raiseFlags();
   // The atom may have another configuration than at the last activation.

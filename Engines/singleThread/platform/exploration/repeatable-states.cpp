@@ -9,7 +9,8 @@ namespace Vesk {
 RepeatableStates::RepeatableStates(const Place& place, SystemParts parts)
     : NumberedStates(place, std::move(parts)),
       mActual(this->parts().atoms().size(), UNKNOWN),
-      mCurrent(this->parts().connectors().size(), 0) {}
+      mCurrent(this->parts().connectors().size(), 0),
+      mFrozen(this->parts().connectors().size(), Frozen{NO_STATE, 0}) {}
 
 // ---- States ----------------------------------------------------------------------------------
 
@@ -22,6 +23,7 @@ void RepeatableStates::restore(const PendingState& state) {
 void RepeatableStates::forgetIfTooMany() {
   if (mOutcomes.bytes() + mKeptLabels.bytes() <= MOST_BYTES) return;
   mOutcomes.clear();
+  for (Frozen& frozen : mFrozen) frozen.state = NO_STATE;
   mKeptLabels.clear();
   markAllDirty();
 }
@@ -45,18 +47,16 @@ bool RepeatableStates::isLegal(std::size_t part) {
   return outcome.isLegal;
 }
 
-// The states that the legal connectors lead to are looked up soon, all at different places.
-void RepeatableStates::activate() {
-  NumberedStates::activate();
-  mExpected.clear();
+void RepeatableStates::expectLegal() {
   Transition legal;
   for (bool more = firstLegal(legal); more; more = nextLegal(legal)) {
     const Outcome* outcome = isRemembered(legal.part) ? &mOutcomes[mCurrent[legal.part]] : nullptr;
     if (outcome == nullptr || !outcome->isKnown) continue;
     expectSlot(outcome->difference);
-    mExpected.push_back(outcome->difference);
+    mDifferences.push_back(outcome->difference);
   }
-  for (const std::uint64_t difference : mExpected) expectKey(difference);
+  for (const std::uint64_t difference : mDifferences) expectKey(difference);
+  mDifferences.clear();
 }
 
 bool RepeatableStates::evaluate(std::size_t part) {
@@ -94,13 +94,32 @@ bool RepeatableStates::fire(const Transition& transition, Label& label) {
   return isRemembered(part) ? repeat(part, mCurrent[part], label) : fireForReal(part, label);
 }
 
-bool RepeatableStates::fireFrozen(const PendingState& state, Transition& transition, Label& label) {
-  restore(state);
+void RepeatableStates::expect(const Transition& transition) {
+  if (!isRemembered(transition.part)) return;
+  const Outcome& outcome = mOutcomes[frozenOutcome(transition.part)];
+  if (!outcome.isKnown) return;
+  expectSlot(outcome.difference);
+  mDifferences.push_back(outcome.difference);
+}
+
+// The outcome of a connector in the restored state, kept for the next time.
+Outcomes::Index RepeatableStates::frozenOutcome(std::size_t part) {
+  Frozen& frozen = mFrozen[part];
+  if (frozen.state != restoredState()) {
+    frozen = {restoredState(), mOutcomes.indexOf(outcomeOf(part))};
+  }
+  return frozen.outcome;
+}
+
+bool RepeatableStates::fireFrozen(const PendingState&, Transition& transition, Label& label) {
   mPlace.choice = transition.connector;
   clearFlags();
   const std::size_t part = transition.part;
   if (!isRemembered(part)) return fireForReal(part, label);
-  return repeat(part, mOutcomes.indexOf(outcomeOf(part)), label);
+  const Outcomes::Index outcome = frozenOutcome(part);
+  for (const std::uint64_t difference : mDifferences) expectKey(difference);
+  mDifferences.clear();
+  return repeat(part, outcome, label);
 }
 
 // Reads where the connector has led. The atoms may announce something else than after setState.

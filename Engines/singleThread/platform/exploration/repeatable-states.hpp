@@ -24,17 +24,25 @@ class RepeatableStates : public NumberedStates {
   RepeatableStates(const Place& place, SystemParts parts);
 
   void restore(const PendingState& state) override;
-  void activate() override;
+  void expectLegal() override;
   Transition freeze(const Transition& legal) override;
   bool fire(const Transition& transition, Label& label) override;
+  void expect(const Transition& transition) override;
   bool fireFrozen(const PendingState& state, Transition& transition, Label& label) override;
 
  private:
   using Outcome = Outcomes::Outcome;
 
+  // The outcome of a connector in a state whose transitions are being taken.
+  struct Frozen {
+    StateNumber state;
+    Outcomes::Index outcome;
+  };
+
   bool isLegal(std::size_t part) override;
   bool isRemembered(std::size_t part) const { return members(part).size() <= MOST_MEMBERS; }
   Outcome& outcomeOf(std::size_t part);
+  Outcomes::Index frozenOutcome(std::size_t part);
   void forgetIfTooMany();
   void settle(std::size_t part);
   bool evaluate(std::size_t part);
@@ -42,13 +50,15 @@ class RepeatableStates : public NumberedStates {
   bool learn(std::size_t part, Outcomes::Index index, Label& label);
   bool repeat(std::size_t part, Outcomes::Index index, Label& label);
 
+  static constexpr StateNumber NO_STATE = UINT32_MAX;
   static constexpr Number UNKNOWN = UINT32_MAX;
 
   std::vector<Number> mActual;  // per atom: the text that setState has given it last, or UNKNOWN
   Outcomes mOutcomes;
-  std::vector<Outcomes::Index> mCurrent;  // per connector, its outcome at the last activation
-  std::vector<std::uint64_t> mExpected;   // what the outcomes of legal connectors add to the hash
-  Labels mKeptLabels{SIZE_MAX};           // of the outcomes
+  std::vector<Outcomes::Index> mCurrent;    // per connector, its outcome at the last activation
+  std::vector<Frozen> mFrozen;              // per connector
+  std::vector<std::uint64_t> mDifferences;  // of the outcomes that are expected
+  Labels mKeptLabels{SIZE_MAX};             // of the outcomes
 };
 
 }  // namespace Vesk

@@ -89,13 +89,19 @@ class StateSpace {
   // The transition of a legal connector as one that can be fired when other states have been looked
   // at.
   virtual Transition freeze(const Transition& legal) = 0;
-  // Both take a transition and read where it leads. The label is set before the connector fires.
-  // False when an enumeration was cut: then nothing was read.
-  // Out of the state that was restored last, which was activated since. The flags are lowered
-  // before the connector fires.
+  // Both take a transition out of the state that was restored last, and read where it leads. The
+  // label is set before the connector fires. False when an enumeration was cut: then nothing was
+  // read.
+  // Requires: the state was activated when it was restored. The flags are lowered before the
+  // connector fires.
   virtual bool fire(const Transition& transition, Label& label) = 0;
-  // Out of any state, which is restored first. The flags are lowered after the connector has fired.
+  // The flags are lowered after the connector has fired.
   virtual bool fireFrozen(const PendingState& state, Transition& transition, Label& label) = 0;
+  // Hints, which have no effect that can be seen.
+  // All transitions of the legal connectors are going to be taken soon.
+  virtual void expectLegal() {}
+  // This frozen transition out of the state that was restored last is.
+  virtual void expect(const Transition&) {}
 };
 
 // Lowers the flags that model code raises.

@@ -83,7 +83,6 @@ bool TextStates::fire(const Transition& transition, Label& label) {
 bool TextStates::fireFrozen(const PendingState& state, Transition& transition, Label& label) {
   Connector& connector = *transition.connector;
   Interaction* interaction = thaw(transition);
-  restore(state);
   if (usesExportedPort(connector)) connector.eval(false);
   if (enumerationCut) return false;
   if (!fireThis(TransNode(mPending.restore(state), &connector, interaction), label)) return false;
