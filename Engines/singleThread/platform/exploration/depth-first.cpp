@@ -22,14 +22,14 @@ void DepthFirst::begin() {
 }
 
 void DepthFirst::push(PendingState& state, const Transition& legal) {
-  Transition transition = mSpace->freeze(legal);
+  mSpace->freeze(&legal);
+  ++mPending;
   mSpace->addTransition(state);
-  mStack.push_back(std::move(transition));
 }
 
 void DepthFirst::takeOne() {
-  Transition transition = std::move(mStack.back());
-  mStack.pop_back();
+  Transition transition = mSpace->thaw();
+  --mPending;
   if (transition.connector != nullptr) mSpace->takeTransition(mSources.back());
   if (mSources.back().outTrans != 0) {
     PendingState& state = mSources.back();
@@ -49,7 +49,8 @@ PendingState DepthFirst::popSource() {
 }
 
 void DepthFirst::endAll() {
-  mStack.clear();
+  mSpace->dropFrozen();
+  mPending = 0;
   while (!mSources.empty()) mSpace->end(popSource());
 }
 
@@ -70,17 +71,9 @@ void DepthFirst::meetDeadlock(StateNumber state) {
   ++mCounters.deadlocks;
 }
 
-// The first transition of a state mostly leads to a new one, and on from there. When the search is
-// here again, the others mostly lead to known states, so that they are taken one after the other.
-void DepthFirst::expectTransitionsOf(const PendingState& state) {
-  mExpected = state.number;
-  for (std::size_t i = 1; i <= state.outTrans; ++i) mSpace->expect(mStack[mStack.size() - i]);
-}
-
 void DepthFirst::follow(PendingState& state, Transition& transition) {
   mSpace->restore(state);
-  if (state.number != mArrived && state.number != mExpected) expectTransitionsOf(state);
-  mArrived = UINT32_MAX;
+  expectTransitionsOf(state);
   if (!mSpace->fireFrozen(state, transition, mLabel)) return;
   ++mCounters.transitions;
   const StateSpace::Found target = mSpace->find();
@@ -92,6 +85,16 @@ void DepthFirst::follow(PendingState& state, Transition& transition) {
   }
 }
 
+// The first transition of a state mostly leads to a new one, and on from there. When the search is
+// here again, the others mostly lead to known states, so that they are taken one after the other.
+void DepthFirst::expectTransitionsOf(const PendingState& state) {
+  const bool isFirst = state.number == mArrived;
+  mArrived = NO_STATE;
+  if (isFirst || state.number == mExpected) return;
+  mExpected = state.number;
+  mSpace->expectFrozen(state.outTrans);
+}
+
 void DepthFirst::arrive(StateNumber number) {
   writeState(number);
   if (global_prune) return prune(number);
@@ -101,7 +104,8 @@ void DepthFirst::arrive(StateNumber number) {
   mArrived = number;
   Transition transition;
   if (!mSpace->firstLegal(transition)) {
-    mStack.emplace_back();
+    mSpace->freeze(nullptr);
+    ++mPending;
     return;
   }
   for (bool legal = true; legal && !transition.connector->dominated() && !global_error;

@@ -13,8 +13,10 @@ class DepthFirst : public Search {
   using Search::Search;
 
  private:
+  static constexpr StateNumber NO_STATE = UINT32_MAX;
+
   void begin() override;
-  Count stored() const override { return mStack.size(); }
+  Count stored() const override { return mPending; }
   void takeOne() override;
   void endAll() override;
   const Path* path() const override { return &mPath; }
@@ -28,10 +30,11 @@ class DepthFirst : public Search {
   void prune(StateNumber number);
   void writeState(StateNumber number);
 
-  std::deque<Transition> mStack;       // the top is at the back; those of one state lie together
-  std::deque<PendingState> mSources;   // the states of the transitions on the stack, each once
-  StateNumber mExpected = UINT32_MAX;  // the state whose transitions were announced last
-  StateNumber mArrived = UINT32_MAX;   // the state that was found last, until it is looked at
+  std::deque<PendingState>
+      mSources;                      // of the frozen transitions, each once; the top is at the back
+  StateNumber mExpected = NO_STATE;  // the state whose transitions were announced last
+  StateNumber mArrived = NO_STATE;   // the state that was found last, until it is looked at
+  Count mPending = 0;                // frozen transitions
   Path mPath;
 };
 

@@ -1,5 +1,7 @@
 #include "exploration/firing.hpp"
 
+#include <utility>
+
 #include "port.hpp"
 
 namespace Vesk {
@@ -13,18 +15,27 @@ bool usesExportedPort(Connector& connector) {
 
 // The interaction is made again when the transition is taken, unless it has something that it may
 // have lost by then.
-Transition freezeFeasible(Connector& connector) {
-  Interaction* interaction = connector.feasibleInter();
-  const bool isBare =
-      interaction->constraint() == nullptr && !interaction->dominated() && interaction->mark() == 0;
+void FrozenTransitions::push(const Transition* legal) {
   Transition transition;
-  transition.connector = &connector;
-  transition.interaction = interaction;
-  if (!isBare) transition.frozen.reset(interaction->copy());
+  if (legal != nullptr) {
+    Interaction* interaction = legal->connector->feasibleInter();
+    const bool isBare = interaction->constraint() == nullptr && !interaction->dominated() &&
+                        interaction->mark() == 0;
+    transition.connector = legal->connector;
+    transition.part = legal->part;
+    transition.interaction = interaction;
+    if (!isBare) transition.frozen.reset(interaction->copy());
+  }
+  mStack.push_back(std::move(transition));
+}
+
+Transition FrozenTransitions::pop() {
+  Transition transition = std::move(mStack.back());
+  mStack.pop_back();
   return transition;
 }
 
-Interaction* thaw(Transition& transition) {
+Interaction* frozenInteraction(Transition& transition) {
   if (transition.frozen == nullptr) {
     transition.frozen =
         std::make_unique<Interaction>(transition.connector, transition.interaction->synced());

@@ -2,6 +2,8 @@
 #ifndef VESK_EXPLORATION_FIRING_HPP
 #define VESK_EXPLORATION_FIRING_HPP
 
+#include <deque>
+
 #include "connector.hpp"
 #include "exploration/state-space.hpp"
 
@@ -24,11 +26,20 @@ class OneInteraction {
 // Whether a connector below this one has to be evaluated before this one fires.
 bool usesExportedPort(Connector& connector);
 
-// A transition that fires what the connector would fire now.
-Transition freezeFeasible(Connector& connector);
+// Transitions that wait, each with what it needs to be fired.
+class FrozenTransitions {
+ public:
+  // Null: it stands for a state without transitions.
+  void push(const Transition* legal);
+  Transition pop();
+  void clear() { mStack.clear(); }
 
-// The interaction that a frozen transition fires.
-Interaction* thaw(Transition& transition);
+ private:
+  std::deque<Transition> mStack;
+};
+
+// The interaction that a transition from the stack fires.
+Interaction* frozenInteraction(Transition& transition);
 
 }  // namespace Vesk
 

@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include "exploration/firing.hpp"
 #include "exploration/signals.hpp"
 
 namespace Vesk {
@@ -39,10 +38,6 @@ bool LocalStates::isLegal(std::size_t part) {
   return evaluated.legal() && !evaluated.isSubconn();
 }
 
-Transition LocalStates::freeze(const Transition& legal) {
-  return freezeFeasible(*legal.connector);
-}
-
 bool LocalStates::fire(const Transition& transition, Label& label) {
   Connector& fired = *transition.connector;
   mPlace.choice = &fired;
@@ -56,8 +51,8 @@ bool LocalStates::fire(const Transition& transition, Label& label) {
 
 bool LocalStates::fireFrozen(const PendingState&, Transition& transition, Label& label) {
   Connector& fired = *transition.connector;
-  const Index part = parts().indexOf(fired);
-  Interaction* interaction = thaw(transition);
+  const std::size_t part = transition.part;
+  Interaction* interaction = frozenInteraction(transition);
   if (usesExportedPort(fired)) evaluateFor(part);
   if (enumerationCut) return false;
   markDirty(part);  // since all interactions are taken away from it

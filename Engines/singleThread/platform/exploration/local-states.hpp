@@ -3,6 +3,7 @@
 #ifndef VESK_EXPLORATION_LOCAL_STATES_HPP
 #define VESK_EXPLORATION_LOCAL_STATES_HPP
 
+#include "exploration/firing.hpp"
 #include "exploration/numbered-states.hpp"
 
 namespace Vesk {
@@ -12,9 +13,11 @@ class LocalStates : public NumberedStates {
  public:
   LocalStates(const Place& place, SystemParts parts);
 
-  Transition freeze(const Transition& legal) override;
   bool fire(const Transition& transition, Label& label) override;
   bool fireFrozen(const PendingState& state, Transition& transition, Label& label) override;
+  void freeze(const Transition* legal) override { mFrozen.push(legal); }
+  Transition thaw() override { return mFrozen.pop(); }
+  void dropFrozen() override { mFrozen.clear(); }
 
  private:
   bool isLegal(std::size_t part) override;
@@ -24,6 +27,7 @@ class LocalStates : public NumberedStates {
   void readMembers(std::size_t part);
   void evaluateFor(std::size_t part);
 
+  FrozenTransitions mFrozen;
   // Atoms that setState has not put into the state that they are in. What they announce may be
   // something else, even if they show the same text.
   std::vector<Index> mUnsettled;

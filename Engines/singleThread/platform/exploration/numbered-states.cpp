@@ -259,14 +259,18 @@ void NumberedStates::activate() {
 
 // The list of legal connectors has the one that was evaluated last in front.
 bool NumberedStates::firstLegal(Transition& transition) {
-  transition.part = mParts.connectors().size();
-  return nextLegal(transition);
+  return giveLegalBelow(mParts.connectors().size(), transition);
 }
 
 bool NumberedStates::nextLegal(Transition& transition) {
-  transition.part = mLegal.below(transition.part);
-  if (transition.part == BitSet::NONE) return false;
-  transition.connector = &connector(transition.part);
+  return giveLegalBelow(transition.part, transition);
+}
+
+bool NumberedStates::giveLegalBelow(std::size_t bound, Transition& transition) const {
+  const std::size_t part = mLegal.below(bound);
+  if (part == BitSet::NONE) return false;
+  transition.connector = &connector(part);
+  transition.part = part;
   return true;
 }
 

@@ -125,6 +125,7 @@ class NumberedStates : public StateSpace {
   Labels mLabels;
 
  private:
+  bool giveLegalBelow(std::size_t bound, Transition& transition) const;
   void undo();
   void enter(StateNumber number);
   void replace(std::size_t atom, Number number);

@@ -9,7 +9,6 @@ namespace Vesk {
 namespace {
 
 constexpr char SPINNER[] = "|/-\\";
-constexpr char SPIN[] = "%c\r";
 constexpr char PROGRESS[] =
     "%c Count : %10llu [pruned : %10llu] [deadlocks : %10llu] [stored states: %10llu]";
 constexpr char RATE[] = ", SPS: %5lds/s\r";
@@ -32,11 +31,16 @@ Progress::Event Progress::show(const Counters& counters, Count stored) {
   const bool limit = mLimited && counters.steps == mLimit;
   Event event = NOTHING;
   if (counters.steps % STEPS_PER_SPIN == 0 || limit) makeOutputRoom(LINE);
-  if (counters.steps % STEPS_PER_SPIN == 0) std::printf(SPIN, spin());
+  if (counters.steps % STEPS_PER_SPIN == 0) printSpin();
   if (counters.steps % STEPS_PER_REPORT == 0 || limit) event = report(counters, stored);
   if (!limit) return event;
   std::puts(LIMIT_REACHED);
   return LIMIT;
+}
+
+void Progress::printSpin() {
+  std::putchar(spin());
+  std::putchar('\r');
 }
 
 char Progress::spin() {

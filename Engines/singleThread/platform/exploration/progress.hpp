@@ -28,6 +28,7 @@ class Progress {
   Event show(const Counters& counters, Count stored);
 
  private:
+  void printSpin();
   char spin();
   Event report(const Counters& counters, Count stored);
 

@@ -9,8 +9,7 @@ namespace Vesk {
 RepeatableStates::RepeatableStates(const Place& place, SystemParts parts)
     : NumberedStates(place, std::move(parts)),
       mActual(this->parts().atoms().size(), UNKNOWN),
-      mCurrent(this->parts().connectors().size(), 0),
-      mFrozen(this->parts().connectors().size(), Frozen{NO_STATE, 0}) {}
+      mCurrent(this->parts().connectors().size(), 0) {}
 
 // ---- States ----------------------------------------------------------------------------------
 
@@ -22,10 +21,15 @@ void RepeatableStates::restore(const PendingState& state) {
 
 void RepeatableStates::forgetIfTooMany() {
   if (mOutcomes.bytes() + mKeptLabels.bytes() <= MOST_BYTES) return;
+  forgetFrozen(mThawed);
+  for (Frozen& frozen : mFrozen) forgetFrozen(frozen);
   mOutcomes.clear();
-  for (Frozen& frozen : mFrozen) frozen.state = NO_STATE;
   mKeptLabels.clear();
   markAllDirty();
+}
+
+void RepeatableStates::forgetFrozen(Frozen& frozen) {
+  if (!frozen.isNone() && !frozen.isPart()) frozen = Frozen::part(mOutcomes[frozen.number()].part);
 }
 
 // Puts the atoms of a connector into the state that the key says.
@@ -80,13 +84,6 @@ RepeatableStates::Outcome& RepeatableStates::outcomeOf(std::size_t part) {
 
 // ---- Firing ----------------------------------------------------------------------------------
 
-Transition RepeatableStates::freeze(const Transition& legal) {
-  Transition transition;
-  transition.connector = legal.connector;
-  transition.part = legal.part;
-  return transition;
-}
-
 bool RepeatableStates::fire(const Transition& transition, Label& label) {
   mPlace.choice = transition.connector;
   clearFlags();
@@ -94,29 +91,13 @@ bool RepeatableStates::fire(const Transition& transition, Label& label) {
   return isRemembered(part) ? repeat(part, mCurrent[part], label) : fireForReal(part, label);
 }
 
-void RepeatableStates::expect(const Transition& transition) {
-  if (!isRemembered(transition.part)) return;
-  const Outcome& outcome = mOutcomes[frozenOutcome(transition.part)];
-  if (!outcome.isKnown) return;
-  expectSlot(outcome.difference);
-  mDifferences.push_back(outcome.difference);
-}
-
-// The outcome of a connector in the restored state, kept for the next time.
-Outcomes::Index RepeatableStates::frozenOutcome(std::size_t part) {
-  Frozen& frozen = mFrozen[part];
-  if (frozen.state != restoredState()) {
-    frozen = {restoredState(), mOutcomes.indexOf(outcomeOf(part))};
-  }
-  return frozen.outcome;
-}
-
 bool RepeatableStates::fireFrozen(const PendingState&, Transition& transition, Label& label) {
   mPlace.choice = transition.connector;
   clearFlags();
   const std::size_t part = transition.part;
   if (!isRemembered(part)) return fireForReal(part, label);
-  const Outcomes::Index outcome = frozenOutcome(part);
+  const bool isKept = !mThawed.isPart();
+  const Outcomes::Index outcome = isKept ? mThawed.number() : mOutcomes.indexOf(outcomeOf(part));
   for (const std::uint64_t difference : mDifferences) expectKey(difference);
   mDifferences.clear();
   return repeat(part, outcome, label);
@@ -166,6 +147,38 @@ bool RepeatableStates::learn(std::size_t part, Outcomes::Index index, Label& lab
   outcome.label = label;
   outcome.isKnown = true;
   return true;
+}
+
+// ---- Frozen transitions ----------------------------------------------------------------------
+
+void RepeatableStates::freeze(const Transition* legal) {
+  if (legal == nullptr) {
+    mFrozen.push_back(Frozen::none());
+  } else if (isRemembered(legal->part)) {
+    mFrozen.push_back(Frozen::outcome(mCurrent[legal->part]));
+  } else {
+    mFrozen.push_back(Frozen::part(legal->part));
+  }
+}
+
+Transition RepeatableStates::thaw() {
+  mThawed = mFrozen.back();
+  mFrozen.pop_back();
+  Transition transition;
+  if (mThawed.isNone()) return transition;
+  transition.part = mThawed.isPart() ? mThawed.number() : mOutcomes[mThawed.number()].part;
+  transition.connector = &connector(transition.part);
+  return transition;
+}
+
+void RepeatableStates::expectFrozen(std::size_t count) {
+  for (std::size_t i = mFrozen.size() - count; i < mFrozen.size(); ++i) {
+    if (mFrozen[i].isPart()) continue;
+    const Outcome& outcome = mOutcomes[mFrozen[i].number()];
+    if (!outcome.isKnown) continue;
+    expectSlot(outcome.difference);
+    mDifferences.push_back(outcome.difference);
+  }
 }
 
 }  // namespace Vesk

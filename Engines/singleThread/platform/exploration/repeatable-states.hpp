@@ -4,6 +4,8 @@
 #ifndef VESK_EXPLORATION_REPEATABLE_STATES_HPP
 #define VESK_EXPLORATION_REPEATABLE_STATES_HPP
 
+#include <deque>
+
 #include "exploration/numbered-states.hpp"
 #include "exploration/outcomes.hpp"
 
@@ -25,38 +27,50 @@ class RepeatableStates : public NumberedStates {
 
   void restore(const PendingState& state) override;
   void expectLegal() override;
-  Transition freeze(const Transition& legal) override;
   bool fire(const Transition& transition, Label& label) override;
-  void expect(const Transition& transition) override;
   bool fireFrozen(const PendingState& state, Transition& transition, Label& label) override;
+  void freeze(const Transition* legal) override;
+  Transition thaw() override;
+  void dropFrozen() override { mFrozen.clear(); }
+  void expectFrozen(std::size_t count) override;
 
  private:
   using Outcome = Outcomes::Outcome;
 
-  // The outcome of a connector in a state whose transitions are being taken.
-  struct Frozen {
-    StateNumber state;
-    Outcomes::Index outcome;
+  // A frozen transition: the number of its outcome, or of its connector.
+  class Frozen {
+   public:
+    static Frozen none() { return Frozen(UINT32_MAX); }
+    static Frozen outcome(Outcomes::Index index) { return Frozen(index); }
+    static Frozen part(std::size_t part) { return Frozen(static_cast<Index>(part) | IS_PART); }
+    bool isNone() const { return mNumber == UINT32_MAX; }
+    bool isPart() const { return (mNumber & IS_PART) != 0; }
+    Index number() const { return mNumber & ~IS_PART; }
+
+   private:
+    static constexpr Index IS_PART = Index{1} << 31;
+    explicit Frozen(Index number) : mNumber(number) {}
+    Index mNumber;
   };
 
   bool isLegal(std::size_t part) override;
   bool isRemembered(std::size_t part) const { return members(part).size() <= MOST_MEMBERS; }
   Outcome& outcomeOf(std::size_t part);
-  Outcomes::Index frozenOutcome(std::size_t part);
   void forgetIfTooMany();
+  void forgetFrozen(Frozen& frozen);
   void settle(std::size_t part);
   bool evaluate(std::size_t part);
   bool fireForReal(std::size_t part, Label& label);
   bool learn(std::size_t part, Outcomes::Index index, Label& label);
   bool repeat(std::size_t part, Outcomes::Index index, Label& label);
 
-  static constexpr StateNumber NO_STATE = UINT32_MAX;
   static constexpr Number UNKNOWN = UINT32_MAX;
 
   std::vector<Number> mActual;  // per atom: the text that setState has given it last, or UNKNOWN
   Outcomes mOutcomes;
-  std::vector<Outcomes::Index> mCurrent;    // per connector, its outcome at the last activation
-  std::vector<Frozen> mFrozen;              // per connector
+  std::vector<Outcomes::Index> mCurrent;  // per connector, its outcome at the last activation
+  std::deque<Frozen> mFrozen;
+  Frozen mThawed = Frozen::none();
   std::vector<std::uint64_t> mDifferences;  // of the outcomes that are expected
   Labels mKeptLabels{SIZE_MAX};             // of the outcomes
 };

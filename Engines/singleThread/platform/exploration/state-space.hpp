@@ -26,11 +26,9 @@ struct Place {
 
 // A way out of a state.
 struct Transition {
-  Connector* connector = nullptr;  // null: it stands for a state without transitions
-  union {
-    Interaction* interaction = nullptr;  // of the connector; it lives as long as the connector
-    std::size_t part;                    // the number of the connector
-  };
+  Connector* connector = nullptr;       // null: it stands for a state without transitions
+  std::size_t part = 0;                 // the number of the connector
+  Interaction* interaction = nullptr;   // of the connector; it lives as long as the connector
   std::unique_ptr<Interaction> frozen;  // a copy, if it may be another when it is fired
 };
 
@@ -86,22 +84,29 @@ class StateSpace {
   // Gives the legal connectors, one after the other, in the order of their list.
   virtual bool firstLegal(Transition& transition) = 0;
   virtual bool nextLegal(Transition& transition) = 0;
-  // The transition of a legal connector as one that can be fired when other states have been looked
-  // at.
-  virtual Transition freeze(const Transition& legal) = 0;
   // Both take a transition out of the state that was restored last, and read where it leads. The
   // label is set before the connector fires. False when an enumeration was cut: then nothing was
   // read.
   // Requires: the state was activated when it was restored. The flags are lowered before the
   // connector fires.
   virtual bool fire(const Transition& transition, Label& label) = 0;
-  // The flags are lowered after the connector has fired.
+  // Requires: the transition was frozen. The flags are lowered after the connector has fired.
   virtual bool fireFrozen(const PendingState& state, Transition& transition, Label& label) = 0;
-  // Hints, which have no effect that can be seen.
-  // All transitions of the legal connectors are going to be taken soon.
+
+  // ---- Transitions that can be fired when other states have been looked at
+  // Puts the transition of a legal connector on top of a stack. Null: it stands for a state that
+  // has none.
+  virtual void freeze(const Transition* legal) = 0;
+  // Takes the top from the stack. Requires: there is one.
+  virtual Transition thaw() = 0;
+  virtual void dropFrozen() = 0;
+
+  // ---- Hints, which have no effect that can be seen
+  // All legal connectors are going to be fired soon.
   virtual void expectLegal() {}
-  // This frozen transition out of the state that was restored last is.
-  virtual void expect(const Transition&) {}
+  // So many transitions from the top of the stack, all of them out of the state that was restored
+  // last, are going to be taken soon.
+  virtual void expectFrozen(std::size_t) {}
 };
 
 // Lowers the flags that model code raises.

@@ -42,8 +42,6 @@ class SystemParts {
   const std::vector<AtomPart>& atoms() const { return mAtoms; }
   // In the order in which activation evaluates them.
   const std::vector<ConnectorPart>& connectors() const { return mConnectors; }
-  // The place of a connector in that list.
-  Index indexOf(const Connector& connector) const { return mConnectorIndices.at(&connector); }
 
  private:
   // So many places of atoms in connectors are worth their memory.

@@ -3,7 +3,6 @@
 #include <utility>
 
 #include "component.hpp"
-#include "exploration/firing.hpp"
 #include "exploration/signals.hpp"
 #include "state-nodes.hpp"
 
@@ -66,10 +65,6 @@ bool TextStates::nextLegal(Transition& transition) {
   return transition.connector != nullptr;
 }
 
-Transition TextStates::freeze(const Transition& legal) {
-  return freezeFeasible(*legal.connector);
-}
-
 bool TextStates::fire(const Transition& transition, Label& label) {
   mPlace.choice = transition.connector;
   label = mLabels.of(*transition.connector);
@@ -82,7 +77,7 @@ bool TextStates::fire(const Transition& transition, Label& label) {
 
 bool TextStates::fireFrozen(const PendingState& state, Transition& transition, Label& label) {
   Connector& connector = *transition.connector;
-  Interaction* interaction = thaw(transition);
+  Interaction* interaction = frozenInteraction(transition);
   if (usesExportedPort(connector)) connector.eval(false);
   if (enumerationCut) return false;
   if (!fireThis(TransNode(mPending.restore(state), &connector, interaction), label)) return false;

@@ -4,6 +4,7 @@
 #ifndef VESK_EXPLORATION_TEXT_STATES_HPP
 #define VESK_EXPLORATION_TEXT_STATES_HPP
 
+#include "exploration/firing.hpp"
 #include "exploration/pending-states.hpp"
 #include "exploration/state-space.hpp"
 #include "exploration/state-table.hpp"
@@ -32,9 +33,11 @@ class TextStates : public StateSpace {
   void activate() override;
   bool firstLegal(Transition& transition) override;
   bool nextLegal(Transition& transition) override;
-  Transition freeze(const Transition& legal) override;
   bool fire(const Transition& transition, Label& label) override;
   bool fireFrozen(const PendingState& state, Transition& transition, Label& label) override;
+  void freeze(const Transition* legal) override { mFrozen.push(legal); }
+  Transition thaw() override { return mFrozen.pop(); }
+  void dropFrozen() override { mFrozen.clear(); }
 
  private:
   bool fireThis(const TransNode& transition, Label& label);
@@ -44,6 +47,7 @@ class TextStates : public StateSpace {
   StateTable mStates;
   PendingStates mPending;
   Labels mLabels;
+  FrozenTransitions mFrozen;
   Tree mTree;                // of the state that was read
   StateTable::Found mFound;  // what find() has found
   StateText mText;           // of the state that is being written
