@@ -10,6 +10,8 @@
 
 #include "program.hpp"
 
+using kit::ExplorationChecker;
+
 namespace {
 
 using Number = ExplorationChecker::Number;
@@ -40,7 +42,7 @@ std::ostream& operator<<(std::ostream& out, const Size& size) {
 }
 
 Size explored(const std::string& program, int operand, const std::string& traversal) {
-  const Folder folder;
+  const ProgramFolder folder;
   EXPECT_EQ(0, folder.run(program + " --" + traversal + " -o x " + std::to_string(operand)));
   EXPECT_EQ("", folder.content("err"));
   const ExplorationChecker files = folder.check("x");
@@ -147,7 +149,7 @@ TEST(SizesTest, TokenRingsAreWhatASmallProgramReaches) {
 }
 
 TEST(SizesTest, BothSearchesFindTheSameStatesAndTransitionsOfTwoLevels) {
-  const Folder folder;
+  const ProgramFolder folder;
   EXPECT_EQ(0, folder.run("gateway --bfs -o wide && gateway --dfs -o deep"));
   const ExplorationChecker wide = folder.check("wide");
   const ExplorationChecker deep = folder.check("deep");

@@ -1,29 +1,23 @@
 // Activation: which connectors and internal ports can fire, with priorities applied.
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
+#include <functional>
+#include <iostream>
 #include <memory>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "component.hpp"
-#include "model.hpp"
+#include "kit/atoms.hpp"
+#include "kit/connectors.hpp"
+#include "kit/lists.hpp"
+#include "kit/output.hpp"
+#include "kit/systems.hpp"
 
-using model::BROADCAST;
-using model::elements;
-using model::errorsOf;
-using model::Events;
-using model::HandClock;
-using model::listOf;
-using model::names;
-using model::RENDEZVOUS;
-using model::setOf;
-using model::sets;
-using model::spans;
-using model::TestAtom;
-using model::TestCompound;
-using model::TestConnector;
-using model::TestPriority;
+using namespace kit;
 
 namespace {
 
@@ -45,7 +39,7 @@ class ActivationTest : public testing::Test {
   TestConnector* legal(const char* name, Constraint* constraint = nullptr) {
     return legalIn(compound, name, constraint);
   }
-  TestConnector* legalIn(TestCompound& holder, const char* name, Constraint* constraint = nullptr) {
+  TestConnector* legalIn(System& holder, const char* name, Constraint* constraint = nullptr) {
     TestConnector* made = holder.rendezvous(name, atom->enabled(name, constraint));
     made->events = &events;
     return made;
@@ -64,7 +58,7 @@ class ActivationTest : public testing::Test {
 
   Events events;
   Constraint within;
-  TestCompound compound;
+  System compound;
   TestAtom* atom;
 };
 
@@ -80,7 +74,7 @@ class CleanUpTest : public ActivationTest {};
 // ---- lists -------------------------------------------------------------------------------------
 
 TEST_F(ActivationTest, OfAnEmptyCompoundIsEmptyAndClearsTheInternalPorts) {
-  TestCompound empty("E");
+  System empty("E");
   Port left("left", atom);
   empty.setInternals(&left);
   EXPECT_EQ(empty.activate(true), nullptr);
@@ -91,7 +85,7 @@ TEST_F(ActivationTest, OfAnEmptyCompoundIsEmptyAndClearsTheInternalPorts) {
 }
 
 TEST_F(ActivationTest, WithoutComponentsStillListsItsConnectors) {
-  TestCompound flat("F");
+  System flat("F");
   flat.rendezvous("k", atom->enabled("p"));
   EXPECT_EQ(names(flat.activate(true)), "k");
 }
@@ -141,9 +135,9 @@ TEST_F(ActivationTest, AFreshEvaluationAsksAProviderOncePerUse) {
 // The root's connectors come first, the last one before the others; then those of later
 // sub-compounds before those of earlier ones.
 TEST_F(ActivationTest, ListsOwnConnectorsThenLaterSubcompoundsThenEarlierOnes) {
-  TestCompound* first = compound.compound("D1");
-  TestCompound* second = compound.compound("D2");
-  TestCompound* deeper = first->compound("E");
+  System* first = compound.compound("D1");
+  System* second = compound.compound("D2");
+  System* deeper = first->compound("E");
   legalIn(*first, "f1");
   legalIn(*second, "s1");
   legalIn(*second, "s2");
@@ -158,8 +152,8 @@ TEST_F(ActivationTest, ListsOwnConnectorsThenLaterSubcompoundsThenEarlierOnes) {
 }
 
 TEST_F(ActivationTest, EvaluatesSubcompoundsFirstInIndexOrder) {
-  TestCompound* first = compound.compound("D1");
-  TestCompound* second = compound.compound("D2");
+  System* first = compound.compound("D1");
+  System* second = compound.compound("D2");
   legal("k1");
   legal("k2");
   legalIn(*second, "s");
@@ -170,9 +164,9 @@ TEST_F(ActivationTest, EvaluatesSubcompoundsFirstInIndexOrder) {
 }
 
 TEST_F(ActivationTest, SkipsEmptySubcompoundsInBetween) {
-  TestCompound* first = compound.compound("D1");
+  System* first = compound.compound("D1");
   compound.compound("D2");
-  TestCompound* third = compound.compound("D3");
+  System* third = compound.compound("D3");
   legalIn(*first, "f");
   legalIn(*third, "t");
   EXPECT_EQ(activated(), "t f");
@@ -220,7 +214,7 @@ TEST_F(InternalPortsTest, HoldsPortsThatAreInternalByConstructionOrWithoutHolder
     atom->addPort(port);
     expected.insert(expected.begin(), port);
     activated();
-    EXPECT_EQ(model::listOf(compound.internals()), expected);
+    EXPECT_EQ(listOf(compound.internals()), expected);
   }
 }
 
@@ -319,9 +313,9 @@ TEST_F(InternalPortsTest, OfLaterComponentsStandBeforeThoseOfEarlierOnes) {
   };
   timed(atom, "a1");
   timed(atom, "a2");
-  TestCompound* first = compound.compound("D1");
+  System* first = compound.compound("D1");
   TestAtom* between = compound.atom("B");
-  TestCompound* second = compound.compound("D2");
+  System* second = compound.compound("D2");
   timed(first->atom("F"), "f1");
   timed(first->atom("G"), "g1");
   timed(between, "b1");
@@ -333,7 +327,7 @@ TEST_F(InternalPortsTest, OfLaterComponentsStandBeforeThoseOfEarlierOnes) {
 }
 
 TEST_F(InternalPortsTest, AreSetInEverySubcompound) {
-  TestCompound* below = compound.compound("D");
+  System* below = compound.compound("D");
   Port* port = below->atom("B")->internal("i");
   port->setSynced(true);
   port->setConstraint(&within);
@@ -358,11 +352,11 @@ class RandomTree {
     grow(root, 0);
   }
 
-  std::vector<Connector*> legal(TestCompound& compound) const {
+  std::vector<Connector*> legal(System& compound) const {
     std::vector<Connector*> list;
     for (Component* part : elements(compound.components())) {
       if (!part->isCompound()) continue;
-      std::vector<Connector*> longer = legal(*static_cast<TestCompound*>(part));
+      std::vector<Connector*> longer = legal(*static_cast<System*>(part));
       longer.insert(longer.end(), list.begin(), list.end());
       list = longer;
     }
@@ -371,12 +365,12 @@ class RandomTree {
     }
     return list;
   }
-  std::vector<Port*> enabled(TestCompound& compound) const {
+  std::vector<Port*> enabled(System& compound) const {
     std::vector<Port*> list;
     for (Component* part : elements(compound.components())) {
       std::vector<Port*> longer;
       if (part->isCompound()) {
-        longer = enabled(*static_cast<TestCompound*>(part));
+        longer = enabled(*static_cast<System*>(part));
       } else {
         for (Port* port : elements(static_cast<TestAtom*>(part)->ports())) {
           if (port->isInternal() && port->synced()) longer.insert(longer.begin(), port);
@@ -392,10 +386,10 @@ class RandomTree {
     for (Port* port : mPorts) port->setSynced(mRandom() % 2 == 0);
   }
 
-  TestCompound root;
+  System root;
 
  private:
-  void grow(TestCompound& compound, int depth) {
+  void grow(System& compound, int depth) {
     const std::size_t parts = mRandom() % 4;
     for (std::size_t i = 0; i < parts; ++i) {
       if (depth < 4 && mRandom() % 3 != 0) {
@@ -600,7 +594,7 @@ TEST_F(ActivationPriorityTest, MarkedPartsOfTheHighOneStillCountUntilTheCleanUp)
 }
 
 TEST_F(ActivationPriorityTest, OfAnInnerCompoundActOnConnectorsElsewhere) {
-  TestCompound* inner = compound.compound("D");
+  System* inner = compound.compound("D");
   TestConnector *low = legal("low"), *high = legalIn(*inner, "high");
   TestPriority* priority = inner->priority("p", only(low), only(high));
   priority->setup();
@@ -655,7 +649,7 @@ TEST_F(NullHighPriorityTest, DoesNotYieldToItsOwnConnector) {
 TEST_F(NullHighPriorityTest, YieldsToSubcompoundsAndToConnectorsEvaluatedEarlierAndLater) {
   Constraint all(nullptr, 0, 100, LAZY), one(nullptr, 0, 10, LAZY), two(nullptr, 20, 30, LAZY),
       three(nullptr, 40, 50, LAZY);
-  TestCompound* inner = compound.compound("D");
+  System* inner = compound.compound("D");
   legalIn(*inner, "inner", &one);
   legal("earlier", &two);
   TestConnector* low = legal("low", &all);
@@ -689,7 +683,7 @@ TEST_F(NullHighPriorityTest, DoesNotYieldToConnectorsThatAreNotLegalOrSubconnect
 }
 
 TEST_F(NullHighPriorityTest, DoesNotYieldToConnectorsOfACompoundAbove) {
-  TestCompound* inner = compound.compound("D");
+  System* inner = compound.compound("D");
   TestConnector* low = legalIn(*inner, "low");
   legal("above");
   inner->priority("p", only(low), nullptr)->setup();
@@ -784,7 +778,7 @@ TEST_F(SkippedPriorityTest, WithAFailingGuardIsNotWarnedAbout) {
 }
 
 TEST_F(SkippedPriorityTest, ASubconnectorOfTheEnclosingCompoundIsNoReasonToSkip) {
-  TestCompound* below = compound.compound("D");
+  System* below = compound.compound("D");
   TestConnector* inner = below->exported(RENDEZVOUS, "inner", atom->enabled("p"));
   TestConnector* high = legalIn(*below, "high");
   compound.rendezvous("outer", inner->xPort());
@@ -845,7 +839,7 @@ TEST_F(IncrementalActivationTest, EvaluatesNothingThatHasNotBeenReset) {
 }
 
 TEST_F(IncrementalActivationTest, AFreshOneEvaluatesEverything) {
-  TestCompound* inner = compound.compound("D");
+  System* inner = compound.compound("D");
   TestConnector *one = legal("one"), *two = legalIn(*inner, "two");
   activated(false);
   activated(false);
@@ -894,8 +888,8 @@ TEST_F(IncrementalActivationTest, AMarkStaysUntilTheLowOneIsEvaluatedAgain) {
 TEST_F(IncrementalActivationTest, AgreesWithAFreshOneOnRandomSystems) {
   std::mt19937 random(5);
   for (int round = 0; round < 200; ++round) {
-    TestCompound system("S");
-    TestCompound* inner = system.compound("D");
+    System system("S");
+    System* inner = system.compound("D");
     std::vector<TestAtom*> atoms{system.atom("A"), inner->atom("B"), inner->atom("C")};
     std::vector<std::unique_ptr<Constraint>> constraints;
     for (int i = 0; i < 6; ++i) {
@@ -927,7 +921,7 @@ TEST_F(IncrementalActivationTest, AgreesWithAFreshOneOnRandomSystems) {
       std::string text = names(head);
       for (TestConnector* connector : connectors) {
         for (Interaction* feasible : listOf(connector->feasibleInter())) {
-          text += " " + model::text(feasible->synced()) + spans(feasible->constraint());
+          text += " " + kit::text(feasible->synced()) + spans(feasible->constraint());
         }
         text += ";";
       }
@@ -961,7 +955,7 @@ TEST_F(CleanUpTest, FoldsTheMarksOfUndominatedInteractionsIntoTheirConstraints) 
 }
 
 TEST_F(CleanUpTest, DoesNotReachConnectorsOfOtherCompounds) {
-  TestCompound* inner = compound.compound("D");
+  System* inner = compound.compound("D");
   Constraint early(nullptr, 0, 30, LAZY), now(nullptr, 10, 20, LAZY);
   TestConnector *low = legalIn(*inner, "low", &early), *high = legal("high", &now);
   below(low, high);  // of the outer compound
@@ -970,7 +964,7 @@ TEST_F(CleanUpTest, DoesNotReachConnectorsOfOtherCompounds) {
 }
 
 TEST_F(CleanUpTest, TheExportedPortReflectsWhatSurvives) {
-  TestCompound* inner = compound.compound("D");
+  System* inner = compound.compound("D");
   Constraint early(nullptr, 0, 30, LAZY), now(nullptr, 10, 20, LAZY);
   TestConnector* low = inner->exported(RENDEZVOUS, "low", atom->enabled("l", &early));
   TestConnector* high = legalIn(*inner, "high", &now);
@@ -983,7 +977,7 @@ TEST_F(CleanUpTest, TheExportedPortReflectsWhatSurvives) {
 }
 
 TEST_F(CleanUpTest, AnExportedPortOfADominatedInteractionIsDisabled) {
-  TestCompound* inner = compound.compound("D");
+  System* inner = compound.compound("D");
   TestConnector* low = inner->exported(RENDEZVOUS, "low", atom->enabled("l"));
   TestConnector* high = legalIn(*inner, "high");
   compound.rendezvous("outer", low->xPort());
@@ -993,7 +987,7 @@ TEST_F(CleanUpTest, AnExportedPortOfADominatedInteractionIsDisabled) {
 }
 
 TEST_F(CleanUpTest, ConnectorsAboveAreEvaluatedAgainOncePerChangedConnector) {
-  TestCompound* inner = compound.compound("D");
+  System* inner = compound.compound("D");
   TestConnector* low = inner->exported(RENDEZVOUS, "low", atom->enabled("l"));
   TestConnector *one = legalIn(*inner, "one"), *two = legalIn(*inner, "two");
   TestConnector* outer = compound.rendezvous("outer", low->xPort());
@@ -1020,7 +1014,7 @@ TEST_F(CleanUpTest, TheFlagOfTheExportedPortIsClearedInEveryConnector) {
 // Deliberate: a fresh evaluation of a connector above computes the exported ports below it again,
 // without the priorities there.
 TEST_F(CleanUpTest, AFreshEvaluationAboveForgetsThePrioritiesBelow) {
-  TestCompound* inner = compound.compound("D");
+  System* inner = compound.compound("D");
   TestConnector* low = inner->exported(RENDEZVOUS, "low", atom->enabled("l"));
   TestConnector* high = legalIn(*inner, "high");
   compound.rendezvous("outer", low->xPort());
@@ -1073,7 +1067,7 @@ class DamagedActivationTest : public ActivationTest {
   }
 
   Constraint time;
-  TestCompound* inner;
+  System* inner;
   TestConnector *one, *two, *dead, *shared, *outer;
   Port *tick, *tock;
   TestPriority* guarded;

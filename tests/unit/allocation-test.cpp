@@ -8,7 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "scheduler-models.hpp"
+#include "kit/atoms.hpp"
+#include "kit/schedulers.hpp"
+#include "kit/systems.hpp"
 
 #if defined(__SANITIZE_ADDRESS__)
 #define VESK_COUNTS_ALLOCATIONS 0
@@ -16,7 +18,7 @@
 #define VESK_COUNTS_ALLOCATIONS 1
 #endif
 
-using namespace runs;
+using namespace kit;
 
 #if VESK_COUNTS_ALLOCATIONS
 
@@ -72,7 +74,7 @@ struct Ring : System {
     std::vector<Port*> gives;
     std::vector<Port*> takes;
     for (bool& holds : mHolds) {
-      RuleAtom* station = atom("S");
+      TestAtom* station = atom("S");
       gives.push_back(station->rule(
           "give", [&] { return holds; }, [&] { holds = false; }));
       takes.push_back(station->rule(
@@ -84,8 +86,8 @@ struct Ring : System {
     }
     mHolds[0] = true;
     for (std::size_t i = 0; i < N; ++i) rendezvous("pass", gives[i], takes[(i + 1) % N]);
-    RuleAtom* sender = atom("Sender");
-    RuleAtom* listener = atom("Listener");
+    TestAtom* sender = atom("Sender");
+    TestAtom* listener = atom("Listener");
     Connector* bus =
         broadcast("bus",
                   sender->rule(

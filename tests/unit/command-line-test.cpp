@@ -1,19 +1,30 @@
 // The program's entry: banner, options, output files, exit statuses, and which engine runs.
 
 #include <fcntl.h>
+#include <getopt.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/time.h>
 
 #include <climits>
 #include <csignal>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iostream>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "scheduler-models.hpp"
+#include "kit/atoms.hpp"
+#include "kit/output.hpp"
+#include "kit/processes.hpp"
+#include "kit/schedulers.hpp"
+#include "kit/systems.hpp"
 
-using namespace runs;
+using namespace kit;
 
 namespace {
 
@@ -63,7 +74,7 @@ struct Parsed : OpenScheduler {
   }
 
  private:
-  Folder mFolder;
+  WorkingFolder mFolder;
 };
 
 class CommandLineTest : public testing::Test {
@@ -272,7 +283,7 @@ TEST_F(CommandLineTest, RealTimeRunsOnTheLinuxClockAndExplorationOnNone) {
 }
 
 TEST_F(CommandLineTest, ParsingResetsTraversalTraceAndOutputOnly) {
-  const Folder folder;
+  const WorkingFolder folder;
   OpenScheduler scheduler(nullptr, 2, 1, 1);
   scheduler.mTrace = 1;
   scheduler.disable_output = true;
@@ -325,7 +336,7 @@ TEST_F(CommandLineTest, TheOutputOptionNamesTheFourFiles) {
 }
 
 TEST_F(CommandLineTest, WithDisabledOutputNoFileIsOpened) {
-  const Folder folder;
+  const WorkingFolder folder;
   OpenScheduler scheduler(nullptr);
   scheduler.parse({"--explore", "--disable-output"});
   EXPECT_EQ(scheduler.aut_file, nullptr);
@@ -334,7 +345,7 @@ TEST_F(CommandLineTest, WithDisabledOutputNoFileIsOpened) {
 }
 
 TEST_F(CommandLineTest, AnExecutionOpensNoFile) {
-  const Folder folder;
+  const WorkingFolder folder;
   OpenScheduler scheduler(nullptr);
   scheduler.parse({"--output", "x"});
   EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
@@ -342,7 +353,7 @@ TEST_F(CommandLineTest, AnExecutionOpensNoFile) {
 
 TEST_F(CommandLineTest, OutputNamesAreCutTo49Characters) {
   for (const std::size_t length : {0u, 1u, 40u, 41u, 43u, 44u, 45u, 46u}) {
-    const Folder folder;
+    const WorkingFolder folder;
     const std::string base(length, 'b');
     {
       OpenScheduler scheduler(nullptr);
@@ -385,7 +396,7 @@ TEST_F(CommandLineTest, OfEqualCutNamesOnlyTheFirstIsOpened) {
       {4096, message(".state", base) + message(".pruned", base) + message(".deadlock", base)},
   };
   for (const Case& one : cases) {
-    const Folder folder;
+    const WorkingFolder folder;
     OpenScheduler scheduler(nullptr);
     testing::internal::CaptureStderr();
     scheduler.parse({"--explore", "--output", std::string(one.length, 'b')});
@@ -551,7 +562,7 @@ TEST_F(CommandLineTest, AnExceptionFromTheModelEndsWithADiagnosticAndStatusThree
 
   create = [](int, char**) {
     System* system = new System;
-    RuleAtom* atom = system->atom("A");
+    TestAtom* atom = system->atom("A");
     system->rendezvous("ca",
                        atom->rule(
                            "go", [] { return true; }, [] { throw std::runtime_error("broken"); }));
@@ -734,8 +745,8 @@ Compound* timedModel(int, char**) {
 
 Compound* broadcastModel(int, char**) {
   System* system = new System;
-  RuleAtom* sender = system->atom("S");
-  RuleAtom* receiver = system->atom("R");
+  TestAtom* sender = system->atom("S");
+  TestAtom* receiver = system->atom("R");
   Connector* bus = system->broadcast("bus", sender->rule("send", [=] { return sender->fired < 3; }),
                                      receiver->rule("receive", [=] { return sender->fired != 1; }));
   Connector* own =

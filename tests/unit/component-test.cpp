@@ -1,22 +1,22 @@
 #include "component.hpp"
 
+#include <gtest/gtest.h>
+
+#include <iostream>
 #include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
-#include "model.hpp"
+#include "kit/atoms.hpp"
+#include "kit/clocks.hpp"
+#include "kit/connectors.hpp"
+#include "kit/lists.hpp"
+#include "kit/output.hpp"
+#include "kit/systems.hpp"
+#include "kit/trees.hpp"
 
-using model::BROADCAST;
-using model::elements;
-using model::errorsOf;
-using model::Events;
-using model::HandClock;
-using model::RENDEZVOUS;
-using model::spans;
-using model::TestAtom;
-using model::TestCompound;
-using model::TestConnector;
+using namespace kit;
 
 namespace {
 
@@ -74,7 +74,7 @@ class ComponentTest : public testing::Test {
   // R holds A, D (with B, E (with C), F) and G.
   void buildTree() {
     add(root.atom("A"));
-    TestCompound* d = root.compound("D");
+    System* d = root.compound("D");
     add(d->atom("B"));
     add(d->compound("E")->atom("C"));
     add(d->atom("F"));
@@ -88,7 +88,7 @@ class ComponentTest : public testing::Test {
   }
 
   Events events;
-  TestCompound root;
+  System root;
   std::vector<TestAtom*> atoms;
 };
 
@@ -97,13 +97,6 @@ class StateTest : public ComponentTest {};
 class SyncTest : public ComponentTest {};
 class NotifyTest : public ComponentTest {};
 class ApplyPriorityTest : public ComponentTest {};
-
-std::string stateText(Node* state) {
-  char* printed = state->printNode();
-  std::string copy = printed;
-  std::free(printed);
-  return copy;
-}
 
 }  // namespace
 
@@ -181,10 +174,10 @@ TEST_F(ComponentTest, InternalsKeepWhatWasSet) {
 
 TEST_F(ComponentTest, ACompoundDeletesPrioritiesThenConnectorsThenComponentsInIndexOrder) {
   {
-    TestCompound doomed("doomed");
+    System doomed("doomed");
     doomed.events = &events;
     for (const char* name : {"a1", "a2"}) doomed.atom(name)->events = &events;
-    TestCompound* below = doomed.compound("below");
+    System* below = doomed.compound("below");
     below->events = &events;
     below->atom("b1")->events = &events;
     TestConnector* k1 = doomed.rendezvous("k1");
@@ -237,9 +230,9 @@ TEST_F(ComponentTest, AConnectorDeletesItsExportedPortButNotItsPorts) {
 }
 
 TEST_F(ComponentTest, DeletingNestedExportsFollowsNoPointerToWhatIsGone) {
-  Compound* top = new TestCompound("top");
-  TestCompound* holder = static_cast<TestCompound*>(top);
-  TestCompound* inner = holder->compound("inner");
+  Compound* top = new System("top");
+  System* holder = static_cast<System*>(top);
+  System* inner = holder->compound("inner");
   Constraint within(nullptr, 0, 10, LAZY);
   TestConnector* exported =
       inner->exported(RENDEZVOUS, "x", inner->atom("A")->enabled("p", &within));
@@ -328,9 +321,8 @@ TEST_F(TreeWalkTest, AnEmptyCompoundIsWalkedWithoutEffect) {
 }
 
 TEST_F(TreeWalkTest, SetupVisitsOwnPrioritiesThenSubcompounds) {
-  TestCompound *first = root.compound("D"), *second = first->compound("E"),
-               *third = root.compound("F");
-  const auto note = [&](TestCompound* holder, const char* name) {
+  System *first = root.compound("D"), *second = first->compound("E"), *third = root.compound("F");
+  const auto note = [&](System* holder, const char* name) {
     Interaction* low = Interaction::Create(holder->rendezvous("k"), BitVector::EMPTY);
     holder->priority(name, low, nullptr)->events = &events;
   };
@@ -366,7 +358,7 @@ TEST_F(TreeWalkTest, FillingTheHeapGivesEveryAtomTheScheduler) {
 // With rising levels the heap shows its order; here each connector gets its own.
 TEST_F(TreeWalkTest, FillingTheHeapTakesEveryConnectorOfTheTree) {
   Scheduler scheduler(nullptr, 0, true, 1, -1, 2);
-  TestCompound *first = root.compound("D"), *second = first->compound("E");
+  System *first = root.compound("D"), *second = first->compound("E");
   TestConnector *e = second->rendezvous("e"), *d = first->rendezvous("d"),
                 *r = root.rendezvous("r");
   e->setPriority(2);
@@ -383,8 +375,7 @@ TEST_F(TreeWalkTest, FillingTheHeapTakesEveryConnectorOfTheTree) {
 // Among equal levels the first one put comes out first, then the one put last, and so on down.
 TEST_F(TreeWalkTest, FillingTheHeapPutsOwnConnectorsBeforeThoseBelow) {
   Scheduler scheduler(nullptr, 0, true, 1, -1, 2);
-  TestCompound *first = root.compound("D"), *second = first->compound("E"),
-               *third = root.compound("F");
+  System *first = root.compound("D"), *second = first->compound("E"), *third = root.compound("F");
   TestConnector *f = third->rendezvous("f"), *e = second->rendezvous("e"),
                 *d = first->rendezvous("d"), *r1 = root.rendezvous("r1"),
                 *r2 = root.rendezvous("r2");
@@ -516,19 +507,19 @@ TEST_F(StateTest, AnAtomThatThrowsLeavesNothingBehind) {
 // Adds an atom to its compound when it is asked for its state.
 class Growing : public TestAtom {
  public:
-  Growing(const char* name, TestCompound* holder) : TestAtom(name, holder), mPlace(*holder) {}
+  Growing(const char* name, System* holder) : TestAtom(name, holder), mPlace(*holder) {}
   Node* getState() override {
     mPlace.atom("late");
     return TestAtom::getState();
   }
 
  private:
-  TestCompound& mPlace;
+  System& mPlace;
 };
 
 TEST_F(StateTest, AComponentAddedWhileStatesAreReadEndsTheProgram) {
   for (int before : {0, 1, 3, 7}) {
-    TestCompound grown("G");
+    System grown("G");
     for (int i = 0; i < before; ++i) grown.atom("A");
     grown.add<Component>(new Growing("B", &grown));
     const std::string sizes =
@@ -538,7 +529,7 @@ TEST_F(StateTest, AComponentAddedWhileStatesAreReadEndsTheProgram) {
 }
 
 TEST_F(StateTest, AComponentAddedWhileStatesAreRestoredEndsTheProgram) {
-  TestCompound grown("G");
+  System grown("G");
   TestAtom* atom = grown.atom("A");
   const std::unique_ptr<Node> state(grown.getState());
   atom->onSetState = [&] { grown.atom("late"); };
@@ -546,7 +537,7 @@ TEST_F(StateTest, AComponentAddedWhileStatesAreRestoredEndsTheProgram) {
 }
 
 TEST_F(StateTest, AStateFromBeforeAComponentWasAddedEndsTheProgram) {
-  TestCompound grown("G");
+  System grown("G");
   const std::unique_ptr<Node> empty(grown.getState());
   Leaf leaf(new Atomleaf("a"));
   grown.atom("late");
@@ -556,7 +547,7 @@ TEST_F(StateTest, AStateFromBeforeAComponentWasAddedEndsTheProgram) {
 }
 
 TEST_F(StateTest, ChildrenBeyondTheComponentsAreNotLookedAt) {
-  TestCompound one("C");
+  System one("C");
   TestAtom* atom = one.atom("A");
   Nonleaf state(3);
   state.setChild(new Leaf(new Atomleaf("a")), 0);

@@ -1,29 +1,27 @@
 #include "connector.hpp"
 
+#include <gtest/gtest.h>
+
 #include <cstring>
+#include <functional>
+#include <initializer_list>
 #include <iomanip>
+#include <iostream>
 #include <memory>
 #include <random>
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
-#include "model.hpp"
+#include "kit/atoms.hpp"
+#include "kit/clocks.hpp"
+#include "kit/connectors.hpp"
+#include "kit/lists.hpp"
+#include "kit/output.hpp"
+#include "kit/systems.hpp"
 
-using model::BROADCAST;
-using model::elements;
-using model::errorsOf;
-using model::Events;
-using model::HandClock;
-using model::outputOf;
-using model::RENDEZVOUS;
-using model::setOf;
-using model::sets;
-using model::spans;
-using model::TestAtom;
-using model::TestCompound;
-using model::TestConnector;
-using model::text;
+using namespace kit;
 
 namespace {
 
@@ -47,7 +45,7 @@ class ConnectorTest : public testing::Test {
     }
     return ports;
   }
-  TestConnector* over(model::Kind kind, const Ports& ports, const char* name = "k") {
+  TestConnector* over(Kind kind, const Ports& ports, const char* name = "k") {
     TestConnector* made = compound.add(new TestConnector(kind, name, &compound, false));
     made->addPorts(ports);
     return made;
@@ -60,7 +58,7 @@ class ConnectorTest : public testing::Test {
   }
 
   Events events;  // outlives the compound, whose parts record their end
-  TestCompound compound;
+  System compound;
   TestAtom* atom;
 };
 
@@ -97,8 +95,8 @@ TEST_F(ConnectorTest, StartsWithTheEmptyInteractionAndNothingElse) {
   EXPECT_FALSE(connector.recomputexPort());
   EXPECT_EQ(connector.getPriority(), -9999);
   EXPECT_TRUE(connector.noPrio());
-  EXPECT_TRUE(model::ConnectorFields::dominated(connector).empty());
-  EXPECT_TRUE(model::ConnectorFields::dominator(connector).empty());
+  EXPECT_TRUE(ConnectorFields::dominated(connector).empty());
+  EXPECT_TRUE(ConnectorFields::dominator(connector).empty());
   ASSERT_NE(connector.feasibleInter(), nullptr);
   EXPECT_EQ(connector.feasibleInter(), Interaction::Create(&connector, BitVector::EMPTY));
 }
@@ -212,7 +210,7 @@ TEST_F(InteractionTest, ACopyKeepsMarkAndFlagAndOwnsItsConstraint) {
   original->setMark(5);
   original->setDominated(true);
   original->setNext(connector->feasibleInter());
-  model::TestPriority priority("p", &compound, original, nullptr);
+  TestPriority priority("p", &compound, original, nullptr);
   original->inhibitors().add(&priority);
 
   const int stored = Interaction::TABLE.count();
@@ -1372,8 +1370,8 @@ TEST_F(ResetLinkTest, OfAConnectorThatIsNotEvaluatedDoesNothing) {
   TestConnector* connector = over(RENDEZVOUS, synced({nullptr}));
   TestConnector* other = over(RENDEZVOUS, synced({nullptr}), "other");
   TestConnector* dependent = over(RENDEZVOUS, {}, "dependent");
-  model::TestPriority* priority = compound.priority("p", Interaction::Create(connector, setOf({0})),
-                                                    Interaction::Create(other, setOf({0})));
+  TestPriority* priority = compound.priority("p", Interaction::Create(connector, setOf({0})),
+                                             Interaction::Create(other, setOf({0})));
   priority->setup();
   priority->setEvaluated(true);
   connector->links().add(dependent);
@@ -1386,8 +1384,8 @@ TEST_F(ResetLinkTest, OfAConnectorThatIsNotEvaluatedDoesNothing) {
 TEST_F(ResetLinkTest, ResetsThePrioritiesThatDominateIt) {
   TestConnector* low = over(RENDEZVOUS, synced({nullptr}), "low");
   TestConnector* high = over(RENDEZVOUS, synced({nullptr}), "high");
-  model::TestPriority* priority = compound.priority("p", Interaction::Create(low, setOf({0})),
-                                                    Interaction::Create(high, setOf({0})));
+  TestPriority* priority = compound.priority("p", Interaction::Create(low, setOf({0})),
+                                             Interaction::Create(high, setOf({0})));
   priority->setup();
   low->eval(false);
   high->eval(false);
@@ -1403,8 +1401,8 @@ TEST_F(ResetLinkTest, ResetsThePrioritiesThatDominateIt) {
 TEST_F(ResetLinkTest, ResetsWhatItHasDominatedWhenThePriorityWasApplied) {
   TestConnector* low = over(RENDEZVOUS, synced({nullptr}), "low");
   TestConnector* high = over(RENDEZVOUS, synced({nullptr}), "high");
-  model::TestPriority* priority = compound.priority("p", Interaction::Create(low, setOf({0})),
-                                                    Interaction::Create(high, setOf({0})));
+  TestPriority* priority = compound.priority("p", Interaction::Create(low, setOf({0})),
+                                             Interaction::Create(high, setOf({0})));
   priority->setup();
   for (bool applied : {false, true}) {
     low->eval(false);
@@ -1477,7 +1475,7 @@ TEST_F(ResetLinkTest, EndsOnPrioritiesInARing) {
 TEST_F(ResetLinkTest, ReachesExactlyTheClosure) {
   std::mt19937 random(1);
   for (int round = 0; round < 300; ++round) {
-    TestCompound system("S");
+    System system("S");
     constexpr int COUNT = 7;
     std::vector<TestConnector*> connectors;
     for (int i = 0; i < COUNT; ++i) connectors.push_back(system.exported(RENDEZVOUS, "k"));
@@ -1557,7 +1555,7 @@ TEST_F(LabelTest, ASetWithoutPortZeroHasTheSeparatorRightAfterTheSecondSlash) {
 }
 
 TEST_F(LabelTest, AnExportedPortIsNamedByCompoundAndConnector) {
-  TestCompound* below = compound.compound("D");
+  System* below = compound.compound("D");
   TestConnector* inner = below->exported(RENDEZVOUS, "inner", atom->port("p"));
   TestConnector* outer = over(RENDEZVOUS, {inner->xPort(), atom->port("q")});
   EXPECT_STREQ(outer->rt_label(setOf({0, 1})), "C1/k/D:inner|A:q");
@@ -1628,14 +1626,14 @@ TEST_F(LabelTest, TwoLongLabelsWithACommonBeginningDiffer) {
 }
 
 TEST_F(LabelTest, NullNamesAreEmptyTexts) {
-  TestCompound nameless(nullptr);
+  System nameless(nullptr);
   TestAtom* atomWithout = nameless.atom(nullptr);
   TestConnector* connector = nameless.rendezvous(nullptr, atomWithout->port(nullptr));
   EXPECT_STREQ(connector->rt_label(setOf({0})), "//:");
 }
 
 TEST_F(LabelTest, AFormatInANameIsPlainText) {
-  TestCompound strange("%n");
+  System strange("%n");
   TestAtom* atomOf = strange.atom("%s%99999d");
   TestConnector* connector = strange.rendezvous("%c", atomOf->port("%p"));
   EXPECT_STREQ(connector->rt_label(setOf({0})), "%n/%c/%s%99999d:%p");
@@ -1646,15 +1644,14 @@ TEST_F(LabelTest, AFormatInANameIsPlainText) {
 TEST_F(ConnectorTest, RecordsEachPriorityOnce) {
   TestConnector* connector = over(RENDEZVOUS, synced({nullptr}));
   Interaction* low = Interaction::Create(connector, setOf({0}));
-  model::TestPriority first("p", &compound, low, nullptr), second("q", &compound, low, nullptr);
+  TestPriority first("p", &compound, low, nullptr), second("q", &compound, low, nullptr);
   for (int round = 0; round < 2; ++round) {
     connector->setDominatedPriority(&first);
     connector->setDominatedPriority(&second);
     connector->setDominatorPriority(&second);
   }
-  EXPECT_EQ(model::ConnectorFields::dominated(*connector),
-            (std::vector<Priority*>{&first, &second}));
-  EXPECT_EQ(model::ConnectorFields::dominator(*connector), (std::vector<Priority*>{&second}));
+  EXPECT_EQ(ConnectorFields::dominated(*connector), (std::vector<Priority*>{&first, &second}));
+  EXPECT_EQ(ConnectorFields::dominator(*connector), (std::vector<Priority*>{&second}));
 }
 
 TEST_F(ConnectorTest, DeletesItsExportedPortWithItsConstraint) {
@@ -1756,7 +1753,7 @@ std::string listed(const FoundList& list) {
 
 std::string listed(Interaction* head) {
   std::string lines;
-  for (const Interaction* found : model::listOf(head)) {
+  for (const Interaction* found : listOf(head)) {
     lines += text(found->synced()) + " " + spans(found->constraint()) + "\n";
   }
   return lines;
@@ -1787,7 +1784,7 @@ TEST(BroadcastOracleTest, AgreesWithALiteralEnumerationOnRandomConnectors) {
   std::mt19937 random(20240229);
   int nonEmpty = 0, discarded = 0;
   for (int round = 0; round < 3000; ++round) {
-    TestCompound compound("C");
+    System compound("C");
     TestAtom* atom = compound.atom("A");
     const std::size_t count = random() % 7;
     Ports ports;
@@ -1851,7 +1848,7 @@ TEST(BroadcastOracleTest, AgreesWithALiteralEnumerationOnRandomConnectors) {
 }
 
 TEST(BroadcastOracleTest, TwelveTimedPortsEndInReasonableTime) {
-  TestCompound compound("C");
+  System compound("C");
   TestAtom* atom = compound.atom("A");
   TestConnector* connector = compound.add(new TestConnector(BROADCAST, "k", &compound, false));
   std::vector<std::unique_ptr<Constraint>> constraints;
@@ -1869,7 +1866,7 @@ TEST(RendezvousOracleTest, AgreesWithTheIntersectionOnRandomConnectors) {
   std::mt19937 random(7);
   int legal = 0;
   for (int round = 0; round < 1000; ++round) {
-    TestCompound compound("C");
+    System compound("C");
     TestAtom* atom = compound.atom("A");
     TestConnector* connector = compound.add(new TestConnector(RENDEZVOUS, "k", &compound, false));
     std::vector<std::unique_ptr<Constraint>> constraints;

@@ -5,12 +5,15 @@
 #include <cstdio>
 #include <cstring>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
-#include "scheduler-models.hpp"
+#include "kit/output.hpp"
+#include "kit/schedulers.hpp"
+#include "kit/systems.hpp"
 
-using namespace runs;
+using namespace kit;
 
 namespace {
 
@@ -449,7 +452,7 @@ TEST_F(ConsoleTest, LinesOfMoreThan999CharactersAreReadInParts) {
 }
 
 TEST_F(ConsoleTest, ThePositionInTheFileOfTransitionsIsRestored) {
-  const Folder folder;
+  const WorkingFolder folder;
   scheduler.parse({"--explore"});
   std::fputs("(0,a,1)\n(1,b,2)\n", scheduler.aut_file);
   std::fseek(scheduler.aut_file, 3, SEEK_SET);

@@ -623,10 +623,10 @@ TEST(ConstraintTest, OperationsAllocateNothingOnceTheRoomIsThere) {
     work.deadline(Time(3));
   };
   for (int i = 0; i < 100; ++i) step();
-  ASSERT_TRUE(model::COUNTING);
-  const long before = model::Allocations::made;
+  ASSERT_TRUE(kit::COUNTING);
+  const long before = kit::Allocations::made;
   for (int i = 0; i < 1000; ++i) step();
-  EXPECT_EQ(model::Allocations::made, before);
+  EXPECT_EQ(kit::Allocations::made, before);
   EXPECT_GT(before, 0);
 }
 

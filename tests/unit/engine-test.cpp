@@ -8,11 +8,14 @@
 #include <functional>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "allocation-count.hpp"
+#include "kit/scripted.hpp"
 #include "priority.hpp"
 #include "scripted-rand.hpp"
-#include "scripted.hpp"
+
+using namespace kit;
 
 namespace {
 

@@ -1,12 +1,15 @@
 #include "executable.hpp"
 
+#include <gtest/gtest.h>
+
 #include <memory>
 #include <sstream>
+#include <string>
 
-#include "model.hpp"
+#include "kit/clocks.hpp"
+#include "kit/lists.hpp"
 
-using model::HandClock;
-using model::spans;
+using namespace kit;
 
 namespace {
 

@@ -6,7 +6,9 @@
 #include <random>
 #include <vector>
 
-#include "scripted.hpp"
+#include "kit/scripted.hpp"
+
+using namespace kit;
 
 namespace {
 

@@ -1,10 +1,19 @@
 // Trees whose blocks come from the program's own operator new, or go back to its operator delete.
+#include <gtest/gtest.h>
 #include "allocations.hpp"
-#include "exploration-fixture.hpp"
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "kit/atoms.hpp"
+#include "kit/explorations.hpp"
+#include "kit/systems.hpp"
 
 namespace {
 
-using model::Allocations;
+using namespace kit;
 
 // Counts modulo 5; its leaves are made by the global operator new.
 class Foreign : public Automaton {
@@ -50,7 +59,7 @@ void makeAndDelete(int times) {
 }  // namespace
 
 TEST(ForeignBlockTest, NoBlockIsKept) {
-  ASSERT_TRUE(model::COUNTING);
+  ASSERT_TRUE(COUNTING);
   makeAndDelete(100);
   const long before = Allocations::live();
   makeAndDelete(10000);

@@ -1,14 +1,21 @@
 #include "exploration/files.hpp"
 
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
 
-#include "exploration-fixture.hpp"
+#include "kit/explorations.hpp"
+#include "kit/output.hpp"
+
+using namespace kit;
 
 using Vesk::ExplorationFiles;
 using Vesk::OutputBuffer;
@@ -42,7 +49,7 @@ std::string headerFor(std::uint64_t transitions, std::uint64_t states) {
     files.writeTransition(0, "l", 1);
     files.complete(transitions, states);
   }
-  std::string content = contentOf(file);
+  std::string content = contents(file);
   std::fclose(file);
   EXPECT_EQ("(0, l, 1)\n", content.substr(38));
   return content.substr(0, 38);
@@ -66,7 +73,7 @@ TEST(ExplorationFilesTest, AHeaderThatIsTooLongRunsIntoTheFirstTransition) {  //
   files.begin();
   files.writeTransition(0, "label", 1);
   files.complete(12345678901234, 12345678901234);
-  EXPECT_EQ("des(0, 12345678901234, 12345678901234)\n0, label, 1)\n", contentOf(file));
+  EXPECT_EQ("des(0, 12345678901234, 12345678901234)\n0, label, 1)\n", contents(file));
   std::fclose(file);
 }
 
@@ -76,11 +83,11 @@ TEST(ExplorationFilesTest, CompletingTwiceLeavesTheLastHeaderAndEveryLine) {
   files.begin();
   files.writeTransition(0, "a", 1);
   files.complete(1, 2);
-  EXPECT_EQ(header("des(0, 1, 2)") + "(0, a, 1)\n", contentOf(out[0]));
+  EXPECT_EQ(header("des(0, 1, 2)") + "(0, a, 1)\n", contents(out[0]));
   std::fseek(out[0], 0, SEEK_END);
   files.writeTransition(1, "b", 2);
   files.complete(10, 11);
-  EXPECT_EQ(header("des(0, 10, 11)") + "(0, a, 1)\n(1, b, 2)\n", contentOf(out[0]));
+  EXPECT_EQ(header("des(0, 10, 11)") + "(0, a, 1)\n(1, b, 2)\n", contents(out[0]));
   EXPECT_EQ(2U, files.transitions());
 }
 
@@ -91,7 +98,7 @@ TEST(ExplorationFilesTest, BlocksLargerThanTheBufferAreWrittenWhole) {
   files.writeState(7, text.data(), text.size());
   files.writeState(8, text.data(), 0);
   files.complete(0, 0);
-  EXPECT_EQ("7 : " + text + "\n8 : \n", contentOf(out[1]));
+  EXPECT_EQ("7 : " + text + "\n8 : \n", contents(out[1]));
 }
 
 TEST(ExplorationFilesTest, NumbersHaveAllTheirDigits) {
@@ -104,7 +111,7 @@ TEST(ExplorationFilesTest, NumbersHaveAllTheirDigits) {
   }
   buffer.endLine();
   buffer.flush();
-  EXPECT_EQ("0 9 10 4294967296 18446744073709551615 \n", contentOf(out[0]));
+  EXPECT_EQ("0 9 10 4294967296 18446744073709551615 \n", contents(out[0]));
 }
 
 TEST(ExplorationFilesTest, AStreamWithoutDescriptorGetsAHeaderToo) {
@@ -166,7 +173,7 @@ TEST(ExplorationFilesTest, AFileThatIsFullEndsWithItsLastWholeLine) {
     testing::internal::GetCapturedStderr();
     std::string expected;
     while (expected.size() + line.size() <= size) expected += line;
-    EXPECT_TRUE(contentOf(out[1]) == expected) << size;
+    EXPECT_TRUE(contents(out[1]) == expected) << size;
     EXPECT_FALSE(files.states().isOpen());
   }
   signal(SIGXFSZ, SIG_DFL);
@@ -189,7 +196,7 @@ TEST(ExplorationFilesTest, TheHeaderOfACutFileCountsWhatItHoldsAndAllStates) {
   setrlimit(RLIMIT_FSIZE, &former);
   EXPECT_EQ("vesk: the transition system could not be written completely\n",
             testing::internal::GetCapturedStderr());
-  EXPECT_EQ(header("des(0, 2, 11)") + "(0, a, 1)\n(1, a, 2)\n", contentOf(file));
+  EXPECT_EQ(header("des(0, 2, 11)") + "(0, a, 1)\n(1, a, 2)\n", contents(file));
   std::fclose(file);
   signal(SIGXFSZ, SIG_DFL);
 }

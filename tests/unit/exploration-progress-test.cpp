@@ -1,9 +1,20 @@
 // The progress display, with a clock that the tests set.
+#include <cstdio>
 #include <ctime>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
 
+#include <gtest/gtest.h>
 #include <unistd.h>
 
-#include "exploration-fixture.hpp"
+#include "kit/atoms.hpp"
+#include "kit/explorations.hpp"
+#include "kit/output.hpp"
+#include "kit/systems.hpp"
+
+using namespace kit;
 
 namespace {
 
@@ -100,7 +111,7 @@ TEST(ProgressTest, TheFilesCanBeReadWheneverTheRateIsShown) {
   testing::internal::GetCapturedStdout();
   EXPECT_EQ("des(0, 99, 100)\n", seen.substr(0, 16));
   EXPECT_EQ("(98, s/go/A:p, 99)\n", seen.substr(seen.size() - 19));
-  const std::string whole = contentOf(files[0]);
+  const std::string whole = contents(files[0]);
   EXPECT_EQ("des(0, 120, 120)\n", whole.substr(0, 17));
   EXPECT_EQ(whole.substr(38, seen.size() - 38), seen.substr(38));
 }

@@ -1,8 +1,21 @@
-#include "exploration-fixture.hpp"
+#include "kit/atoms.hpp"
+#include "kit/connectors.hpp"
+#include "kit/exploration-checker.hpp"
+#include "kit/explorations.hpp"
+#include "kit/output.hpp"
+#include "kit/systems.hpp"
+#include "kit/trees.hpp"
 
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <map>
+#include <memory>
 #include <random>
+#include <string>
+#include <vector>
 
-#include "exploration-checker.hpp"
+using namespace kit;
 
 namespace {
 
@@ -151,7 +164,7 @@ TEST(ExplorationTest, ABroadcastFiresItsFirstFeasibleInteraction) {
   system.join(
       "bus",
       {sender->addPort("go", {{0, 0}}), one->addPort("p", {{0, 1}}), two->addPort("p", {{0, 1}})},
-      true);
+      BROADCAST);
   system.join("back", {one->addPort("q", {{1, 0}})});
   const Explored found = explored(system, BFS);
   EXPECT_EQ("0 : s,0,0,\n1 : s,1,1,\n2 : s,0,1,\n", found.state);
@@ -166,7 +179,7 @@ TEST(ExplorationTest, TheWalkEndsAtTheFirstDominatedConnector) {  // Deliberate
   System system("s");
   auto* atom = system.add(new Automaton("A", &system, numbered(4)));
   system.join("one", {atom->addPort("p", {{0, 1}})});
-  Joint* two = system.join("two", {atom->addPort("q", {{0, 2}})});
+  TestConnector* two = system.join("two", {atom->addPort("q", {{0, 2}})});
   system.join("three", {atom->addPort("r", {{0, 3}})});
   two->setDominated(true);
   // The list is three, two, one.
@@ -321,18 +334,6 @@ TEST(MarkerTest, DepthFirstShowsWhatIsLeftOfTheErrorPath) {
 
 namespace {
 
-// Remembers more than its text tells.
-class RichLeaf : public Leaf {
- public:
-  RichLeaf(const char* text, int secret) : Leaf(new Atomleaf(text)), mSecret(secret) {}
-  RichLeaf(const RichLeaf&) = default;
-  Node* copy() override { return new RichLeaf(*this); }
-  int secret() const { return mSecret; }
-
- private:
-  int mSecret;
-};
-
 // Counts in secret what it shows modulo 3.
 class Secretive : public Automaton {
  public:
@@ -440,7 +441,8 @@ class RandomSystem {
     if (between(0, 1) == 1) ports.push_back({addPart(*system)});
     const int joints = between(1, 5);
     for (int i = 0; i < joints; ++i) {
-      system->join("k" + std::to_string(i), somePorts(ports), between(0, 3) == 0);
+      system->join("k" + std::to_string(i), somePorts(ports),
+                   between(0, 3) == 0 ? BROADCAST : RENDEZVOUS);
     }
     return system;
   }
@@ -469,8 +471,9 @@ class RandomSystem {
   Port* addPart(System& system) {
     auto* part = system.add(new System("part", &system));
     std::vector<std::vector<Port*>> ports = {addAtom(*part, "B0"), addAtom(*part, "B1")};
-    part->join("inner", somePorts(ports), between(0, 1) == 0);
-    return part->group("group", somePorts(ports), between(0, 1) == 0)->xPort();
+    part->join("inner", somePorts(ports), between(0, 1) == 0 ? BROADCAST : RENDEZVOUS);
+    return part->group("group", somePorts(ports), between(0, 1) == 0 ? BROADCAST : RENDEZVOUS)
+        ->xPort();
   }
   // At most one of each, at least one.
   std::vector<Port*> somePorts(const std::vector<std::vector<Port*>>& ports) {
@@ -524,14 +527,14 @@ TEST(LiteralTest, LimitsStopBothSearchesAtTheSameStep) {
 // ---- Two levels ----------------------------------------------------------------------------
 
 TEST(TwoLevelTest, BothSearchesFindTheSameStatesAndLabelledTransitions) {
-  for (const bool broadcast : {false, true}) {
+  for (const Kind kind : {RENDEZVOUS, BROADCAST}) {
     System system("s");
     auto* part = system.add(new System("part", &system));
     auto* one = part->add(new Automaton("B0", part, numbered(3)));
     auto* two = part->add(new Automaton("B1", part, numbered(3)));
-    Joint* group = part->group(
+    TestConnector* group = part->group(
         "group", {one->addPort("out", {{1, 2}, {2, 0}}), two->addPort("out", {{1, 2}, {2, 1}})},
-        broadcast);
+        kind);
     part->join("i0", {one->addPort("in", {{0, 1}})});
     part->join("i1", {two->addPort("in", {{0, 1}, {2, 0}})});
     auto* atom = system.add(new Automaton("A", &system, numbered(2)));

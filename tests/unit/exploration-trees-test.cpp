@@ -1,10 +1,25 @@
 // What a model sees of the trees in which an exploration keeps its states: each pending state is as
 // good as a tree of its own.
-#include <cstring>
-#include <new>
+#include <gtest/gtest.h>
 
-#include "exploration-fixture.hpp"
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+#include <memory>
+#include <new>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "kit/atoms.hpp"
+#include "kit/connectors.hpp"
+#include "kit/explorations.hpp"
+#include "kit/output.hpp"
+#include "kit/systems.hpp"
 #include "no-rtti-model.hpp"
+
+using namespace kit;
 
 namespace {
 
@@ -333,9 +348,9 @@ TEST(ChangingTest, BreadthFirstWritesTheTextAsItIsAfterTheConnectorsWereEvaluate
   };
   System system("s");
   auto* atom = system.add(new Keeping(&system));
-  system.join("go", {atom->addPort("p", {{0, 1}, {1, 2}})})->setGuardHook([atom] {
+  system.join("go", {atom->addPort("p", {{0, 1}, {1, 2}})})->beforeGuard = [atom] {
     atom->leaf->getAleaf()->setVal((atom->leaf->getAleaf()->getVal() + std::string("g")).c_str());
-  });
+  };
   EXPECT_EQ("0 : 0,g\n1 : 1,g\n2 : 2,g\n", explored(system, BFS).state);
 }
 
@@ -412,10 +427,10 @@ TEST(TreeNumberTest, TheRootHasTheNumberOfTheStateAndItsPendingTransitions) {
     system.join("b", {atom->addPort("q", {{0, 2}})});
     system.join("c", {atom->addPort("r", {{1, 2}})});
     Pairs evaluated;
-    system.join("d", {atom->addPort("t", {})})->setGuardHook([&] {
+    system.join("d", {atom->addPort("t", {})})->beforeGuard = [&] {
       if (system.read == nullptr) return;
       evaluated.emplace_back(system.read->getIndex(), system.read->outTrans());
-    });
+    };
     explored(system, traversal);
     if (traversal == BFS) {
       // Twice state 0, once for each transition; 2 is found before 1. Nothing is counted.
@@ -561,7 +576,7 @@ TEST(InTheHookTest, TheLabelOfTheTransitionStandsWhileItExecutes) {
 TEST(InTheHookTest, DepthFirstLeavesTheConnectorItsInteractionUntilTheStateIsRead) {
   System system("s");
   auto* atom = system.add(new Automaton("A", &system, numbered(2)));
-  Joint* joint = system.join("go", {atom->addPort("p", {{0, 1}, {1, 0}})});
+  TestConnector* joint = system.join("go", {atom->addPort("p", {{0, 1}, {1, 0}})});
   // A second way back, so that a state is restored after one that is known was reached.
   system.join("back", {atom->addPort("q", {{1, 0}})});
   std::vector<std::string> seen;

@@ -10,7 +10,9 @@
 #include <vector>
 
 #include "executables.hpp"
-#include "scripted.hpp"
+#include "kit/scripted.hpp"
+
+using namespace kit;
 
 namespace {
 

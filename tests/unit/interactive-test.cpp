@@ -10,8 +10,10 @@
 
 #include "engine.hpp"
 #include "filter.hpp"
+#include "kit/scripted.hpp"
 #include "scripted-rand.hpp"
-#include "scripted.hpp"
+
+using namespace kit;
 
 namespace {
 

@@ -1,14 +1,17 @@
 // Generated code is built against the classes of the component model: this test holds their shape
 // fixed. What it states can only be changed together with every model.
 
+#include <gtest/gtest.h>
+
 #include <cstring>
 #include <string>
 #include <type_traits>
 #include <vector>
 
-#include "model.hpp"
+#include "kit/atoms.hpp"
+#include "kit/systems.hpp"
 
-using model::Events;
+using namespace kit;
 
 namespace {
 
@@ -93,7 +96,7 @@ class ConnectorLayout : public Connector {
   }
 };
 
-class AtomLayout : public model::TestAtom {
+class AtomLayout : public TestAtom {
  public:
   using TestAtom::TestAtom;
   std::vector<std::ptrdiff_t> places() const {
@@ -412,7 +415,7 @@ TEST(HookTest, OfAnInteractionAreReachedThroughItsBase) {
 // ---- layout ------------------------------------------------------------------------------------
 
 TEST(LayoutTest, FieldsStandInTheirFixedOrder) {
-  model::TestCompound holder("C");
+  System holder("C");
   Connector connector("k", &holder, false);
   const PortLayout port("p", &connector);
   const InteractionLayout interaction(&connector, BitVector::EMPTY);
@@ -435,7 +438,7 @@ constexpr bool COPYABLE = std::is_copy_constructible_v<T> || std::is_copy_assign
                           std::is_move_constructible_v<T> || std::is_move_assignable_v<T>;
 
 static_assert(!COPYABLE<Port> && !COPYABLE<Connector> && !COPYABLE<Priority>);
-static_assert(!COPYABLE<Compound> && !COPYABLE<model::TestAtom> && !COPYABLE<CtrlState>);
+static_assert(!COPYABLE<Compound> && !COPYABLE<TestAtom> && !COPYABLE<CtrlState>);
 static_assert(!COPYABLE<Array<Port, true>> && !COPYABLE<Array<Port, false>>);
 static_assert(!COPYABLE<VeskHeap<Connector>> && !COPYABLE<Scheduler>);
 static_assert(std::is_copy_constructible_v<Interaction> && !std::is_copy_assignable_v<Interaction>);

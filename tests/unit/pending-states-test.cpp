@@ -2,12 +2,15 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "trees.hpp"
+#include "kit/trees.hpp"
+
+using namespace kit;
 
 using Vesk::PendingState;
 using Vesk::PendingStates;

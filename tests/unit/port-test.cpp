@@ -1,18 +1,20 @@
 #include "port.hpp"
 
+#include <gtest/gtest.h>
+
 #include <cstring>
+#include <initializer_list>
 #include <string>
+#include <vector>
 
-#include "model.hpp"
+#include "kit/atoms.hpp"
+#include "kit/clocks.hpp"
+#include "kit/connectors.hpp"
+#include "kit/lists.hpp"
+#include "kit/output.hpp"
+#include "kit/systems.hpp"
 
-using model::elements;
-using model::errorsOf;
-using model::Events;
-using model::HandClock;
-using model::RENDEZVOUS;
-using model::TestAtom;
-using model::TestCompound;
-using model::TestConnector;
+using namespace kit;
 
 namespace {
 
@@ -45,7 +47,7 @@ TEST(PortTest, AnAtomPortStartsClearWithItsHolder) {
 }
 
 TEST(PortTest, AnExportedPortStartsClearWithItsHolder) {
-  TestCompound compound("C");
+  System compound("C");
   TestConnector connector(RENDEZVOUS, "k", &compound, true);
   const Port port("x", &connector);
   EXPECT_STREQ(port.name(), "x");
@@ -119,7 +121,7 @@ TEST(PortGuardTest, HoldsForAnAtomPort) {
 }
 
 TEST(PortGuardTest, IsTheGuardOfTheConnectorForAnExportedPort) {
-  TestCompound compound("C");
+  System compound("C");
   TestConnector connector(RENDEZVOUS, "k", &compound, true);
   const Port port("x", &connector);
   bool answer = true;
@@ -139,7 +141,7 @@ TEST(PortLabelTest, IsAtomColonPort) {
 }
 
 TEST(PortLabelTest, OfAnExportedPortIsCompoundColonConnector) {
-  TestCompound compound("C1");
+  System compound("C1");
   TestConnector* connector = compound.exported(RENDEZVOUS, "k");
   EXPECT_STREQ(connector->xPort()->label(), "C1:k");
 }
@@ -195,7 +197,7 @@ TEST(PortLabelTest, TwoLongLabelsWithACommonBeginningDiffer) {
 }
 
 TEST(PortLabelTest, OfALongConnectorNameIsWhole) {
-  TestCompound compound("C");
+  System compound("C");
   const std::string name(3000, 'k');
   TestConnector* connector = compound.exported(RENDEZVOUS, name.c_str());
   EXPECT_EQ(connector->xPort()->label(), "C:" + name);
@@ -206,7 +208,7 @@ TEST(PortLabelTest, ANullNameIsAnEmptyText) {
   EXPECT_STREQ(Port(nullptr, &named).label(), "A:");
   EXPECT_STREQ(Port("p", &nameless).label(), ":p");
   EXPECT_STREQ(Port(nullptr, &nameless).label(), ":");
-  TestCompound compound(nullptr);
+  System compound(nullptr);
   EXPECT_STREQ(compound.exported(RENDEZVOUS, nullptr)->xPort()->label(), ":");
 }
 
@@ -226,7 +228,7 @@ TEST(PortClockTest, IsTheClockOfTheAtom) {
 
 TEST(PortClockTest, IsNullForAnExportedPort) {
   HandClock clock(Vesk::Time(0));
-  TestCompound compound("C");
+  System compound("C");
   compound.setClock(&clock);
   EXPECT_EQ(compound.exported(RENDEZVOUS, "k")->xPort()->displayClock(), nullptr);
 }
@@ -295,7 +297,7 @@ TEST(PortTimeTest, WithoutEitherClockNothingIsTranslated) {
 
 TEST(PortTimeTest, AnExportedPortDoesNotTranslate) {
   HandClock logical(Vesk::Time(100)), own(Vesk::Time(40));
-  TestCompound compound("C");
+  System compound("C");
   compound.setClock(&logical);
   Port* port = compound.exported(RENDEZVOUS, "k")->xPort();
   Constraint constraint(&own, 50, 70, DELAYABLE);
@@ -306,7 +308,7 @@ TEST(PortTimeTest, AnExportedPortDoesNotTranslate) {
 }
 
 TEST(PortExecuteTest, RunsTheTransitionThenResetsTheLinksOfTheAtom) {
-  TestCompound compound("C");
+  System compound("C");
   TestAtom* atom = compound.atom("A");
   Port* port = atom->enabled("p");
   TestConnector* connector = compound.rendezvous("k", port);
@@ -334,7 +336,7 @@ TEST(PortExecuteTest, RunsTheTransitionThenResetsTheLinksOfTheAtom) {
 }
 
 TEST(PortExecuteTest, AnUnsyncedAtomPortIsReportedAndStillFires) {
-  TestCompound compound("C");
+  System compound("C");
   TestAtom* atom = compound.atom("A");
   Port* port = atom->enabled("p");
   TestConnector* connector = compound.rendezvous("k", port);
@@ -365,7 +367,7 @@ TEST(PortExecuteTest, AFormatInAReportedNameIsPlainText) {
 }
 
 TEST(PortExecuteTest, OfAnExportedPortFiresTheInteractionOfItsConnector) {
-  TestCompound compound("C");
+  System compound("C");
   TestAtom* atom = compound.atom("A");
   Constraint early(nullptr, 0, 10, LAZY);
   Port* port = atom->enabled("p", &early);
@@ -382,14 +384,14 @@ TEST(PortExecuteTest, OfAnExportedPortFiresTheInteractionOfItsConnector) {
 }
 
 TEST(PortExecuteTest, AnUnsyncedExportedPortIsNotReported) {
-  TestCompound compound("C");
+  System compound("C");
   TestConnector* connector = compound.exported(RENDEZVOUS, "k");
   EXPECT_EQ(errorsOf([&] { connector->xPort()->execute(); }), "");
 }
 
 TEST(PortActuateTest, DoesNothingForAnAtomPort) {
   Events events;
-  TestCompound compound("C");
+  System compound("C");
   TestAtom* atom = compound.atom("A");
   atom->events = &events;
   Port* port = atom->port("p");
@@ -401,7 +403,7 @@ TEST(PortActuateTest, DoesNothingForAnAtomPort) {
 
 TEST(PortActuateTest, HandsDownToTheConnectorOfAnExportedPort) {
   Events events;
-  TestCompound compound("C");
+  System compound("C");
   TestAtom* atom = compound.atom("A");
   Constraint early(nullptr, 0, 10, LAZY);
   TestConnector* connector = compound.exported(RENDEZVOUS, "k", atom->enabled("p", &early));
@@ -414,7 +416,7 @@ TEST(PortActuateTest, HandsDownToTheConnectorOfAnExportedPort) {
 }
 
 TEST(PortLinkTest, OfAnAtomPortGoesToTheAtomOncePerCall) {
-  TestCompound compound("C");
+  System compound("C");
   TestAtom* atom = compound.atom("A");
   Port* port = atom->port("p");
   TestConnector one(RENDEZVOUS, "k1", &compound, false), two(RENDEZVOUS, "k2", &compound, false);
@@ -426,7 +428,7 @@ TEST(PortLinkTest, OfAnAtomPortGoesToTheAtomOncePerCall) {
 }
 
 TEST(PortLinkTest, OfAnExportedPortInTheSameCompoundMarksTheSubconnector) {
-  TestCompound compound("C");
+  System compound("C");
   TestConnector* inner = compound.exported(RENDEZVOUS, "inner");
   TestConnector* outer = compound.rendezvous("outer", inner->xPort());
   EXPECT_EQ(elements(inner->links()), (std::vector<Connector*>{outer}));
@@ -435,8 +437,8 @@ TEST(PortLinkTest, OfAnExportedPortInTheSameCompoundMarksTheSubconnector) {
 }
 
 TEST(PortLinkTest, OfAnExportedPortInTheEnclosingCompoundDoesNotMarkIt) {
-  TestCompound compound("C");
-  TestCompound* below = compound.compound("D");
+  System compound("C");
+  System* below = compound.compound("D");
   TestConnector* inner = below->exported(RENDEZVOUS, "inner");
   TestConnector* outer = compound.rendezvous("outer", inner->xPort());
   EXPECT_EQ(elements(inner->links()), (std::vector<Connector*>{outer}));
@@ -444,8 +446,8 @@ TEST(PortLinkTest, OfAnExportedPortInTheEnclosingCompoundDoesNotMarkIt) {
 }
 
 TEST(PortLinkTest, ALaterConnectorOfAnotherCompoundDoesNotTakeTheMarkAway) {
-  TestCompound compound("C");
-  TestCompound* below = compound.compound("D");
+  System compound("C");
+  System* below = compound.compound("D");
   TestConnector* inner = below->exported(RENDEZVOUS, "inner");
   below->rendezvous("same", inner->xPort());
   compound.rendezvous("outer", inner->xPort());
@@ -454,7 +456,7 @@ TEST(PortLinkTest, ALaterConnectorOfAnotherCompoundDoesNotTakeTheMarkAway) {
 
 TEST(PortNotifyTest, QueuesTheConnectorsOfTheAtom) {
   Scheduler scheduler(nullptr, 0, true, 1, -1, 2);
-  TestCompound compound("C");
+  System compound("C");
   TestAtom* atom = compound.atom("A");
   Port* port = atom->port("p");
   TestConnector* one = compound.rendezvous("k1", port);
@@ -468,7 +470,7 @@ TEST(PortNotifyTest, QueuesTheConnectorsOfTheAtom) {
 
 TEST(PortNotifyTest, DoesNothingForAnExportedPort) {
   Scheduler scheduler(nullptr, 0, true, 1, -1, 2);
-  TestCompound compound("C");
+  System compound("C");
   TestAtom* atom = compound.atom("A");
   atom->mScheduler = &scheduler;
   TestConnector* inner = compound.exported(RENDEZVOUS, "inner", atom->port("p"));
@@ -491,7 +493,7 @@ TEST(PortOwnershipTest, AnAtomPortLeavesTheModelsConstraintAlone) {
 }
 
 TEST(PortOwnershipTest, AnExportedPortLeavesItsConstraintToItsConnector) {
-  TestCompound compound("C");
+  System compound("C");
   TestConnector* connector = compound.rendezvous("k");
   Constraint constraint(nullptr, 0, 10, LAZY);
   {

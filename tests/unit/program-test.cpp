@@ -11,15 +11,26 @@
 #include <time.h>
 
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <iostream>
 #include <map>
+#include <memory>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "allocations.hpp"
-#include "scheduler-models.hpp"
+#include "kit/atoms.hpp"
+#include "kit/output.hpp"
+#include "kit/processes.hpp"
+#include "kit/schedulers.hpp"
+#include "kit/systems.hpp"
 
-using namespace runs;
+using namespace kit;
 
 namespace {
 
@@ -127,7 +138,7 @@ Ends openChannel(Channel channel, const std::filesystem::path& file) {
 std::string outputThrough(Channel channel, const std::function<int()>& body,
                           const std::string& input) {
   const Folder folder;
-  const Ends ends = openChannel(channel, folder.path() / "output");
+  const Ends ends = openChannel(channel, folder.name("output"));
   EXPECT_NE(ends.read, -1);
   EXPECT_NE(ends.write, -1);
   std::fflush(nullptr);
@@ -161,7 +172,7 @@ std::string outputThrough(Channel channel, const std::function<int()>& body,
 TEST(ChannelTest, FilesPipesAndTerminalsReceiveTheSameBytes) {
   create = [] {
     System* system = new System;
-    RuleAtom* atom = system->atom("A");
+    TestAtom* atom = system->atom("A");
     const auto speak = [] {
       std::printf("by stdio, ");
       std::cout << "by stream, ";
@@ -330,9 +341,9 @@ namespace {
 constexpr char FORMAT[] = "%n%s%99999d";
 
 // Its state text is a format as well.
-class FormatAtom : public RuleAtom {
+class FormatAtom : public TestAtom {
  public:
-  explicit FormatAtom(const Compound* holder) : RuleAtom(FORMAT, holder) {
+  explicit FormatAtom(const Compound* holder) : TestAtom(FORMAT, holder) {
     ctrlStates().add(new CtrlState(FORMAT));
   }
   Node* getState() override {
@@ -421,7 +432,7 @@ TEST(NameTest, AFormatInANameIsPlainTextInTheFilesOfAnExploration) {
 TEST(ExitTest, AModelThatEndsTheProcessLosesNoLineOfTheTrace) {
   create = [] {
     System* system = new System;
-    RuleAtom* atom = system->atom("A");
+    TestAtom* atom = system->atom("A");
     system->rendezvous("k", atom->rule(
                                 "go", [] { return true; },
                                 [atom] {
@@ -630,11 +641,11 @@ constexpr int MEMORY_GREW = 77;  // exit status
 // Counts its firings and watches the memory: after the first steps the number of blocks stays.
 Compound* watchedModel(const Interval& when) {
   System* system = new System;
-  RuleAtom* atom = system->atom("A");
+  TestAtom* atom = system->atom("A");
   const auto watch = [atom] {
     static long live = 0;
-    if (atom->fired == 1000) live = model::Allocations::live();
-    if (atom->fired == MANY_STEPS && model::Allocations::live() != live) std::_Exit(MEMORY_GREW);
+    if (atom->fired == 1000) live = Allocations::live();
+    if (atom->fired == MANY_STEPS && Allocations::live() != live) std::_Exit(MEMORY_GREW);
   };
   system->rendezvous("k", atom->timedRule(
                               "go", when, [] { return true; }, watch));
@@ -644,7 +655,7 @@ Compound* watchedModel(const Interval& when) {
 }  // namespace
 
 TEST(LongRunTest, ManyStepsAtOneTimeOrOverTimeKeepNoMemory) {
-  ASSERT_TRUE(model::COUNTING);
+  ASSERT_TRUE(COUNTING);
   const std::string limit = std::to_string(MANY_STEPS);
   const Interval atOnce = within(0, 0, EAGER);
   const Interval later = within(1, 2, DELAYABLE);

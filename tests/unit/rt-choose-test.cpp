@@ -7,22 +7,15 @@
 #include <memory>
 #include <vector>
 
-#include "scheduler-models.hpp"
+#include "kit/atoms.hpp"
+#include "kit/clocks.hpp"
+#include "kit/schedulers.hpp"
+#include "kit/systems.hpp"
 
-using namespace runs;
+using namespace kit;
 using Vesk::Time;
 
 namespace {
-
-// A clock that shows what the test says.
-class HandClock : public GenericClock {
- public:
-  explicit HandClock(Time now) : mNow(now) {}
-  Time time() const override { return mNow; }
-
- private:
-  Time mNow;
-};
 
 // A step that is put together by hand: connectors with interactions, and internal ports. What is
 // added last stands last in its list.
@@ -104,7 +97,7 @@ class Step {
   OpenScheduler scheduler;
 
  private:
-  RuleAtom* mAtom;
+  TestAtom* mAtom;
   Time mNow;
   std::vector<Connector*> mConnectors;
   std::vector<Port*> mPorts;
@@ -394,7 +387,7 @@ TEST(RtChooseTest, AConstraintWithoutAClockIsAskedInLogicalTime) {
 TEST(RtChooseTest, WithoutALogicalClockThereIsNoCorrection) {
   System system;
   OpenScheduler scheduler(&system);
-  RuleAtom* atom = system.atom("A");
+  TestAtom* atom = system.atom("A");
   Port* port = atom->rule("i", [] { return true; });
   HandClock clock(Time(30));
   port->useOwnConstraint(&clock) = Constraint(&clock, Time(40), Time(60), DELAYABLE);

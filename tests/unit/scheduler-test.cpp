@@ -6,11 +6,18 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <filesystem>
+#include <iostream>
 #include <string>
+#include <vector>
 
-#include "scheduler-models.hpp"
+#include "kit/atoms.hpp"
+#include "kit/output.hpp"
+#include "kit/processes.hpp"
+#include "kit/schedulers.hpp"
+#include "kit/systems.hpp"
 
-using namespace runs;
+using namespace kit;
 
 namespace {
 
@@ -21,8 +28,8 @@ constexpr char FIRED_B[] = "scheduler : System/cb/B:go\n";
 struct Pair : System {
   Pair(int firingsOfA, int firingsOfB)
       : a(counter("A", "ca", firingsOfA)), b(counter("B", "cb", firingsOfB)) {}
-  RuleAtom* a;
-  RuleAtom* b;
+  TestAtom* a;
+  TestAtom* b;
 };
 
 std::string times(int n, const std::string& text) {
@@ -90,7 +97,7 @@ TEST(SchedulerTest, TheHeapStartsEmptyAndIsHandedOut) {
 
 TEST(SchedulerTest, AChoiceIsStoredWithItsTimes) {
   System system;
-  RuleAtom* atom = system.counter("A", "ca", 1);
+  TestAtom* atom = system.counter("A", "ca", 1);
   Interaction* interaction = system.connectors()[0]->feasibleInter();
   OpenScheduler scheduler(&system);
   scheduler.setChoice(interaction, Vesk::Time(3), Vesk::Time(5));
@@ -136,7 +143,7 @@ TEST(SchedulerTest, AnUnknownModeOfChoiceRunsNothing) {
 }
 
 TEST(SchedulerTest, ExplorationWithoutTraversalCreatesAndClosesTheFiles) {
-  const Folder folder;
+  const WorkingFolder folder;
   Pair system(1, 1);
   OpenScheduler scheduler(&system);
   scheduler.parse({"--explore"});
@@ -179,9 +186,9 @@ TEST(SchedulerTest, AnEmptySystemIsADeadlockAtOnce) {
 
 TEST(SchedulerTest, ADominatedConnectorEndsTheStepAndWhatStandsBehindItDoesNotFire) {
   System system;
-  RuleAtom* first = system.counter("A", "ca", 9);
-  RuleAtom* second = system.counter("B", "cb", 9);
-  RuleAtom* third = system.counter("C", "cc", 2);
+  TestAtom* first = system.counter("A", "ca", 9);
+  TestAtom* second = system.counter("B", "cb", 9);
+  TestAtom* third = system.counter("C", "cc", 2);
   system.connectors()[1]->setDominated(true);
   OpenScheduler scheduler(&system, 0, 1, 1);
   EXPECT_EQ(runTrace(scheduler),
@@ -193,7 +200,7 @@ TEST(SchedulerTest, ADominatedConnectorEndsTheStepAndWhatStandsBehindItDoesNotFi
 
 TEST(SchedulerTest, AStepFiresTheWholeListWithoutEvaluatingAgainInBetween) {
   System system;
-  RuleAtom* atom = system.counter("A", "k1", 1);
+  TestAtom* atom = system.counter("A", "k1", 1);
   system.rendezvous("k2", atom->ports()[0]);
   OpenScheduler scheduler(&system, 0, 1, 1);
   testing::internal::CaptureStderr();
@@ -311,33 +318,22 @@ TEST(SchedulerTest, EachLoopSetsTheSystemUpInItsOwnWay) {
 
 TEST(SchedulerTest, TheHeapQueuesOnlyWhatDependsOnTheFiredPorts) {
   System system;
-  RuleAtom* sender = system.atom("S");
-  RuleAtom* receiver = system.atom("R");
-  int guards = 0;
+  TestAtom* sender = system.atom("S");
+  TestAtom* receiver = system.atom("R");
   Port* idle = receiver->rule("idle", [] { return false; });
-  struct Counting : Rendezvous {
-    Counting(const Compound* holder, Port* port, int& count)
-        : Rendezvous("counting", holder, port), mCount(count) {}
-    using Rendezvous::guard;
-    bool guard() override {
-      ++mCount;
-      return Rendezvous::guard();
-    }
-    int& mCount;
-  };
   system.broadcast("bus", sender->rule("send", [=] { return sender->fired < 5; }),
                    receiver->rule("receive", [] { return false; }));
-  system.connectors().add(new Counting(&system, idle, guards));
+  const TestConnector* counting = system.rendezvous("counting", idle);
   OpenScheduler scheduler(&system, 0, 1, 2);
   testing::internal::CaptureStdout();
   EXPECT_EQ(runTrace(scheduler), times(5, "scheduler : System/bus/S:send\n"));
   testing::internal::GetCapturedStdout();
-  EXPECT_EQ(guards, 1);  // the receiver took part in no interaction
+  EXPECT_EQ(counting->guards, 1);  // the receiver took part in no interaction
 }
 
 TEST(SchedulerTest, AnInteractionThatTheModelTakesAwayWhileItFiresQueuesNothing) {
   System system;
-  RuleAtom* atom = system.atom("A");
+  TestAtom* atom = system.atom("A");
   Port* port = atom->rule(
       "go", [] { return true; }, [&] { system.connectors()[0]->setFeasibleInter(nullptr); });
   system.rendezvous("ca", port);

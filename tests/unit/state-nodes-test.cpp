@@ -1,5 +1,12 @@
-#include "exploration-fixture.hpp"
-#include "trees.hpp"
+#include "state-nodes.hpp"
+
+#include <gtest/gtest.h>
+
+#include <initializer_list>
+
+#include "kit/trees.hpp"
+
+using namespace kit;
 
 TEST(ObserverStateTest, TheFirstMarkedLeafDecides) {
   const auto observe = [](std::initializer_list<const char*> texts) {

@@ -7,18 +7,14 @@
 #include <stdexcept>
 #include <string>
 
-#include "trees.hpp"
+#include "kit/trees.hpp"
+
+using namespace kit;
 
 using Vesk::StateNumber;
 using Vesk::StateTable;
 
 namespace {
-
-// A leaf that knows more than its text.
-class RichLeaf : public Leaf {
- public:
-  explicit RichLeaf(const char* text) : Leaf(new Atomleaf(text)) {}
-};
 
 std::string textOf(const StateTable& table, StateNumber number) {
   const StateTable::Text text = table.text(number);

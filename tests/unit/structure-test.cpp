@@ -9,14 +9,17 @@
 #include <climits>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <deque>
+#include <initializer_list>
 #include <iomanip>
 #include <iostream>
 #include <new>
 #include <sstream>
 #include <string>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "chain.hpp"

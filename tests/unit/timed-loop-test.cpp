@@ -4,12 +4,16 @@
 #include <malloc.h>
 
 #include <climits>
+#include <cstdlib>
+#include <fstream>
 #include <string>
 
-#include "scheduler-models.hpp"
+#include "kit/atoms.hpp"
+#include "kit/schedulers.hpp"
+#include "kit/systems.hpp"
 #include "scripted-rand.hpp"
 
-using namespace runs;
+using namespace kit;
 using Vesk::Time;
 
 namespace {
@@ -38,7 +42,7 @@ struct TimedRun {
   void count(int firings, const Interval& when) { system.timedCounter("A", "k", firings, when); }
   // Every firing takes this long on the platform.
   void countSlowly(int firings, const Interval& when, Time duration) {
-    RuleAtom* atom = system.atom("A");
+    TestAtom* atom = system.atom("A");
     system.rendezvous("k", atom->timedRule(
                                "go", when, [=] { return atom->fired < firings; },
                                [this, duration] { platform->pass(duration); }));
@@ -114,7 +118,7 @@ TEST(TimedLoopTest, AnUntimedInteractionFiresAtOnce) {
 
 TEST(TimedLoopTest, InternalPortsFireInTheTimeOfTheirClock) {
   TimedRun run;
-  RuleAtom* atom = run.system.atom("A");
+  TestAtom* atom = run.system.atom("A");
   atom->timedRule("tick", within(1000, 3000, DELAYABLE), [=] { return atom->fired < 2; })
       ->setInternal();
   run.scheduler.parse({});

@@ -1,6 +1,6 @@
 // Executables and clocks that do what a test tells them and record what they are asked.
-#ifndef VESK_TESTS_SCRIPTED_HPP
-#define VESK_TESTS_SCRIPTED_HPP
+#ifndef VESK_TESTS_KIT_SCRIPTED_HPP
+#define VESK_TESTS_KIT_SCRIPTED_HPP
 
 #include <cstddef>
 #include <functional>
@@ -9,13 +9,12 @@
 #include <utility>
 #include <vector>
 
-#include "clock.hpp"
-#include "component.hpp"
-#include "connector.hpp"
-#include "constraint.hpp"
-#include "port.hpp"
+#include "kit/atoms.hpp"
+#include "vesk.hpp"
 
-using Log = std::vector<std::string>;
+namespace kit {
+
+using Log = Events;
 
 // "name.operation(microseconds)".
 inline std::string entry(const std::string& name, const char* operation, const Vesk::Time& t) {
@@ -139,5 +138,7 @@ class ScriptedClock : public PlatformClock {
   mutable std::size_t mNext;
   Log* mLog;
 };
+
+}  // namespace kit
 
 #endif
