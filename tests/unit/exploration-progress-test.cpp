@@ -1,18 +1,14 @@
 // The progress display, with a clock that the tests set.
-#include <cstdio>
-#include <ctime>
-#include <map>
-#include <memory>
-#include <string>
-#include <vector>
-
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include "kit/atoms.hpp"
+#include <cstdio>
+#include <ctime>
+#include <string>
+#include <vector>
+
 #include "kit/explorations.hpp"
 #include "kit/output.hpp"
-#include "kit/systems.hpp"
 
 using namespace kit;
 
@@ -32,23 +28,9 @@ extern "C" std::time_t time(std::time_t*) noexcept {
 
 namespace {
 
-// A ring of states with one transition each: breadth-first search takes one step per state and has
-// one state in its queue.
-std::unique_ptr<System> ring(int states) {
-  auto system = std::make_unique<System>("s");
-  std::vector<std::string> texts;
-  std::map<int, int> transitions;
-  for (int i = 0; i < states; ++i) {
-    texts.push_back(std::to_string(i) + ",");
-    transitions[i] = (i + 1) % states;
-  }
-  auto* atom = system->add(new Automaton("A", system.get(), texts));
-  system->join("go", {atom->addPort("p", transitions)});
-  return system;
-}
-
+// A search of a ring: breadth-first it takes one step per state and has one state in its queue.
 std::string outputWith(const std::vector<std::time_t>& clock, int states) {
-  auto system = ring(states);
+  auto system = ring(numbered(states));
   readings = clock;
   nextReading = 0;
   const std::string out = explored(*system, BFS).out;
@@ -88,7 +70,7 @@ TEST(ProgressTest, AClockThatGoesBackShowsNoRate) {
 }
 
 TEST(ProgressTest, TheFilesCanBeReadWheneverTheRateIsShown) {
-  auto system = ring(120);
+  auto system = ring(numbered(120));
   TemporaryFiles files;
   std::string seen;
   int reads = 0;

@@ -23,33 +23,14 @@ using namespace kit;
 
 namespace {
 
-const char INTERRUPTED[] = "Exploration was interrupted because an error state was encountered!\n";
-
-std::string header(int transitions, int states) {
-  std::string area =
-      "des(0, " + std::to_string(transitions) + ", " + std::to_string(states) + ")\n";
-  area.resize(37, ' ');
-  return area + "\n";
-}
-
 std::string finalSize(int states) {
   return "Final size : " + std::to_string(states) + "\n";
 }
 
-std::vector<std::string> numbered(int states) {
-  std::vector<std::string> texts;
-  for (int i = 0; i < states; ++i) texts.push_back(std::to_string(i) + ",");
-  return texts;
-}
-
-// 0 -> 1 -> ... -> the last state by the connector go.
+// 0 -> 1 -> ... -> the last state, with a hook.
 std::unique_ptr<System> line(int states, const Automaton::Hook& hook) {
-  auto system = std::make_unique<System>("s");
-  auto* atom = system->add(new Automaton("A", system.get(), numbered(states)));
-  std::map<int, int> transitions;
-  for (int i = 0; i + 1 < states; ++i) transitions[i] = i + 1;
-  system->join("go", {atom->addPort("p", transitions)});
-  atom->setHook(hook);
+  auto system = kit::line(numbered(states));
+  static_cast<Automaton*>(system->components()[0])->setHook(hook);
   return system;
 }
 
@@ -131,7 +112,7 @@ TEST_P(PlaceTest, AModelMayRecogniseAStateByItsNodes) {
     system.join("b", {two->port()});
     const Explored found = explored(system, traversal);
     EXPECT_NE(std::string::npos, found.out.find(finalSize(9))) << found;
-    EXPECT_EQ(header(18, 9), found.aut.substr(0, 38));
+    EXPECT_EQ(header("des(0, 18, 9)"), found.aut.substr(0, 38));
     EXPECT_EQ(literallyExplored(system, traversal), found);
   }
 }
@@ -173,7 +154,7 @@ TEST(TreePlaceTest, AStateComesBackInTheLeafThatTheAtomMade) {
     system.join("b", {two->addPort("p", {{0, 1}, {1, 2}, {2, 3}, {3, 0}})});
     const Explored found = explored(system, traversal);
     EXPECT_NE(std::string::npos, found.out.find(finalSize(12))) << found;
-    EXPECT_EQ(header(24, 12), found.aut.substr(0, 38));
+    EXPECT_EQ(header("des(0, 24, 12)"), found.aut.substr(0, 38));
   }
 }
 
@@ -240,7 +221,7 @@ class ChangedTreeTest : public testing::TestWithParam<Change> {};
 TEST_P(ChangedTreeTest, BreadthFirstGoesOnFromTheChangedTree) {
   auto system = rewriting(GetParam());
   const Explored found = explored(*system, BFS);
-  EXPECT_EQ(header(6, 5) +
+  EXPECT_EQ(header("des(0, 6, 5)") +
                 "(0, s/b/A:q, 1)\n(0, s/a/A:p, 2)\n"
                 "(1, s/c/A:r, 3)\n(2, s/c/A:r, 0)\n"
                 "(3, s/b/A:q, 4)\n(3, s/a/A:p, 2)\n",
@@ -254,7 +235,7 @@ TEST_P(ChangedTreeTest, BreadthFirstGoesOnFromTheChangedTree) {
 TEST_P(ChangedTreeTest, DepthFirstGoesOnFromTheChangedTree) {
   auto system = rewriting(GetParam());
   const Explored found = explored(*system, DFS);
-  EXPECT_EQ(header(6, 5) +
+  EXPECT_EQ(header("des(0, 6, 5)") +
                 "(0, s/a/A:p, 1)\n(1, s/c/A:r, 2)\n"
                 "(2, s/a/A:p, 3)\n(3, s/c/A:r, 0)\n"
                 "(2, s/b/A:q, 4)\n(0, s/b/A:q, 4)\n",
@@ -286,14 +267,14 @@ TEST(ChangingTest, ATextThatIsTakenApartStaysSo) {
     const Explored found = explored(system, traversal);
     if (traversal == BFS) {
       EXPECT_EQ("0 : 0\n1 : 2\n2 : 1\n", found.state);
-      EXPECT_EQ(
-          header(4, 3) + "(0, s/b/A:q, 1)\n(0, s/a/A:p, 2)\n(1, s/b/A:q, 2)\n(2, s/a/A:p, 0)\n",
-          found.aut);
+      EXPECT_EQ(header("des(0, 4, 3)") +
+                    "(0, s/b/A:q, 1)\n(0, s/a/A:p, 2)\n(1, s/b/A:q, 2)\n(2, s/a/A:p, 0)\n",
+                found.aut);
     } else {
       EXPECT_EQ("0 : 0 some words|\n1 : 1 more|\n2 : 2|\n", found.state);
-      EXPECT_EQ(
-          header(4, 3) + "(0, s/a/A:p, 1)\n(1, s/a/A:p, 0)\n(0, s/b/A:q, 2)\n(2, s/b/A:q, 1)\n",
-          found.aut);
+      EXPECT_EQ(header("des(0, 4, 3)") +
+                    "(0, s/a/A:p, 1)\n(1, s/a/A:p, 0)\n(0, s/b/A:q, 2)\n(2, s/b/A:q, 1)\n",
+                found.aut);
     }
   }
 }
@@ -516,7 +497,7 @@ TEST(FaultyLeafTest, ALeafOfATreeThatDiesIsForgotten) {
     auto* atom = system.add(new Automaton("A", &system, {"0 PRUNE,", "1,"}));
     system.join("go", {atom->addPort("p", {{0, 1}, {1, 0}})});
     const Explored found = explored(system, traversal);
-    EXPECT_EQ(header(2, 2), found.aut.substr(0, 38));
+    EXPECT_EQ(header("des(0, 2, 2)"), found.aut.substr(0, 38));
     EXPECT_EQ("", found.pruned);
     EXPECT_EQ(nullptr, faulty_leaf);
     EXPECT_TRUE(global_prune);
@@ -627,7 +608,7 @@ TEST(StreamTest, AHeaderIsWrittenToAStreamInMemory) {
       std::free(texts[i]);
     }
     EXPECT_EQ(expected, found);
-    EXPECT_EQ(header(3, 4), found.aut.substr(0, 38));
+    EXPECT_EQ(header("des(0, 3, 4)"), found.aut.substr(0, 38));
   }
 }
 
@@ -670,7 +651,7 @@ TEST(MissingTreeTest, AnAtomWithoutATreeIsRestoredWithNull) {
     testing::internal::CaptureStderr();
     const Explored found = explored(system, traversal);
     const std::string messages = testing::internal::GetCapturedStderr();
-    EXPECT_EQ(header(8, 4), found.aut.substr(0, 38));
+    EXPECT_EQ(header("des(0, 8, 4)"), found.aut.substr(0, 38));
     EXPECT_EQ(8, silent->restored);
     const std::string message = "at least a library is not generated with explore option\n";
     // Nine trees are printed when they are read; breadth-first, the four states once more.
@@ -699,7 +680,8 @@ TEST(WholeTreeTest, TheRootMayGiveALeaf) {
     system.atom = system.add(new Automaton("A", &system, numbered(3)));
     system.join("go", {system.atom->addPort("p", {{0, 1}, {1, 2}, {2, 0}})});
     const Explored found = explored(system, traversal);
-    EXPECT_EQ(header(3, 3) + "(0, s/go/A:p, 1)\n(1, s/go/A:p, 2)\n(2, s/go/A:p, 0)\n", found.aut);
+    EXPECT_EQ(header("des(0, 3, 3)") + "(0, s/go/A:p, 1)\n(1, s/go/A:p, 2)\n(2, s/go/A:p, 0)\n",
+              found.aut);
     EXPECT_EQ("0 : 0\n1 : 1\n2 : 2\n", found.state);
   }
 }

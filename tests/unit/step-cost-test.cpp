@@ -32,64 +32,32 @@ struct Tally {
   }
 };
 
-// Gives the token away when it has it, takes it when not.
-class Station : public Atom {
- public:
-  Station(const Compound* holder, bool token, Tally& tally)
-      : Atom("S", holder), mToken(token), mTally(tally) {
-    addPort(new Port("give", this));
-    addPort(new Port("take", this));
-  }
-  using Atom::initialize;
-  void initialize() override { announce(); }
-  void execute(Port* port) override {
-    mToken = port == mPorts[1];
-    if (mToken) mTally.step();
-    announce();
-  }
-  Node* getState() override { return new Leaf(new Atomleaf(mToken ? "1;" : "0;")); }
-  void setState(Node*) override {}
-
- private:
-  void announce() {
-    mPorts[0]->setSynced(false);
-    mPorts[1]->setSynced(false);
-    sync(2, mPorts[0], int(mToken), mPorts[1], int(!mToken));
-  }
-
-  bool mToken;
-  Tally& mTally;
-};
-
-class Pass : public Connector {
- public:
-  Pass(const Compound* holder, Tally& tally, Port* give, Port* take)
-      : Connector("pass", holder, false, 2, give, take), mTally(tally) {}
-  using Connector::guard;
-  bool isBroadcast() override { return false; }
-  bool guard() override {
-    ++mTally.guards;
-    return maximal();
-  }
-
- private:
-  Tally& mTally;
-};
-
 // Station i passes the token on to station i + 1; station 0 has it first.
-class Ring : public Compound {
+class Ring : public System {
  public:
-  Ring(int stations, Tally& tally) : Compound("R", nullptr) {
-    std::vector<Station*> all;
-    for (int i = 0; i < stations; ++i) {
-      all.push_back(new Station(this, i == 0, tally));
-      mComponents.add(all.back());
-    }
+  Ring(int stations, Tally& tally) : System("R"), mTally(tally) {
+    std::vector<TestAtom*> all;
+    for (int i = 0; i < stations; ++i) all.push_back(station(i == 0));
     for (std::size_t i = 0; i < all.size(); ++i) {
-      Station* next = all[(i + 1) % all.size()];
-      mConnectors.add(new Pass(this, tally, all[i]->ports()[0], next->ports()[1]));
+      TestAtom* next = all[(i + 1) % all.size()];
+      rendezvous("pass", all[i]->ports()[0], next->ports()[1])->beforeGuard = [&tally] {
+        ++tally.guards;
+      };
     }
   }
+
+ private:
+  // Gives the token away when it has it, takes it when not: every second firing is a step.
+  TestAtom* station(bool token) {
+    TestAtom* made = atom("S");
+    const auto has = [made, token] { return (made->fired % 2 == 0) == token; };
+    made->rule("give", has);
+    made->rule(
+        "take", [has] { return !has(); }, [this] { mTally.step(); });
+    return made;
+  }
+
+  Tally& mTally;
 };
 
 class LimitedScheduler : public Scheduler {

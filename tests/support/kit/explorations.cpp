@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <map>
 #include <string>
 
 #include "kit/output.hpp"
@@ -61,6 +62,50 @@ void ExploringScheduler::explore() {
   } else {
     run_bfs_exploration();
   }
+}
+
+std::string summary(int steps, int pruned, int deadlocks, int stored, int size) {
+  char text[200];
+  std::snprintf(text, sizeof text,
+                "* Count : %10d [pruned : %10d] [deadlocks : %10d] [stored states: %10d]\n"
+                "Final size : %d\n",
+                steps, pruned, deadlocks, stored, size);
+  return text;
+}
+
+std::string header(const std::string& text) {
+  std::string area = text + "\n";
+  area.resize(37, ' ');
+  return area + "\n";
+}
+
+std::vector<std::string> numbered(int states) {
+  std::vector<std::string> texts;
+  for (int i = 0; i < states; ++i) texts.push_back(std::to_string(i) + ",");
+  return texts;
+}
+
+namespace {
+
+// Each state leads to the next one; of a ring the last one does, too.
+std::unique_ptr<System> chain(const std::vector<std::string>& texts, bool closed) {
+  const int states = static_cast<int>(texts.size());
+  auto system = std::make_unique<System>("s");
+  auto* atom = system->add(new Automaton("A", system.get(), texts));
+  std::map<int, int> transitions;
+  for (int i = 0; i < (closed ? states : states - 1); ++i) transitions[i] = (i + 1) % states;
+  system->join("go", {atom->addPort("p", transitions)});
+  return system;
+}
+
+}  // namespace
+
+std::unique_ptr<System> line(const std::vector<std::string>& texts) {
+  return chain(texts, false);
+}
+
+std::unique_ptr<System> ring(const std::vector<std::string>& texts) {
+  return chain(texts, true);
 }
 
 void clearGlobals() {

@@ -3,9 +3,12 @@
 #define VESK_TESTS_KIT_EXPLORATIONS_HPP
 
 #include <cstdio>
+#include <memory>
 #include <ostream>
 #include <string>
+#include <vector>
 
+#include "kit/systems.hpp"
 #include "vesk.hpp"
 
 namespace kit {
@@ -42,6 +45,20 @@ class ExploringScheduler : public Scheduler {
   bool hasFiles() const;
   void explore();
 };
+
+// What a search prints when an error state ends it.
+constexpr char INTERRUPTED[] =
+    "Exploration was interrupted because an error state was encountered!\n";
+// What it prints at its end, but for the line of an error.
+std::string summary(int steps, int pruned, int deadlocks, int stored, int size);
+// The first two lines of a transition system, from "des(0, 1, 2)".
+std::string header(const std::string& text);
+
+// The texts of an automaton, "0,", "1," and so on.
+std::vector<std::string> numbered(int states);
+// One automaton A, one connector go: 0 -> 1 -> ... -> the last state, and back to 0 in a ring.
+std::unique_ptr<System> line(const std::vector<std::string>& texts);
+std::unique_ptr<System> ring(const std::vector<std::string>& texts);
 
 // The flags by which a model speaks to a search.
 void clearGlobals();

@@ -1,13 +1,10 @@
-#include "kit/atoms.hpp"
-#include "kit/connectors.hpp"
-#include "kit/exploration-checker.hpp"
-#include "kit/explorations.hpp"
-#include "kit/output.hpp"
-#include "kit/systems.hpp"
-#include "kit/trees.hpp"
+// What both searches do.
+
+#include "exploration/search.hpp"
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <cstdio>
 #include <map>
 #include <memory>
@@ -15,46 +12,17 @@
 #include <string>
 #include <vector>
 
+#include "kit/atoms.hpp"
+#include "kit/connectors.hpp"
+#include "kit/exploration-checker.hpp"
+#include "kit/explorations.hpp"
+#include "kit/lists.hpp"
+#include "kit/systems.hpp"
+#include "kit/trees.hpp"
+
 using namespace kit;
 
 namespace {
-
-const char INTERRUPTED[] = "Exploration was interrupted because an error state was encountered!\n";
-
-std::string summary(int steps, int pruned, int deadlocks, int stored, int size) {
-  char text[200];
-  std::snprintf(text, sizeof text,
-                "* Count : %10d [pruned : %10d] [deadlocks : %10d] [stored states: %10d]\n"
-                "Final size : %d\n",
-                steps, pruned, deadlocks, stored, size);
-  return text;
-}
-
-std::string header(const std::string& text) {
-  std::string area = text + "\n";
-  area.resize(37, ' ');
-  return area + "\n";
-}
-
-std::vector<std::string> numbered(int states) {
-  std::vector<std::string> texts;
-  for (int i = 0; i < states; ++i) texts.push_back(std::to_string(i) + ",");
-  return texts;
-}
-
-// One atom, one connector: 0 -> 1 -> ... -> the last state.
-std::unique_ptr<System> line(const std::vector<std::string>& texts) {
-  auto system = std::make_unique<System>("s");
-  auto* atom = system->add(new Automaton("A", system.get(), texts));
-  std::map<int, int> transitions;
-  for (int i = 0; i + 1 < static_cast<int>(texts.size()); ++i) transitions[i] = i + 1;
-  system->join("go", {atom->addPort("p", transitions)});
-  return system;
-}
-
-Automaton* atomOf(System& system, int i) {
-  return static_cast<Automaton*>(system.components()[i]);
-}
 
 ExplorationChecker checked(const Explored& explored) {
   return ExplorationChecker(explored.aut, explored.state, explored.pruned, explored.deadlock);
@@ -62,29 +30,7 @@ ExplorationChecker checked(const Explored& explored) {
 
 }  // namespace
 
-// ---- Both searches, small models -----------------------------------------------------------
-
-TEST(ExplorationTest, BreadthFirstListsStatesTransitionsAndDeadlocks) {
-  auto system = line(numbered(3));
-  const Explored found = explored(*system, BFS);
-  EXPECT_EQ(summary(3, 0, 1, 0, 3), found.out);
-  EXPECT_EQ(header("des(0, 2, 3)") + "(0, s/go/A:p, 1)\n(1, s/go/A:p, 2)\n", found.aut);
-  EXPECT_EQ("0 : 0,\n1 : 1,\n2 : 2,\n", found.state);
-  EXPECT_EQ("2\n", found.deadlock);
-  EXPECT_EQ("", found.pruned);
-}
-
-TEST(ExplorationTest, DepthFirstWritesThePathToADeadlockWithoutTheStateBeforeIt) {  // Deliberate
-  auto system = line(numbered(3));
-  const Explored found = explored(*system, DFS);
-  // Two transitions and the deadlock marker are taken from the stack. State 1 has left the path
-  // when the marker comes, because the marker was not counted among its pending transitions; and so
-  // has state 0.
-  EXPECT_EQ(summary(3, 0, 1, 0, 3), found.out);
-  EXPECT_EQ(header("des(0, 2, 3)") + "(0, s/go/A:p, 1)\n(1, s/go/A:p, 2)\n", found.aut);
-  EXPECT_EQ("0 : 0,\n1 : 1,\n2 : 2,\n", found.state);
-  EXPECT_EQ("2 || 2,  :: s/go/A:p[[NULL]]\n", found.deadlock);
-}
+// ---- Small models ------------------------------------------------------------------------------
 
 TEST(ExplorationTest, ATransitionToAKnownStateAddsNoState) {
   System system("s");
@@ -95,24 +41,6 @@ TEST(ExplorationTest, ATransitionToAKnownStateAddsNoState) {
   EXPECT_EQ(header("des(0, 3, 2)") + "(0, s/stay/A:q, 0)\n(0, s/go/A:p, 1)\n(1, s/go/A:p, 0)\n",
             found.aut);
   EXPECT_EQ("0 : 0,\n1 : 1,\n", found.state);
-}
-
-TEST(ExplorationTest, BreadthFirstReportsAnInitialDeadlock) {
-  auto system = line(numbered(1));
-  const Explored found = explored(*system, BFS);
-  EXPECT_EQ(summary(1, 0, 1, 0, 1), found.out);
-  EXPECT_EQ(header("des(0, 0, 1)"), found.aut);
-  EXPECT_EQ("0 : 0,\n", found.state);
-  EXPECT_EQ("0\n", found.deadlock);
-}
-
-TEST(ExplorationTest, DepthFirstReportsNoInitialDeadlock) {  // Deliberate
-  auto system = line(numbered(1));
-  const Explored found = explored(*system, DFS);
-  EXPECT_EQ(summary(0, 0, 0, 0, 1), found.out);
-  EXPECT_EQ(header("des(0, 0, 1)"), found.aut);
-  EXPECT_EQ("0 : 0,\n", found.state);
-  EXPECT_EQ("", found.deadlock);
 }
 
 TEST(ExplorationTest, StatesWithTheSameTextAreOneState) {  // Deliberate
@@ -189,74 +117,7 @@ TEST(ExplorationTest, TheWalkEndsAtTheFirstDominatedConnector) {  // Deliberate
   }
 }
 
-TEST(ExplorationTest, NothingIsWrittenWithoutOutput) {
-  auto system = line(numbered(3));
-  TemporaryFiles files;
-  for (const Traversal traversal : {BFS, DFS}) {
-    ExploringScheduler scheduler(system.get(), traversal);
-    scheduler.setFiles(files[0], files[1], files[2], files[3]);
-    scheduler.disableOutput();
-    testing::internal::CaptureStdout();
-    scheduler.explore();
-    EXPECT_EQ(files.contents(summary(3, 0, 1, 0, 3)),
-              (Explored{testing::internal::GetCapturedStdout(), "", "", "", ""}));
-  }
-}
-
-TEST(ExplorationTest, MissingFilesAreSkipped) {
-  for (int missing = 0; missing < 4; ++missing) {
-    for (const Traversal traversal : {BFS, DFS}) {
-      auto system = line({"0,", "1,", "2 PRUNE,"});
-      clearGlobals();
-      TemporaryFiles files;
-      FILE* given[] = {files[0], files[1], files[2], files[3]};
-      given[missing] = nullptr;
-      ExploringScheduler scheduler(system.get(), traversal);
-      scheduler.setFiles(given[0], given[1], given[2], given[3]);
-      testing::internal::CaptureStdout();
-      scheduler.explore();
-      const Explored found = files.contents(testing::internal::GetCapturedStdout());
-      Explored whole = explored(*system, traversal);
-      std::string* texts[] = {&whole.aut, &whole.state, &whole.pruned, &whole.deadlock};
-      texts[missing]->clear();
-      EXPECT_EQ(whole, found);
-    }
-  }
-}
-
-TEST(ExplorationTest, TheFilesAreClosedOnce) {
-  auto system = line(numbered(3));
-  ExploringScheduler scheduler(system.get(), BFS);
-  scheduler.setFiles(std::tmpfile(), std::tmpfile(), nullptr, std::tmpfile());
-  testing::internal::CaptureStdout();
-  scheduler.run();
-  EXPECT_FALSE(scheduler.hasFiles());
-  scheduler.run();
-  EXPECT_EQ(summary(3, 0, 1, 0, 3) + summary(3, 0, 1, 0, 3),
-            testing::internal::GetCapturedStdout());
-}
-
-// ---- Markers -------------------------------------------------------------------------------
-
-TEST(MarkerTest, BreadthFirstCountsTheTransitionIntoAnErrorWithoutWritingIt) {  // Deliberate
-  auto system = line({"0,", "1,", "2 ERROR,"});
-  const Explored found = explored(*system, BFS);
-  EXPECT_EQ(summary(2, 0, 0, 0, 2) + INTERRUPTED + "Faulty atom : 2 ERROR,\n", found.out);
-  EXPECT_EQ(header("des(0, 2, 2)") + "(0, s/go/A:p, 1)\n", found.aut);
-  EXPECT_EQ("0 : 0,\n1 : 1,\n", found.state);
-  EXPECT_EQ(nullptr, faulty_leaf);
-}
-
-TEST(MarkerTest, DepthFirstLooksAtAnErrorLikeAtAnyState) {  // Deliberate
-  auto system = line({"0,", "1,", "2 ERROR,"});
-  const Explored found = explored(*system, DFS);
-  EXPECT_EQ(summary(2, 0, 0, 1, 3) + INTERRUPTED +
-                "Path size : 0\nError path is:\n:: s/go/A:p\nFaulty atom : 2 ERROR,\n",
-            found.out);
-  EXPECT_EQ(header("des(0, 2, 3)") + "(0, s/go/A:p, 1)\n(1, s/go/A:p, 2)\n", found.aut);
-  EXPECT_EQ("0 : 0,\n1 : 1,\n2 : 2 ERROR,\n", found.state);
-  EXPECT_EQ("", found.deadlock);
-}
+// ---- Markers -----------------------------------------------------------------------------------
 
 TEST(MarkerTest, APrunedStateIsListedButNotExpanded) {
   auto system = line({"0,", "1 PRUNE,", "2,"});
@@ -289,23 +150,6 @@ TEST(MarkerTest, AnErrorInAKnownStateStopsTheSearch) {
   }
 }
 
-TEST(MarkerTest, BreadthFirstSeesFlagsThatTheModelSetsWhileItFires) {
-  auto system = line(numbered(3));
-  atomOf(*system, 0)->setHook([](Automaton& self, const std::string& hook) {
-    if (hook == "execute" && self.state() == 1) global_prune = true;
-  });
-  EXPECT_EQ(summary(1, 1, 0, 0, 2), explored(*system, BFS).out);
-  EXPECT_EQ(" :: s/go/A:p[[NULL]]\n", explored(*system, BFS).pruned);
-}
-
-TEST(MarkerTest, DepthFirstForgetsFlagsThatTheModelSetsWhileItFires) {  // Deliberate
-  auto system = line(numbered(3));
-  atomOf(*system, 0)->setHook([](Automaton&, const std::string& hook) {
-    if (hook == "execute") global_prune = global_error = true;
-  });
-  EXPECT_EQ(summary(3, 0, 1, 0, 3), explored(*system, DFS).out);
-}
-
 TEST(MarkerTest, AnErrorAtTheStartIsReportedWithItsAtom) {
   auto system = line({"0 ERROR,", "1,"});
   EXPECT_EQ(summary(0, 0, 0, 1, 1) + INTERRUPTED + "Faulty atom : 0 ERROR,\n",
@@ -315,22 +159,7 @@ TEST(MarkerTest, AnErrorAtTheStartIsReportedWithItsAtom) {
             explored(*system, DFS).out);
 }
 
-TEST(MarkerTest, DepthFirstShowsWhatIsLeftOfTheErrorPath) {
-  // State 1 has two ways on; the second leads to the error while the first is still pending, so
-  // states 0 and 1 are on the path.
-  System system("s");
-  auto* atom = system.add(new Automaton("A", &system, {"0,", "1,", "2,", "3 ERROR,"}));
-  system.join("go", {atom->addPort("p", {{0, 1}})});
-  system.join("error", {atom->addPort("r", {{1, 3}})});
-  system.join("later", {atom->addPort("q", {{1, 2}})});
-  // The list of state 1 is later, error; the one pushed last is taken first: error.
-  const Explored found = explored(system, DFS);
-  EXPECT_EQ(summary(2, 0, 0, 2, 3) + INTERRUPTED +
-                "Path size : 1\nError path is:\n0, :: s/error/A:r\nFaulty atom : 3 ERROR,\n",
-            found.out);
-}
-
-// ---- Special trees -------------------------------------------------------------------------
+// ---- Special trees -----------------------------------------------------------------------------
 
 namespace {
 
@@ -425,7 +254,7 @@ TEST(SpecialTreeTest, AnAtomWithoutStateIsReportedWheneverItIsPrinted) {
   }
 }
 
-// ---- Compared with the literal search ------------------------------------------------------
+// ---- Compared with the literal search ----------------------------------------------------------
 
 namespace {
 
@@ -524,7 +353,7 @@ TEST(LiteralTest, LimitsStopBothSearchesAtTheSameStep) {
   }
 }
 
-// ---- Two levels ----------------------------------------------------------------------------
+// ---- Two levels --------------------------------------------------------------------------------
 
 TEST(TwoLevelTest, BothSearchesFindTheSameStatesAndLabelledTransitions) {
   for (const Kind kind : {RENDEZVOUS, BROADCAST}) {

@@ -22,12 +22,6 @@ using Vesk::OutputBuffer;
 
 namespace {
 
-std::string header(const std::string& text) {
-  std::string area = text + "\n";
-  area.resize(37, ' ');
-  return area + "\n";
-}
-
 struct stat statusOf(FILE* file) {
   struct stat status = {};
   fstat(fileno(file), &status);
