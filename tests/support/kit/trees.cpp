@@ -13,7 +13,7 @@ std::unique_ptr<Node> pairOf(const std::string& one, const std::string& other) {
   return node;
 }
 
-std::string stateText(Node* state) {
+std::string stateText(const Node* state) {
   char* printed = state->printNode();
   std::string copy = printed;
   std::free(printed);

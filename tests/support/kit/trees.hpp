@@ -13,7 +13,7 @@ namespace kit {
 std::unique_ptr<Node> pairOf(const std::string& one, const std::string& other);
 
 // What a state prints.
-std::string stateText(Node* state);
+std::string stateText(const Node* state);
 
 // A leaf that remembers more than its text tells.
 class RichLeaf : public Leaf {

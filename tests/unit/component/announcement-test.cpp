@@ -7,9 +7,9 @@
 #include <iostream>
 #include <string>
 
+#include "fixture.hpp"
 #include "kit/atoms.hpp"
 #include "kit/clocks.hpp"
-#include "kit/component-fixture.hpp"
 #include "kit/connectors.hpp"
 #include "kit/lists.hpp"
 #include "kit/output.hpp"

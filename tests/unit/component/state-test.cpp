@@ -8,8 +8,8 @@
 #include <stdexcept>
 #include <string>
 
+#include "fixture.hpp"
 #include "kit/atoms.hpp"
-#include "kit/component-fixture.hpp"
 #include "kit/systems.hpp"
 #include "kit/trees.hpp"
 

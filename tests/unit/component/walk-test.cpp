@@ -6,8 +6,8 @@
 
 #include <vector>
 
+#include "fixture.hpp"
 #include "kit/atoms.hpp"
-#include "kit/component-fixture.hpp"
 #include "kit/connectors.hpp"
 #include "kit/systems.hpp"
 

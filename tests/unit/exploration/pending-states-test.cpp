@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <memory>
 #include <string>
 #include <utility>
@@ -26,13 +25,6 @@ PendingState addTo(PendingStates& pending, StateTable& table, Tree tree) {
 
 Leaf* leafOf(Node* tree, int i) {
   return static_cast<Leaf*>(static_cast<Nonleaf*>(tree)->getChild(i));
-}
-
-std::string textOf(const Node* tree) {
-  char* text = tree->printNode();
-  const std::string copy = text;
-  std::free(text);
-  return copy;
 }
 
 class PendingStatesTest : public testing::Test {
@@ -139,14 +131,14 @@ TEST_F(PendingStatesTest, WhatTheModelChangesStaysChanged) {
     PendingState other = addTo(packing, table, pairOf("other", text));
     apply(packing.restore(state));
     Node* changed = packing.restore(state);
-    const std::string expected = textOf(changed);
+    const std::string expected = stateText(changed);
     const unsigned int index = changed->getIndex();
     const unsigned int part = leafOf(changed, 0)->getIndex();
     packing.settle(state);
     EXPECT_FALSE(state.isPacked) << text;
-    EXPECT_EQ("other" + text, textOf(packing.restore(other)));
+    EXPECT_EQ("other" + text, stateText(packing.restore(other)));
     EXPECT_EQ(changed, packing.restore(state));
-    EXPECT_EQ(expected, textOf(packing.restore(state)));
+    EXPECT_EQ(expected, stateText(packing.restore(state)));
     EXPECT_EQ(index, packing.restore(state)->getIndex());
     EXPECT_EQ(part, leafOf(packing.restore(state), 0)->getIndex());
     packing.remove(std::move(state));

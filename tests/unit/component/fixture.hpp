@@ -1,6 +1,6 @@
 // What the tests of components start from.
-#ifndef VESK_TESTS_KIT_COMPONENT_FIXTURE_HPP
-#define VESK_TESTS_KIT_COMPONENT_FIXTURE_HPP
+#ifndef VESK_TESTS_COMPONENT_FIXTURE_HPP
+#define VESK_TESTS_COMPONENT_FIXTURE_HPP
 
 #include <gtest/gtest.h>
 
