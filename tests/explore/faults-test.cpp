@@ -80,21 +80,21 @@ TEST(FaultsTest, AnyWriteMayFail) {
   // "n+": the disk stays full; "n": there is room again.
   for (const std::string when : {"1", "2", "3", "4", "5", "6", "1+", "2+", "3+"}) {
     const ProgramFolder folder;
-    EXPECT_EQ(0, folder.run(injecting("error=ENOSPC:when=" + when)));
+    EXPECT_EQ(0, folder.run(injecting("error=ENOSPC:when=" + when))) << when;
     const std::string aut = folder.content("x.aut");
     ASSERT_LE(38U, aut.size()) << when;
     EXPECT_EQ("des(0, " + std::to_string(transitionsIn(aut)) + ", 10000)\n ", headerOf(aut))
         << when;
     EXPECT_TRUE(expected.substr(38, aut.size() - 38) == aut.substr(38))
         << when << ": a block is missing in the middle";
-    EXPECT_EQ('\n', aut.back());
+    EXPECT_EQ('\n', aut.back()) << when;
     EXPECT_EQ(aut.size() < expected.size()
                   ? "vesk: the transition system could not be written completely\n"
                   : "",
               folder.content("err"))
         << when;
     if (aut.size() < expected.size()) ++cut;
-    EXPECT_EQ(whole.content("x.state"), folder.content("x.state"));
+    EXPECT_EQ(whole.content("x.state"), folder.content("x.state")) << when;
   }
   EXPECT_LE(8, cut);
 }
@@ -105,12 +105,12 @@ TEST(FaultsTest, AnyFileMayNotBeOpened) {
   const char* const names[] = {"x.aut", "x.state", "x.pruned", "x.deadlock"};
   for (const std::string name : names) {
     const ProgramFolder folder;
-    EXPECT_EQ(0, folder.run("mkdir " + name + " && counters 3 --bfs -o x"));
-    EXPECT_EQ("vesk: cannot open " + name + ": Is a directory\n", folder.content("err"));
-    EXPECT_EQ(whole.content("out"), folder.content("out"));
+    EXPECT_EQ(0, folder.run("mkdir " + name + " && counters 3 --bfs -o x")) << name;
+    EXPECT_EQ("vesk: cannot open " + name + ": Is a directory\n", folder.content("err")) << name;
+    EXPECT_EQ(whole.content("out"), folder.content("out")) << name;
     for (const std::string other : names) {
       if (other != name) {
-        EXPECT_EQ(whole.content(other), folder.content(other));
+        EXPECT_EQ(whole.content(other), folder.content(other)) << name << ' ' << other;
       }
     }
   }
@@ -155,23 +155,25 @@ TEST(FaultsTest, ASignalEndsTheProgramWithAllItsOutput) {
 TEST(FaultsTest, ASearchHearsASignalWhenNobodyReadsItsOutput) {
   for (const std::string traversal : {"--bfs", "--dfs"}) {
     const ProgramFolder folder;
-    EXPECT_EQ(128 + 15, folder.run(stuck("counters 6 -o x " + traversal + " >p")));
-    EXPECT_EQ("", folder.check("x").faults());
-    EXPECT_EQ(LOST_OUTPUT, folder.content("err"));
+    EXPECT_EQ(128 + 15, folder.run(stuck("counters 6 -o x " + traversal + " >p"))) << traversal;
+    EXPECT_EQ("", folder.check("x").faults()) << traversal;
+    EXPECT_EQ(LOST_OUTPUT, folder.content("err")) << traversal;
   }
 }
 
 TEST(FaultsTest, ASearchHearsASignalWhenNobodyReadsItsFiles) {
   for (const std::string traversal : {"--bfs", "--dfs"}) {
     const ProgramFolder folder;
-    EXPECT_EQ(128 + 15, folder.run("ln -s p x.aut;" + stuck("counters 6 -o x " + traversal)));
+    EXPECT_EQ(128 + 15, folder.run("ln -s p x.aut;" + stuck("counters 6 -o x " + traversal)))
+        << traversal;
     EXPECT_EQ(
         "vesk: the transition system has no header: Illegal seek\n" + std::string(LOST_TRANSITIONS),
-        folder.content("err"));
+        folder.content("err"))
+        << traversal;
     const std::string states = folder.content("x.state");
-    ASSERT_NE("", states);
-    EXPECT_EQ('\n', states.back());
-    EXPECT_NE(std::string::npos, folder.content("out").find("* Count : "));
+    ASSERT_NE("", states) << traversal;
+    EXPECT_EQ('\n', states.back()) << traversal;
+    EXPECT_NE(std::string::npos, folder.content("out").find("* Count : ")) << traversal;
   }
 }
 
@@ -206,10 +208,11 @@ TEST(FaultsTest, APipeWithoutReaderCannotBeOpened) {
   ASSERT_EQ(0, whole.run("counters 3 --bfs -o x"));
   for (const std::string name : {"x.aut", "x.state"}) {
     const ProgramFolder folder;
-    EXPECT_EQ(0, folder.run("mkfifo " + name + " && counters 3 --bfs -o x"));
-    EXPECT_EQ("vesk: cannot open " + name + ": No such device or address\n", folder.content("err"));
-    EXPECT_EQ(whole.content("out"), folder.content("out"));
-    EXPECT_EQ(whole.content("x.deadlock"), folder.content("x.deadlock"));
+    EXPECT_EQ(0, folder.run("mkfifo " + name + " && counters 3 --bfs -o x")) << name;
+    EXPECT_EQ("vesk: cannot open " + name + ": No such device or address\n", folder.content("err"))
+        << name;
+    EXPECT_EQ(whole.content("out"), folder.content("out")) << name;
+    EXPECT_EQ(whole.content("x.deadlock"), folder.content("x.deadlock")) << name;
   }
 }
 
@@ -230,13 +233,14 @@ TEST(FaultsTest, AKilledSearchLeavesWholeLinesAndAHeaderThatPromisesNoMore) {
     const std::string traversal = round % 2 == 0 ? "--bfs" : "--dfs";
     EXPECT_EQ(128 + SIGKILL,
               folder.run("counters 6 -o x " + traversal + " & sleep $(printf 0.%06d " + pause +
-                         "); kill -9 $!; wait $!"));
+                         "); kill -9 $!; wait $!"))
+        << round;
     const std::string aut = folder.content("x.aut");
     if (aut.empty()) continue;  // it was killed before it began
     expectReadable(aut);
     most = std::max(most, promisedBy(aut));
     const std::string states = folder.content("x.state");
-    EXPECT_TRUE(states.empty() || states.back() == '\n');
+    EXPECT_TRUE(states.empty() || states.back() == '\n') << round;
   }
   EXPECT_LT(0, most);
 }
@@ -251,7 +255,7 @@ TEST(FaultsTest, ASearchKilledAtAnyWriteLeavesWholeLines) {
         std::to_string(write) + " counters 4 --bfs -o x");
     const std::string aut = folder.content("x.aut");
     expectReadable(aut);
-    EXPECT_EQ(write == 2, aut.size() == 38);
+    EXPECT_EQ(write == 2, aut.size() == 38) << write;
     // A block has between 64 and 129 writes.
     EXPECT_EQ(write < 64, promisedBy(aut) == 0) << write;
   }

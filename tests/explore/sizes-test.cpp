@@ -122,8 +122,8 @@ TEST(SizesTest, CountersHaveTenToTheirNumberStates) {
   for (int n = 1; n <= MAX_COUNTERS; ++n) {
     states *= 10;
     const Size expected = {states, static_cast<Number>(n) * states, 0};
-    EXPECT_EQ(expected, explored("counters", n, "bfs"));
-    EXPECT_EQ(expected, explored("counters", n, "dfs"));
+    EXPECT_EQ(expected, explored("counters", n, "bfs")) << n;
+    EXPECT_EQ(expected, explored("counters", n, "dfs")) << n;
   }
 }
 
@@ -132,10 +132,10 @@ TEST(SizesTest, PhilosophersHaveOneDeadlock) {
     const double root = std::sqrt(2.0);
     const double states = std::pow(1 + root, n) + std::pow(1 - root, n);
     const Size expected = reach(std::string(static_cast<std::size_t>(n), 't'), philosophersNext);
-    EXPECT_EQ(static_cast<Number>(std::llround(states)), expected.states);
-    EXPECT_EQ(1U, expected.deadlocks);
-    EXPECT_EQ(expected, explored("philosophers", n, "bfs"));
-    EXPECT_EQ(expected, explored("philosophers", n, "dfs"));
+    EXPECT_EQ(static_cast<Number>(std::llround(states)), expected.states) << n;
+    EXPECT_EQ(1U, expected.deadlocks) << n;
+    EXPECT_EQ(expected, explored("philosophers", n, "bfs")) << n;
+    EXPECT_EQ(expected, explored("philosophers", n, "dfs")) << n;
   }
 }
 
@@ -143,8 +143,8 @@ TEST(SizesTest, TokenRingsAreWhatASmallProgramReaches) {
   for (int n = 1; n <= 8; ++n) {
     const Size expected =
         reach("I" + std::string(static_cast<std::size_t>(n) - 1, 'i'), tokenRingNext);
-    EXPECT_EQ(expected, explored("token-ring", n, "bfs"));
-    EXPECT_EQ(expected, explored("token-ring", n, "dfs"));
+    EXPECT_EQ(expected, explored("token-ring", n, "bfs")) << n;
+    EXPECT_EQ(expected, explored("token-ring", n, "dfs")) << n;
   }
 }
 

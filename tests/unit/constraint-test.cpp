@@ -8,6 +8,7 @@
 
 #include "allocations.hpp"
 #include "constraint-probe.hpp"
+#include "kit/lists.hpp"
 
 using Vesk::Time;
 
@@ -116,6 +117,7 @@ TEST(ConstraintTest, CopiesAndAssignmentsTakeEverything) {
   assigned = original;
   original.clear();
   for (const Probe* probe : {&copy, static_cast<const Probe*>(&assigned)}) {
+    SCOPED_TRACE(probe == &copy ? "copy" : "assigned");
     EXPECT_EQ(probe->clock(), &clock);
     EXPECT_EQ(probe->displayClock(), &display);
     EXPECT_TRUE(probe->domination());
@@ -294,7 +296,7 @@ TEST(ConstraintTest, AnIntervalOfTheConstraintMayBeInsertedIntoItself) {
   Probe probe({{0, 1}, {2, 3}});
   for (int i = 0; i < 20; ++i) probe.insert(0, probe[probe.size() - 1]);
   for (const Piece& piece : probe.pieces()) {
-    EXPECT_TRUE(piece == Piece(2, 3) || piece == Piece(0, 1));
+    EXPECT_TRUE(piece == Piece(2, 3) || piece == Piece(0, 1)) << piece.low;
   }
   EXPECT_EQ(Piece(probe[0]), Piece(2, 3));
   EXPECT_EQ(probe.size(), 22u);
@@ -662,6 +664,7 @@ TEST(ConstraintContractTest, TheAlgebraRequiresNothingOfItsOperands) {
     for (const Pieces& list : lists) {
       for (const Pieces& operand : lists) {
         const Probe other(operand, &there);
+        SCOPED_TRACE(kit::spans(&other) + " and a list of " + std::to_string(list.size()));
         EXPECT_LE((Probe(list, &here) &= other).size(), list.size() + operand.size());
         EXPECT_LE((Probe(list, &here) |= other).size(), list.size() + operand.size());
         EXPECT_LE((Probe(list, &here) -= other).size(), list.size() + operand.size());

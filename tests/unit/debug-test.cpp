@@ -197,7 +197,7 @@ TEST_F(ConsoleTest, APathWithoutComponentsCountsAsNone) {
   for (const char* path : {"", ".", ".."}) {
     EXPECT_EQ(print(path), (Texts{"", NO_PATH})) << path;
     EXPECT_EQ(move(path), (Texts{"", NO_ELEMENT})) << path;
-    EXPECT_EQ(veskCurrentDebug, &top);
+    EXPECT_EQ(veskCurrentDebug, &top) << path;
   }
 }
 
@@ -342,10 +342,10 @@ TEST_F(ConsoleTest, EightResultsOfOneOperationStayValidSideBySide) {
   textsOf([&] { scheduler.getPath(transitions.file()); });
   for (std::size_t i = 0; i < 8; ++i) {
     const std::string number = std::to_string(i);
-    EXPECT_EQ(first[i], number);
-    EXPECT_EQ(last[i], "1" + number);
-    EXPECT_EQ(from[i], number);
-    EXPECT_EQ(to[i], "1" + number);
+    EXPECT_EQ(first[i], number) << i;
+    EXPECT_EQ(last[i], "1" + number) << i;
+    EXPECT_EQ(from[i], number) << i;
+    EXPECT_EQ(to[i], "1" + number) << i;
   }
 }
 

@@ -234,7 +234,8 @@ TEST_F(InteractiveTest, TimesBeyondSixtyFourBitsOfMicrosecondsAreRefused) {
   // Not as the time that is there before any has been read, either.
   for (const char* word : {"9223372036854776", "-9223372036854776", "9223372036854775808"}) {
     EXPECT_EQ(session(word, FOR_EVER),
-              refusedTimes("lazy (0ms,10ms)", INVALID, 1) + ASK_TIME + TO_TEN + BUG);
+              refusedTimes("lazy (0ms,10ms)", INVALID, 1) + ASK_TIME + TO_TEN + BUG)
+        << word;
   }
 }
 
@@ -383,7 +384,7 @@ TEST_F(InteractiveTest, ARandomRowIsDrawnFromAllRows) {
     const std::string number = std::to_string(((5 * draw) >> 31) + 1);
     const std::string text = session("0 r");
     EXPECT_NE(text.find(ASK_NUMBER + RANDOM + number + "\n"), std::string::npos) << text;
-    EXPECT_EQ(drawCount, 1);
+    EXPECT_EQ(drawCount, 1) << draw;
   }
 }
 
@@ -428,7 +429,8 @@ TEST_F(InteractiveTest, TheEndOfInputAfterADebugWordEndsAtTheNextQuestion) {
   addTwo();
   for (const char* input : {"c", "p", "l", "c\n", "p 5"}) {
     EXPECT_EQ(session(input, FOR_EVER),
-              "scheduler [0ms] " + ASK_TIME + TO_TEN + NO_DEBUG + ASK_TIME + TO_TEN + BUG);
+              "scheduler [0ms] " + ASK_TIME + TO_TEN + NO_DEBUG + ASK_TIME + TO_TEN + BUG)
+        << input;
   }
   EXPECT_EQ(session("5 c", FOR_EVER), "scheduler [0ms] " + ASK_TIME + TO_TEN + list("5ms") +
                                           ROWS_A_B + ASK_NUMBER + NOT_SUPPORTED + ASK_NUMBER + BUG);
@@ -453,7 +455,8 @@ TEST_F(InteractiveTest, ALongWordIsOneWord) {
   addTwo();
   for (std::size_t length : {255u, 256u, 257u, 1048576u}) {
     EXPECT_EQ(session(std::string(length, '7'), FOR_EVER),
-              "scheduler [0ms] " + ASK_TIME + TO_TEN + INVALID + ASK_TIME + TO_TEN + BUG);
+              "scheduler [0ms] " + ASK_TIME + TO_TEN + INVALID + ASK_TIME + TO_TEN + BUG)
+        << length;
   }
   EXPECT_EQ(session(std::string(1048576, '0') + "5", FOR_EVER),
             "scheduler [0ms] " + ASK_TIME + TO_TEN + list("5ms") + ROWS_A_B + ASK_NUMBER + BUG);
@@ -479,8 +482,8 @@ TEST_F(InteractiveTest, EveryPrefixOfASessionEndsByItself) {
       InteractiveExecuter executer(system, over, semantics, everything, LOUD, 0, std::cout,
                                    Time(40000));
       const std::string text = session(executer, script.substr(0, length));
-      ASSERT_GE(text.size(), BUG.size());
-      ASSERT_EQ(text.substr(text.size() - BUG.size()), BUG);
+      ASSERT_GE(text.size(), BUG.size()) << script << ' ' << length;
+      ASSERT_EQ(text.substr(text.size() - BUG.size()), BUG) << script << ' ' << length;
     }
   }
 }
@@ -522,8 +525,8 @@ TEST_F(InteractiveTest, RandomBytesEndByThemselves) {
       if (random() % 20 == 0) input += static_cast<char>(random());
     }
     const std::string text = session(executer, input);
-    ASSERT_GE(text.size(), BUG.size());
-    ASSERT_EQ(text.substr(text.size() - BUG.size()), BUG);
+    ASSERT_GE(text.size(), BUG.size()) << round;
+    ASSERT_EQ(text.substr(text.size() - BUG.size()), BUG) << round;
   }
 }
 

@@ -569,7 +569,7 @@ TEST_F(StandardExecuterTest, TheIndexIsTheCountTimesTheDrawInThirtyFirstParts) {
       scriptDraws({draw});
       executer.run();
       ASSERT_EQ(fired, (count * draw) >> 31) << count << " executables, draw " << draw;
-      ASSERT_EQ(drawCount, 1);
+      ASSERT_EQ(drawCount, 1) << count << ' ' << draw;
     }
   }
 }

@@ -197,7 +197,7 @@ TEST_P(SignalTest, TheFilesCanBeReadAfterASignalAtAnyInstant) {
   for (int round = 0; round < 200; ++round) {
     const Folder folder;
     int ready[2];
-    ASSERT_EQ(0, pipe(ready));
+    ASSERT_EQ(0, pipe(ready)) << round;
     auto system = counters(5);
     const pid_t child = start(folder, [&] {
       bool first = true;
@@ -207,13 +207,13 @@ TEST_P(SignalTest, TheFilesCanBeReadAfterASignalAtAnyInstant) {
       run(*system, GetParam(), folder);
     });
     char byte;
-    ASSERT_EQ(1, read(ready[0], &byte, 1));
+    ASSERT_EQ(1, read(ready[0], &byte, 1)) << round;
     usleep(static_cast<useconds_t>(random() % 5000));
     kill(child, signals[round % 4]);
     EXPECT_TRUE(killed(wait(child), signals[round % 4])) << "round " << round;
     EXPECT_EQ("", check(folder).faults()) << "round " << round;
     EXPECT_NE(std::string::npos, folder.content("out").find("Final size : ")) << "round " << round;
-    EXPECT_EQ("", folder.content("err"));
+    EXPECT_EQ("", folder.content("err")) << round;
     close(ready[0]);
     close(ready[1]);
   }
@@ -277,11 +277,12 @@ TEST_P(SignalTest, TheEnumerationOfABroadcastHearsASignal) {
     EXPECT_EQ(
         "vesk: connector many: a broadcast with 40 enabled timed ports looks at 2^40 sets of "
         "ports\n",
-        folder.content("err"));
-    EXPECT_EQ("", check(folder).faults());
-    EXPECT_EQ(static_cast<std::size_t>(first), check(folder).transitions().size());
-    EXPECT_EQ(static_cast<std::size_t>(first) + 1, check(folder).stateCount());
-    EXPECT_EQ(0U, check(folder).deadlockCount());
+        folder.content("err"))
+        << first;
+    EXPECT_EQ("", check(folder).faults()) << first;
+    EXPECT_EQ(static_cast<std::size_t>(first), check(folder).transitions().size()) << first;
+    EXPECT_EQ(static_cast<std::size_t>(first) + 1, check(folder).stateCount()) << first;
+    EXPECT_EQ(0U, check(folder).deadlockCount()) << first;
   }
 }
 
@@ -367,7 +368,7 @@ TEST_P(SignalTest, TheDefaultActionsAreBackAfterTheSearch) {
       run(*system, GetParam(), folder);
       raise(number);
     });
-    EXPECT_TRUE(killed(status, number));
+    EXPECT_TRUE(killed(status, number)) << number;
   }
 }
 
@@ -413,6 +414,7 @@ TEST_P(FileTest, AFullDeviceIsReportedOnceAndSpoilsNoOtherFile) {
   auto system = make();
   EXPECT_TRUE(ended(statusOf(whole, [&] { run(*system, GetParam(), whole); }), 0));
   for (const auto& full : entries) {
+    SCOPED_TRACE(full.first);
     const Folder folder;
     std::filesystem::create_symlink("/dev/full", folder.name(full.first));
     EXPECT_TRUE(ended(statusOf(folder, [&] { run(*system, GetParam(), folder); }), 0));
@@ -420,6 +422,7 @@ TEST_P(FileTest, AFullDeviceIsReportedOnceAndSpoilsNoOtherFile) {
               folder.content("err"));
     EXPECT_EQ(whole.content("out"), folder.content("out"));
     for (const auto& other : entries) {
+      SCOPED_TRACE(other.first);
       if (other == full) continue;
       EXPECT_NE("", whole.content(other.first));
       EXPECT_EQ(whole.content(other.first), folder.content(other.first));
@@ -445,7 +448,8 @@ TEST_P(FileTest, ALimitOnFileSizesCutsTheFilesAndNotTheSearch) {
     EXPECT_TRUE(folder.content("x.state") == wholeLines(states, limit * 1024)) << limit;
     EXPECT_EQ(limit * 1024 < expected.size(),
               folder.content("err").find("vesk: the transition system could "
-                                         "not be written completely\n") != std::string::npos);
+                                         "not be written completely\n") != std::string::npos)
+        << limit;
   }
 }
 
@@ -519,9 +523,10 @@ TEST_P(HookTest, AnExceptionLeavesFilesThatCanBeRead) {
       if (thrown) {
         EXPECT_THROW(run(*system, GetParam(), folder), std::runtime_error) << hook << n;
       } else {
-        EXPECT_NO_THROW(run(*system, GetParam(), folder));
+        EXPECT_NO_THROW(run(*system, GetParam(), folder)) << hook << ' ' << n;
       }
-      EXPECT_NE(std::string::npos, testing::internal::GetCapturedStdout().find("Final size : "));
+      EXPECT_NE(std::string::npos, testing::internal::GetCapturedStdout().find("Final size : "))
+          << hook << ' ' << n;
       EXPECT_EQ("", check(folder).faults()) << hook << n;
     }
   }
@@ -539,7 +544,7 @@ TEST_P(HookTest, ExitInAHookLeavesFilesThatCanBeRead) {
       });
       EXPECT_TRUE(ended(status, 3)) << hook << n;
       EXPECT_EQ("", check(folder).faults()) << hook << n;
-      EXPECT_EQ("", folder.content("err"));
+      EXPECT_EQ("", folder.content("err")) << hook << ' ' << n;
     }
   }
 }
@@ -585,6 +590,7 @@ TEST_P(HookTest, AForkedProcessCompletesNothing) {
                                           throw std::runtime_error("model");
                                         }};
   for (const auto& inChild : ends) {
+    SCOPED_TRACE(&inChild - ends);
     const Folder whole, folder;
     auto system = counters(3);
     EXPECT_TRUE(ended(statusOf(whole, [&] { run(*system, GetParam(), whole); }), 0));
@@ -637,7 +643,7 @@ TEST_P(HookTest, AnyAllocationMayFail) {
     allocationsLeft = -1;
     testing::internal::GetCapturedStdout();
     if (!failed) {
-      EXPECT_EQ("", check(folder).missing());
+      EXPECT_EQ("", check(folder).missing()) << n;
     }
     if (folder.content("x.aut").empty()) continue;  // it failed before there was anything to write
     EXPECT_EQ("", check(folder).faults()) << "allocation " << n;

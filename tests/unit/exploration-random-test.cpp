@@ -64,7 +64,7 @@ TEST_P(RandomSearchTest, DoesWhatTheLiteralSearchDoes) {
     one.plan = randomPlan(draw);
     for (const Traversal traversal : {BFS, DFS}) {
       one.traversal = traversal;
-      ASSERT_TRUE(agrees(one));
+      ASSERT_TRUE(agrees(one)) << i << ' ' << nameOf(traversal);
     }
     --models;
   }

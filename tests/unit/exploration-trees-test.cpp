@@ -112,8 +112,8 @@ TEST_P(PlaceTest, AModelMayRecogniseAStateByItsNodes) {
     system.join("b", {two->port()});
     const Explored found = explored(system, traversal);
     EXPECT_NE(std::string::npos, found.out.find(finalSize(9))) << found;
-    EXPECT_EQ(header("des(0, 18, 9)"), found.aut.substr(0, 38));
-    EXPECT_EQ(literallyExplored(system, traversal), found);
+    EXPECT_EQ(header("des(0, 18, 9)"), found.aut.substr(0, 38)) << nameOf(traversal);
+    EXPECT_EQ(literallyExplored(system, traversal), found) << nameOf(traversal);
   }
 }
 
@@ -154,7 +154,7 @@ TEST(TreePlaceTest, AStateComesBackInTheLeafThatTheAtomMade) {
     system.join("b", {two->addPort("p", {{0, 1}, {1, 2}, {2, 3}, {3, 0}})});
     const Explored found = explored(system, traversal);
     EXPECT_NE(std::string::npos, found.out.find(finalSize(12))) << found;
-    EXPECT_EQ(header("des(0, 24, 12)"), found.aut.substr(0, 38));
+    EXPECT_EQ(header("des(0, 24, 12)"), found.aut.substr(0, 38)) << nameOf(traversal);
   }
 }
 
@@ -266,15 +266,17 @@ TEST(ChangingTest, ATextThatIsTakenApartStaysSo) {
     system.join("b", {atom->addPort("q", {{0, 2}, {2, 1}})});
     const Explored found = explored(system, traversal);
     if (traversal == BFS) {
-      EXPECT_EQ("0 : 0\n1 : 2\n2 : 1\n", found.state);
+      EXPECT_EQ("0 : 0\n1 : 2\n2 : 1\n", found.state) << nameOf(traversal);
       EXPECT_EQ(header("des(0, 4, 3)") +
                     "(0, s/b/A:q, 1)\n(0, s/a/A:p, 2)\n(1, s/b/A:q, 2)\n(2, s/a/A:p, 0)\n",
-                found.aut);
+                found.aut)
+          << nameOf(traversal);
     } else {
-      EXPECT_EQ("0 : 0 some words|\n1 : 1 more|\n2 : 2|\n", found.state);
+      EXPECT_EQ("0 : 0 some words|\n1 : 1 more|\n2 : 2|\n", found.state) << nameOf(traversal);
       EXPECT_EQ(header("des(0, 4, 3)") +
                     "(0, s/a/A:p, 1)\n(1, s/a/A:p, 0)\n(0, s/b/A:q, 2)\n(2, s/b/A:q, 1)\n",
-                found.aut);
+                found.aut)
+          << nameOf(traversal);
     }
   }
 }
@@ -306,12 +308,13 @@ TEST(ChangingTest, EveryRestoringSeesTheChangesOfThoseBefore) {
     const Explored found = explored(system, traversal);
     if (traversal == BFS) {
       // State 0 for each of its three transitions, then the states that were found.
-      EXPECT_EQ((std::vector<std::string>{"0,", "0,+", "0,++", "3,", "2,", "1,"}), seen);
-      EXPECT_EQ("0 : 0,+\n1 : 3,+\n2 : 2,+\n3 : 1,+\n", found.state);
+      EXPECT_EQ((std::vector<std::string>{"0,", "0,+", "0,++", "3,", "2,", "1,"}), seen)
+          << nameOf(traversal);
+      EXPECT_EQ("0 : 0,+\n1 : 3,+\n2 : 2,+\n3 : 1,+\n", found.state) << nameOf(traversal);
     } else {
       // A state without transitions is not restored.
-      EXPECT_EQ((std::vector<std::string>{"0,", "0,+", "0,++"}), seen);
-      EXPECT_EQ("0 : 0,\n1 : 1,\n2 : 2,\n3 : 3,\n", found.state);
+      EXPECT_EQ((std::vector<std::string>{"0,", "0,+", "0,++"}), seen) << nameOf(traversal);
+      EXPECT_EQ("0 : 0,\n1 : 1,\n2 : 2,\n3 : 3,\n", found.state) << nameOf(traversal);
     }
   }
 }
@@ -369,9 +372,9 @@ TEST(TreeNumberTest, NumbersOfPartsAreKept) {
     part->join("b", {atom->addPort("q", {{0, 2}, {2, 1}})});
     explored(system, traversal);
     if (traversal == BFS) {
-      EXPECT_EQ((std::vector<int>{40, 1, 50, 2, 42, 1, 41, 1}), seen);
+      EXPECT_EQ((std::vector<int>{40, 1, 50, 2, 42, 1, 41, 1}), seen) << nameOf(traversal);
     } else {
-      EXPECT_EQ((std::vector<int>{40, 1, 50, 2, 42, 1}), seen);
+      EXPECT_EQ((std::vector<int>{40, 1, 50, 2, 42, 1}), seen) << nameOf(traversal);
     }
   }
 }
@@ -415,12 +418,12 @@ TEST(TreeNumberTest, TheRootHasTheNumberOfTheStateAndItsPendingTransitions) {
     explored(system, traversal);
     if (traversal == BFS) {
       // Twice state 0, once for each transition; 2 is found before 1. Nothing is counted.
-      EXPECT_EQ((Pairs{{0, 0}, {0, 0}, {1, 0}, {2, 0}}), system.given);
+      EXPECT_EQ((Pairs{{0, 0}, {0, 0}, {1, 0}, {2, 0}}), system.given) << nameOf(traversal);
     } else {
       // The pending transition that is taken counts no more.
-      EXPECT_EQ((Pairs{{0, 1}, {1, 0}, {0, 0}}), system.given);
+      EXPECT_EQ((Pairs{{0, 1}, {1, 0}, {0, 0}}), system.given) << nameOf(traversal);
       // A state that was read has its number before its connectors are evaluated.
-      EXPECT_EQ((Pairs{{0, 0}, {1, 0}, {2, 0}}), evaluated);
+      EXPECT_EQ((Pairs{{0, 0}, {1, 0}, {2, 0}}), evaluated) << nameOf(traversal);
     }
   }
 }
@@ -463,8 +466,8 @@ TEST(FaultyLeafTest, ALeafOfTheModelIsShownAfterAnError) {
     });
     const Explored found = explored(*system, traversal);
     EXPECT_NE(std::string::npos, found.out.find("\nFaulty atom : MINE\n")) << found;
-    EXPECT_EQ(nullptr, faulty_leaf);
-    EXPECT_TRUE(global_error);
+    EXPECT_EQ(nullptr, faulty_leaf) << nameOf(traversal);
+    EXPECT_TRUE(global_error) << nameOf(traversal);
   }
 }
 
@@ -479,12 +482,12 @@ TEST(FaultyLeafTest, ALeafOfTheModelSurvivesTheTrees) {
       if (hook == "getState") faulty_leaf = &mine();
       if (hook == "setState") {
         ++restored;
-        EXPECT_EQ(&mine(), faulty_leaf);
+        EXPECT_EQ(&mine(), faulty_leaf) << nameOf(traversal);
       }
     });
     explored(system, traversal);
-    EXPECT_EQ(2, restored);
-    EXPECT_EQ(&mine(), faulty_leaf);
+    EXPECT_EQ(2, restored) << nameOf(traversal);
+    EXPECT_EQ(&mine(), faulty_leaf) << nameOf(traversal);
     clearGlobals();
   }
 }
@@ -497,10 +500,10 @@ TEST(FaultyLeafTest, ALeafOfATreeThatDiesIsForgotten) {
     auto* atom = system.add(new Automaton("A", &system, {"0 PRUNE,", "1,"}));
     system.join("go", {atom->addPort("p", {{0, 1}, {1, 0}})});
     const Explored found = explored(system, traversal);
-    EXPECT_EQ(header("des(0, 2, 2)"), found.aut.substr(0, 38));
-    EXPECT_EQ("", found.pruned);
-    EXPECT_EQ(nullptr, faulty_leaf);
-    EXPECT_TRUE(global_prune);
+    EXPECT_EQ(header("des(0, 2, 2)"), found.aut.substr(0, 38)) << nameOf(traversal);
+    EXPECT_EQ("", found.pruned) << nameOf(traversal);
+    EXPECT_EQ(nullptr, faulty_leaf) << nameOf(traversal);
+    EXPECT_TRUE(global_prune) << nameOf(traversal);
   }
 }
 
@@ -550,7 +553,8 @@ TEST(InTheHookTest, TheLabelOfTheTransitionStandsWhileItExecutes) {
     });
     Connector::LABEL[0] = '\0';
     explored(system, traversal);
-    EXPECT_EQ((std::vector<std::string>{"s/one/A:p", "s/one/A:p", "s/two/A:q"}), labels);
+    EXPECT_EQ((std::vector<std::string>{"s/one/A:p", "s/one/A:p", "s/two/A:q"}), labels)
+        << nameOf(traversal);
   }
 }
 
@@ -607,8 +611,8 @@ TEST(StreamTest, AHeaderIsWrittenToAStreamInMemory) {
       contents[i]->assign(texts[i], sizes[i]);
       std::free(texts[i]);
     }
-    EXPECT_EQ(expected, found);
-    EXPECT_EQ(header("des(0, 3, 4)"), found.aut.substr(0, 38));
+    EXPECT_EQ(expected, found) << nameOf(traversal);
+    EXPECT_EQ(header("des(0, 3, 4)"), found.aut.substr(0, 38)) << nameOf(traversal);
   }
 }
 
@@ -623,8 +627,8 @@ TEST(NoRttiTest, ClassesWithoutTypeInformationAreKeptWhole) {
   for (const Traversal traversal : {BFS, DFS}) {
     std::unique_ptr<Compound> system = modelWithoutRtti();
     const Explored found = explored(*system, traversal);
-    EXPECT_EQ(literallyExplored(*system, traversal), found);
-    EXPECT_EQ(0, faultsWithoutRtti());
+    EXPECT_EQ(literallyExplored(*system, traversal), found) << nameOf(traversal);
+    EXPECT_EQ(0, faultsWithoutRtti()) << nameOf(traversal);
     EXPECT_NE(std::string::npos, found.out.find(finalSize(4))) << found;
   }
 }
@@ -651,13 +655,13 @@ TEST(MissingTreeTest, AnAtomWithoutATreeIsRestoredWithNull) {
     testing::internal::CaptureStderr();
     const Explored found = explored(system, traversal);
     const std::string messages = testing::internal::GetCapturedStderr();
-    EXPECT_EQ(header("des(0, 8, 4)"), found.aut.substr(0, 38));
-    EXPECT_EQ(8, silent->restored);
+    EXPECT_EQ(header("des(0, 8, 4)"), found.aut.substr(0, 38)) << nameOf(traversal);
+    EXPECT_EQ(8, silent->restored) << nameOf(traversal);
     const std::string message = "at least a library is not generated with explore option\n";
     // Nine trees are printed when they are read; breadth-first, the four states once more.
     const std::size_t printed = traversal == BFS ? 13 : 9;
-    EXPECT_EQ(printed * message.size(), messages.size());
-    EXPECT_EQ(0U, messages.find(message));
+    EXPECT_EQ(printed * message.size(), messages.size()) << nameOf(traversal);
+    EXPECT_EQ(0U, messages.find(message)) << nameOf(traversal);
   }
 }
 
@@ -681,7 +685,8 @@ TEST(WholeTreeTest, TheRootMayGiveALeaf) {
     system.join("go", {system.atom->addPort("p", {{0, 1}, {1, 2}, {2, 0}})});
     const Explored found = explored(system, traversal);
     EXPECT_EQ(header("des(0, 3, 3)") + "(0, s/go/A:p, 1)\n(1, s/go/A:p, 2)\n(2, s/go/A:p, 0)\n",
-              found.aut);
-    EXPECT_EQ("0 : 0\n1 : 1\n2 : 2\n", found.state);
+              found.aut)
+        << nameOf(traversal);
+    EXPECT_EQ("0 : 0\n1 : 1\n2 : 2\n", found.state) << nameOf(traversal);
   }
 }

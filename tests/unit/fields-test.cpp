@@ -585,7 +585,7 @@ TEST(FieldsTest, OfAScheduler) {
       EXPECT_EQ(field<int>(mTrace), 0);
       for (FILE* file : {field<FILE*>(aut_file), field<FILE*>(state_file),
                          field<FILE*>(pruned_paths), field<FILE*>(deadlock_states)}) {
-        EXPECT_EQ(file, nullptr);
+        EXPECT_EQ(file, nullptr) << "one of the four files";
       }
       EXPECT_FALSE(field<std::ofstream>(simout_file).is_open());
       EXPECT_EQ(field<Time>(mMaxDrift), Time(40));

@@ -84,10 +84,10 @@ TEST(FilterLevelTest, EveryLevelUpTo31HasItsBits) {
   EmptyScheduler filter;
   for (unsigned int level = 0; level < 32; ++level) {
     filter.setLevel(level);
-    EXPECT_EQ(filter.level(), level);
+    EXPECT_EQ(filter.level(), level) << level;
     EXPECT_EQ(filter.mark(), 1u << level);
     const unsigned int higher = level == 31 ? 0u : ~0u << (level + 1);
-    EXPECT_EQ(filter.mask(), ~higher);
+    EXPECT_EQ(filter.mask(), ~higher) << level;
   }
 }
 
@@ -407,10 +407,13 @@ TEST_F(RandomTimesTest, TheSemanticsKeepsWhatBeginsByTheEarliestDeadline) {
     const std::vector<Candidate> all = fill();
     Time latest = Time::MAX;
     for (const Candidate& one : all) latest = std::min(latest, one.first);
-    ASSERT_EQ(leftAfter(StandardSemantics()), names(all, [&](const Candidate& one) {
-                return one.second != Time::MAX && one.second <= latest;
-              }));
-    ASSERT_EQ(wait.high(), latest);
+    ASSERT_EQ(leftAfter(StandardSemantics()), names(all,
+                                                    [&](const Candidate& one) {
+                                                      return one.second != Time::MAX &&
+                                                             one.second <= latest;
+                                                    }))
+        << round;
+    ASSERT_EQ(wait.high(), latest) << round;
   }
 }
 
@@ -419,7 +422,8 @@ TEST_F(RandomTimesTest, EarliestDeadlineFirstKeepsTheLeastPair) {
     const std::vector<Candidate> all = fill();
     const auto least = std::min_element(all.begin(), all.end());
     ASSERT_EQ(leftAfter(EDFScheduler()),
-              names(all, [&](const Candidate& one) { return one == *least; }));
+              names(all, [&](const Candidate& one) { return one == *least; }))
+        << round;
   }
 }
 
@@ -434,7 +438,8 @@ TEST_F(RandomTimesTest, TheMarginSwitchesToTheLeastPairByNextTime) {
       kept = soon.second + margin < urgent.first ? soon : urgent;
     }
     ASSERT_EQ(leftAfter(EDFdeltaScheduler(margin)),
-              names(all, [&](const Candidate& one) { return one == kept; }));
+              names(all, [&](const Candidate& one) { return one == kept; }))
+        << round;
   }
 }
 

@@ -213,6 +213,7 @@ TEST_F(InteractionTableTest, TheNewestStandsFirstInItsChain) {
                            Interaction::Create(three, setOf({1}))};
   const HashTable<Interaction>::Cell* cell = Interaction::TABLE.chain(109);
   for (Interaction* expected : {stored[2], stored[1], stored[0]}) {
+    SCOPED_TRACE(text(expected->synced()));
     ASSERT_NE(cell, nullptr);
     EXPECT_EQ(cell->element(), expected);
     cell = cell->next();
@@ -237,9 +238,9 @@ TEST_F(InteractionTableTest, AConnectorTakesItsInteractionsWithIt) {
       connectors[i] = std::make_unique<TestConnector>(RENDEZVOUS, "k", &compound, false);
       stored[i] = Interaction::Create(connectors[i].get(), setOf({1}));
     }
-    EXPECT_EQ(Interaction::TABLE.count(), before + 6);
+    EXPECT_EQ(Interaction::TABLE.count(), before + 6) << leaving;
     connectors[leaving].reset();
-    EXPECT_EQ(Interaction::TABLE.count(), before + 4);
+    EXPECT_EQ(Interaction::TABLE.count(), before + 4) << leaving;
     std::vector<Interaction*> left;
     for (auto* cell = Interaction::TABLE.chain(109); cell != nullptr; cell = cell->next()) {
       left.push_back(cell->element());
@@ -248,7 +249,7 @@ TEST_F(InteractionTableTest, AConnectorTakesItsInteractionsWithIt) {
     for (int i = 2; i >= 0; --i) {
       if (i != leaving) expected.push_back(stored[i]);
     }
-    EXPECT_EQ(left, expected);
+    EXPECT_EQ(left, expected) << leaving;
   }
   EXPECT_EQ(Interaction::TABLE.count(), before);
 }
@@ -272,8 +273,8 @@ TEST_F(InteractionTableTest, EverySetOfManyKeepsItsOwnObject) {
   std::size_t index = 0;
   for (int i = 0; i < 128; ++i) {
     for (int j = i; j < 128; ++j) {
-      ASSERT_EQ(Interaction::Create(connector, 2, i, j), stored[index]);
-      ASSERT_EQ(stored[index++]->synced(), setOf({i, j}));
+      ASSERT_EQ(Interaction::Create(connector, 2, i, j), stored[index]) << i << ' ' << j;
+      ASSERT_EQ(stored[index++]->synced(), setOf({i, j})) << i << ' ' << j;
     }
   }
 }
@@ -325,10 +326,11 @@ TEST_F(CreateRealTimeTest, TheConstraintGoesAwayWithTheLastTimedPortAndComesBack
   for (int round = 0; round < 1000; ++round) {
     ports[0]->setConstraint(&within);
     ASSERT_EQ(spans(Interaction::CreateRealTime(connector, setOf({0}), setOf({0}))->constraint()),
-              "[0,20]");
+              "[0,20]")
+        << round;
     ports[0]->setConstraint(nullptr);
-    ASSERT_EQ(Interaction::CreateRealTime(connector, setOf({0}), setOf({0}))->constraint(),
-              nullptr);
+    ASSERT_EQ(Interaction::CreateRealTime(connector, setOf({0}), setOf({0}))->constraint(), nullptr)
+        << round;
   }
 }
 

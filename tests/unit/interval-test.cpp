@@ -315,12 +315,12 @@ TEST(IntervalTest, TheOrderIsByLowerBoundThenByUpperBoundAndForgetsTheAttributes
   const Interval ordered[] = {make(NEVER, 3), make(0, 3), make(0, 5), make(1, 2), make(1, EVER)};
   for (int a = 0; a < 5; ++a) {
     for (int b = 0; b < 5; ++b) {
-      EXPECT_EQ(ordered[a] < ordered[b], a < b);
-      EXPECT_EQ(ordered[a] <= ordered[b], a <= b);
-      EXPECT_EQ(ordered[a] > ordered[b], a > b);
-      EXPECT_EQ(ordered[a] >= ordered[b], a >= b);
-      EXPECT_EQ(ordered[a] == ordered[b], a == b);
-      EXPECT_EQ(ordered[a] != ordered[b], a != b);
+      EXPECT_EQ(ordered[a] < ordered[b], a < b) << a << ' ' << b;
+      EXPECT_EQ(ordered[a] <= ordered[b], a <= b) << a << ' ' << b;
+      EXPECT_EQ(ordered[a] > ordered[b], a > b) << a << ' ' << b;
+      EXPECT_EQ(ordered[a] >= ordered[b], a >= b) << a << ' ' << b;
+      EXPECT_EQ(ordered[a] == ordered[b], a == b) << a << ' ' << b;
+      EXPECT_EQ(ordered[a] != ordered[b], a != b) << a << ' ' << b;
     }
   }
   EXPECT_TRUE(make(0, 3) == Interval(Time(0), Time(3), EAGER, true, false));

@@ -110,13 +110,13 @@ TEST(ManyModelsTest, ATableThatReturnsToItsFormerCount) {
     root->initPrioHeap(&scheduler);
     Connector* legal = root->activate(true);
     // y yields to x wherever x is possible, and x to y altogether, so k has no partner.
-    ASSERT_EQ(names(legal), "l y");
+    ASSERT_EQ(names(legal), "l y") << round;
     legal->execute();
     root->activate(true);
     root->activate(false);
-    ASSERT_GT(Interaction::TABLE.count(), before);
+    ASSERT_GT(Interaction::TABLE.count(), before) << round;
     root.reset();
-    ASSERT_EQ(Interaction::TABLE.count(), before);
+    ASSERT_EQ(Interaction::TABLE.count(), before) << round;
   }
 }
 
@@ -126,9 +126,9 @@ TEST(ManyModelsTest, AConnectorAtAFormerAddressFindsNothingOfTheFormerOne) {
   for (int round = 0; round < 100; ++round) {
     TestConnector* connector = new (place) TestConnector(RENDEZVOUS, "k", &holder, false);
     Interaction* interaction = Interaction::Create(connector, setOf({1}));
-    EXPECT_EQ(interaction->inhibitors().count(), 0);
-    EXPECT_EQ(interaction->constraint(), nullptr);
-    EXPECT_FALSE(interaction->dominated());
+    EXPECT_EQ(interaction->inhibitors().count(), 0) << round;
+    EXPECT_EQ(interaction->constraint(), nullptr) << round;
+    EXPECT_FALSE(interaction->dominated()) << round;
     TestPriority priority("p", &holder, interaction, nullptr);
     interaction->inhibitors().add(&priority);
     interaction->setDominated(true);
@@ -203,10 +203,10 @@ TEST(DeepTreeTest, TenThousandLevelsOfExportedPortsFireOnADefaultStack) {
     int fired = 0;
     atom->onExecute = [&](Port*) { ++fired; };
     for (int round = 0; round < 2; ++round) {
-      ASSERT_EQ(root.activate(true), user);
+      ASSERT_EQ(root.activate(true), user) << round;
       user->actuate(Vesk::Time(0));
       user->execute(Vesk::Time(0));
-      EXPECT_FALSE(user->evaluated());
+      EXPECT_FALSE(user->evaluated()) << round;
     }
     EXPECT_EQ(fired, 2);
   });
@@ -231,8 +231,8 @@ TEST(DeepTreeTest, TheListsOfEveryLevelKeepTheirOrder) {
     level = level->compound("L");
   }
   for (int round = 0; round < 3; ++round) {
-    EXPECT_EQ(listOf(root.activate(true)), expected);
-    EXPECT_EQ(listOf(root.internals()), expectedPorts);
+    EXPECT_EQ(listOf(root.activate(true)), expected) << round;
+    EXPECT_EQ(listOf(root.internals()), expectedPorts) << round;
   }
 }
 
@@ -245,7 +245,7 @@ TEST(WideTreeTest, AHundredThousandConnectorsAreListed) {
   const std::vector<Connector*> legal = listOf(root.activate(true));
   ASSERT_EQ(legal.size(), static_cast<std::size_t>(WIDTH));
   for (int i = 0; i < WIDTH; ++i) {
-    ASSERT_EQ(legal[static_cast<std::size_t>(i)], root.connectors()[WIDTH - 1 - i]);
+    ASSERT_EQ(legal[static_cast<std::size_t>(i)], root.connectors()[WIDTH - 1 - i]) << i;
   }
 }
 
@@ -271,7 +271,7 @@ TEST(ManyInteractionsTest, AMillionOfOneConnectorAreFoundAgain) {
   }
   EXPECT_EQ(Interaction::TABLE.count(), before + 1 + static_cast<int>(COUNT));
   for (unsigned int i = 0; i < COUNT; ++i) {
-    ASSERT_EQ(Interaction::Create(connector, numbered(i)), made[i]);
+    ASSERT_EQ(Interaction::Create(connector, numbered(i)), made[i]) << i;
   }
   EXPECT_EQ(Interaction::TABLE.count(), before + 1 + static_cast<int>(COUNT));
 }

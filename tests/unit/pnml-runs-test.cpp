@@ -425,11 +425,12 @@ TEST_F(PnmlRunTest, LargeNetsAreLoaded) {
 TEST_F(PnmlRunTest, TooManyTokensEndAnExplorationWithItsFilesComplete) {
   save(placeText("sink", 2147483646) + stepText("t", {}, {"sink"}));
   for (const std::string how : {"bfs", "dfs"}) {
-    EXPECT_EQ(3, run("net.pnml --" + how + " -o out"));
+    EXPECT_EQ(3, run("net.pnml --" + how + " -o out")) << how;
     EXPECT_EQ(
         "vesk: the run ends by an exception: place sink gets 2147483648 tokens, at most 2147483647 "
         "are possible\n",
-        contents(file("error")));
-    EXPECT_EQ(0u, contents(file("out.aut")).find("des(0, 1, 2)"));
+        contents(file("error")))
+        << how;
+    EXPECT_EQ(0u, contents(file("out.aut")).find("des(0, 1, 2)")) << how;
   }
 }

@@ -210,8 +210,9 @@ TEST(PnmlSystemTest, RestoredStatesAreCapturedAsTheyWere) {
   for (const char* text : {"1,0,12,", "0,1,12,", "10,1,2,", "1,10,2,", "1,1,10,", "999,1000,0,",
                            "0,0,0,", "0,0,0,", "2147483647,2147483647,2147483647,", "1,0,12,"}) {
     restore(system, text);
-    EXPECT_EQ(text, textOf(system));
-    EXPECT_EQ(text, textOf(place(system, 0)) + textOf(place(system, 1)) + textOf(place(system, 2)));
+    EXPECT_EQ(text, textOf(system)) << text;
+    EXPECT_EQ(text, textOf(place(system, 0)) + textOf(place(system, 1)) + textOf(place(system, 2)))
+        << text;
   }
 }
 

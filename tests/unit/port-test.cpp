@@ -181,11 +181,11 @@ TEST(PortLabelTest, IsWholeAtEveryLength) {
     const std::string name(length, 'p');
     OpenPort port(name.c_str(), &atom);
     port.setSynced(true);
-    EXPECT_EQ(port.label(), "A:" + name);
+    EXPECT_EQ(port.label(), "A:" + name) << length;
     EXPECT_EQ(port.label() == port.buffer(), length + 2 < 1024) << length;
-    EXPECT_STREQ(port.name(), name.c_str());
-    EXPECT_EQ(port.atomHolder(), &atom);
-    EXPECT_TRUE(port.synced());
+    EXPECT_STREQ(port.name(), name.c_str()) << length;
+    EXPECT_EQ(port.atomHolder(), &atom) << length;
+    EXPECT_TRUE(port.synced()) << length;
   }
 }
 
@@ -238,6 +238,7 @@ TEST(PortTimeTest, WithoutConstraintNextIsNowAndThereIsNoDeadline) {
   const Port port("p", &atom);
   for (Vesk::Time t :
        {Vesk::Time::MIN, Vesk::Time(-5), Vesk::Time(0), Vesk::Time(7), Vesk::Time::MAX}) {
+    SCOPED_TRACE(text(t));
     EXPECT_EQ(port.next(t), t);
     EXPECT_EQ(port.deadline(t), Vesk::Time::MAX);
   }
@@ -314,7 +315,7 @@ TEST(PortExecuteTest, RunsTheTransitionThenResetsTheLinksOfTheAtom) {
   TestConnector* connector = compound.rendezvous("k", port);
   for (bool timed : {false, true}) {
     connector->eval(false);
-    ASSERT_TRUE(connector->evaluated());
+    ASSERT_TRUE(connector->evaluated()) << timed;
     Port* fired = nullptr;
     bool evaluatedMeanwhile = false;
     atom->onExecute = [&](Port* by) {
@@ -328,10 +329,10 @@ TEST(PortExecuteTest, RunsTheTransitionThenResetsTheLinksOfTheAtom) {
         port->execute();
       }
     });
-    EXPECT_EQ(errors, "");
-    EXPECT_EQ(fired, port);
-    EXPECT_TRUE(evaluatedMeanwhile);
-    EXPECT_FALSE(connector->evaluated());
+    EXPECT_EQ(errors, "") << timed;
+    EXPECT_EQ(fired, port) << timed;
+    EXPECT_TRUE(evaluatedMeanwhile) << timed;
+    EXPECT_FALSE(connector->evaluated()) << timed;
   }
 }
 
@@ -353,9 +354,9 @@ TEST(PortExecuteTest, AnUnsyncedAtomPortIsReportedAndStillFires) {
         port->execute();
       }
     });
-    EXPECT_EQ(errors, "ERROR: the port A.p seems to appars several time in a connector\n");
-    EXPECT_EQ(fired, 1);
-    EXPECT_FALSE(connector->evaluated());
+    EXPECT_EQ(errors, "ERROR: the port A.p seems to appars several time in a connector\n") << timed;
+    EXPECT_EQ(fired, 1) << timed;
+    EXPECT_FALSE(connector->evaluated()) << timed;
   }
 }
 
@@ -511,9 +512,9 @@ TEST(PortOwnershipTest, AConstraintMadeByADominationIsUsedAgainAndReleased) {
   Constraint* made = nullptr;
   for (int step = 0; step < 1000; ++step) {
     high.dominate(low, Vesk::Time(0));
-    ASSERT_NE(low.constraint(), nullptr);
+    ASSERT_NE(low.constraint(), nullptr) << step;
     if (made == nullptr) made = low.constraint();
-    EXPECT_EQ(low.constraint(), made);
+    EXPECT_EQ(low.constraint(), made) << step;
     low.setConstraint(nullptr);
   }
 }

@@ -289,7 +289,7 @@ TEST_F(PriorityLevelTest, OfCyclesAreGivenOnceAndThePropagationEnds) {
     ring.setup(nullptr);
     ring.setStaticPrioLevel();
     for (int i = 0; i < length; ++i) {
-      EXPECT_EQ(connectors[static_cast<std::size_t>(i)]->getPriority(), i);
+      EXPECT_EQ(connectors[static_cast<std::size_t>(i)]->getPriority(), i) << length << ' ' << i;
     }
   }
 }
@@ -473,7 +473,7 @@ class PriorityChainLengthTest : public testing::TestWithParam<int> {};
 TEST_P(PriorityChainLengthTest, GetsItsLevelsInBothOrdersOnADefaultStack) {
   onDefaultStack([] {
     for (bool upwards : {true, false}) {
-      EXPECT_EQ(levelsOfChain(GetParam(), upwards), expectedLevels(GetParam(), upwards));
+      EXPECT_EQ(levelsOfChain(GetParam(), upwards), expectedLevels(GetParam(), upwards)) << upwards;
     }
   });
 }
@@ -506,8 +506,10 @@ TEST(PriorityChainTest, ResettingALongChainOfAppliedPrioritiesDoesNotOverflowThe
     }
     for (TestConnector* connector : connectors) connector->setEvaluated(true);
     connectors.back()->resetLink();
-    for (TestConnector* connector : connectors) ASSERT_FALSE(connector->evaluated());
-    for (Priority* priority : elements(chain.priorities())) ASSERT_FALSE(priority->applied());
+    for (TestConnector* connector : connectors)
+      ASSERT_FALSE(connector->evaluated()) << connector->name();
+    for (Priority* priority : elements(chain.priorities()))
+      ASSERT_FALSE(priority->applied()) << "one of the priorities";
   });
 }
 
@@ -520,6 +522,7 @@ TEST(PriorityChainTest, EvaluatingAndResettingALongChainOfExportedPortsDoesNotOv
     last->eval(false);
     EXPECT_TRUE(last->legal());
     first->resetLink();
-    for (Connector* connector : elements(chain.connectors())) ASSERT_FALSE(connector->evaluated());
+    for (Connector* connector : elements(chain.connectors()))
+      ASSERT_FALSE(connector->evaluated()) << connector->name();
   });
 }

@@ -212,6 +212,7 @@ TEST(ChannelTest, FilesPipesAndTerminalsReceiveTheSameBytes) {
       {singleStep, "1 l x 2 0 1", "scheduler : System/k/A:go\n" + spoken},
   };
   for (const Case& one : cases) {
+    SCOPED_TRACE(&one - cases.data());
     const std::string expected = outputThrough(Channel::FILE, one.body, one.input);
     EXPECT_EQ(outputThrough(Channel::PIPE, one.body, one.input), expected);
     EXPECT_EQ(outputThrough(Channel::TERMINAL, one.body, one.input), expected);
@@ -283,9 +284,9 @@ TEST(ChannelTest, EveryPromptIsOutBeforeItsAnswerIsRead) {
   };
   Conversation timed([] { return engineMain({"--interactive"}); });
   for (int step = 0; step < 2; ++step) {
-    EXPECT_TRUE(timed.hears("Enter a new value for current time in lazy (0ms,_): "));
+    EXPECT_TRUE(timed.hears("Enter a new value for current time in lazy (0ms,_): ")) << step;
     timed.says("0\n");
-    EXPECT_TRUE(timed.hears("Enter interaction or internal port number (hit 0 to exit): "));
+    EXPECT_TRUE(timed.hears("Enter interaction or internal port number (hit 0 to exit): ")) << step;
     timed.says("1\n");
   }
   EXPECT_TRUE(timed.hears("] deadlock!\n"));
@@ -296,7 +297,7 @@ TEST(ChannelTest, EveryPromptIsOutBeforeItsAnswerIsRead) {
     return 0;
   });
   for (const char* answer : {"1\n", "l\n", "1\n", "0\n"}) {
-    EXPECT_TRUE(single.hears("Enter connector number (Hit 0 to exit) : "));
+    EXPECT_TRUE(single.hears("Enter connector number (Hit 0 to exit) : ")) << answer;
     single.says(answer);
   }
   EXPECT_TRUE(single.hears("Exiting ...\n\n"));
@@ -316,6 +317,7 @@ TEST(ChannelTest, ClosedStandardDescriptorsChangeNothingElse) {
                                                            {"--opt2", "-s", "trace"},
                                                            {"--dfs"},
                                                            {"--bfs"}}) {
+    SCOPED_TRACE(testing::PrintToString(arguments));
     const WholeRun whole = run(arguments);
     EXPECT_EQ(whole.outcome.status, 0);
     EXPECT_FALSE(arguments.size() > 1 && whole.files.at("trace").empty());
@@ -397,6 +399,7 @@ TEST(NameTest, AFormatInANameIsPlainTextInEveryMode) {
       {ownLoop(2, {"--trace"}), ""},
   };
   for (const Case& one : cases) {
+    SCOPED_TRACE(&one - cases.data());
     const WholeRun result = run(one.body, "0 1 1 0 0");
     EXPECT_EQ(result.outcome.status, 0);
     EXPECT_EQ(result.outcome.err, "");
@@ -414,9 +417,9 @@ TEST(NameTest, AFormatInANameIsPlainTextInTheFilesOfAnExploration) {
   const std::string transition = format + "/" + format + "/" + format + ":" + format;
   for (const char* traversal : {"--dfs", "--bfs"}) {
     const WholeRun result = run({traversal, "-o", FORMAT});
-    EXPECT_EQ(result.outcome.status, 0);
-    EXPECT_EQ(result.outcome.err, "");
-    EXPECT_LT(result.outcome.out.size(), 2000u);
+    EXPECT_EQ(result.outcome.status, 0) << traversal;
+    EXPECT_EQ(result.outcome.err, "") << traversal;
+    EXPECT_LT(result.outcome.out.size(), 2000u) << traversal;
     const std::string transitions = result.files.at(format + ".aut");
     EXPECT_NE(transitions.find("(0, " + transition + ", 1)\n"), std::string::npos) << transitions;
     EXPECT_NE(transitions.find("(1, " + transition + ", 2)\n"), std::string::npos) << transitions;
@@ -447,6 +450,7 @@ TEST(ExitTest, AModelThatEndsTheProcessLosesNoLineOfTheTrace) {
   for (const Case& one : std::vector<Case>{{{}, "scheduler [0ms] System/k/A:go lazy\n"},
                                            {{"--opt1"}, "scheduler : System/k/A:go\n"},
                                            {{"--opt2"}, "scheduler : System/k/A:go\n"}}) {
+    SCOPED_TRACE(testing::PrintToString(one.arguments));
     Arguments arguments = one.arguments;
     EXPECT_EQ(run(arguments).outcome.status, 3);
     EXPECT_EQ(run(arguments).outcome.out, BANNER + repeated(2, one.line));
@@ -463,10 +467,10 @@ TEST(ExitTest, AModelMayEndTheProcessBeforeThereIsASystem) {
   create = []() -> Compound* { std::exit(2); };
   for (const char* option : {"--execute", "--opt2", "--bfs", "--help", "--bogus"}) {
     const WholeRun result = run({option});
-    EXPECT_EQ(result.outcome.status, 2);
-    EXPECT_EQ(result.outcome.out, BANNER);
-    EXPECT_EQ(result.outcome.err, "");
-    EXPECT_TRUE(result.files.empty());
+    EXPECT_EQ(result.outcome.status, 2) << option;
+    EXPECT_EQ(result.outcome.out, BANNER) << option;
+    EXPECT_EQ(result.outcome.err, "") << option;
+    EXPECT_TRUE(result.files.empty()) << option;
   }
 }
 
@@ -528,14 +532,14 @@ TEST(UntimedRunTest, AModelMayHaveClocksAndConstraintsAllTheSame) {
   const std::string lines = repeated(3, "scheduler : System/k/A:go\n");
   for (const char* loop : {"--opt1", "--opt2"}) {
     const WholeRun result = run({loop, "--limit", "3"});
-    EXPECT_EQ(result.outcome.status, 0);
-    EXPECT_EQ(result.outcome.out, BANNER + lines);
-    EXPECT_EQ(result.outcome.err, "");
+    EXPECT_EQ(result.outcome.status, 0) << loop;
+    EXPECT_EQ(result.outcome.out, BANNER + lines) << loop;
+    EXPECT_EQ(result.outcome.err, "") << loop;
   }
   for (const char* traversal : {"--dfs", "--bfs"}) {
     const WholeRun result = run({traversal});
-    EXPECT_EQ(result.outcome.status, 0);
-    EXPECT_EQ(result.outcome.err, "");
+    EXPECT_EQ(result.outcome.status, 0) << traversal;
+    EXPECT_EQ(result.outcome.err, "") << traversal;
     const std::string transitions = result.files.at("vesk.aut");
     EXPECT_NE(transitions.find("(0, System/k/A:go, 1)\n(1, System/k/A:go, 0)\n"), std::string::npos)
         << transitions;
@@ -563,6 +567,7 @@ TEST(UntimedRunTest, PortsThatAreNeverPossibleTogetherAreADeadlockInEveryMode) {
                                            {{"--interactive"}, "scheduler [0ms] deadlock!\n"},
                                            {{"--opt1"}, "scheduler : deadlock\n"},
                                            {{"--opt2"}, "Error or Deadlock!\n"}}) {
+    SCOPED_TRACE(testing::PrintToString(one.arguments));
     const WholeRun result = run(one.arguments);
     EXPECT_EQ(result.outcome.status, 0);
     EXPECT_EQ(result.outcome.out, BANNER + one.expected);
@@ -570,9 +575,9 @@ TEST(UntimedRunTest, PortsThatAreNeverPossibleTogetherAreADeadlockInEveryMode) {
   }
   for (const char* traversal : {"--dfs", "--bfs"}) {
     const WholeRun result = run({traversal});
-    EXPECT_EQ(result.outcome.status, 0);
-    EXPECT_EQ(result.outcome.err, "");
-    EXPECT_EQ(result.files.at("vesk.aut").find("System/k"), std::string::npos);
+    EXPECT_EQ(result.outcome.status, 0) << traversal;
+    EXPECT_EQ(result.outcome.err, "") << traversal;
+    EXPECT_EQ(result.files.at("vesk.aut").find("System/k"), std::string::npos) << traversal;
   }
 }
 
@@ -682,7 +687,8 @@ TEST(LongRunTest, ATimedRunDoesNotReachALimitThatIsZeroOrNegative) {
   const std::string line = "scheduler [0ms] System/ca/A:go lazy\n";
   for (const char* limit : {"0", "-1", "-5", "-2147483648", "junk"}) {
     EXPECT_EQ(run({"--limit", limit}).outcome.out,
-              BANNER + repeated(7, line) + "scheduler [0ms] deadlock!\n");
+              BANNER + repeated(7, line) + "scheduler [0ms] deadlock!\n")
+        << limit;
   }
   EXPECT_EQ(run({"--limit", "5"}).outcome.out,
             BANNER + repeated(5, line) + "Execution limit size (5) reached!\n");

@@ -25,7 +25,8 @@ TEST(ExplorationTest, NothingIsWrittenWithoutOutput) {
     testing::internal::CaptureStdout();
     scheduler.explore();
     EXPECT_EQ(files.contents(summary(3, 0, 1, 0, 3)),
-              (Explored{testing::internal::GetCapturedStdout(), "", "", "", ""}));
+              (Explored{testing::internal::GetCapturedStdout(), "", "", "", ""}))
+        << nameOf(traversal);
   }
 }
 
@@ -45,7 +46,7 @@ TEST(ExplorationTest, MissingFilesAreSkipped) {
       Explored whole = explored(*system, traversal);
       std::string* texts[] = {&whole.aut, &whole.state, &whole.pruned, &whole.deadlock};
       texts[missing]->clear();
-      EXPECT_EQ(whole, found);
+      EXPECT_EQ(whole, found) << missing << ' ' << nameOf(traversal);
     }
   }
 }

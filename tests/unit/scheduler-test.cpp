@@ -119,7 +119,7 @@ TEST(SchedulerTest, AnUnknownRunModeRunsNothing) {
   for (const int runMode : {-1, 2, 4}) {
     Pair system(1, 1);
     OpenScheduler scheduler(&system, 0, runMode, 1);
-    EXPECT_EQ(runTrace(scheduler), "");
+    EXPECT_EQ(runTrace(scheduler), "") << runMode;
   }
 }
 
@@ -127,12 +127,13 @@ TEST(SchedulerTest, TheOptimisationSelectsTheLoopInBothExecutionModes) {
   for (const int runMode : {1, 3}) {
     Pair maximal(1, 1);
     OpenScheduler first(&maximal, 0, runMode, 1);
-    EXPECT_EQ(runTrace(first), std::string(FIRED_B) + FIRED_A + "scheduler : deadlock\n");
+    EXPECT_EQ(runTrace(first), std::string(FIRED_B) + FIRED_A + "scheduler : deadlock\n")
+        << runMode;
     Pair heap(1, 1);
     OpenScheduler second(&heap, 0, runMode, 2);
     testing::internal::CaptureStdout();
-    EXPECT_EQ(runTrace(second), std::string(FIRED_A) + FIRED_B);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Error or Deadlock!\n");
+    EXPECT_EQ(runTrace(second), std::string(FIRED_A) + FIRED_B) << runMode;
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Error or Deadlock!\n") << runMode;
   }
 }
 

@@ -214,8 +214,8 @@ TEST(RtChooseTest, AnEarlierCandidateIsTakenWhenItLeavesTimeForTheChoice) {
     const Interaction* earlier = step.interaction(Time(50), Time(2000));
     const bool leavesTime = 50 + 80 < deadline;
     EXPECT_EQ(step.choose(), leavesTime ? earlier : first) << deadline;
-    EXPECT_EQ(step.scheduler.choiceNext(), Time(leavesTime ? 50 : 100));
-    EXPECT_EQ(step.scheduler.choiceDeadline(), Time(leavesTime ? 2000 : deadline));
+    EXPECT_EQ(step.scheduler.choiceNext(), Time(leavesTime ? 50 : 100)) << deadline;
+    EXPECT_EQ(step.scheduler.choiceDeadline(), Time(leavesTime ? 2000 : deadline)) << deadline;
   }
 }
 
@@ -226,8 +226,8 @@ TEST(RtChooseTest, AMoreUrgentCandidateIsTakenWhenTheChoiceWouldMakeItLate) {
     const Interaction* urgent = step.interaction(Time(150), Time(deadline));
     const bool endangered = deadline <= 100 + 80;
     EXPECT_EQ(step.choose(), endangered ? urgent : first) << deadline;
-    EXPECT_EQ(step.scheduler.choiceNext(), Time(endangered ? 150 : 100));
-    EXPECT_EQ(step.scheduler.choiceDeadline(), Time(endangered ? deadline : 1000));
+    EXPECT_EQ(step.scheduler.choiceNext(), Time(endangered ? 150 : 100)) << deadline;
+    EXPECT_EQ(step.scheduler.choiceDeadline(), Time(endangered ? deadline : 1000)) << deadline;
   }
 }
 

@@ -199,7 +199,8 @@ TEST(TimedLoopTest, ASlowExecutionMissesTheNextDeadline) {
                                  : "scheduler [l: 0ms, r: 0ms] -> [l: 0ms, r: 0ms]choose "
                                    "System/k/A:go delayable (2ms,5ms) , wait for 2ms, execute...\n"
                                    "scheduler [l: 2ms, r: 12ms] -> [l: 12ms, r: 12ms]"
-                                   "miss deadline! (deadline 7ms)\n");
+                                   "miss deadline! (deadline 7ms)\n")
+        << quiet;
     expectCpuTime(run.out);
   }
 }
@@ -226,9 +227,10 @@ TEST(TimedLoopTest, TooMuchDriftEndsTheRun) {
                                  : "scheduler [l: 0ms, r: 0ms]choose System/k/A:go eager (0ms,0ms) "
                                    ", wait for 0ms, execute...\n"
                                    "scheduler [l: 0ms, r: 50ms]" +
-                                       message);
+                                       message)
+        << quiet;
     expectCpuTime(run.out);
-    EXPECT_EQ(run.scheduler.drift(), Time(50000));
+    EXPECT_EQ(run.scheduler.drift(), Time(50000)) << quiet;
   }
 }
 
@@ -240,8 +242,9 @@ TEST(TimedLoopTest, ADriftEqualToTheMaximumIsAccepted) {
     run.useSlowPlatform();
     EXPECT_EQ(run.trace(), drift == 40 ? " deadlock!\n"
                                        : "too much drift beetween logical clock and real-time "
-                                         "clock! (drift is 0ms)\n");
-    EXPECT_EQ(run.scheduler.drift(), Time(drift));
+                                         "clock! (drift is 0ms)\n")
+        << drift;
+    EXPECT_EQ(run.scheduler.drift(), Time(drift)) << drift;
   }
 }
 
@@ -313,6 +316,7 @@ TEST(TimedLoopTest, ARandomWaitIsBoundedByTheMaximumAndByTheDeadline) {
       {within(0, 500, LAZY), Time(-100), HALF, Time(0)},
   };
   for (const Case& one : cases) {
+    SCOPED_TRACE(&one - cases);
     TimedRun run(2);
     run.count(5, one.when);
     run.scheduler.parse({"--quiet", "--limit", "1"});
@@ -393,7 +397,7 @@ TEST(RandomChoiceTest, TheIndexIsTheDrawTimesTheCountInWholeParts) {
     scriptDraws(draws);
     for (const int draw : draws) {
       const long long index = static_cast<long long>(draw) * count / 2147483648LL;
-      ASSERT_LT(index, count);
+      ASSERT_LT(index, count) << count << ' ' << draw;
       ASSERT_EQ(scheduler.choose(), system.connectors()[MOST - count + static_cast<int>(index)])
           << draw << " of " << count;
     }

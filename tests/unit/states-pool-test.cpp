@@ -83,7 +83,7 @@ TEST(ForeignBlockTest, SearchesInBetweenFindTheSame) {
       makeAndDelete(50);
       const Explored found = explored(*system, traversal);
       makeAndDelete(50);
-      EXPECT_EQ(literallyExplored(*system, traversal), found);
+      EXPECT_EQ(literallyExplored(*system, traversal), found) << round << ' ' << nameOf(traversal);
       EXPECT_NE(std::string::npos, found.out.find("Final size : 25\n")) << found;
     }
   }

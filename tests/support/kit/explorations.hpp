@@ -36,6 +36,10 @@ class TemporaryFiles {
 
 enum Traversal { DFS = 0, BFS = 1 };
 
+inline const char* nameOf(Traversal traversal) {
+  return traversal == BFS ? "breadth first" : "depth first";
+}
+
 class ExploringScheduler : public Scheduler {
  public:
   ExploringScheduler(Compound* system, Traversal traversal, int limit = 0);

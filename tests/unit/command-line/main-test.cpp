@@ -73,6 +73,7 @@ TEST_F(CommandLineTest, ATraceThatIsLostIsReported) {
 TEST_F(CommandLineTest, StandardOutputThatIsLostIsReportedOnceInEveryMode) {
   for (const Arguments& arguments : std::vector<Arguments>{
            {}, {"--opt1"}, {"--opt2"}, {"--bfs"}, {"--dfs"}, {"--explore"}, {"--random"}}) {
+    SCOPED_TRACE(testing::PrintToString(arguments));
     const Outcome outcome = isolated([&] {
       if (std::freopen("/dev/full", "w", stdout) == nullptr) return 99;
       return engineMain(arguments);
@@ -122,6 +123,7 @@ TEST_F(CommandLineTest, WithoutASystemTheOptionsAreReadFirst) {
                                                            {"--explore"},
                                                            {"--random"},
                                                            {"--interactive"}}) {
+    SCOPED_TRACE(testing::PrintToString(arguments));
     const Outcome outcome = runMain(arguments);
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.out, BANNER);
@@ -158,6 +160,7 @@ TEST_F(CommandLineTest, AnExceptionFromTheModelEndsWithADiagnosticAndStatusThree
   EXPECT_EQ(outcome.err, "vesk: the run ends by an exception: broken\n");
   for (const Arguments& arguments :
        std::vector<Arguments>{{}, {"--realtime"}, {"--random"}, {"--opt2"}, {"--bfs"}, {"--dfs"}}) {
+    SCOPED_TRACE(testing::PrintToString(arguments));
     outcome = runMain(arguments);
     EXPECT_EQ(outcome.status, 3);
     EXPECT_EQ(outcome.err, "vesk: the run ends by an exception: broken\n");
@@ -171,6 +174,7 @@ TEST_F(CommandLineTest, TheSystemIsDeletedOnce) {
   create = [](int, char**) { return new Announcing; };
   for (const Arguments& arguments : std::vector<Arguments>{
            {"--quiet"}, {"--opt1", "--simout", "t"}, {"--explore"}, {"--random", "--quiet"}}) {
+    SCOPED_TRACE(testing::PrintToString(arguments));
     EXPECT_EQ(runMain(arguments).out, std::string(BANNER) + "deleted\n");
   }
 }
@@ -309,7 +313,7 @@ TEST_F(CommandLineTest, AnExceptionFromAnyHookInAnyModeEndsTheRunInOrder) {
       reached[static_cast<std::size_t>(throwing)] += thrown;
     }
   }
-  for (const int times : reached) EXPECT_GT(times, 0);
+  for (const int times : reached) EXPECT_GT(times, 0) << "a hook was never reached";
 }
 
 // ---- Every mixture of flags --------------------------------------------------------------------

@@ -98,18 +98,21 @@ TEST_F(CommandLineTest, AMissingArgumentIsReportedAsAQuestionMark) {
     const Outcome outcome = runMain({option});
     EXPECT_EQ(outcome.status, BAD_OPTION) << option;
     EXPECT_EQ(outcome.out, std::string(BANNER) + "Unknown: '?'\n" + HELP) << option;
-    EXPECT_EQ(outcome.err, std::string("model: option '") + option + "' requires an argument\n");
+    EXPECT_EQ(outcome.err, std::string("model: option '") + option + "' requires an argument\n")
+        << option;
   }
   for (const char* letter : {"o", "l", "s"}) {
     const Outcome outcome = runMain({std::string("-") + letter});
     EXPECT_EQ(outcome.status, BAD_OPTION) << letter;
-    EXPECT_EQ(outcome.err, std::string("model: option requires an argument -- '") + letter + "'\n");
+    EXPECT_EQ(outcome.err, std::string("model: option requires an argument -- '") + letter + "'\n")
+        << letter;
   }
 }
 
 TEST_F(CommandLineTest, TheShortSeedTakesNoArgumentAndIsRefused) {
   for (const Arguments& arguments :
        std::vector<Arguments>{{"-r"}, {"-r", "5"}, {"-r5"}, {"-l", "3", "-r"}}) {
+    SCOPED_TRACE(testing::PrintToString(arguments));
     const Outcome outcome = runMain(arguments);
     EXPECT_EQ(outcome.status, BAD_OPTION);
     EXPECT_EQ(outcome.out, std::string(BANNER) + "Unknown: 'r'\n" + HELP);
@@ -166,6 +169,7 @@ TEST_F(CommandLineTest, EveryFlagSetsItsField) {
 TEST_F(CommandLineTest, OptionsWithArgumentsHaveLongAndShortForms) {
   for (const Arguments& arguments : std::vector<Arguments>{
            {"--limit", "42"}, {"--limit=42"}, {"-l", "42"}, {"-l42"}, {"--lim", "42"}}) {
+    SCOPED_TRACE(testing::PrintToString(arguments));
     const Parsed parsed(arguments);
     EXPECT_TRUE(parsed.simLimit());
     EXPECT_EQ(parsed.maxSimLimit(), 42);
@@ -199,6 +203,7 @@ TEST_F(CommandLineTest, TheLastOptionForAFieldWins) {
 TEST_F(CommandLineTest, ATraversalForcesExplorationWhateverTheOrder) {
   for (const Arguments& arguments : std::vector<Arguments>{
            {"--dfs", "--execute"}, {"--execute", "--dfs"}, {"--realtime", "--bfs"}, {"--bfs"}}) {
+    SCOPED_TRACE(testing::PrintToString(arguments));
     EXPECT_EQ(Parsed(arguments).runMode(), 0);
   }
 }
@@ -314,7 +319,7 @@ TEST_F(CommandLineTest, OutputNamesAreCutTo49Characters) {
       ++files;
     }
     for (const auto& entry : std::filesystem::directory_iterator(".")) {
-      EXPECT_LE(entry.path().filename().string().size(), 49u);
+      EXPECT_LE(entry.path().filename().string().size(), 49u) << length;
       --files;
     }
     EXPECT_EQ(files, 0u) << length;

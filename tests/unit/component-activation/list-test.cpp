@@ -164,7 +164,7 @@ TEST_F(InternalPortsTest, HoldsPortsThatAreInternalByConstructionOrWithoutHolder
     atom->addPort(port);
     expected.insert(expected.begin(), port);
     activated();
-    EXPECT_EQ(listOf(compound.internals()), expected);
+    EXPECT_EQ(listOf(compound.internals()), expected) << "with port " << port->name();
   }
 }
 
@@ -188,6 +188,7 @@ TEST_F(InternalPortsTest, HoldsAPortThatMakesItselfInternalLater) {
 TEST_F(InternalPortsTest, HoldsAPortOfAnotherHolderThatBecomesInternalLater) {
   Atom* other = compound.atom("B");
   for (const Atom* holder : {static_cast<const Atom*>(nullptr), static_cast<const Atom*>(other)}) {
+    SCOPED_TRACE(holder == nullptr ? "of no holder" : "of another atom");
     Port* port = new Port("i", holder);
     port->setSynced(true);
     port->setConstraint(&within);

@@ -88,6 +88,7 @@ TEST_F(ActivationPriorityTest, AnInteractionContainedInNoFeasibleOneChangesNothi
   byHigh->setup();
   activated();
   for (TestPriority* priority : {byLow, byHigh}) {
+    SCOPED_TRACE(priority == byLow ? "by the low one" : "by the high one");
     EXPECT_TRUE(priority->evaluated());
     EXPECT_FALSE(priority->applied());
   }
@@ -141,7 +142,7 @@ TEST_F(ActivationPriorityTest, ATimedHighOneGivesAnUntimedLowOneAConstraint) {
   below(low, high);
   for (int round = 0; round < 3; ++round) {
     activated();
-    EXPECT_EQ(spans(only(low)->constraint()), "[MIN,9] [21,MAX]");
+    EXPECT_EQ(spans(only(low)->constraint()), "[MIN,9] [21,MAX]") << round;
     low->resetLink();
   }
 }
@@ -312,9 +313,10 @@ TEST_F(SkippedPriorityTest, WithoutHighWarnsAboutALowSubconnectorEveryTime) {
   TestPriority* priority = below(inner, nullptr);
   for (int round = 0; round < 3; ++round) {
     EXPECT_EQ(errorsOf([&] { activated(); }),
-              "WARNING: skip priority inner < _: inner is a subconnector!\n");
-    EXPECT_FALSE(priority->evaluated());
-    EXPECT_FALSE(only(inner)->dominated());
+              "WARNING: skip priority inner < _: inner is a subconnector!\n")
+        << round;
+    EXPECT_FALSE(priority->evaluated()) << round;
+    EXPECT_FALSE(only(inner)->dominated()) << round;
   }
 }
 
@@ -324,9 +326,10 @@ TEST_F(SkippedPriorityTest, WarnsAboutALowSubconnector) {
   TestPriority* priority = below(inner, legal("high"));
   for (int round = 0; round < 3; ++round) {
     EXPECT_EQ(errorsOf([&] { activated(); }),
-              "WARNING: skip priority inner < high: inner is a subconnector!\n");
-    EXPECT_FALSE(priority->evaluated());
-    EXPECT_FALSE(only(inner)->dominated());
+              "WARNING: skip priority inner < high: inner is a subconnector!\n")
+        << round;
+    EXPECT_FALSE(priority->evaluated()) << round;
+    EXPECT_FALSE(only(inner)->dominated()) << round;
   }
 }
 

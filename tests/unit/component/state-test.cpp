@@ -51,7 +51,8 @@ TEST_F(StateTest, IsRestoredInOrder) {
   events.clear();
   root.setState(state.get());
   EXPECT_EQ(events, (Events{"setState A", "setState B", "setState C", "setState F", "setState G"}));
-  for (TestAtom* atom : atoms) EXPECT_EQ(atom->state, std::string(atom->name()) + ";");
+  for (TestAtom* atom : atoms)
+    EXPECT_EQ(atom->state, std::string(atom->name()) + ";") << atom->name();
 }
 
 TEST_F(StateTest, PruneInALeafSetsThatFlagAndTheLeaf) {
@@ -158,7 +159,7 @@ TEST_F(StateTest, AComponentAddedWhileStatesAreReadEndsTheProgram) {
     grown.add<Component>(new Growing("B", &grown));
     const std::string sizes =
         std::to_string(before + 2) + " components, its state has " + std::to_string(before + 1);
-    EXPECT_DEATH(grown.getState(), "^vesk: compound G: " + sizes + "\n$");
+    EXPECT_DEATH(grown.getState(), "^vesk: compound G: " + sizes + "\n$") << before;
   }
 }
 
@@ -176,7 +177,8 @@ TEST_F(StateTest, AStateFromBeforeAComponentWasAddedEndsTheProgram) {
   Leaf leaf(new Atomleaf("a"));
   grown.atom("late");
   for (Node* state : {empty.get(), static_cast<Node*>(&leaf)}) {
-    EXPECT_DEATH(grown.setState(state), "^vesk: compound G: 1 components, its state has 0\n$");
+    EXPECT_DEATH(grown.setState(state), "^vesk: compound G: 1 components, its state has 0\n$")
+        << (state == &leaf ? "a leaf" : "a node without children");
   }
 }
 

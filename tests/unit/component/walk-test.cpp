@@ -43,7 +43,7 @@ TEST_F(TreeWalkTest, InitializeWithAClockSetsTheClocksAndVisitsTheTreeInOrder) {
   EXPECT_EQ(seen, std::vector<GenericClock*>(10, &clock));  // already there when asked
   root.initialize(nullptr);
   EXPECT_EQ(root.clock(), nullptr);
-  for (TestAtom* atom : atoms) EXPECT_EQ(atom->clock(), nullptr);
+  for (TestAtom* atom : atoms) EXPECT_EQ(atom->clock(), nullptr) << atom->name();
 }
 
 TEST_F(TreeWalkTest, InitializeWithAClockReachesTheTimedHookOfAnAtom) {
@@ -114,16 +114,16 @@ TEST_F(TreeWalkTest, SetupGivesEveryAtomTheScheduler) {
   buildTree();
   Scheduler scheduler(nullptr, 0, true, 1, -1, 2);
   root.setup(&scheduler);
-  for (TestAtom* atom : atoms) EXPECT_EQ(atom->mScheduler, &scheduler);
+  for (TestAtom* atom : atoms) EXPECT_EQ(atom->mScheduler, &scheduler) << atom->name();
   root.setup(nullptr);
-  for (TestAtom* atom : atoms) EXPECT_EQ(atom->mScheduler, &scheduler);
+  for (TestAtom* atom : atoms) EXPECT_EQ(atom->mScheduler, &scheduler) << atom->name();
 }
 
 TEST_F(TreeWalkTest, FillingTheHeapGivesEveryAtomTheScheduler) {
   buildTree();
   Scheduler scheduler(nullptr, 0, true, 1, -1, 2);
   root.initPrioHeap(&scheduler);
-  for (TestAtom* atom : atoms) EXPECT_EQ(atom->mScheduler, &scheduler);
+  for (TestAtom* atom : atoms) EXPECT_EQ(atom->mScheduler, &scheduler) << atom->name();
 }
 
 // With rising levels the heap shows its order; here each connector gets its own.
@@ -138,6 +138,7 @@ TEST_F(TreeWalkTest, FillingTheHeapTakesEveryConnectorOfTheTree) {
   root.initPrioHeap(&scheduler);
   EXPECT_EQ(scheduler.prioHeap().getCount(), 3);
   for (TestConnector* expected : {d, e, r}) {
+    SCOPED_TRACE(expected->name());
     EXPECT_TRUE(expected->queued());
     EXPECT_EQ(scheduler.prioHeap().get(), expected);
   }
@@ -152,6 +153,7 @@ TEST_F(TreeWalkTest, FillingTheHeapPutsOwnConnectorsBeforeThoseBelow) {
                 *r2 = root.rendezvous("r2");
   root.initPrioHeap(&scheduler);
   for (TestConnector* expected : {r1, f, e, d, r2}) {
+    SCOPED_TRACE(expected->name());
     EXPECT_EQ(scheduler.prioHeap().get(), expected);
   }
 }

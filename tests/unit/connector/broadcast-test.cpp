@@ -443,9 +443,9 @@ TEST(BroadcastOracleTest, AgreesWithALiteralEnumerationOnRandomConnectors) {
     connector->eval(false);
     ASSERT_EQ(listed(connector->feasibleInter()), listed(expected)) << "round " << round;
     ASSERT_EQ(asked, askedSlowly) << "round " << round;
-    ASSERT_EQ(connector->legal(), !expected.empty());
+    ASSERT_EQ(connector->legal(), !expected.empty()) << round;
     for (std::size_t i = 0; i < count; ++i) {
-      ASSERT_EQ(ports[i]->synced(), enabled.in(static_cast<int>(i)) == 1);
+      ASSERT_EQ(ports[i]->synced(), enabled.in(static_cast<int>(i)) == 1) << round << ' ' << i;
     }
     nonEmpty += expected.size() > 2 ? 1 : 0;
     discarded += expected.empty() ? 1 : 0;

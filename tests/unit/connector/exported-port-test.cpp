@@ -134,10 +134,10 @@ TEST_F(ExportedPortTest, ChangesBetweenTimedAndUntimedWithItsPorts) {
   for (int round = 0; round < 1000; ++round) {
     port->setConstraint(&within);
     connector->eval(false);
-    ASSERT_EQ(spans(connector->xPort()->constraint()), "[10,20]");
+    ASSERT_EQ(spans(connector->xPort()->constraint()), "[10,20]") << round;
     port->setConstraint(nullptr);
     connector->eval(false);
-    ASSERT_EQ(connector->xPort()->constraint(), nullptr);
+    ASSERT_EQ(connector->xPort()->constraint(), nullptr) << round;
   }
 }
 

@@ -80,7 +80,7 @@ TEST_F(LabelTest, IsWholeAtEveryLength) {
     const std::string name(length, 'k');
     TestConnector* connector = over(RENDEZVOUS, {}, name.c_str());
     char* const label = connector->rt_label(BitVector::EMPTY);
-    EXPECT_EQ(label, "C1/" + name + "/");
+    EXPECT_EQ(label, "C1/" + name + "/") << length;
     EXPECT_EQ(label == Connector::LABEL, length + 4 < 1024) << length;
   }
   EXPECT_STREQ(over(RENDEZVOUS, {}, "k")->rt_label(BitVector::EMPTY), "C1/k/");
@@ -97,7 +97,7 @@ TEST_F(LabelTest, Of128PortsIsWhole) {
       all.add(i);
       expected += (i == 0 ? "A:" : "|A:") + name + std::to_string(i);
     }
-    EXPECT_EQ(over(RENDEZVOUS, ports)->rt_label(all), expected);
+    EXPECT_EQ(over(RENDEZVOUS, ports)->rt_label(all), expected) << length;
   }
 }
 

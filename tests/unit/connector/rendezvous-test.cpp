@@ -124,10 +124,10 @@ TEST(RendezvousOracleTest, AgreesWithTheIntersectionOnRandomConnectors) {
     }
     connector->eval(false);
     if (expected != nullptr && expected->empty()) {
-      ASSERT_EQ(connector->feasibleInter(), nullptr);
+      ASSERT_EQ(connector->feasibleInter(), nullptr) << round;
     } else {
-      ASSERT_NE(connector->feasibleInter(), nullptr);
-      ASSERT_EQ(spans(connector->feasibleInter()->constraint()), spans(expected.get()));
+      ASSERT_NE(connector->feasibleInter(), nullptr) << round;
+      ASSERT_EQ(spans(connector->feasibleInter()->constraint()), spans(expected.get())) << round;
       ++legal;
     }
     for (Port* port : elements(atom->ports())) port->setConstraint(nullptr);

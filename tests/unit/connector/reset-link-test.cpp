@@ -65,10 +65,10 @@ TEST_F(ResetLinkTest, ResetsWhatItHasDominatedWhenThePriorityWasApplied) {
     priority->setEvaluated(true);
     priority->setApplied(applied);
     high->resetLink();
-    EXPECT_FALSE(high->evaluated());
-    EXPECT_EQ(low->evaluated(), !applied);
-    EXPECT_FALSE(priority->evaluated());
-    EXPECT_FALSE(priority->applied());
+    EXPECT_FALSE(high->evaluated()) << applied;
+    EXPECT_EQ(low->evaluated(), !applied) << applied;
+    EXPECT_FALSE(priority->evaluated()) << applied;
+    EXPECT_FALSE(priority->applied()) << applied;
   }
 }
 
@@ -121,8 +121,8 @@ TEST_F(ResetLinkTest, EndsOnPrioritiesInARing) {
   EXPECT_FALSE(one->evaluated());
   EXPECT_FALSE(two->evaluated());
   for (Priority* priority : elements(compound.priorities())) {
-    EXPECT_FALSE(priority->evaluated());
-    EXPECT_FALSE(priority->applied());
+    EXPECT_FALSE(priority->evaluated()) << "a priority of the ring";
+    EXPECT_FALSE(priority->applied()) << "a priority of the ring";
   }
 }
 
@@ -181,12 +181,13 @@ TEST_F(ResetLinkTest, ReachesExactlyTheClosure) {
     }
     connectors[0]->resetLink();
     for (int i = 0; i < COUNT; ++i) {
-      EXPECT_EQ(connectors[static_cast<std::size_t>(i)]->evaluated(), evaluated[i] && !reset[i]);
+      EXPECT_EQ(connectors[static_cast<std::size_t>(i)]->evaluated(), evaluated[i] && !reset[i])
+          << round << ' ' << i;
     }
     for (const Edge& edge : edges) {
       const bool touched = reset[edge.low] || reset[edge.high];
-      EXPECT_EQ(edge.priority->evaluated(), !touched);
-      EXPECT_EQ(edge.priority->applied(), edge.applied && !touched);
+      EXPECT_EQ(edge.priority->evaluated(), !touched) << round;
+      EXPECT_EQ(edge.priority->applied(), edge.applied && !touched) << round;
     }
   }
 }

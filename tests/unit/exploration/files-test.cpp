@@ -135,11 +135,12 @@ TEST(ExplorationFilesTest, BehindEveryBlockTheHeaderIsRight) {
     const struct stat status = statusOf(file);
     if (static_cast<std::size_t>(status.st_size) != former) {
       const std::string content = inFile(file, static_cast<std::size_t>(status.st_size));
-      EXPECT_EQ('\n', content.back());
+      EXPECT_EQ('\n', content.back()) << i;
       const auto lines = std::count(content.begin(), content.end(), '\n') - 2;
       // The transitions in the buffer have led to states already.
       EXPECT_EQ(header("des(0, " + std::to_string(lines) + ", " + std::to_string(i + 1) + ")"),
-                content.substr(0, 38));
+                content.substr(0, 38))
+          << i;
       former = content.size();
       ++blocks;
     }
@@ -168,7 +169,7 @@ TEST(ExplorationFilesTest, AFileThatIsFullEndsWithItsLastWholeLine) {
     std::string expected;
     while (expected.size() + line.size() <= size) expected += line;
     EXPECT_TRUE(contents(out[1]) == expected) << size;
-    EXPECT_FALSE(files.states().isOpen());
+    EXPECT_FALSE(files.states().isOpen()) << size;
   }
   signal(SIGXFSZ, SIG_DFL);
 }

@@ -66,7 +66,7 @@ TEST_F(PendingStatesTest, TreesBeyondTheBoundAreBuiltFromTheirTexts) {
   for (const std::string& one : texts) {
     for (const std::string& other : texts) {
       states.push_back(addTo(packing, table, pairOf(one + "|", other)));
-      EXPECT_TRUE(states.back().isPacked);
+      EXPECT_TRUE(states.back().isPacked) << one << ' ' << other;
     }
   }
   for (int round = 0; round < 2; ++round) {
@@ -74,9 +74,10 @@ TEST_F(PendingStatesTest, TreesBeyondTheBoundAreBuiltFromTheirTexts) {
     for (const std::string& one : texts) {
       for (const std::string& other : texts) {
         Node* tree = packing.restore(*state);
-        EXPECT_EQ(0, tree->compare(pairOf(one + "|", other).get()));
-        EXPECT_EQ(state->number, tree->getIndex());
-        EXPECT_EQ(tree, packing.restore(*state));
+        EXPECT_EQ(0, tree->compare(pairOf(one + "|", other).get()))
+            << round << ' ' << one << ' ' << other;
+        EXPECT_EQ(state->number, tree->getIndex()) << round << ' ' << one << ' ' << other;
+        EXPECT_EQ(tree, packing.restore(*state)) << round << ' ' << one << ' ' << other;
         ++state;
       }
     }
@@ -168,6 +169,7 @@ TEST_F(PendingStatesTest, AnUnchangedTreeIsBuiltAgainWhenItIsNeeded) {
 
 TEST_F(PendingStatesTest, TheRootCountsTheTransitionsThatHaveStillToBeTaken) {
   for (PendingStates* pending : {&kept, &packing}) {
+    SCOPED_TRACE(pending == &kept ? "kept" : "packing");
     const std::string name = pending == &kept ? "kept" : "packed";
     PendingState state = addTo(*pending, table, pairOf("a", name));
     PendingState other = addTo(*pending, table, pairOf("b", name));

@@ -79,8 +79,9 @@ TEST(ExplorationTest, LongLabelsAndTextsAreNotCut) {
   for (const Traversal traversal : {BFS, DFS}) {
     const Explored found = explored(system, traversal);
     const std::string label = name + "/" + name + "/" + name + ":" + name;
-    EXPECT_EQ(header("des(0, 2, 2)") + "(0, " + label + ", 1)\n(1, " + label + ", 0)\n", found.aut);
-    EXPECT_EQ("0 : " + text + "1\n1 : " + text + "2\n", found.state);
+    EXPECT_EQ(header("des(0, 2, 2)") + "(0, " + label + ", 1)\n(1, " + label + ", 0)\n", found.aut)
+        << nameOf(traversal);
+    EXPECT_EQ("0 : " + text + "1\n1 : " + text + "2\n", found.state) << nameOf(traversal);
   }
 }
 
@@ -144,9 +145,9 @@ TEST(MarkerTest, AnErrorInAKnownStateStopsTheSearch) {
       if (hook == "getState" && self.state() == 0 && ++reads == 2) global_error = true;
     });
     const Explored found = explored(system, traversal);
-    EXPECT_NE(std::string::npos, found.out.find(INTERRUPTED));
-    EXPECT_EQ(std::string::npos, found.out.find("Faulty atom"));
-    EXPECT_EQ(literallyExplored(system, traversal), found);
+    EXPECT_NE(std::string::npos, found.out.find(INTERRUPTED)) << nameOf(traversal);
+    EXPECT_EQ(std::string::npos, found.out.find("Faulty atom")) << nameOf(traversal);
+    EXPECT_EQ(literallyExplored(system, traversal), found) << nameOf(traversal);
   }
 }
 
@@ -226,8 +227,8 @@ TEST(SpecialTreeTest, TreesThatHoldMoreThanTextsAreKept) {
   for (const Traversal traversal : {BFS, DFS}) {
     auto system = withSpecial<Secretive>();
     const Explored found = explored(*system, traversal);
-    EXPECT_NE(std::string::npos, found.out.find("Final size : 21\n"));
-    EXPECT_EQ(literallyExplored(*system, traversal), found);
+    EXPECT_NE(std::string::npos, found.out.find("Final size : 21\n")) << nameOf(traversal);
+    EXPECT_EQ(literallyExplored(*system, traversal), found) << nameOf(traversal);
   }
 }
 
@@ -235,8 +236,8 @@ TEST(SpecialTreeTest, TheShapeMayChangeFromStateToState) {
   for (const Traversal traversal : {BFS, DFS}) {
     auto system = withSpecial<Shifty>();
     const Explored found = explored(*system, traversal);
-    EXPECT_NE(std::string::npos, found.out.find("Final size : 21\n"));
-    EXPECT_EQ(literallyExplored(*system, traversal), found);
+    EXPECT_NE(std::string::npos, found.out.find("Final size : 21\n")) << nameOf(traversal);
+    EXPECT_EQ(literallyExplored(*system, traversal), found) << nameOf(traversal);
   }
 }
 
@@ -248,9 +249,9 @@ TEST(SpecialTreeTest, AnAtomWithoutStateIsReportedWheneverItIsPrinted) {
     const std::string messages = testing::internal::GetCapturedStderr();
     testing::internal::CaptureStderr();
     const Explored expected = literallyExplored(*system, traversal);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), messages);
-    EXPECT_NE("", messages);
-    EXPECT_EQ(expected, found);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), messages) << nameOf(traversal);
+    EXPECT_NE("", messages) << nameOf(traversal);
+    EXPECT_EQ(expected, found) << nameOf(traversal);
   }
 }
 
@@ -329,7 +330,7 @@ TEST(LiteralTest, RandomSystemsLeaveTheSameBytes) {
     const int limit = random.between(0, 3) == 0 ? random.between(1, 120) : 0;
     for (const Traversal traversal : {BFS, DFS}) {
       ASSERT_EQ(literallyExplored(*system, traversal, limit), explored(*system, traversal, limit))
-          << "seed " << seed << " traversal " << traversal << " limit " << limit;
+          << "seed " << seed << " traversal " << nameOf(traversal) << " limit " << limit;
     }
   }
 }
@@ -370,10 +371,10 @@ TEST(TwoLevelTest, BothSearchesFindTheSameStatesAndLabelledTransitions) {
     system.join("outer", {atom->addPort("p", {{0, 1}, {1, 0}}), group->xPort()});
     const Explored wide = explored(system, BFS);
     const Explored deep = explored(system, DFS);
-    EXPECT_EQ("", checked(wide).faults() + checked(wide).missing());
-    EXPECT_EQ("", checked(deep).faults() + checked(deep).missing());
-    EXPECT_EQ(checked(wide).transitionsByText(), checked(deep).transitionsByText());
-    EXPECT_EQ(checked(wide).stateTexts(), checked(deep).stateTexts());
-    EXPECT_LT(5U, checked(wide).stateCount());
+    EXPECT_EQ("", checked(wide).faults() + checked(wide).missing()) << kind;
+    EXPECT_EQ("", checked(deep).faults() + checked(deep).missing()) << kind;
+    EXPECT_EQ(checked(wide).transitionsByText(), checked(deep).transitionsByText()) << kind;
+    EXPECT_EQ(checked(wide).stateTexts(), checked(deep).stateTexts()) << kind;
+    EXPECT_LT(5U, checked(wide).stateCount()) << kind;
   }
 }

@@ -81,14 +81,15 @@ TEST(SearchSignalsTest, AnotherSignalIsNoEcho) {
   const int signals[] = {SIGINT, SIGTERM, SIGHUP, SIGXCPU};
   for (const int first : signals) {
     for (const int second : signals) {
-      EXPECT_EQ(first == second ? ONE_REQUEST : second, killedBy({{7, first}, {7, second}}));
+      EXPECT_EQ(first == second ? ONE_REQUEST : second, killedBy({{7, first}, {7, second}}))
+          << first << ' ' << second;
     }
   }
 }
 
 TEST(SearchSignalsTest, OtherSignalsKeepTheirActions) {
   for (const int other : {SIGQUIT, SIGALRM, SIGUSR1, SIGVTALRM}) {
-    EXPECT_EQ(other, killedBy({{7, SIGINT}, {7, other}}));
+    EXPECT_EQ(other, killedBy({{7, SIGINT}, {7, other}})) << other;
   }
 }
 
@@ -104,14 +105,14 @@ TEST(SearchSignalsTest, SystemCallsAreInterruptedAgainAndAgainAfterTheRequest) {
       event.sigev_signo = SIGTERM;
       timer_t timer;
       const itimerspec soon = {{0, 0}, {0, 20000000}};
-      ASSERT_EQ(0, timer_create(CLOCK_MONOTONIC, &event, &timer));
-      ASSERT_EQ(0, timer_settime(timer, 0, &soon, nullptr));
+      ASSERT_EQ(0, timer_create(CLOCK_MONOTONIC, &event, &timer)) << wait;
+      ASSERT_EQ(0, timer_settime(timer, 0, &soon, nullptr)) << wait;
     }
     char byte;
     errno = 0;
-    EXPECT_EQ(-1, read(ends[0], &byte, 1));
-    EXPECT_EQ(EINTR, errno);
-    EXPECT_EQ(SIGTERM, signals.caught());
+    EXPECT_EQ(-1, read(ends[0], &byte, 1)) << wait;
+    EXPECT_EQ(EINTR, errno) << wait;
+    EXPECT_EQ(SIGTERM, signals.caught()) << wait;
   }
   close(ends[0]);
   close(ends[1]);

@@ -29,8 +29,8 @@ TEST(StateTableTest, NumbersTextsInTheOrderOfTheirInsertion) {
     for (StateNumber i = 0; i < 20000; ++i) {
       auto tree = pairOf(std::to_string(i), ",x");
       const StateTable::Found found = table.insert(tree.get());
-      ASSERT_EQ(i, found.number);
-      ASSERT_EQ(round == 0, found.isNew);
+      ASSERT_EQ(i, found.number) << round << ' ' << i;
+      ASSERT_EQ(round == 0, found.isNew) << round << ' ' << i;
     }
   }
   EXPECT_EQ(20000U, table.count());
