@@ -131,10 +131,10 @@ TEST(ConstraintTest, AccessorsChangeOneThingEach) {
   const ShownClock display(Time(0));
   Probe probe({{0, 10}});
   probe.setClock(&clock);
-  EXPECT_EQ(probe.clock(), &clock);
+  EXPECT_EQ(probe.clock(), &clock) << "the clock was set";
   EXPECT_EQ(probe.displayClock(), nullptr);
   probe.setDisplayClock(&display);
-  EXPECT_EQ(probe.clock(), &clock);
+  EXPECT_EQ(probe.clock(), &clock) << "the display clock was set";
   EXPECT_EQ(probe.displayClock(), &display);
   probe.setDomination(true);
   EXPECT_TRUE(probe.domination());
@@ -247,8 +247,8 @@ TEST(ConstraintTest, ApplyDominationRemovesTheDominatedIntervalsAndKeepsTheOrder
   EXPECT_EQ(&probe.applyDomination(), &probe);
   EXPECT_EQ(probe.pieces(), (Pieces{{2, 3, EAGER}, {6, 7}, {8, 9}}));
   probe.setAllDominated(true);
-  EXPECT_TRUE(probe.applyDomination().empty());
-  EXPECT_TRUE(probe.applyDomination().empty());
+  EXPECT_TRUE(probe.applyDomination().empty()) << "the first time";
+  EXPECT_TRUE(probe.applyDomination().empty()) << "the second time";
 }
 
 TEST(ConstraintTest, IndexRangesAreClampedAndEmptyOnesRefused) {
@@ -570,14 +570,17 @@ TEST(ConstraintTest, PrintsInTheValuesOfTheDisplayClock) {
   const ShownClock clock(Time(1000));
   const ShownClock display(Time(4000));
   Probe probe({{NEVER, 10000, DELAYABLE}, {20000, 30000}}, &clock);
-  EXPECT_EQ(text(static_cast<const Constraint&>(probe)), "delayable (_,10ms) or lazy (20ms,30ms)");
+  EXPECT_EQ(text(static_cast<const Constraint&>(probe)), "delayable (_,10ms) or lazy (20ms,30ms)")
+      << "over its clock alone";
   probe.setDisplayClock(&display);
   EXPECT_EQ(text(static_cast<const Constraint&>(probe)), "delayable (_,13ms) or lazy (23ms,33ms)");
   probe.setDisplayClock(nullptr);
-  EXPECT_EQ(text(static_cast<const Constraint&>(probe)), "delayable (_,10ms) or lazy (20ms,30ms)");
+  EXPECT_EQ(text(static_cast<const Constraint&>(probe)), "delayable (_,10ms) or lazy (20ms,30ms)")
+      << "when the display clock is taken away";
   probe.setClock(nullptr);
   probe.setDisplayClock(&display);
-  EXPECT_EQ(text(static_cast<const Constraint&>(probe)), "delayable (_,10ms) or lazy (20ms,30ms)");
+  EXPECT_EQ(text(static_cast<const Constraint&>(probe)), "delayable (_,10ms) or lazy (20ms,30ms)")
+      << "with a display clock alone";
 }
 
 TEST(ConstraintTest, ANullPointerPrintsLazyAndAnyOtherWhatItPointsTo) {

@@ -215,9 +215,9 @@ TEST_F(ConsoleTest, TheCurrentElementMovesDownAndUp) {
 
 TEST_F(ConsoleTest, AMissingSubElementIsReportedAndNothingMoves) {
   EXPECT_EQ(move("left.none.inner"), (Texts{"", "none does not exist\n"}));
-  EXPECT_EQ(veskCurrentDebug, &top);
+  EXPECT_EQ(veskCurrentDebug, &top) << "after a missing name";
   EXPECT_EQ(move("time"), (Texts{"", "time does not exist\n"}));
-  EXPECT_EQ(veskCurrentDebug, &top);
+  EXPECT_EQ(veskCurrentDebug, &top) << "after the name of a value";
 }
 
 TEST_F(ConsoleTest, AboveTheTopNothingMoves) {
@@ -260,7 +260,7 @@ TEST_F(ConsoleTest, TheSystemIsTheFirstElementWhenItHasDebugSupport) {
 TEST_F(ConsoleTest, AnElementThatASchedulerHasSetIsForgottenWhenItEnds) {
   Debugged system;
   { OpenScheduler(&system).initDebugFct(); }
-  EXPECT_EQ(veskCurrentDebug, nullptr);
+  EXPECT_EQ(veskCurrentDebug, nullptr) << "after a scheduler alone";
 
   veskCurrentDebug = &top;
   {
@@ -269,25 +269,25 @@ TEST_F(ConsoleTest, AnElementThatASchedulerHasSetIsForgottenWhenItEnds) {
     moving.setCurrent(left.data());
     EXPECT_NE(veskCurrentDebug, &top);
   }
-  EXPECT_EQ(veskCurrentDebug, nullptr);
+  EXPECT_EQ(veskCurrentDebug, nullptr) << "after a scheduler that has run";
 }
 
 TEST_F(ConsoleTest, AnElementThatTheModelHasSetStaysWhenASchedulerEnds) {
   Debugged system;
   { const OpenScheduler idle(&system); }
-  EXPECT_EQ(veskCurrentDebug, &top);
+  EXPECT_EQ(veskCurrentDebug, &top) << "an idle one";
   {
     const OpenScheduler used(&system);
     used.initDebugFct();
     veskCurrentDebug = &top;
   }
-  EXPECT_EQ(veskCurrentDebug, &top);
+  EXPECT_EQ(veskCurrentDebug, &top) << "one whose element the model has replaced";
   {
     const OpenScheduler lost(&system);
     std::string nowhere = "none";
     textsOf([&] { lost.setCurrent(nowhere.data()); });
   }
-  EXPECT_EQ(veskCurrentDebug, &top);
+  EXPECT_EQ(veskCurrentDebug, &top) << "one that has not found its element";
 }
 
 TEST_F(ConsoleTest, OfTwoSchedulersTheOneThatHasSetTheElementLastForgetsIt) {
@@ -297,12 +297,12 @@ TEST_F(ConsoleTest, OfTwoSchedulersTheOneThatHasSetTheElementLastForgetsIt) {
   auto second = std::make_unique<OpenScheduler>(&system);
   first->initDebugFct();
   second.reset();
-  EXPECT_EQ(veskCurrentDebug, root);
+  EXPECT_EQ(veskCurrentDebug, root) << "the second one ends";
 
   second = std::make_unique<OpenScheduler>(&system);
   second->initDebugFct();
   first.reset();
-  EXPECT_EQ(veskCurrentDebug, root);
+  EXPECT_EQ(veskCurrentDebug, root) << "the first one ends";
   second.reset();
   EXPECT_EQ(veskCurrentDebug, nullptr);
 }

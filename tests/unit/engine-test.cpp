@@ -621,11 +621,11 @@ TEST_F(RandomExecuterTest, TheLatestPossibleTimeIsNeverDrawnUnlessItIsTheOnlyOne
   scriptDraws({RAND_MAX, 0});
   Exposed<RandomExecuter> executer = make<RandomExecuter>(everything, 1);
   executer.run();
-  EXPECT_EQ(executer.time(), Time(9999));
+  EXPECT_EQ(executer.time(), Time(9999)) << "due at 10000";
   port.window.due = Time(9999);
   scriptDraws({RAND_MAX, 0});
   executer.run();
-  EXPECT_EQ(executer.time(), Time(9999));
+  EXPECT_EQ(executer.time(), Time(9999)) << "due at 9999";
 }
 
 TEST_F(RandomExecuterTest, TheTimeIsTruncated) {

@@ -196,10 +196,10 @@ TEST(ExecutablesTest, MarkAddsBitsToTheCurrentExecutableAlone) {
   Executables set = chains.set();
   set.mark(set.begin(0), 4);
   set.mark(set.begin(0), 1);
-  EXPECT_EQ(interaction.mark(), 5u);
+  EXPECT_EQ(interaction.mark(), 5u) << "marked twice";
   EXPECT_EQ(port.mark(), 0u);
   set.mark(set.begin(1), 2);
-  EXPECT_EQ(interaction.mark(), 5u);
+  EXPECT_EQ(interaction.mark(), 5u) << "while the port is marked";
   EXPECT_EQ(port.mark(), 2u);
 }
 
@@ -237,15 +237,15 @@ TEST(ExecutablesTest, MarkAllAndUnmarkAllReachWhatIsMarkedAlready) {
   EXPECT_EQ(interaction.mark(), 10u);
   EXPECT_EQ(port.mark(), 2u);
   set.unmarkAll(0);
-  EXPECT_EQ(interaction.mark(), 0u);
-  EXPECT_EQ(port.mark(), 0u);
+  EXPECT_EQ(interaction.mark(), 0u) << "after unmarkAll(0)";
+  EXPECT_EQ(port.mark(), 0u) << "after unmarkAll(0)";
   set.markAll();
   EXPECT_EQ(interaction.mark(), FULL);
   EXPECT_EQ(port.mark(), FULL);
   EXPECT_EQ(set.count(), 0);
   set.unmarkAll();
-  EXPECT_EQ(interaction.mark(), 0u);
-  EXPECT_EQ(port.mark(), 0u);
+  EXPECT_EQ(interaction.mark(), 0u) << "after unmarkAll()";
+  EXPECT_EQ(port.mark(), 0u) << "after unmarkAll()";
 }
 
 TEST(ExecutablesTest, NextOnAConnectorWithoutAnInteractionGoesToTheNextConnector) {
@@ -309,9 +309,9 @@ TEST(ExecutablesTest, SteppingByACountBelowOneDoesNothing) {
   const Executables set = chains.set();
   Executables::iterator it = set.begin();
   it += 0;
-  EXPECT_TRUE(it == set.begin());
+  EXPECT_TRUE(it == set.begin()) << "by 0";
   it += -5;
-  EXPECT_TRUE(it == set.begin());
+  EXPECT_TRUE(it == set.begin()) << "by -5";
 }
 
 TEST(ExecutablesTest, SteppingByACountVisitsThatManyVisibleExecutables) {

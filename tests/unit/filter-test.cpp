@@ -181,14 +181,14 @@ TEST_F(StandardSemanticsTest, ASecondApplicationNarrowsFurtherAndClearsNoMark) {
   ScriptedPort& removed = add("a", Time(20), Time::MAX);
   ScriptedPort& kept = add("b", Time(10), Time::MAX);
   wait.setHigh(Time(15));
-  EXPECT_EQ(leftAfter(semantics), "b");
+  EXPECT_EQ(leftAfter(semantics), "b") << "the first time";
   removed.window.from = Time(0);
   kept.window.due = Time(12);
-  EXPECT_EQ(leftAfter(semantics), "b");
-  EXPECT_EQ(wait.high(), Time(12));
+  EXPECT_EQ(leftAfter(semantics), "b") << "due at 12";
+  EXPECT_EQ(wait.high(), Time(12)) << "due at 12";
   kept.window.due = Time(14);
-  EXPECT_EQ(leftAfter(semantics), "b");
-  EXPECT_EQ(wait.high(), Time(12));
+  EXPECT_EQ(leftAfter(semantics), "b") << "due at 14";
+  EXPECT_EQ(wait.high(), Time(12)) << "due at 14";
 }
 
 // Keeping everything

@@ -95,13 +95,13 @@ TEST_F(InteractionTest, IsASubsetWithinOneConnectorOnly) {
   EXPECT_TRUE(small.isSubset(&same, equal));
   EXPECT_TRUE(equal);
   EXPECT_TRUE(small.isSubset(&large, equal));
-  EXPECT_FALSE(equal);
+  EXPECT_FALSE(equal) << "to a larger set";
   EXPECT_FALSE(large.isSubset(&small, equal));
   EXPECT_FALSE(small.isSubset(&apart, equal));
   EXPECT_FALSE(small.isSubset(&foreign, equal));
   const Interaction empty(one, BitVector::EMPTY);
   EXPECT_TRUE(empty.isSubset(&small, equal));
-  EXPECT_FALSE(equal);
+  EXPECT_FALSE(equal) << "of the empty set";
 }
 
 // "k" is 107; "ab" is 97 * 5 + 98 = 583. {1} is the word 2, {0} the word 1, {32} a 1 in the second
@@ -143,8 +143,8 @@ TEST_F(InteractionTest, WithAConstraintAsksIt) {
   EXPECT_EQ(timed->next(Vesk::Time(7)), Vesk::Time(10));
   EXPECT_EQ(timed->next(Vesk::Time(15)), Vesk::Time(15));
   EXPECT_EQ(timed->next(Vesk::Time(21)), Vesk::Time::MAX);
-  EXPECT_EQ(timed->deadline(Vesk::Time(7)), Vesk::Time(20));
-  EXPECT_EQ(timed->deadline(Vesk::Time(7)), Vesk::Time(20));
+  EXPECT_EQ(timed->deadline(Vesk::Time(7)), Vesk::Time(20)) << "the first time";
+  EXPECT_EQ(timed->deadline(Vesk::Time(7)), Vesk::Time(20)) << "the second time";
 }
 
 TEST_F(InteractionTest, ShowsItsConstraintOnTheClockOfTheCompound) {
@@ -180,9 +180,9 @@ TEST_F(InteractionTableTest, CreateTwiceGivesTheSameObjectAndCountsOnce) {
   TestConnector* connector = over(RENDEZVOUS, synced({nullptr, nullptr}));
   const int before = Interaction::TABLE.count();
   Interaction* first = Interaction::Create(connector, setOf({1}));
-  EXPECT_EQ(Interaction::TABLE.count(), before + 1);
+  EXPECT_EQ(Interaction::TABLE.count(), before + 1) << "made";
   EXPECT_EQ(Interaction::Create(connector, setOf({1})), first);
-  EXPECT_EQ(Interaction::TABLE.count(), before + 1);
+  EXPECT_EQ(Interaction::TABLE.count(), before + 1) << "found again";
   EXPECT_EQ(first->connector(), connector);
   EXPECT_EQ(first->synced(), setOf({1}));
 }
@@ -360,12 +360,14 @@ TEST_F(CreateRealTimeTest, AnEmptyIntersectionGivesNull) {
   Constraint early(nullptr, 0, 5, LAZY), late(nullptr, 10, 20, LAZY);
   const Ports ports = synced({&early, &late});
   TestConnector* connector = over(RENDEZVOUS, ports);
-  EXPECT_EQ(Interaction::CreateRealTime(connector, setOf({0, 1}), setOf({0, 1})), nullptr);
+  EXPECT_EQ(Interaction::CreateRealTime(connector, setOf({0, 1}), setOf({0, 1})), nullptr)
+      << "disjoint";
   EXPECT_NE(Interaction::CreateRealTime(connector, setOf({0, 1}), setOf({1})), nullptr);
   early.clear();
   EXPECT_EQ(Interaction::CreateRealTime(connector, setOf({0}), setOf({0})), nullptr);
   ports[1]->setConstraint(&early);
-  EXPECT_EQ(Interaction::CreateRealTime(connector, setOf({0, 1}), setOf({0, 1})), nullptr);
+  EXPECT_EQ(Interaction::CreateRealTime(connector, setOf({0, 1}), setOf({0, 1})), nullptr)
+      << "both empty";
 }
 
 TEST_F(CreateRealTimeTest, TheSetOfEnabledPortsPlaysNoPart) {

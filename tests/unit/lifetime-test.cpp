@@ -269,9 +269,10 @@ TEST(ManyInteractionsTest, AMillionOfOneConnectorAreFoundAgain) {
   for (unsigned int i = 0; i < COUNT; ++i) {
     made.push_back(Interaction::Create(connector, numbered(i)));
   }
-  EXPECT_EQ(Interaction::TABLE.count(), before + 1 + static_cast<int>(COUNT));
+  EXPECT_EQ(Interaction::TABLE.count(), before + 1 + static_cast<int>(COUNT)) << "all are made";
   for (unsigned int i = 0; i < COUNT; ++i) {
     ASSERT_EQ(Interaction::Create(connector, numbered(i)), made[i]) << i;
   }
-  EXPECT_EQ(Interaction::TABLE.count(), before + 1 + static_cast<int>(COUNT));
+  EXPECT_EQ(Interaction::TABLE.count(), before + 1 + static_cast<int>(COUNT))
+      << "all are found again";
 }

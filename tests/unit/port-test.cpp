@@ -279,8 +279,8 @@ TEST(PortTimeTest, AskingTwiceGivesTheSame) {
   Port port("p", &atom);
   port.setConstraint(&constraint);
   EXPECT_EQ(port.next(Vesk::Time(0)), port.next(Vesk::Time(0)));
-  EXPECT_EQ(port.deadline(Vesk::Time(0)), Vesk::Time(110));
-  EXPECT_EQ(port.deadline(Vesk::Time(0)), Vesk::Time(110));
+  EXPECT_EQ(port.deadline(Vesk::Time(0)), Vesk::Time(110)) << "the first time";
+  EXPECT_EQ(port.deadline(Vesk::Time(0)), Vesk::Time(110)) << "the second time";
 }
 
 TEST(PortTimeTest, WithoutEitherClockNothingIsTranslated) {
@@ -289,10 +289,10 @@ TEST(PortTimeTest, WithoutEitherClockNothingIsTranslated) {
   Constraint constraint(&clock, 50, 70, DELAYABLE);
   Port port("p", &atom);
   port.setConstraint(&constraint);
-  EXPECT_EQ(port.next(Vesk::Time(0)), Vesk::Time(50));
+  EXPECT_EQ(port.next(Vesk::Time(0)), Vesk::Time(50)) << "with the clock of the constraint alone";
   atom.setClock(&clock);
   constraint.setClock(nullptr);
-  EXPECT_EQ(port.next(Vesk::Time(0)), Vesk::Time(50));
+  EXPECT_EQ(port.next(Vesk::Time(0)), Vesk::Time(50)) << "with the clock of the atom alone";
   EXPECT_EQ(port.deadline(Vesk::Time(0)), Vesk::Time(70));
 }
 

@@ -101,12 +101,12 @@ TEST(SchedulerTest, AChoiceIsStoredWithItsTimes) {
   Interaction* interaction = system.connectors()[0]->feasibleInter();
   OpenScheduler scheduler(&system);
   scheduler.setChoice(interaction, Vesk::Time(3), Vesk::Time(5));
-  EXPECT_EQ(scheduler.choice(), interaction);
+  EXPECT_EQ(scheduler.choice(), interaction) << "as it was set";
   EXPECT_EQ(scheduler.choiceNext(), Vesk::Time(3));
   EXPECT_EQ(scheduler.choiceDeadline(), Vesk::Time(5));
   scheduler.setChoice(atom->ports()[0], Vesk::Time(7), Vesk::Time(9));
   EXPECT_EQ(scheduler.choicePort(), atom->ports()[0]);
-  EXPECT_EQ(scheduler.choice(), interaction);
+  EXPECT_EQ(scheduler.choice(), interaction) << "beside a port";
   EXPECT_EQ(scheduler.choiceNext(), Vesk::Time(7));
   EXPECT_EQ(scheduler.choiceDeadline(), Vesk::Time(9));
   scheduler.setDrift(Vesk::Time(11));
@@ -395,9 +395,9 @@ TEST(SchedulerTest, ALimitOfZeroNeverStops) {
   OpenScheduler scheduler(nullptr);
   scheduler.mSimLimit = true;
   scheduler.mSimStep = -1;
-  EXPECT_FALSE(scheduler.stepLimitReached());
+  EXPECT_FALSE(scheduler.stepLimitReached()) << "from step -1";
   EXPECT_EQ(scheduler.mSimStep, 0);
-  EXPECT_FALSE(scheduler.stepLimitReached());
+  EXPECT_FALSE(scheduler.stepLimitReached()) << "from step 0";
 
   Pair system(5, 5);
   OpenScheduler running(&system, 0, 1, 1);
@@ -409,12 +409,12 @@ TEST(SchedulerTest, ANegativeLimitIsMetWhenTheCounterHasGoneRound) {
   OpenScheduler scheduler(nullptr);
   scheduler.mSimLimit = true;
   scheduler.mMaxSimLimit = -1;
-  EXPECT_FALSE(scheduler.stepLimitReached());
+  EXPECT_FALSE(scheduler.stepLimitReached()) << "from step 0";
   scheduler.mSimStep = INT_MAX;
-  EXPECT_FALSE(scheduler.stepLimitReached());
+  EXPECT_FALSE(scheduler.stepLimitReached()) << "from the largest step";
   EXPECT_EQ(scheduler.mSimStep, INT_MIN);
   scheduler.mSimStep = -3;
-  EXPECT_FALSE(scheduler.stepLimitReached());
+  EXPECT_FALSE(scheduler.stepLimitReached()) << "from step -3";
   EXPECT_TRUE(scheduler.stepLimitReached());
 }
 

@@ -185,9 +185,9 @@ TEST(RtChooseTest, TheDeadlineIsTheEarliestOfInteractionsAndPorts) {
   step.port(Time(0), Time(400));
   EXPECT_EQ(step.deadline(), Time(400));
   step.interaction(Time(0), Time(300));
-  EXPECT_EQ(step.deadline(), Time(300));
+  EXPECT_EQ(step.deadline(), Time(300)) << "of an interaction";
   step.port(Time(0), Time::MAX);
-  EXPECT_EQ(step.deadline(), Time(300));
+  EXPECT_EQ(step.deadline(), Time(300)) << "beside a port without deadline";
 }
 
 TEST(RtChooseTest, ATimeBeyondInfinityCountsAsADeadlockAndYetAsAChoice) {
@@ -254,10 +254,10 @@ TEST(RtChooseTest, PortsReplaceInteractionsByTheSameRules) {
   Step step;
   step.interaction(Time(100), Time(1000));
   const Port* earlier = step.port(Time(50), Time(2000));
-  EXPECT_EQ(step.choose(), earlier);
+  EXPECT_EQ(step.choose(), earlier) << "beside an interaction";
   EXPECT_EQ(step.scheduler.choice(), nullptr);
   step.port(Time(60), Time(2000));
-  EXPECT_EQ(step.choose(), earlier);
+  EXPECT_EQ(step.choose(), earlier) << "before a later port";
   const Port* urgent = step.port(Time(120), Time(130));
   EXPECT_EQ(step.choose(), urgent);
 }
@@ -402,9 +402,9 @@ TEST(RtChooseTest, AnInfiniteAnswerStaysInfiniteUnderTheCorrection) {
   Step step(Time(100));
   step.port(Time(0), Time(10), &clock);
   EXPECT_EQ(step.choose(), nullptr);
-  EXPECT_EQ(step.deadline(), Time::MAX);
+  EXPECT_EQ(step.deadline(), Time::MAX) << "with times in the past";
   step.port(Time(0), Time::MAX, &clock);
-  EXPECT_EQ(step.deadline(), Time::MAX);
+  EXPECT_EQ(step.deadline(), Time::MAX) << "without a deadline";
 }
 
 TEST(RtChooseTest, AClockAtInfinityKeepsTheAnswersOfTheConstraint) {

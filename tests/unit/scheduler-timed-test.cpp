@@ -376,11 +376,11 @@ TEST(TimedLoopTest, TracingTheStateOfManyStepsKeepsNoMemory) {
 TEST(RandomChoiceTest, NothingIsChosenFromNothing) {
   System system;
   OpenScheduler scheduler(&system);
-  EXPECT_EQ(scheduler.choose(), nullptr);
+  EXPECT_EQ(scheduler.choose(), nullptr) << "nothing is legal";
   system.counter("A", "k", 1);
   system.connectors()[0]->setDominated(true);
   scheduler.mLegal = system.connectors()[0];
-  EXPECT_EQ(scheduler.choose(), nullptr);
+  EXPECT_EQ(scheduler.choose(), nullptr) << "all are dominated";
 }
 
 TEST(RandomChoiceTest, TheIndexIsTheDrawTimesTheCountInWholeParts) {
@@ -414,6 +414,6 @@ TEST(RandomChoiceTest, DominatedConnectorsAreNeitherCountedNorChosen) {
   scheduler.mLegal = connectors[0];
   scriptDraws({HALF - 1, HALF, RAND_MAX});
   EXPECT_EQ(scheduler.choose(), connectors[1]);
-  EXPECT_EQ(scheduler.choose(), connectors[3]);
-  EXPECT_EQ(scheduler.choose(), connectors[3]);
+  EXPECT_EQ(scheduler.choose(), connectors[3]) << "the second draw";
+  EXPECT_EQ(scheduler.choose(), connectors[3]) << "the third draw";
 }

@@ -608,19 +608,19 @@ TEST(ReaderTest, TheEndGivesZeroAndTheCursorStays) {
 TEST(ReaderTest, IntegersAreReadInBaseTenAndClamped) {
   Text text("007,0x5,junk,,99999999999,-99999999999,99999999999999999999");
   EXPECT_EQ(7, getIntVariableState(text.cursor));
-  EXPECT_EQ(0, getIntVariableState(text.cursor));
-  EXPECT_EQ(0, getIntVariableState(text.cursor));
-  EXPECT_EQ(0, getIntVariableState(text.cursor));
-  EXPECT_EQ(INT_MAX, getIntVariableState(text.cursor));
+  EXPECT_EQ(0, getIntVariableState(text.cursor)) << "of 0x5";
+  EXPECT_EQ(0, getIntVariableState(text.cursor)) << "of junk";
+  EXPECT_EQ(0, getIntVariableState(text.cursor)) << "of nothing";
+  EXPECT_EQ(INT_MAX, getIntVariableState(text.cursor)) << "of 99999999999";
   EXPECT_EQ(INT_MIN, getIntVariableState(text.cursor));
-  EXPECT_EQ(INT_MAX, getIntVariableState(text.cursor));
+  EXPECT_EQ(INT_MAX, getIntVariableState(text.cursor)) << "of 99999999999999999999";
   EXPECT_EQ("", text.rest());
 }
 
 TEST(ReaderTest, AFloatThatCannotBeReadIsZero) {
   Text text("junk,,1e3,inf");
-  EXPECT_EQ(0.0F, getFloatVariableState(text.cursor));
-  EXPECT_EQ(0.0F, getFloatVariableState(text.cursor));
+  EXPECT_EQ(0.0F, getFloatVariableState(text.cursor)) << "of junk";
+  EXPECT_EQ(0.0F, getFloatVariableState(text.cursor)) << "of nothing";
   EXPECT_EQ(1000.0F, getFloatVariableState(text.cursor));
   EXPECT_EQ(std::numeric_limits<float>::infinity(), getFloatVariableState(text.cursor));
 }
@@ -666,10 +666,10 @@ TEST(ReaderTest, AWrittenStateIsReadBackInMatchingOrder) {
   EXPECT_EQ("F,T,me,42,T", buffer.str());
   Text text(buffer.str());
   EXPECT_FALSE(getBoolVariableState(text.cursor));
-  EXPECT_TRUE(getBoolVariableState(text.cursor));
+  EXPECT_TRUE(getBoolVariableState(text.cursor)) << "busy";
   EXPECT_EQ("me", taken(getVariableState(text.cursor)));
   EXPECT_EQ(42, getIntVariableState(text.cursor));
-  EXPECT_TRUE(getBoolVariableState(text.cursor));
+  EXPECT_TRUE(getBoolVariableState(text.cursor)) << "open";
   EXPECT_EQ("", text.rest());
 }
 

@@ -257,19 +257,19 @@ TEST(BitVectorTest, TheShiftsFollowThePrintedFormInWhich0StandsFirst) {
 TEST(BitVectorTest, NumbersShiftedOverAnEndAreLost) {
   BitVector vector(127);
   vector >> 1;
-  EXPECT_TRUE(vector == BitVector::EMPTY);
+  EXPECT_TRUE(vector == BitVector::EMPTY) << "to the right";
   vector = BitVector(0);
   vector << 1;
-  EXPECT_TRUE(vector == BitVector::EMPTY);
+  EXPECT_TRUE(vector == BitVector::EMPTY) << "to the left";
 }
 
 TEST(BitVectorTest, ShiftingBy0ChangesNothing) {
   const BitVector original = make({0, 31, 32, 63, 64, 95, 96, 127});
   BitVector vector = original;
   EXPECT_EQ(&(vector << 0), &vector);
-  EXPECT_TRUE(vector == original);
+  EXPECT_TRUE(vector == original) << "by nothing";
   EXPECT_EQ(&(vector >> 0), &vector);
-  EXPECT_TRUE(vector == original);
+  EXPECT_TRUE(vector == original) << "by less than nothing";
 }
 
 TEST(BitVectorTest, ShiftLeftMovesEveryNumberDownAndShiftRightMovesEveryNumberUp) {
@@ -464,13 +464,13 @@ TEST(ArrayTest, DuplicatesAndNullAreAllowed) {
 TEST(ArrayTest, BelongsComparesPointersThroughTheWholeList) {
   int numbers[3] = {1, 1, 1};
   Reference list(4);
-  EXPECT_FALSE(list.Belongs(nullptr));
+  EXPECT_FALSE(list.Belongs(nullptr)) << "of an empty list";
   list.add(&numbers[0]);
   list.add(&numbers[1]);
   EXPECT_TRUE(list.Belongs(&numbers[0]));
   EXPECT_TRUE(list.Belongs(&numbers[1]));
   EXPECT_FALSE(list.Belongs(&numbers[2]));
-  EXPECT_FALSE(list.Belongs(nullptr));
+  EXPECT_FALSE(list.Belongs(nullptr)) << "of a list with elements";
 }
 
 TEST(ArrayTest, ALoopVisitsEveryElementInIndexOrder) {
@@ -616,30 +616,30 @@ class SlowHeap {
 
 TEST(VeskHeapTest, AnEmptyHeapGivesNull) {
   Heap heap;
-  EXPECT_EQ(heap.getCount(), 0);
-  EXPECT_EQ(heap.get(), nullptr);
+  EXPECT_EQ(heap.getCount(), 0) << "as it is made";
+  EXPECT_EQ(heap.get(), nullptr) << "as it is made";
   Item item{5};
   heap.put(&item);
   EXPECT_EQ(heap.get(), &item);
-  EXPECT_EQ(heap.get(), nullptr);
-  EXPECT_EQ(heap.getCount(), 0);
+  EXPECT_EQ(heap.get(), nullptr) << "when the only item is out";
+  EXPECT_EQ(heap.getCount(), 0) << "when the only item is out";
 }
 
 TEST(VeskHeapTest, TheFourthPutDoublesTheFourSlots) {
   Item items[8] = {};
   Heap heap;
-  EXPECT_EQ(slots(heap), 4);
+  EXPECT_EQ(slots(heap), 4) << "empty";
   for (int i = 0; i < 3; ++i) heap.put(&items[i]);
-  EXPECT_EQ(slots(heap), 4);
+  EXPECT_EQ(slots(heap), 4) << "with 3 items";
   heap.put(&items[3]);
-  EXPECT_EQ(slots(heap), 8);
+  EXPECT_EQ(slots(heap), 8) << "with 4 items";
   for (int i = 4; i < 7; ++i) heap.put(&items[i]);
-  EXPECT_EQ(slots(heap), 8);
+  EXPECT_EQ(slots(heap), 8) << "with 7 items";
   heap.put(&items[7]);
-  EXPECT_EQ(slots(heap), 16);
+  EXPECT_EQ(slots(heap), 16) << "with 8 items";
   while (heap.get() != nullptr) {
   }
-  EXPECT_EQ(slots(heap), 16);
+  EXPECT_EQ(slots(heap), 16) << "when it is empty again";
 }
 
 TEST(VeskHeapTest, GivesTheHighestLevelFirstAndTheFirstInsertedOfEqualOnes) {

@@ -25,11 +25,11 @@ TEST_F(IncrementalActivationTest, EvaluatesNothingThatHasNotBeenReset) {
   TestConnector *one = legal("one"), *two = legal("two");
   activated();
   activated();
-  EXPECT_EQ(one->guards, 1);
+  EXPECT_EQ(one->guards, 1) << "nothing was reset";
   EXPECT_EQ(two->guards, 1);
   two->resetLink();
   activated();
-  EXPECT_EQ(one->guards, 1);
+  EXPECT_EQ(one->guards, 1) << "still nothing was reset";
   EXPECT_EQ(two->guards, 2);
 }
 
@@ -60,12 +60,12 @@ TEST_F(IncrementalActivationTest, APriorityThatCountsAsEvaluatedIsNotAppliedAgai
   TestConnector *low = legal("low"), *high = legal("high");
   TestPriority* priority = below(low, high);
   activated();
-  EXPECT_TRUE(only(low)->dominated());
+  EXPECT_TRUE(only(low)->dominated()) << "without a change";
   activated(false);
   EXPECT_FALSE(only(low)->dominated());
   priority->reset();
   activated(false);
-  EXPECT_TRUE(only(low)->dominated());
+  EXPECT_TRUE(only(low)->dominated()) << "by a fresh one";
 }
 
 TEST_F(IncrementalActivationTest, AMarkStaysUntilTheLowOneIsEvaluatedAgain) {

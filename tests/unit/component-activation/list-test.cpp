@@ -28,10 +28,10 @@ TEST_F(ActivationTest, OfAnEmptyCompoundIsEmptyAndClearsTheInternalPorts) {
   Port left("left", atom);
   empty.setInternals(&left);
   EXPECT_EQ(empty.activate(true), nullptr);
-  EXPECT_EQ(empty.internals(), nullptr);
+  EXPECT_EQ(empty.internals(), nullptr) << "activated";
   empty.setInternals(&left);
   EXPECT_EQ(empty.subactivate(true), nullptr);
-  EXPECT_EQ(empty.internals(), nullptr);
+  EXPECT_EQ(empty.internals(), nullptr) << "activated as a part";
 }
 
 TEST_F(ActivationTest, WithoutComponentsStillListsItsConnectors) {
@@ -43,8 +43,8 @@ TEST_F(ActivationTest, WithoutComponentsStillListsItsConnectors) {
 TEST_F(ActivationTest, ListsTheLegalConnectorsLastOneFirst) {
   legal("K1");
   legal("K2");
-  EXPECT_EQ(activated(), "K2 K1");
-  EXPECT_EQ(activated(), "K2 K1");
+  EXPECT_EQ(activated(), "K2 K1") << "the first time";
+  EXPECT_EQ(activated(), "K2 K1") << "the second time";
 }
 
 TEST_F(ActivationTest, LeavesIllegalConnectorsOutAndClearsTheirLink) {
@@ -95,9 +95,9 @@ TEST_F(ActivationTest, ListsOwnConnectorsThenLaterSubcompoundsThenEarlierOnes) {
   legalIn(*first, "f2");
   legal("k1");
   legal("k2");
-  EXPECT_EQ(activated(), "k2 k1 s2 s1 f2 f1 d1");
+  EXPECT_EQ(activated(), "k2 k1 s2 s1 f2 f1 d1") << "the first time";
   EXPECT_EQ(names(compound.subactivate(true)), "s2 s1 f2 f1 d1");
-  EXPECT_EQ(activated(), "k2 k1 s2 s1 f2 f1 d1");
+  EXPECT_EQ(activated(), "k2 k1 s2 s1 f2 f1 d1") << "the second time";
   EXPECT_EQ(activated(false), "k2 k1 s2 s1 f2 f1 d1");
 }
 
@@ -237,13 +237,13 @@ TEST_F(InternalPortsTest, AreRebuiltEveryTime) {
 TEST_F(InternalPortsTest, HoldsAPortThatBecomesInternalLater) {
   Port* port = atom->enabled("i", &within);
   activated();
-  EXPECT_EQ(internals(compound), "none");
+  EXPECT_EQ(internals(compound), "none") << "while it is disabled";
   port->setInternal();
   activated();
   EXPECT_EQ(internals(compound), "A:i");
   port->setInternal(false);
   activated();
-  EXPECT_EQ(internals(compound), "none");
+  EXPECT_EQ(internals(compound), "none") << "when it is disabled again";
 }
 
 TEST_F(InternalPortsTest, HoldsAPortThatWasInternalBeforeItWasAdded) {
@@ -272,9 +272,9 @@ TEST_F(InternalPortsTest, OfLaterComponentsStandBeforeThoseOfEarlierOnes) {
   timed(between, "b1");
   timed(second->compound("E")->atom("S"), "s1");
   activated();
-  EXPECT_EQ(internals(compound), "S:s1 B:b1 G:g1 F:f1 A:a2 A:a1");
+  EXPECT_EQ(internals(compound), "S:s1 B:b1 G:g1 F:f1 A:a2 A:a1") << "incrementally";
   activated();
-  EXPECT_EQ(internals(compound), "S:s1 B:b1 G:g1 F:f1 A:a2 A:a1");
+  EXPECT_EQ(internals(compound), "S:s1 B:b1 G:g1 F:f1 A:a2 A:a1") << "afresh";
 }
 
 TEST_F(InternalPortsTest, AreSetInEverySubcompound) {

@@ -57,12 +57,12 @@ TEST_F(ActivationPriorityTest, OneWhoseGuardFailsCountsAsEvaluatedUntilItsLinksA
   priority->onGuard = [&] { return holds; };
   activated();
   EXPECT_TRUE(priority->evaluated());
-  EXPECT_FALSE(priority->applied());
-  EXPECT_FALSE(only(low)->dominated());
+  EXPECT_FALSE(priority->applied()) << "the first time";
+  EXPECT_FALSE(only(low)->dominated()) << "the first time";
   holds = true;
   activated();
-  EXPECT_FALSE(priority->applied());
-  EXPECT_FALSE(only(low)->dominated());
+  EXPECT_FALSE(priority->applied()) << "the second time";
+  EXPECT_FALSE(only(low)->dominated()) << "the second time";
   low->resetLink();
   activated();
   EXPECT_TRUE(priority->applied());
@@ -108,14 +108,14 @@ TEST_F(ActivationPriorityTest, ConcernsEveryFeasibleInteractionThatContainsTheGi
   activated();
   ASSERT_EQ(sets(low->feasibleInter()), "{0} {0,1}");
   EXPECT_FALSE(Interaction::Create(low, setOf({0}))->dominated());
-  EXPECT_TRUE(Interaction::Create(low, setOf({0, 1}))->dominated());
+  EXPECT_TRUE(Interaction::Create(low, setOf({0, 1}))->dominated()) << "by the priority over {1}";
 
   TestPriority* both = compound.priority("q", Interaction::Create(low, setOf({0})), only(high));
   both->setup();
   low->resetLink();
   activated();
   EXPECT_TRUE(Interaction::Create(low, setOf({0}))->dominated());
-  EXPECT_TRUE(Interaction::Create(low, setOf({0, 1}))->dominated());
+  EXPECT_TRUE(Interaction::Create(low, setOf({0, 1}))->dominated()) << "by the priority over {0}";
 }
 
 TEST_F(ActivationPriorityTest, ATimedHighOneNarrowsTheLowOne) {

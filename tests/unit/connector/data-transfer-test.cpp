@@ -31,10 +31,10 @@ TEST_F(ConnectorGuardTest, OfASetAsksTheGuardAboutThatInteraction) {
   };
   EXPECT_TRUE(connector->guard(setOf({1})));
   EXPECT_EQ(asked, "{1}");
-  EXPECT_EQ(connector->feasibleInter(), head);
+  EXPECT_EQ(connector->feasibleInter(), head) << "when the guard holds";
   answer = false;
   EXPECT_FALSE(connector->guard(setOf({1})));
-  EXPECT_EQ(connector->feasibleInter(), head);
+  EXPECT_EQ(connector->feasibleInter(), head) << "when it fails";
   EXPECT_EQ(connector->guards, 2);
 }
 
@@ -64,9 +64,9 @@ TEST_F(ConnectorGuardTest, UpAndDnOfASetWorkOnThatInteraction) {
   connector->onUp = [&] { seen += "up" + sets(connector->feasibleInter()); };
   connector->onDn = [&] { seen += "dn" + sets(connector->feasibleInter()); };
   connector->up(setOf({0}));
-  EXPECT_EQ(connector->feasibleInter(), head);
+  EXPECT_EQ(connector->feasibleInter(), head) << "after up";
   connector->dn(setOf({1}));
-  EXPECT_EQ(connector->feasibleInter(), head);
+  EXPECT_EQ(connector->feasibleInter(), head) << "after dn";
   EXPECT_EQ(seen, "up{0}dn{1}");
 }
 
@@ -75,7 +75,7 @@ TEST_F(ConnectorGuardTest, UpAndDnOfASetRestoreWhatTheHookChanged) {
   Interaction* head = connector->feasibleInter();
   connector->onUp = connector->onDn = [&] { connector->setFeasibleInter(nullptr); };
   connector->up(setOf({0}));
-  EXPECT_EQ(connector->feasibleInter(), head);
+  EXPECT_EQ(connector->feasibleInter(), head) << "after up";
   connector->dn(setOf({0}));
-  EXPECT_EQ(connector->feasibleInter(), head);
+  EXPECT_EQ(connector->feasibleInter(), head) << "after dn";
 }

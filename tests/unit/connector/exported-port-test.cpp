@@ -101,15 +101,15 @@ TEST_F(ExportedPortTest, AnUntimedInteractionEndsTheWalkAndDropsTheConstraint) {
   untimed->setNext(nullptr);
   connector->setFeasibleInter(timed);
   connector->computexPort();
-  EXPECT_TRUE(connector->xPort()->synced());
-  EXPECT_EQ(connector->xPort()->constraint(), nullptr);
+  EXPECT_TRUE(connector->xPort()->synced()) << "the untimed one first";
+  EXPECT_EQ(connector->xPort()->constraint(), nullptr) << "the untimed one first";
 
   untimed->setNext(timed);
   timed->setNext(nullptr);
   connector->setFeasibleInter(untimed);
   connector->computexPort();
-  EXPECT_TRUE(connector->xPort()->synced());
-  EXPECT_EQ(connector->xPort()->constraint(), nullptr);
+  EXPECT_TRUE(connector->xPort()->synced()) << "the untimed one last";
+  EXPECT_EQ(connector->xPort()->constraint(), nullptr) << "the untimed one last";
 }
 
 TEST_F(ExportedPortTest, ADominatedUntimedInteractionDoesNotEndTheWalk) {

@@ -61,13 +61,13 @@ TEST_F(FireTest, AConnectorFiresTheFirstInteractionThatIsPossible) {
   connector->createFeasibleInters();
   ASSERT_EQ(feasible(connector), "{0} {0,1}");
   connector->execute(Vesk::Time(29));
-  EXPECT_EQ(events, Events{"execute p0 of A"});
+  EXPECT_EQ(events, Events{"execute p0 of A"}) << "before the times of the other one";
   events.clear();
   connector->execute(Vesk::Time(30));
   EXPECT_EQ(events, (Events{"execute p0 of A", "execute p1 of A"}));
   events.clear();
   connector->execute(Vesk::Time(41));
-  EXPECT_EQ(events, Events{"execute p0 of A"});
+  EXPECT_EQ(events, Events{"execute p0 of A"}) << "after the times of the other one";
 }
 
 TEST_F(FireTest, AConnectorWithNothingPossibleDoesNothing) {
@@ -81,12 +81,12 @@ TEST_F(FireTest, AConnectorWithNothingPossibleDoesNothing) {
   connector->execute(Vesk::Time(11));
   connector->actuate(Vesk::Time(4));
   connector->execute();
-  EXPECT_EQ(events, Events());
+  EXPECT_EQ(events, Events()) << "outside of its times";
   connector->setFeasibleInter(nullptr);
   connector->execute(Vesk::Time(7));
   connector->execute();
   connector->actuate(Vesk::Time(7));
-  EXPECT_EQ(events, Events());
+  EXPECT_EQ(events, Events()) << "without an interaction";
 }
 
 TEST_F(FireTest, WithoutATimeAConnectorFiresAtZero) {

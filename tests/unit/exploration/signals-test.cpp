@@ -119,15 +119,15 @@ TEST(SearchSignalsTest, SystemCallsAreInterruptedAgainAndAgainAfterTheRequest) {
 }
 
 TEST(SearchSignalsTest, TheGraceEndsAfterTheRequest) {
-  EXPECT_FALSE(Vesk::graceIsOver());
+  EXPECT_FALSE(Vesk::graceIsOver()) << "without a search";
   {
     const SearchSignals signals;
     fakeMilliseconds = 5700;
-    EXPECT_FALSE(Vesk::graceIsOver());
+    EXPECT_FALSE(Vesk::graceIsOver()) << "without a request";
     raise(SIGINT);
-    EXPECT_FALSE(Vesk::graceIsOver());
+    EXPECT_FALSE(Vesk::graceIsOver()) << "at the request";
     fakeMilliseconds = 6100;
-    EXPECT_FALSE(Vesk::graceIsOver());
+    EXPECT_FALSE(Vesk::graceIsOver()) << "400 ms after it";
     fakeMilliseconds = 6101;
     EXPECT_TRUE(Vesk::graceIsOver());
     fakeMilliseconds = -1;

@@ -73,7 +73,8 @@ TEST(StateTableTest, AMissingPartIsReportedAndAddsNothing) {
   testing::internal::CaptureStderr();
   const StateTable::Found found = table.insert(incomplete.get());
   EXPECT_EQ("at least a library is not generated with explore option\n",
-            testing::internal::GetCapturedStderr());
+            testing::internal::GetCapturedStderr())
+      << "into an empty table";
   EXPECT_FALSE(found.isPacked);
   EXPECT_EQ("a", textOf(table, 0));
 
@@ -82,7 +83,8 @@ TEST(StateTableTest, AMissingPartIsReportedAndAddsNothing) {
   testing::internal::CaptureStderr();
   EXPECT_FALSE(complete.insert(incomplete.get()).isPacked);
   EXPECT_EQ("at least a library is not generated with explore option\n",
-            testing::internal::GetCapturedStderr());
+            testing::internal::GetCapturedStderr())
+      << "into one with a shape";
 }
 
 TEST(StateTableTest, OneStateTooManyIsRefusedAndTheOthersStay) {

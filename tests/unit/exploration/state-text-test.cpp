@@ -26,9 +26,9 @@ std::string shown(const StateText& text) {
 TEST(StateTextTest, StartsEmptyWithoutABuffer) {
   StateText text;
   EXPECT_EQ(0U, text.length());
-  EXPECT_EQ(nullptr, text.data());
+  EXPECT_EQ(nullptr, text.data()) << "as it is made";
   text.append("", 0);
-  EXPECT_EQ(nullptr, text.data());
+  EXPECT_EQ(nullptr, text.data()) << "after an empty text";
 }
 
 TEST(StateTextTest, AppendsTheTextsOfTheLeavesInOrderWithoutSeparators) {
@@ -56,9 +56,9 @@ TEST(StateTextTest, EachMissingPartIsReportedAndTheOthersAreAppended) {
   Nonleaf root(3);
   root.setChild(new Leaf(new Atomleaf("a")), 1);
   EXPECT_EQ(std::string(MISSING) + MISSING, errorsOf([&] { text.append(&root); }));
-  EXPECT_EQ("a", shown(text));
+  EXPECT_EQ("a", shown(text)) << "after a missing child";
   EXPECT_EQ(MISSING, errorsOf([&] { text.append(nullptr); })) << "a missing tree";
-  EXPECT_EQ("a", shown(text));
+  EXPECT_EQ("a", shown(text)) << "after a missing tree";
 }
 
 TEST(StateTextTest, ALongTextIsWholeWhereverTheBufferGrows) {
