@@ -11,10 +11,11 @@
 #include "program.hpp"
 
 using kit::ExplorationChecker;
+using kit::Size;
 
 namespace {
 
-using Number = ExplorationChecker::Number;
+using Number = long long;
 
 // The sanitizer makes the largest sizes long.
 #if defined(__SANITIZE_ADDRESS__)
@@ -25,29 +26,13 @@ constexpr int MAX_COUNTERS = 5;
 constexpr int MAX_PHILOSOPHERS = 11;
 #endif
 
-struct Size {
-  Number states = 0;
-  Number transitions = 0;
-  Number deadlocks = 0;
-};
-
-bool operator==(const Size& one, const Size& other) {
-  return one.states == other.states && one.transitions == other.transitions &&
-         one.deadlocks == other.deadlocks;
-}
-
-std::ostream& operator<<(std::ostream& out, const Size& size) {
-  return out << size.states << " states, " << size.transitions << " transitions, " << size.deadlocks
-             << " deadlocks";
-}
-
 Size explored(const std::string& program, int operand, const std::string& traversal) {
   const ProgramFolder folder;
   EXPECT_EQ(0, folder.run(program + " --" + traversal + " -o x " + std::to_string(operand)));
   EXPECT_EQ("", folder.content("err"));
   const ExplorationChecker files = folder.check("x");
   EXPECT_EQ("", files.faults() + files.missing());
-  return {files.stateCount(), files.transitions().size(), files.deadlockCount()};
+  return files.size();
 }
 
 // The states that can be reached from a first one. A state is a word, its successors are words, one

@@ -207,7 +207,19 @@ TEST(SlotTest, OfClocksAndStatesAreInTheirFixedOrder) {
 
 namespace {
 
-class HookedAtom : public Atom {
+// What was called, in order.
+class Noted {
+ public:
+  Events events;
+
+ protected:
+  bool note(const char* name) {
+    events.push_back(name);
+    return false;
+  }
+};
+
+class HookedAtom : public Atom, public Noted {
  public:
   using Atom::Atom;
   bool isAtom() override { return note("isAtom"); }
@@ -228,16 +240,9 @@ class HookedAtom : public Atom {
     note("rt_sync");
     return nullptr;
   }
-  Events events;
-
- private:
-  bool note(const char* name) {
-    events.push_back(name);
-    return false;
-  }
 };
 
-class HookedCompound : public Compound {
+class HookedCompound : public Compound, public Noted {
  public:
   using Compound::Compound;
   bool isAtom() override { return note("isAtom"); }
@@ -249,46 +254,28 @@ class HookedCompound : public Compound {
     return nullptr;
   }
   void setState(Node*) override { note("setState"); }
-  Events events;
-
- private:
-  bool note(const char* name) {
-    events.push_back(name);
-    return false;
-  }
 };
 
-class HookedConnector : public Connector {
+class HookedConnector : public Connector, public Noted {
  public:
   using Connector::Connector;
-  bool isBroadcast() override { return note("isBroadcast"); }
-  bool complete() override { return note("complete"); }
-  bool guard() override { return note("guard"); }
-  bool guard(const BitVector&) override { return note("guard set"); }
+  bool isBroadcast() override { return !note("isBroadcast"); }
+  bool complete() override { return !note("complete"); }
+  bool guard() override { return !note("guard"); }
+  bool guard(const BitVector&) override { return !note("guard set"); }
   void up() override { note("up"); }
   void up(const BitVector&) override { note("up set"); }
   void dn() override { note("dn"); }
   void dn(const BitVector&) override { note("dn set"); }
   void define() override { note("define"); }
-  Events events;
-
- private:
-  bool note(const char* name) {
-    events.push_back(name);
-    return true;
-  }
 };
 
-class HookedPriority : public Priority {
+class HookedPriority : public Priority, public Noted {
  public:
   using Priority::Priority;
-  void setup() override { events.push_back("setup"); }
-  void setupPrioLevel() override { events.push_back("setupPrioLevel"); }
-  bool guard() override {
-    events.push_back("guard");
-    return false;
-  }
-  Events events;
+  void setup() override { note("setup"); }
+  void setupPrioLevel() override { note("setupPrioLevel"); }
+  bool guard() override { return note("guard"); }
 };
 
 // Ports and interactions differ in their constructors only.

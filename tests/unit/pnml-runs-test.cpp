@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "kit/exploration-checker.hpp"
 #include "kit/output.hpp"
 #include "pnml-text.hpp"
 
@@ -26,23 +27,6 @@ constexpr bool LARGE = true;
 #else
 constexpr bool LARGE = false;
 #endif
-
-// What an exploration finds.
-struct Size {
-  long long states;
-  long long transitions;
-  long long deadlocks;
-};
-
-bool operator==(const Size& one, const Size& other) {
-  return one.states == other.states && one.transitions == other.transitions &&
-         one.deadlocks == other.deadlocks;
-}
-
-std::ostream& operator<<(std::ostream& out, const Size& size) {
-  return out << size.states << " states, " << size.transitions << " transitions, " << size.deadlocks
-             << " deadlocks";
-}
 
 long long linesOf(const fs::path& file) {
   std::ifstream in(file);

@@ -10,6 +10,16 @@
 
 namespace kit {
 
+bool operator==(const Size& one, const Size& other) {
+  return one.states == other.states && one.transitions == other.transitions &&
+         one.deadlocks == other.deadlocks;
+}
+
+std::ostream& operator<<(std::ostream& out, const Size& size) {
+  return out << size.states << " states, " << size.transitions << " transitions, " << size.deadlocks
+             << " deadlocks";
+}
+
 ExplorationChecker::ExplorationChecker(const std::string& aut, const std::string& state,
                                        const std::string& pruned, const std::string& deadlock) {
   readTransitions(aut);
@@ -33,6 +43,11 @@ std::string ExplorationChecker::missing() const {
   }
   if (mStates.size() + mPruned.size() < mStateCount) found += "states are not listed\n";
   return found;
+}
+
+Size ExplorationChecker::size() const {
+  return {static_cast<long long>(mStateCount), static_cast<long long>(mTransitions.size()),
+          static_cast<long long>(mDeadlocks.size())};
 }
 
 std::set<std::string> ExplorationChecker::transitionsByText() const {

@@ -2,12 +2,22 @@
 #ifndef VESK_TESTS_KIT_EXPLORATION_CHECKER_HPP
 #define VESK_TESTS_KIT_EXPLORATION_CHECKER_HPP
 
+#include <iosfwd>
 #include <map>
 #include <set>
 #include <string>
 #include <vector>
 
 namespace kit {
+
+// How large a state space is.
+struct Size {
+  long long states = 0;
+  long long transitions = 0;
+  long long deadlocks = 0;
+};
+bool operator==(const Size& one, const Size& other);
+std::ostream& operator<<(std::ostream& out, const Size& size);
 
 class ExplorationChecker {
  public:
@@ -32,6 +42,7 @@ class ExplorationChecker {
   Number stateCount() const { return mStateCount; }
   const std::vector<Transition>& transitions() const { return mTransitions; }
   Number deadlockCount() const { return mDeadlocks.size(); }
+  Size size() const;
   // The transitions with the texts of states in place of their numbers, which differ from search to
   // search. Requires: no state was pruned.
   std::set<std::string> transitionsByText() const;

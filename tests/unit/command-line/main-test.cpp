@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sys/time.h>
 
 #include <cstddef>
 #include <cstdio>
@@ -17,20 +16,12 @@
 #include "kit/output.hpp"
 #include "kit/processes.hpp"
 #include "kit/systems.hpp"
+#include "passing-clock.hpp"
 
 using namespace kit;
 
 Compound* Compound::Create(int argc, char** argv) {
   return create(argc, argv);
-}
-
-// Wall-clock time that passes a millisecond a reading: nobody waits for the real one.
-extern "C" int gettimeofday(timeval* now, void*) noexcept {
-  static long long milliseconds = 1'000'000'000'000;
-  ++milliseconds;
-  now->tv_sec = static_cast<decltype(now->tv_sec)>(milliseconds / 1000);
-  now->tv_usec = static_cast<decltype(now->tv_usec)>(milliseconds % 1000 * 1000);
-  return 0;
 }
 
 TEST_F(CommandLineTest, TheBannerComesFirst) {
