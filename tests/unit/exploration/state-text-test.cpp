@@ -93,7 +93,7 @@ TEST(StateTextTest, ClearingKeepsTheBuffer) {
 TEST(StateTextTest, ReleasingGivesTheTerminatedTextAwayAndStartsAfresh) {
   StateText text;
   // With the terminator a buffer of 64 is one too short.
-  for (const std::size_t length : {0, 3, 63, 64, 65}) {
+  for (const std::size_t length : {0u, 3u, 63u, 64u, 65u}) {
     const std::string part(length, 'x');
     text.append(part.c_str(), length);
     char* released = text.release();
