@@ -48,10 +48,10 @@ TEST(MillionTest, TooLittleMemoryIsReportedAndLeavesFilesThatCanBeRead) {
   for (const char* traversal : {"bfs", "dfs"}) {
     const ProgramFolder folder;
     EXPECT_EQ(3, folder.run(std::string("ulimit -v 20480; counters 6 -o x --") + traversal))
-        << nameOf(traversal);
+        << traversal;
     EXPECT_EQ("vesk: the run ends by an exception: std::bad_alloc\n", folder.content("err"))
-        << nameOf(traversal);
-    EXPECT_EQ("", folder.check("x").faults()) << nameOf(traversal);
-    EXPECT_NE(std::string::npos, folder.content("out").find("* Count : ")) << nameOf(traversal);
+        << traversal;
+    EXPECT_EQ("", folder.check("x").faults()) << traversal;
+    EXPECT_NE(std::string::npos, folder.content("out").find("* Count : ")) << traversal;
   }
 }
