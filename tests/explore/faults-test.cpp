@@ -16,7 +16,7 @@ const char SUMMARY[] = "Final size : 1000\n";
 
 // strace may be missing, or not be allowed to trace.
 bool canInject() {
-  return Folder().run("ASAN_OPTIONS=detect_leaks=0 strace -qq -o /dev/null true") == 0;
+  return ProgramFolder().run("ASAN_OPTIONS=detect_leaks=0 strace -qq -o /dev/null true") == 0;
 }
 
 // A search in which writing transitions fails as the words say.
@@ -73,62 +73,62 @@ std::string stuck(const std::string& search) {
 
 TEST(FaultsTest, AnyWriteMayFail) {
   if (!canInject()) GTEST_SKIP() << "strace cannot be used here";
-  const Folder whole;
+  const ProgramFolder whole;
   ASSERT_EQ(0, whole.run("counters 4 --bfs -o x"));
   const std::string expected = whole.content("x.aut");
   int cut = 0;
   // "n+": the disk stays full; "n": there is room again.
   for (const std::string when : {"1", "2", "3", "4", "5", "6", "1+", "2+", "3+"}) {
-    const Folder folder;
-    EXPECT_EQ(0, folder.run(injecting("error=ENOSPC:when=" + when)));
+    const ProgramFolder folder;
+    EXPECT_EQ(0, folder.run(injecting("error=ENOSPC:when=" + when))) << when;
     const std::string aut = folder.content("x.aut");
     ASSERT_LE(38U, aut.size()) << when;
     EXPECT_EQ("des(0, " + std::to_string(transitionsIn(aut)) + ", 10000)\n ", headerOf(aut))
         << when;
     EXPECT_TRUE(expected.substr(38, aut.size() - 38) == aut.substr(38))
         << when << ": a block is missing in the middle";
-    EXPECT_EQ('\n', aut.back());
+    EXPECT_EQ('\n', aut.back()) << when;
     EXPECT_EQ(aut.size() < expected.size()
                   ? "vesk: the transition system could not be written completely\n"
                   : "",
               folder.content("err"))
         << when;
     if (aut.size() < expected.size()) ++cut;
-    EXPECT_EQ(whole.content("x.state"), folder.content("x.state"));
+    EXPECT_EQ(whole.content("x.state"), folder.content("x.state")) << when;
   }
   EXPECT_LE(8, cut);
 }
 
 TEST(FaultsTest, AnyFileMayNotBeOpened) {
-  const Folder whole;
+  const ProgramFolder whole;
   ASSERT_EQ(0, whole.run("counters 3 --bfs -o x"));
   const char* const names[] = {"x.aut", "x.state", "x.pruned", "x.deadlock"};
   for (const std::string name : names) {
-    const Folder folder;
-    EXPECT_EQ(0, folder.run("mkdir " + name + " && counters 3 --bfs -o x"));
-    EXPECT_EQ("vesk: cannot open " + name + ": Is a directory\n", folder.content("err"));
-    EXPECT_EQ(whole.content("out"), folder.content("out"));
+    const ProgramFolder folder;
+    EXPECT_EQ(0, folder.run("mkdir " + name + " && counters 3 --bfs -o x")) << name;
+    EXPECT_EQ("vesk: cannot open " + name + ": Is a directory\n", folder.content("err")) << name;
+    EXPECT_EQ(whole.content("out"), folder.content("out")) << name;
     for (const std::string other : names) {
       if (other != name) {
-        EXPECT_EQ(whole.content(other), folder.content(other));
+        EXPECT_EQ(whole.content(other), folder.content(other)) << name << ' ' << other;
       }
     }
   }
 }
 
 TEST(FaultsTest, AReaderThatGoesAwayDoesNotEndTheSearch) {
-  const Folder folder;
+  const ProgramFolder folder;
   EXPECT_EQ(0, folder.run("counters 4 --bfs -o x | head -c 1"));
   EXPECT_EQ(10000U, folder.check("x").stateCount());
   EXPECT_EQ("", folder.check("x").faults() + folder.check("x").missing());
 }
 
 TEST(FaultsTest, ClosedStandardDescriptorsGetNoOutputFile) {
-  const Folder whole;
+  const ProgramFolder whole;
   ASSERT_EQ(0, whole.run("counters 3 --dfs -o x"));
   for (const char* closed :
        {"<&-", ">&-", "2>&-", "<&- >&-", "<&- 2>&-", ">&- 2>&-", "<&- >&- 2>&-"}) {
-    const Folder folder;
+    const ProgramFolder folder;
     EXPECT_EQ(0, folder.run("counters 3 --dfs -o x " + std::string(closed))) << closed;
     for (const char* name : {"x.aut", "x.state", "x.pruned", "x.deadlock"}) {
       EXPECT_EQ(whole.content(name), folder.content(name)) << closed;
@@ -137,14 +137,14 @@ TEST(FaultsTest, ClosedStandardDescriptorsGetNoOutputFile) {
 }
 
 TEST(FaultsTest, AFullStandardOutputIsReported) {
-  const Folder folder;
+  const ProgramFolder folder;
   EXPECT_EQ(0, folder.run("counters 3 --bfs -o x >/dev/full"));
   EXPECT_EQ("vesk: standard output could not be written completely\n", folder.content("err"));
   EXPECT_EQ("", folder.check("x").faults() + folder.check("x").missing());
 }
 
 TEST(FaultsTest, ASignalEndsTheProgramWithAllItsOutput) {
-  const Folder folder;
+  const ProgramFolder folder;
   // The shell reports 128 plus the number of the signal.
   EXPECT_EQ(128 + 15, folder.run("counters 6 --dfs -o x & sleep 0.2; kill $!; wait $!"));
   EXPECT_EQ("", folder.check("x").faults());
@@ -154,36 +154,38 @@ TEST(FaultsTest, ASignalEndsTheProgramWithAllItsOutput) {
 
 TEST(FaultsTest, ASearchHearsASignalWhenNobodyReadsItsOutput) {
   for (const std::string traversal : {"--bfs", "--dfs"}) {
-    const Folder folder;
-    EXPECT_EQ(128 + 15, folder.run(stuck("counters 6 -o x " + traversal + " >p")));
-    EXPECT_EQ("", folder.check("x").faults());
-    EXPECT_EQ(LOST_OUTPUT, folder.content("err"));
+    const ProgramFolder folder;
+    EXPECT_EQ(128 + 15, folder.run(stuck("counters 6 -o x " + traversal + " >p"))) << traversal;
+    EXPECT_EQ("", folder.check("x").faults()) << traversal;
+    EXPECT_EQ(LOST_OUTPUT, folder.content("err")) << traversal;
   }
 }
 
 TEST(FaultsTest, ASearchHearsASignalWhenNobodyReadsItsFiles) {
   for (const std::string traversal : {"--bfs", "--dfs"}) {
-    const Folder folder;
-    EXPECT_EQ(128 + 15, folder.run("ln -s p x.aut;" + stuck("counters 6 -o x " + traversal)));
+    const ProgramFolder folder;
+    EXPECT_EQ(128 + 15, folder.run("ln -s p x.aut;" + stuck("counters 6 -o x " + traversal)))
+        << traversal;
     EXPECT_EQ(
         "vesk: the transition system has no header: Illegal seek\n" + std::string(LOST_TRANSITIONS),
-        folder.content("err"));
+        folder.content("err"))
+        << traversal;
     const std::string states = folder.content("x.state");
-    ASSERT_NE("", states);
-    EXPECT_EQ('\n', states.back());
-    EXPECT_NE(std::string::npos, folder.content("out").find("* Count : "));
+    ASSERT_NE("", states) << traversal;
+    EXPECT_EQ('\n', states.back()) << traversal;
+    EXPECT_NE(std::string::npos, folder.content("out").find("* Count : ")) << traversal;
   }
 }
 
 TEST(FaultsTest, ASearchHearsASignalWhenNobodyReadsAnything) {
-  const Folder folder;
+  const ProgramFolder folder;
   EXPECT_EQ(128 + 15, folder.run("for f in aut pruned deadlock; do ln -s p x.$f; done;" +
                                  stuck("counters 6 --bfs -o x >p 2>p")));
 }
 
 // The process does not read from its own pipe.
 TEST(FaultsTest, APipeWhoseReaderGoesAwayDoesNotHoldUpTheSearch) {
-  const Folder folder;
+  const ProgramFolder folder;
   EXPECT_EQ(0, folder.run("mkfifo x.aut; head -c 100 <x.aut >got & counters 5 --bfs -o x"));
   EXPECT_EQ(
       "vesk: the transition system has no header: Illegal seek\n" + std::string(LOST_TRANSITIONS),
@@ -193,29 +195,30 @@ TEST(FaultsTest, APipeWhoseReaderGoesAwayDoesNotHoldUpTheSearch) {
 }
 
 TEST(FaultsTest, AReaderGetsEverythingThroughAPipe) {
-  const Folder whole;
+  const ProgramFolder whole;
   ASSERT_EQ(0, whole.run("counters 4 --dfs -o x"));
-  const Folder folder;
+  const ProgramFolder folder;
   EXPECT_EQ(0, folder.run("mkfifo x.aut; cat <x.aut >got & counters 4 --dfs -o x; wait"));
   const std::string aut = whole.content("x.aut");
   EXPECT_TRUE(std::string(37, ' ') + aut.substr(37) == folder.content("got"));
 }
 
 TEST(FaultsTest, APipeWithoutReaderCannotBeOpened) {
-  const Folder whole;
+  const ProgramFolder whole;
   ASSERT_EQ(0, whole.run("counters 3 --bfs -o x"));
   for (const std::string name : {"x.aut", "x.state"}) {
-    const Folder folder;
-    EXPECT_EQ(0, folder.run("mkfifo " + name + " && counters 3 --bfs -o x"));
-    EXPECT_EQ("vesk: cannot open " + name + ": No such device or address\n", folder.content("err"));
-    EXPECT_EQ(whole.content("out"), folder.content("out"));
-    EXPECT_EQ(whole.content("x.deadlock"), folder.content("x.deadlock"));
+    const ProgramFolder folder;
+    EXPECT_EQ(0, folder.run("mkfifo " + name + " && counters 3 --bfs -o x")) << name;
+    EXPECT_EQ("vesk: cannot open " + name + ": No such device or address\n", folder.content("err"))
+        << name;
+    EXPECT_EQ(whole.content("out"), folder.content("out")) << name;
+    EXPECT_EQ(whole.content("x.deadlock"), folder.content("x.deadlock")) << name;
   }
 }
 
 // A batch system's limit: the shell allows a second of processor time.
 TEST(FaultsTest, ASearchWithoutProcessorTimeCompletesItsFiles) {
-  const Folder folder;
+  const ProgramFolder folder;
   EXPECT_EQ(128 + SIGXCPU, folder.run("(ulimit -c 0; ulimit -S -t 1; exec counters 7 --bfs -o x)"));
   EXPECT_EQ("", folder.check("x").faults());
   EXPECT_NE(std::string::npos, folder.content("out").find("* Count : "));
@@ -225,18 +228,19 @@ TEST(FaultsTest, AKilledSearchLeavesWholeLinesAndAHeaderThatPromisesNoMore) {
   std::minstd_rand random(3);
   long most = 0;
   for (int round = 0; round < 20; ++round) {
-    const Folder folder;
+    const ProgramFolder folder;
     const std::string pause = std::to_string(10000 + random() % 500000);
     const std::string traversal = round % 2 == 0 ? "--bfs" : "--dfs";
     EXPECT_EQ(128 + SIGKILL,
               folder.run("counters 6 -o x " + traversal + " & sleep $(printf 0.%06d " + pause +
-                         "); kill -9 $!; wait $!"));
+                         "); kill -9 $!; wait $!"))
+        << round;
     const std::string aut = folder.content("x.aut");
     if (aut.empty()) continue;  // it was killed before it began
     expectReadable(aut);
     most = std::max(most, promisedBy(aut));
     const std::string states = folder.content("x.state");
-    EXPECT_TRUE(states.empty() || states.back() == '\n');
+    EXPECT_TRUE(states.empty() || states.back() == '\n') << round;
   }
   EXPECT_LT(0, most);
 }
@@ -244,14 +248,14 @@ TEST(FaultsTest, AKilledSearchLeavesWholeLinesAndAHeaderThatPromisesNoMore) {
 TEST(FaultsTest, ASearchKilledAtAnyWriteLeavesWholeLines) {
   if (!canInject()) GTEST_SKIP() << "strace cannot be used here";
   for (const int write : {2, 3, 4, 5, 63, 140, 280, 400}) {
-    const Folder folder;
+    const ProgramFolder folder;
     folder.run(
         "touch x.aut && ASAN_OPTIONS=detect_leaks=0 strace -qq -o /dev/null -P \"$(pwd -P)"
         "/x.aut\" -e trace=write -e inject=write:error=EIO:signal=KILL:when=" +
         std::to_string(write) + " counters 4 --bfs -o x");
     const std::string aut = folder.content("x.aut");
     expectReadable(aut);
-    EXPECT_EQ(write == 2, aut.size() == 38);
+    EXPECT_EQ(write == 2, aut.size() == 38) << write;
     // A block has between 64 and 129 writes.
     EXPECT_EQ(write < 64, promisedBy(aut) == 0) << write;
   }

@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 
+#include <string>
+
 #include "program.hpp"
 
 namespace {
@@ -23,7 +25,7 @@ std::string lastLine(const std::string& text) {
 }  // namespace
 
 TEST(MillionTest, BreadthFirstEndsInTwoGibibytesAt400BytesPerState) {
-  const Folder folder;
+  const ProgramFolder folder;
   ASSERT_EQ(0, folder.run("counters --bfs --disable-output 1"));
   const long before = peakOfChildren();
   ASSERT_EQ(0, folder.run(std::string(LIMITED) + "bfs"));
@@ -33,7 +35,7 @@ TEST(MillionTest, BreadthFirstEndsInTwoGibibytesAt400BytesPerState) {
 }
 
 TEST(MillionTest, DepthFirstEndsInTwoGibibytesAt400BytesPerState) {
-  const Folder folder;
+  const ProgramFolder folder;
   ASSERT_EQ(0, folder.run("counters --dfs --disable-output 1"));
   const long before = peakOfChildren();
   ASSERT_EQ(0, folder.run(std::string(LIMITED) + "dfs"));
@@ -44,10 +46,12 @@ TEST(MillionTest, DepthFirstEndsInTwoGibibytesAt400BytesPerState) {
 
 TEST(MillionTest, TooLittleMemoryIsReportedAndLeavesFilesThatCanBeRead) {
   for (const char* traversal : {"bfs", "dfs"}) {
-    const Folder folder;
-    EXPECT_EQ(3, folder.run(std::string("ulimit -v 20480; counters 6 -o x --") + traversal));
-    EXPECT_EQ("vesk: the run ends by an exception: std::bad_alloc\n", folder.content("err"));
-    EXPECT_EQ("", folder.check("x").faults());
-    EXPECT_NE(std::string::npos, folder.content("out").find("* Count : "));
+    const ProgramFolder folder;
+    EXPECT_EQ(3, folder.run(std::string("ulimit -v 20480; counters 6 -o x --") + traversal))
+        << traversal;
+    EXPECT_EQ("vesk: the run ends by an exception: std::bad_alloc\n", folder.content("err"))
+        << traversal;
+    EXPECT_EQ("", folder.check("x").faults()) << traversal;
+    EXPECT_NE(std::string::npos, folder.content("out").find("* Count : ")) << traversal;
   }
 }

@@ -6,9 +6,10 @@ cmake_minimum_required(VERSION 3.25)
 # 1. A fresh scratch folder: `work` is where the program runs, `expected` what `work` must become.
 file(REMOVE_RECURSE ${SCRATCH})
 file(MAKE_DIRECTORY ${SCRATCH}/work ${SCRATCH}/expected)
+# Not by file(COPY), which leaves a file out that has the time of the one it would replace.
 function(copy from to)
   if(EXISTS ${CASE}/${from})
-    file(COPY ${CASE}/${from}/ DESTINATION ${SCRATCH}/${to})
+    execute_process(COMMAND cp -RP ${CASE}/${from}/. ${SCRATCH}/${to} COMMAND_ERROR_IS_FATAL ANY)
   endif()
 endfunction()
 copy(input work)
@@ -61,6 +62,7 @@ execute_process(
   OUTPUT_FILE ${SCRATCH}/stdout
   ERROR_FILE ${SCRATCH}/stderr
   RESULT_VARIABLE status)
+file(WRITE ${SCRATCH}/status "${status}\n")
 
 # 4. The comparison: every difference is shown before the case fails.
 set(failed FALSE)

@@ -13,7 +13,7 @@
 #endif
 #endif
 
-namespace model {
+namespace kit {
 
 // Blocks given out since the program began, and blocks given back. Both are plain numbers: the
 // tests run in one thread.
@@ -26,7 +26,7 @@ struct Allocations {
 long Allocations::made = 0;
 long Allocations::freed = 0;
 
-}  // namespace model
+}  // namespace kit
 
 #ifdef VESK_TESTS_UNDER_ASAN
 
@@ -35,13 +35,13 @@ extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*made)(const vola
                                                                       std::size_t),
                                                          void (*freed)(const volatile void*));
 
-namespace model {
+namespace kit {
 
 const bool COUNTING = __sanitizer_install_malloc_and_free_hooks(
                           [](const volatile void*, std::size_t) { ++Allocations::made; },
                           [](const volatile void*) { ++Allocations::freed; }) != 0;
 
-}  // namespace model
+}  // namespace kit
 
 #else
 
@@ -53,30 +53,30 @@ void* __libc_realloc(void* block, std::size_t size);
 void __libc_free(void* block);
 
 void* malloc(std::size_t size) noexcept {
-  ++model::Allocations::made;
+  ++kit::Allocations::made;
   return __libc_malloc(size);
 }
 void* calloc(std::size_t count, std::size_t size) noexcept {
-  ++model::Allocations::made;
+  ++kit::Allocations::made;
   return __libc_calloc(count, size);
 }
 void* realloc(void* block, std::size_t size) noexcept {
-  ++model::Allocations::made;
-  if (block != nullptr) ++model::Allocations::freed;
+  ++kit::Allocations::made;
+  if (block != nullptr) ++kit::Allocations::freed;
   return __libc_realloc(block, size);
 }
 void free(void* block) noexcept {
-  if (block != nullptr) ++model::Allocations::freed;
+  if (block != nullptr) ++kit::Allocations::freed;
   __libc_free(block);
 }
 
 }  // extern "C"
 
-namespace model {
+namespace kit {
 
 const bool COUNTING = true;
 
-}  // namespace model
+}  // namespace kit
 
 #endif
 #endif

@@ -7,7 +7,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -22,11 +21,16 @@
 #include <vector>
 
 #include "draw.hpp"
-#include "exploration-fixture.hpp"
+#include "kit/connectors.hpp"
+#include "kit/explorations.hpp"
+#include "kit/systems.hpp"
+#include "literal-exploration.hpp"
 
 #ifdef __SANITIZE_ADDRESS__
 extern "C" void __sanitizer_set_report_fd(void* descriptor);
 #endif
+
+namespace kit {
 
 // ---- What is recorded ----------------------------------------------------------------------
 
@@ -398,42 +402,36 @@ class RecordedAtom : public Atom {
   std::vector<Constraint*> mPortConstraints;
 };
 
-class RecordedJoint : public Connector {
+class RecordedJoint : public TestConnector {
  public:
   RecordedJoint(const std::string& name, const Compound* holder, int number,
-                const std::vector<Port*>& ports, bool broadcast, bool exporting)
-      : Connector(name.c_str(), holder, exporting), mNumber(number), mBroadcast(broadcast) {
-    for (Port* port : ports) append(1, port);
-    if (exporting) mxPort = new Port("out", this);
+                const std::vector<Port*>& ports, Kind kind, bool exporting)
+      : TestConnector(kind, name.c_str(), holder, exporting), mNumber(number) {
+    addPorts(ports);
+    if (exporting) exportPort("out");
   }
   int number() const { return mNumber; }
 
   bool isBroadcast() override {
     recorder->enter(Call::IS_BROADCAST, mNumber, feasible());
-    return mBroadcast;
+    return TestConnector::isBroadcast();
   }
   bool complete() override {
     recorder->enter(Call::COMPLETE, mNumber, feasible());
-    return mPorts[0]->complete();
+    return TestConnector::complete();
   }
   bool guard() override {
     recorder->enter(Call::GUARD, mNumber, feasible());
-    return mBroadcast || maximal();
+    return TestConnector::guard();
   }
   bool guard(const BitVector& set) override {
     recorder->enter(Call::GUARD_SET, mNumber, set.in(0) + 2 * set.in(1));
-    return Connector::guard(set);
+    return TestConnector::guard(set);
   }
   using Connector::up;
   void up() override { recorder->enter(Call::UP, mNumber, feasible()); }
 
  private:
-  void append(int n, ...) {
-    va_list ports;
-    va_start(ports, n);
-    setVarPorts(n, ports);
-    va_end(ports);
-  }
   int feasible() const {
     return mFeasibleInter == nullptr
                ? -1
@@ -441,7 +439,6 @@ class RecordedJoint : public Connector {
   }
 
   int mNumber;
-  bool mBroadcast;
 };
 
 class RecordedPriority : public Priority {
@@ -457,18 +454,10 @@ class RecordedPriority : public Priority {
   int mNumber;
 };
 
-class RecordedPart : public Compound {
+class RecordedPart : public System {
  public:
   RecordedPart(const std::string& name, const Compound* holder, int number)
-      : Compound(name.c_str(), holder), mNumber(number) {}
-
-  template <class T>
-  T* add(T* component) {
-    mComponents.add(component);
-    return component;
-  }
-  void addJoint(RecordedJoint* joint) { mConnectors.add(joint); }
-  void addPriority(Priority* priority) { mPriorities.add(priority); }
+      : System(name, holder), mNumber(number) {}
 
   void initialize() override {
     recorder->enter(Call::PART_INITIALIZE, mNumber, 0);
@@ -688,10 +677,10 @@ class RandomModel {
   RecordedJoint* newJoint(RecordedPart& part, const Ports& ports, bool exporting) {
     std::vector<Port*> chosen = somePorts(ports);
     if (chosen.empty()) return nullptr;
-    auto* joint =
-        new RecordedJoint("k" + std::to_string(mJoints.size()), &part,
-                          static_cast<int>(mJoints.size()), chosen, mDraw.below(3) == 0, exporting);
-    part.addJoint(joint);
+    auto* joint = new RecordedJoint("k" + std::to_string(mJoints.size()), &part,
+                                    static_cast<int>(mJoints.size()), chosen,
+                                    mDraw.below(3) == 0 ? BROADCAST : RENDEZVOUS, exporting);
+    part.add(joint);
     mJoints.push_back(joint);
     recorder->joints.push_back(joint);
     return joint;
@@ -716,9 +705,9 @@ class RandomModel {
     Connector* const high = part.connectors()[mDraw.below(joints)];
     if (low == high) return;
     const bool overAll = mDraw.below(3) == 0;
-    part.addPriority(new RecordedPriority(
-        &part, Interaction::Create(low, BitVector(0)),
-        overAll ? nullptr : Interaction::Create(high, BitVector(0)), mPriorities++));
+    part.add(new RecordedPriority(&part, Interaction::Create(low, BitVector(0)),
+                                  overAll ? nullptr : Interaction::Create(high, BitVector(0)),
+                                  mPriorities++));
   }
 
   Draw mDraw;
@@ -810,7 +799,7 @@ class WatchedScheduler : public ExploringScheduler {
   Connector* const* choiceField() const { return &mConnectorChoice; }
 };
 
-struct Outcome {
+struct SearchOutcome {
   Explored texts;
   std::string messages;  // on standard error
   std::vector<Seen> seen;
@@ -836,7 +825,7 @@ inline std::ostream& operator<<(std::ostream& out, const SearchCase& one) {
 
 class Searches {
  public:
-  Outcome byEngine(const SearchCase& one) {
+  SearchOutcome byEngine(const SearchCase& one) {
     return outcome(one, [&](RecordedPart& system) {
       WatchedScheduler scheduler(&system, one.traversal, one.limit);
       scheduler.setFiles(mFiles[0].file(), mFiles[1].file(), mFiles[2].file(), mFiles[3].file());
@@ -846,7 +835,7 @@ class Searches {
       recorder->legal = recorder->choice = nullptr;
     });
   }
-  Outcome literally(const SearchCase& one) {
+  SearchOutcome literally(const SearchCase& one) {
     return outcome(one, [&](RecordedPart& system) {
       LiteralExploration search(system, static_cast<LiteralExploration::Count>(one.limit), stdout,
                                 mFiles[0].file(), mFiles[1].file(), mFiles[2].file(),
@@ -864,13 +853,13 @@ class Searches {
   }
 
  private:
-  Outcome outcome(const SearchCase& one, const std::function<void(RecordedPart&)>& search) {
+  SearchOutcome outcome(const SearchCase& one, const std::function<void(RecordedPart&)>& search) {
     Recorder record(one.plan, one.seed, one.mutations);
     recorder = &record;
     Connector::LABEL[0] = '\0';
     clearGlobals();
     for (ScratchFile& file : mFiles) file.clear();
-    Outcome found;
+    SearchOutcome found;
     {
       auto system = RandomModel(one.seed, one.small).make();
       mOut.start();
@@ -996,7 +985,8 @@ inline std::string firstDifference(const std::vector<Seen>& literal,
 }
 
 // standIns: whether a tree of the engine's may stand for one state after the other.
-inline testing::AssertionResult same(const Outcome& literal, const Outcome& found, bool standIns) {
+inline testing::AssertionResult same(const SearchOutcome& literal, const SearchOutcome& found,
+                                     bool standIns) {
   const std::string calls = firstDifference(literal.seen, found.seen);
   const std::string trees = TreePlaces::fault(literal.trees, found.trees, standIns);
   if (!calls.empty()) return testing::AssertionFailure() << "calls differ\n" << calls;
@@ -1015,5 +1005,7 @@ inline testing::AssertionResult same(const Outcome& literal, const Outcome& foun
   if (!trees.empty()) return testing::AssertionFailure() << trees;
   return testing::AssertionSuccess();
 }
+
+}  // namespace kit
 
 #endif

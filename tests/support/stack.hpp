@@ -8,7 +8,7 @@
 #include <cstddef>
 #include <functional>
 
-namespace model {
+namespace kit {
 
 constexpr std::size_t DEFAULT_STACK = 8u * 1024u * 1024u;
 
@@ -28,6 +28,6 @@ inline void onDefaultStack(std::function<void()> function) {
   ASSERT_EQ(pthread_attr_destroy(&attributes), 0);
 }
 
-}  // namespace model
+}  // namespace kit
 
 #endif

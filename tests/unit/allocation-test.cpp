@@ -3,46 +3,18 @@
 
 #include <gtest/gtest.h>
 
-#include <cerrno>
 #include <cstddef>
 #include <string>
 #include <vector>
 
-#include "scheduler-models.hpp"
+#include "allocation-count.hpp"
+#include "kit/atoms.hpp"
+#include "kit/schedulers.hpp"
+#include "kit/systems.hpp"
 
-#if defined(__SANITIZE_ADDRESS__)
-#define VESK_COUNTS_ALLOCATIONS 0
-#else
-#define VESK_COUNTS_ALLOCATIONS 1
-#endif
-
-using namespace runs;
+using namespace kit;
 
 #if VESK_COUNTS_ALLOCATIONS
-
-namespace {
-long allocations = 0;
-}
-
-// operator new comes here as well.
-extern "C" {
-void* __libc_malloc(std::size_t size);
-void* __libc_calloc(std::size_t count, std::size_t size);
-void* __libc_realloc(void* block, std::size_t size);
-
-void* malloc(std::size_t size) {
-  ++allocations;
-  return __libc_malloc(size);
-}
-void* calloc(std::size_t count, std::size_t size) {
-  ++allocations;
-  return __libc_calloc(count, size);
-}
-void* realloc(void* block, std::size_t size) {
-  ++allocations;
-  return __libc_realloc(block, size);
-}
-}
 
 namespace {
 
@@ -54,8 +26,8 @@ class Meter {
  public:
   void step() {
     ++mSteps;
-    if (mSteps == WARM_UP) mBefore = allocations;
-    if (mSteps == WARM_UP + STEPS) mAfter = allocations;
+    if (mSteps == WARM_UP) mBefore = allocationCount;
+    if (mSteps == WARM_UP + STEPS) mAfter = allocationCount;
   }
   bool complete() const { return mSteps >= WARM_UP + STEPS; }
   long counted() const { return mAfter - mBefore; }
@@ -72,7 +44,7 @@ struct Ring : System {
     std::vector<Port*> gives;
     std::vector<Port*> takes;
     for (bool& holds : mHolds) {
-      RuleAtom* station = atom("S");
+      TestAtom* station = atom("S");
       gives.push_back(station->rule(
           "give", [&] { return holds; }, [&] { holds = false; }));
       takes.push_back(station->rule(
@@ -84,8 +56,8 @@ struct Ring : System {
     }
     mHolds[0] = true;
     for (std::size_t i = 0; i < N; ++i) rendezvous("pass", gives[i], takes[(i + 1) % N]);
-    RuleAtom* sender = atom("Sender");
-    RuleAtom* listener = atom("Listener");
+    TestAtom* sender = atom("Sender");
+    TestAtom* listener = atom("Listener");
     Connector* bus =
         broadcast("bus",
                   sender->rule(
@@ -115,9 +87,9 @@ long countedBy(int optimization) {
 }  // namespace
 
 TEST(AllocationTest, TheCounterSeesTheAllocationsOfTheLibrary) {
-  const long before = allocations;
+  const long before = allocationCount;
   delete new System;
-  EXPECT_GT(allocations, before);
+  EXPECT_GT(allocationCount, before);
 }
 
 TEST(AllocationTest, MaximalSynchronisationAllocatesNothing) {

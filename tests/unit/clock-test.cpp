@@ -188,11 +188,11 @@ TEST(SimuClockTest, WaitingForAnEarlierOrTheSameTimeChangesNothing) {
   SimuClock clock("simu_clock");
   clock.wait(Time(100));
   clock.wait(Time(99));
-  EXPECT_EQ(clock.time(), Time(100));
+  EXPECT_EQ(clock.time(), Time(100)) << "after waiting for less";
   clock.wait(Time(100));
-  EXPECT_EQ(clock.time(), Time(100));
+  EXPECT_EQ(clock.time(), Time(100)) << "after waiting for now";
   clock.wait(Time(-1));
-  EXPECT_EQ(clock.time(), Time(100));
+  EXPECT_EQ(clock.time(), Time(100)) << "after waiting for the past";
 }
 
 TEST(SimuClockTest, ADerivedClockMaySetTheTimeBack) {
@@ -351,11 +351,11 @@ TEST_F(ClockTest, AStoppedClockThatIsResetReads0UntilItGoesAndThenCountsUpFrom0)
   clock.stop();
   clock.reset();
   EXPECT_TRUE(clock.isStopped());
-  EXPECT_EQ(clock.time(), Time(0));
+  EXPECT_EQ(clock.time(), Time(0)) << "after the reset";
   logical.setTime(Time(90));
-  EXPECT_EQ(clock.time(), Time(0));
+  EXPECT_EQ(clock.time(), Time(0)) << "while stopped";
   clock.go();
-  EXPECT_EQ(clock.time(), Time(0));
+  EXPECT_EQ(clock.time(), Time(0)) << "when it goes on";
   logical.setTime(Time(93));
   EXPECT_EQ(clock.time(), Time(3));
 }
@@ -370,10 +370,10 @@ TEST_F(ClockTest, SettingTheTimeHoldsForRunningAndStoppedClocks) {
   clock.stop();
   clock.setTime(Time(-5));
   EXPECT_TRUE(clock.isStopped());
-  EXPECT_EQ(clock.time(), Time(-5));
+  EXPECT_EQ(clock.time(), Time(-5)) << "while stopped";
   logical.setTime(Time(50));
   clock.go();
-  EXPECT_EQ(clock.time(), Time(-5));
+  EXPECT_EQ(clock.time(), Time(-5)) << "when it goes on";
 }
 
 TEST_F(ClockTest, ALogicalClockAtMaxGivesEveryRunningClockMax) {
@@ -384,11 +384,11 @@ TEST_F(ClockTest, ALogicalClockAtMaxGivesEveryRunningClockMax) {
   reset.reset();
   stopped.stop();
   logical.setTime(Time::MAX);
-  EXPECT_EQ(fresh.time(), Time::MAX);
+  EXPECT_EQ(fresh.time(), Time::MAX) << "never reset";
   EXPECT_EQ(reset.time(), Time::MAX);
   EXPECT_EQ(stopped.time(), Time(40));
   fresh.reset();
-  EXPECT_EQ(fresh.time(), Time::MAX);
+  EXPECT_EQ(fresh.time(), Time::MAX) << "after a reset";
 }
 
 TEST_F(ClockTest, StopFreezesTheOverriddenReading) {
@@ -402,25 +402,25 @@ TEST_F(ClockTest, ProtectedSettersReachEveryField) {
   OpenClock clock("x", logical);
   logical.setTime(Time(100));
   clock.setResetTime(Time(30));
-  EXPECT_EQ(clock.time(), Time(70));
+  EXPECT_EQ(clock.time(), Time(70)) << "before it is stopped";
   clock.setIntermediateTime(Time(9));
   clock.setStopped(true);
   EXPECT_TRUE(clock.isStopped());
   EXPECT_EQ(clock.time(), Time(9));
   clock.setStopped(false);
-  EXPECT_EQ(clock.time(), Time(70));
+  EXPECT_EQ(clock.time(), Time(70)) << "when it goes on";
 }
 
 TEST_F(ClockTest, OverANullLogicalClockTheLogicalTimeCountsAs0) {
   Clock clock("x", nullptr);
-  EXPECT_EQ(clock.time(), Time(0));
+  EXPECT_EQ(clock.time(), Time(0)) << "as it is made";
   clock.reset();
-  EXPECT_EQ(clock.time(), Time(0));
+  EXPECT_EQ(clock.time(), Time(0)) << "after a reset";
   clock.setTime(Time(12));
-  EXPECT_EQ(clock.time(), Time(12));
+  EXPECT_EQ(clock.time(), Time(12)) << "as it was set";
   clock.stop();
   clock.go();
-  EXPECT_EQ(clock.time(), Time(12));
+  EXPECT_EQ(clock.time(), Time(12)) << "after going on";
   Clock other("y", logical);
   logical.setTime(Time(40));
   EXPECT_EQ(clock.drift(other), Time(28));

@@ -235,7 +235,7 @@ TEST(ConstraintAlgebraTest, AnIntersectionIsWhatLiesInBothAndLeavesNeighboursUnf
     Probe probe = random.constraint();
     probe &= random.operand();
     ASSERT_EQ(probe.pieces(), random.scaled(model.pieces())) << round;
-    ASSERT_TRUE(probe.check());
+    ASSERT_TRUE(probe.check()) << round;
   }
 }
 
@@ -251,7 +251,7 @@ TEST(ConstraintAlgebraTest, AUnionWithoutOverlapsIsWhatLiesInEither) {
     Probe probe = random.constraint();
     probe |= random.operand();
     ASSERT_EQ(probe.pieces(), random.scaled(fused(model.pieces()))) << rounds;
-    ASSERT_TRUE(probe.check());
+    ASSERT_TRUE(probe.check()) << rounds;
   }
 }
 
@@ -282,8 +282,8 @@ TEST(ConstraintAlgebraTest, AUnionWithOverlapsHoldsEveryInstantOfBothAndNoOther)
     probe |= random.operand();
     const Pieces result = probe.pieces();
     ASSERT_EQ(instants(result), instants(random.left) | instants(random.right)) << round;
-    ASSERT_LE(result.size(), random.left.size() + random.right.size());
-    ASSERT_EQ(probe.check(), !overlap(random.left, random.right));
+    ASSERT_LE(result.size(), random.left.size() + random.right.size()) << round;
+    ASSERT_EQ(probe.check(), !overlap(random.left, random.right)) << round;
   }
 }
 
@@ -299,7 +299,7 @@ TEST(ConstraintAlgebraTest,
     Probe probe = random.constraint();
     probe -= random.operand();
     ASSERT_EQ(probe.pieces(), random.scaled(fused(model.pieces()))) << round;
-    ASSERT_TRUE(probe.check());
+    ASSERT_TRUE(probe.check()) << round;
     if (lost) ++losses;
     const Instants plain = instants(random.left) & ~instants(random.right);
     const Instants result = instants(probe.pieces());
@@ -321,8 +321,8 @@ TEST(ConstraintAlgebraTest, ADifferenceWithDominationMarksExactlyWhatIsCovered) 
     probe.setDomination(true);
     probe -= random.operand();
     ASSERT_EQ(probe.pieces(), random.scaled(fused(model.pieces()))) << round;
-    ASSERT_TRUE(probe.check());
-    ASSERT_EQ(instants(probe.pieces()), instants(random.left));
+    ASSERT_TRUE(probe.check()) << round;
+    ASSERT_EQ(instants(probe.pieces()), instants(random.left)) << round;
   }
 }
 
@@ -362,12 +362,12 @@ TEST(ConstraintAlgebraTest, AShiftMovesEveryInstantByTheSame) {
     const int shift = draw.between(-60, 60);
     Probe up = random.constraint();
     up += Time(shift);
-    ASSERT_EQ(up.pieces(), shifted(random.scaled(random.left), shift));
+    ASSERT_EQ(up.pieces(), shifted(random.scaled(random.left), shift)) << round;
     Probe down = random.constraint();
     down -= Time(shift);
-    ASSERT_EQ(down.pieces(), shifted(random.scaled(random.left), -shift));
+    ASSERT_EQ(down.pieces(), shifted(random.scaled(random.left), -shift)) << round;
     up -= Time(shift);
-    ASSERT_EQ(up.pieces(), random.scaled(random.left));
+    ASSERT_EQ(up.pieces(), random.scaled(random.left)) << round;
   }
 }
 
@@ -386,7 +386,7 @@ TEST(ConstraintAlgebraTest, CleanDropsEmptyIntervalsAndFusesNeighbours) {
     probe.clean();
     ASSERT_EQ(probe.pieces(), fused(list)) << round;
     if (probe.size() < list.size()) ++fusions;
-    ASSERT_EQ(instants(probe.pieces()), instants(list));
+    ASSERT_EQ(instants(probe.pieces()), instants(list)) << round;
   }
   EXPECT_GT(fusions, ROUNDS / 20);
 }
@@ -499,7 +499,7 @@ TEST(ConstraintAlgebraTest, QueriesSeeWhatTheFlagsSee) {
     ASSERT_NO_FATAL_FAILURE(compareRanges(probe, model, t, end)) << round;
     ASSERT_NO_FATAL_FAILURE(compareUrgencies(probe, list, draw.between(-3, 8), draw.between(-3, 8)))
         << round;
-    ASSERT_TRUE(probe.check());
+    ASSERT_TRUE(probe.check()) << round;
   }
 }
 
@@ -639,6 +639,6 @@ TEST(ConstraintAlgebraTest, OperationsStayInRangeForAnyListsOfIntervals) {
       probe.deadline(Time(randomBound(draw)));
     }
     probe.clean();
-    for (const Piece& piece : probe.pieces()) ASSERT_LE(piece.low, piece.high);
+    for (const Piece& piece : probe.pieces()) ASSERT_LE(piece.low, piece.high) << piece.low;
   }
 }

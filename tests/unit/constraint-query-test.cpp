@@ -70,13 +70,13 @@ TEST(ConstraintQueryTest, PositionFindsEveryPlaceInLongConstraints) {
     for (int i = 0; i < count; ++i) pieces.push_back({10 * i, 10 * i + 4});
     const Probe probe(pieces);
     for (int i = 0; i < count; ++i) {
-      EXPECT_EQ(place(probe, 10 * i - 1), Place(-1, i));
-      EXPECT_EQ(place(probe, 10 * i), Place(i, -1));
-      EXPECT_EQ(place(probe, 10 * i + 4), Place(i, -1));
+      EXPECT_EQ(place(probe, 10 * i - 1), Place(-1, i)) << count << ' ' << i;
+      EXPECT_EQ(place(probe, 10 * i), Place(i, -1)) << count << ' ' << i;
+      EXPECT_EQ(place(probe, 10 * i + 4), Place(i, -1)) << count << ' ' << i;
     }
-    EXPECT_EQ(place(probe, 10 * count), Place(-1, count));
-    EXPECT_EQ(place(probe, EVER), Place(-1, count));
-    EXPECT_EQ(place(probe, NEVER), Place(-1, 0));
+    EXPECT_EQ(place(probe, 10 * count), Place(-1, count)) << count;
+    EXPECT_EQ(place(probe, EVER), Place(-1, count)) << count;
+    EXPECT_EQ(place(probe, NEVER), Place(-1, 0)) << count;
   }
 }
 
@@ -299,13 +299,13 @@ TEST(ConstraintQueryTest, QueriesStayInRangeForAnyListOfIntervals) {
   for (int round = 0; round < ROUNDS; ++round) {
     const Probe probe(randomMess(draw));
     const int size = static_cast<int>(probe.size());
-    ASSERT_NO_FATAL_FAILURE(askEverything(probe, randomBound(draw)));
+    ASSERT_NO_FATAL_FAILURE(askEverything(probe, randomBound(draw))) << round;
     const Piece piece(randomBound(draw), randomBound(draw));
     const auto [met, low, high] = run(probe, piece);
-    ASSERT_TRUE(inRange(low, 0, size));
-    ASSERT_TRUE(inRange(high, -1, size == 0 ? 0 : size - 1));
+    ASSERT_TRUE(inRange(low, 0, size)) << round;
+    ASSERT_TRUE(inRange(high, -1, size == 0 ? 0 : size - 1)) << round;
     if (met) {
-      ASSERT_TRUE(inRange(low, 0, size - 1) && inRange(high, low, size - 1));
+      ASSERT_TRUE(inRange(low, 0, size - 1) && inRange(high, low, size - 1)) << round;
     }
     probe.in(piece.interval());
     probe.existUrgency(draw.between(-9, 9), draw.between(-9, 9), EAGER);

@@ -8,6 +8,7 @@
 
 #include "allocations.hpp"
 #include "constraint-probe.hpp"
+#include "kit/lists.hpp"
 
 using Vesk::Time;
 
@@ -116,6 +117,7 @@ TEST(ConstraintTest, CopiesAndAssignmentsTakeEverything) {
   assigned = original;
   original.clear();
   for (const Probe* probe : {&copy, static_cast<const Probe*>(&assigned)}) {
+    SCOPED_TRACE(probe == &copy ? "copy" : "assigned");
     EXPECT_EQ(probe->clock(), &clock);
     EXPECT_EQ(probe->displayClock(), &display);
     EXPECT_TRUE(probe->domination());
@@ -129,10 +131,10 @@ TEST(ConstraintTest, AccessorsChangeOneThingEach) {
   const ShownClock display(Time(0));
   Probe probe({{0, 10}});
   probe.setClock(&clock);
-  EXPECT_EQ(probe.clock(), &clock);
+  EXPECT_EQ(probe.clock(), &clock) << "the clock was set";
   EXPECT_EQ(probe.displayClock(), nullptr);
   probe.setDisplayClock(&display);
-  EXPECT_EQ(probe.clock(), &clock);
+  EXPECT_EQ(probe.clock(), &clock) << "the display clock was set";
   EXPECT_EQ(probe.displayClock(), &display);
   probe.setDomination(true);
   EXPECT_TRUE(probe.domination());
@@ -245,8 +247,8 @@ TEST(ConstraintTest, ApplyDominationRemovesTheDominatedIntervalsAndKeepsTheOrder
   EXPECT_EQ(&probe.applyDomination(), &probe);
   EXPECT_EQ(probe.pieces(), (Pieces{{2, 3, EAGER}, {6, 7}, {8, 9}}));
   probe.setAllDominated(true);
-  EXPECT_TRUE(probe.applyDomination().empty());
-  EXPECT_TRUE(probe.applyDomination().empty());
+  EXPECT_TRUE(probe.applyDomination().empty()) << "the first time";
+  EXPECT_TRUE(probe.applyDomination().empty()) << "the second time";
 }
 
 TEST(ConstraintTest, IndexRangesAreClampedAndEmptyOnesRefused) {
@@ -294,7 +296,7 @@ TEST(ConstraintTest, AnIntervalOfTheConstraintMayBeInsertedIntoItself) {
   Probe probe({{0, 1}, {2, 3}});
   for (int i = 0; i < 20; ++i) probe.insert(0, probe[probe.size() - 1]);
   for (const Piece& piece : probe.pieces()) {
-    EXPECT_TRUE(piece == Piece(2, 3) || piece == Piece(0, 1));
+    EXPECT_TRUE(piece == Piece(2, 3) || piece == Piece(0, 1)) << piece.low;
   }
   EXPECT_EQ(Piece(probe[0]), Piece(2, 3));
   EXPECT_EQ(probe.size(), 22u);
@@ -568,14 +570,17 @@ TEST(ConstraintTest, PrintsInTheValuesOfTheDisplayClock) {
   const ShownClock clock(Time(1000));
   const ShownClock display(Time(4000));
   Probe probe({{NEVER, 10000, DELAYABLE}, {20000, 30000}}, &clock);
-  EXPECT_EQ(text(static_cast<const Constraint&>(probe)), "delayable (_,10ms) or lazy (20ms,30ms)");
+  EXPECT_EQ(text(static_cast<const Constraint&>(probe)), "delayable (_,10ms) or lazy (20ms,30ms)")
+      << "over its clock alone";
   probe.setDisplayClock(&display);
   EXPECT_EQ(text(static_cast<const Constraint&>(probe)), "delayable (_,13ms) or lazy (23ms,33ms)");
   probe.setDisplayClock(nullptr);
-  EXPECT_EQ(text(static_cast<const Constraint&>(probe)), "delayable (_,10ms) or lazy (20ms,30ms)");
+  EXPECT_EQ(text(static_cast<const Constraint&>(probe)), "delayable (_,10ms) or lazy (20ms,30ms)")
+      << "when the display clock is taken away";
   probe.setClock(nullptr);
   probe.setDisplayClock(&display);
-  EXPECT_EQ(text(static_cast<const Constraint&>(probe)), "delayable (_,10ms) or lazy (20ms,30ms)");
+  EXPECT_EQ(text(static_cast<const Constraint&>(probe)), "delayable (_,10ms) or lazy (20ms,30ms)")
+      << "with a display clock alone";
 }
 
 TEST(ConstraintTest, ANullPointerPrintsLazyAndAnyOtherWhatItPointsTo) {
@@ -623,10 +628,10 @@ TEST(ConstraintTest, OperationsAllocateNothingOnceTheRoomIsThere) {
     work.deadline(Time(3));
   };
   for (int i = 0; i < 100; ++i) step();
-  ASSERT_TRUE(model::COUNTING);
-  const long before = model::Allocations::made;
+  ASSERT_TRUE(kit::COUNTING);
+  const long before = kit::Allocations::made;
   for (int i = 0; i < 1000; ++i) step();
-  EXPECT_EQ(model::Allocations::made, before);
+  EXPECT_EQ(kit::Allocations::made, before);
   EXPECT_GT(before, 0);
 }
 
@@ -662,6 +667,7 @@ TEST(ConstraintContractTest, TheAlgebraRequiresNothingOfItsOperands) {
     for (const Pieces& list : lists) {
       for (const Pieces& operand : lists) {
         const Probe other(operand, &there);
+        SCOPED_TRACE(kit::spans(&other) + " and a list of " + std::to_string(list.size()));
         EXPECT_LE((Probe(list, &here) &= other).size(), list.size() + operand.size());
         EXPECT_LE((Probe(list, &here) |= other).size(), list.size() + operand.size());
         EXPECT_LE((Probe(list, &here) -= other).size(), list.size() + operand.size());

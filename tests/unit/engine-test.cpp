@@ -8,11 +8,14 @@
 #include <functional>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "allocation-count.hpp"
+#include "kit/scripted.hpp"
 #include "priority.hpp"
 #include "scripted-rand.hpp"
-#include "scripted.hpp"
+
+using namespace kit;
 
 namespace {
 
@@ -566,7 +569,7 @@ TEST_F(StandardExecuterTest, TheIndexIsTheCountTimesTheDrawInThirtyFirstParts) {
       scriptDraws({draw});
       executer.run();
       ASSERT_EQ(fired, (count * draw) >> 31) << count << " executables, draw " << draw;
-      ASSERT_EQ(drawCount, 1);
+      ASSERT_EQ(drawCount, 1) << count << ' ' << draw;
     }
   }
 }
@@ -618,11 +621,11 @@ TEST_F(RandomExecuterTest, TheLatestPossibleTimeIsNeverDrawnUnlessItIsTheOnlyOne
   scriptDraws({RAND_MAX, 0});
   Exposed<RandomExecuter> executer = make<RandomExecuter>(everything, 1);
   executer.run();
-  EXPECT_EQ(executer.time(), Time(9999));
+  EXPECT_EQ(executer.time(), Time(9999)) << "due at 10000";
   port.window.due = Time(9999);
   scriptDraws({RAND_MAX, 0});
   executer.run();
-  EXPECT_EQ(executer.time(), Time(9999));
+  EXPECT_EQ(executer.time(), Time(9999)) << "due at 9999";
 }
 
 TEST_F(RandomExecuterTest, TheTimeIsTruncated) {

@@ -6,7 +6,9 @@
 #include <random>
 #include <vector>
 
-#include "scripted.hpp"
+#include "kit/scripted.hpp"
+
+using namespace kit;
 
 namespace {
 
@@ -86,8 +88,8 @@ TEST(ExecutablesTest, InitializeSetsBothHeads) {
 TEST(ExecutablesTest, AnEmptySetHasItsBeginAtItsEndUnderEveryMask) {
   const Executables set;
   for (unsigned int mask : {0u, 1u, 2u, 3u, 0x80000000u, FULL}) {
-    EXPECT_TRUE(set.begin(mask) == set.end(mask));
-    EXPECT_EQ(set.count(mask), 0);
+    EXPECT_TRUE(set.begin(mask) == set.end(mask)) << mask;
+    EXPECT_EQ(set.count(mask), 0) << mask;
   }
   EXPECT_TRUE(set.begin() == set.end());
   EXPECT_EQ(set.count(), 0);
@@ -109,7 +111,7 @@ TEST(ExecutablesTest, InteractionsAreVisitedConnectorByConnectorAndThenTheIntern
   EXPECT_EQ(walk(set, 0), expected);
   EXPECT_EQ(walk(set, FULL), expected);
   EXPECT_EQ(set.count(), 5);
-  for (unsigned int i = 0; i < 5; ++i) EXPECT_EQ(set[i], expected[i]);
+  for (unsigned int i = 0; i < 5; ++i) EXPECT_EQ(set[i], expected[i]) << i;
   EXPECT_EQ(set[5], nullptr);
 }
 
@@ -160,9 +162,9 @@ TEST(ExecutablesTest, TheFullMaskSeesOnlyWhatCarriesNoMarkAtAll) {
     Chains chains;
     chains.port().setMark(1u << bit);
     Port& unmarked = chains.port();
-    EXPECT_EQ(walk(chains.set(), FULL), List{&unmarked});
-    EXPECT_EQ(chains.set()[0], &unmarked);
-    EXPECT_EQ(chains.set()[1], nullptr);
+    EXPECT_EQ(walk(chains.set(), FULL), List{&unmarked}) << bit;
+    EXPECT_EQ(chains.set()[0], &unmarked) << bit;
+    EXPECT_EQ(chains.set()[1], nullptr) << bit;
   }
 }
 
@@ -174,7 +176,7 @@ TEST(ExecutablesTest, ADominatedExecutableIsNeverCountedListedOrMarked) {
   interaction.setDominated(true);
   port.setDominated(true);
   Executables set = chains.set();
-  for (unsigned int mask : {0u, 1u, 2u, FULL}) EXPECT_EQ(set.count(mask), 0);
+  for (unsigned int mask : {0u, 1u, 2u, FULL}) EXPECT_EQ(set.count(mask), 0) << mask;
   EXPECT_EQ(set[0], nullptr);
   set.markAll(3);
   EXPECT_EQ(interaction.mark(), 0u);
@@ -194,10 +196,10 @@ TEST(ExecutablesTest, MarkAddsBitsToTheCurrentExecutableAlone) {
   Executables set = chains.set();
   set.mark(set.begin(0), 4);
   set.mark(set.begin(0), 1);
-  EXPECT_EQ(interaction.mark(), 5u);
+  EXPECT_EQ(interaction.mark(), 5u) << "marked twice";
   EXPECT_EQ(port.mark(), 0u);
   set.mark(set.begin(1), 2);
-  EXPECT_EQ(interaction.mark(), 5u);
+  EXPECT_EQ(interaction.mark(), 5u) << "while the port is marked";
   EXPECT_EQ(port.mark(), 2u);
 }
 
@@ -208,7 +210,7 @@ TEST(ExecutablesTest, AnyBitsButZeroClearEveryMarkOfTheExecutable) {
   for (unsigned int bits : {1u, 2u, 4u, FULL}) {
     port.setMark(3);
     set.unmark(set.begin(0), bits);
-    EXPECT_EQ(port.mark(), 0u);
+    EXPECT_EQ(port.mark(), 0u) << bits;
   }
 }
 
@@ -235,15 +237,15 @@ TEST(ExecutablesTest, MarkAllAndUnmarkAllReachWhatIsMarkedAlready) {
   EXPECT_EQ(interaction.mark(), 10u);
   EXPECT_EQ(port.mark(), 2u);
   set.unmarkAll(0);
-  EXPECT_EQ(interaction.mark(), 0u);
-  EXPECT_EQ(port.mark(), 0u);
+  EXPECT_EQ(interaction.mark(), 0u) << "after unmarkAll(0)";
+  EXPECT_EQ(port.mark(), 0u) << "after unmarkAll(0)";
   set.markAll();
   EXPECT_EQ(interaction.mark(), FULL);
   EXPECT_EQ(port.mark(), FULL);
   EXPECT_EQ(set.count(), 0);
   set.unmarkAll();
-  EXPECT_EQ(interaction.mark(), 0u);
-  EXPECT_EQ(port.mark(), 0u);
+  EXPECT_EQ(interaction.mark(), 0u) << "after unmarkAll()";
+  EXPECT_EQ(port.mark(), 0u) << "after unmarkAll()";
 }
 
 TEST(ExecutablesTest, NextOnAConnectorWithoutAnInteractionGoesToTheNextConnector) {
@@ -268,8 +270,8 @@ TEST(ExecutablesTest, NextAtTheEndStaysAtTheEnd) {
   Executables::iterator it = set.begin();
   for (int i = 0; i < 3; ++i) {
     it.next();
-    EXPECT_TRUE(it == set.end());
-    EXPECT_EQ(*it, nullptr);
+    EXPECT_TRUE(it == set.end()) << i;
+    EXPECT_EQ(*it, nullptr) << i;
   }
 }
 
@@ -291,12 +293,12 @@ TEST(ExecutablesTest, PositionsDifferWhenOneFieldDiffers) {
   const Executables::iterator all(1, &connector, &interaction, &port);
   for (int field = 0; field < 4; ++field) {
     Executables::iterator other(all);
-    EXPECT_TRUE(other == all);
+    EXPECT_TRUE(other == all) << field;
     if (field == 0) other.setMask(2);
     if (field == 1) other.setConnector(nullptr);
     if (field == 2) other.setInteraction(nullptr);
     if (field == 3) other.setInternal(nullptr);
-    EXPECT_TRUE(other != all);
+    EXPECT_TRUE(other != all) << field;
   }
 }
 
@@ -307,9 +309,9 @@ TEST(ExecutablesTest, SteppingByACountBelowOneDoesNothing) {
   const Executables set = chains.set();
   Executables::iterator it = set.begin();
   it += 0;
-  EXPECT_TRUE(it == set.begin());
+  EXPECT_TRUE(it == set.begin()) << "by 0";
   it += -5;
-  EXPECT_TRUE(it == set.begin());
+  EXPECT_TRUE(it == set.begin()) << "by -5";
 }
 
 TEST(ExecutablesTest, SteppingByACountVisitsThatManyVisibleExecutables) {
@@ -349,12 +351,12 @@ TEST(ExecutablesTest, RandomChainsAreWalkedLikeAVector) {
           visible.push_back(executable);
         }
       }
-      ASSERT_EQ(walk(set, mask), visible);
-      ASSERT_EQ(set.count(mask), static_cast<int>(visible.size()));
+      ASSERT_EQ(walk(set, mask), visible) << round << ' ' << mask;
+      ASSERT_EQ(set.count(mask), static_cast<int>(visible.size())) << round << ' ' << mask;
       if (mask != FULL) continue;
-      for (unsigned int i = 0; i < visible.size(); ++i) ASSERT_EQ(set[i], visible[i]);
-      ASSERT_EQ(set[static_cast<unsigned int>(visible.size())], nullptr);
-      ASSERT_EQ(set[FULL], nullptr);
+      for (unsigned int i = 0; i < visible.size(); ++i) ASSERT_EQ(set[i], visible[i]) << i;
+      ASSERT_EQ(set[static_cast<unsigned int>(visible.size())], nullptr) << round << ' ' << mask;
+      ASSERT_EQ(set[FULL], nullptr) << round << ' ' << mask;
     }
   }
 }

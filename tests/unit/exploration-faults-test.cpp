@@ -1,6 +1,7 @@
 // What can happen to an exploration from outside: signals, full and missing files, exceptions and
 // exit() in model code, exhausted memory.
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -8,13 +9,27 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 #include <filesystem>
+#include <functional>
+#include <map>
+#include <memory>
 #include <new>
 #include <random>
 #include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
 
-#include "exploration-checker.hpp"
-#include "exploration-fixture.hpp"
+#include "kit/atoms.hpp"
+#include "kit/connectors.hpp"
+#include "kit/exploration-checker.hpp"
+#include "kit/explorations.hpp"
+#include "kit/output.hpp"
+#include "kit/systems.hpp"
+
+using namespace kit;
 
 // ---- An allocator that can fail ------------------------------------------------------------
 
@@ -58,25 +73,10 @@ namespace {
 
 // ---- Helpers -------------------------------------------------------------------------------
 
-class Folder {
- public:
-  Folder() {
-    std::string name = (std::filesystem::temp_directory_path() / "vesk-faults-XXXXXX").string();
-    mPath = mkdtemp(name.data());
-  }
-  Folder(const Folder&) = delete;
-  Folder& operator=(const Folder&) = delete;
-  ~Folder() { std::filesystem::remove_all(mPath); }
-
-  std::string name(const std::string& entry) const { return mPath + "/" + entry; }
-  std::string content(const std::string& entry) const {
-    return ExplorationChecker::contentOf(name(entry));
-  }
-  ExplorationChecker check() const { return ExplorationChecker::read(name("x")); }
-
- private:
-  std::string mPath;
-};
+// What an exploration of the files x.* left in a folder.
+ExplorationChecker check(const Folder& folder) {
+  return ExplorationChecker::read(folder.name("x"));
+}
 
 // Independent counters from 0 to 9, with texts of some length.
 std::unique_ptr<System> counters(int count, std::size_t padding = 0) {
@@ -160,7 +160,7 @@ void hookAt(System& system, const std::string& name, int n, const std::function<
   };
   setHook(system, [=](Automaton&, const std::string& hook) { count(hook); });
   for (int i = 0; i < system.connectors().count(); ++i) {
-    static_cast<Joint*>(system.connectors()[i])->setGuardHook([=] { count("guard"); });
+    static_cast<TestConnector*>(system.connectors()[i])->beforeGuard = [=] { count("guard"); };
   }
 }
 
@@ -197,7 +197,7 @@ TEST_P(SignalTest, TheFilesCanBeReadAfterASignalAtAnyInstant) {
   for (int round = 0; round < 200; ++round) {
     const Folder folder;
     int ready[2];
-    ASSERT_EQ(0, pipe(ready));
+    ASSERT_EQ(0, pipe(ready)) << round;
     auto system = counters(5);
     const pid_t child = start(folder, [&] {
       bool first = true;
@@ -207,13 +207,13 @@ TEST_P(SignalTest, TheFilesCanBeReadAfterASignalAtAnyInstant) {
       run(*system, GetParam(), folder);
     });
     char byte;
-    ASSERT_EQ(1, read(ready[0], &byte, 1));
+    ASSERT_EQ(1, read(ready[0], &byte, 1)) << round;
     usleep(static_cast<useconds_t>(random() % 5000));
     kill(child, signals[round % 4]);
     EXPECT_TRUE(killed(wait(child), signals[round % 4])) << "round " << round;
-    EXPECT_EQ("", folder.check().faults()) << "round " << round;
+    EXPECT_EQ("", check(folder).faults()) << "round " << round;
     EXPECT_NE(std::string::npos, folder.content("out").find("Final size : ")) << "round " << round;
-    EXPECT_EQ("", folder.content("err"));
+    EXPECT_EQ("", folder.content("err")) << round;
     close(ready[0]);
     close(ready[1]);
   }
@@ -229,9 +229,9 @@ TEST_P(SignalTest, TheSearchStopsAtItsNextTurn) {
     run(*system, GetParam(), folder);
   });
   EXPECT_TRUE(killed(status, SIGTERM));
-  EXPECT_EQ("", folder.check().faults());
-  EXPECT_EQ(3U, folder.check().transitions().size());
-  EXPECT_EQ(4U, folder.check().stateCount());
+  EXPECT_EQ("", check(folder).faults());
+  EXPECT_EQ(3U, check(folder).transitions().size());
+  EXPECT_EQ(4U, check(folder).stateCount());
   EXPECT_NE(std::string::npos, folder.content("out").find("* Count :          3 "));
 }
 
@@ -244,9 +244,9 @@ TEST_P(SignalTest, TheSearchStopsAfterTheTransitionThatItTakes) {
     run(*system, GetParam(), folder);
   });
   EXPECT_TRUE(killed(status, SIGTERM));
-  EXPECT_EQ("", folder.check().faults());
-  EXPECT_EQ(7U, folder.check().transitions().size());
-  EXPECT_EQ(8U, folder.check().stateCount());
+  EXPECT_EQ("", check(folder).faults());
+  EXPECT_EQ(7U, check(folder).transitions().size());
+  EXPECT_EQ(8U, check(folder).stateCount());
 }
 
 // Enumerating the sets of forty timed ports would take years. Nothing of it is written, and no
@@ -262,26 +262,27 @@ TEST_P(SignalTest, TheEnumerationOfABroadcastHearsASignal) {
       ports.push_back(atom->addPort("t" + std::to_string(i), {{first, 2}}));
       ports.back()->setConstraint(const_cast<Constraint*>(&within));
     }
-    Joint* many = system.join("many", ports, true);
+    TestConnector* many = system.join("many", ports, BROADCAST);
     const Folder folder;
     const int status = statusOf(folder, [&] {
       int guards = 0;
-      many->setGuardHook([&] {
+      many->beforeGuard = [&] {
         ++guards;
         if (guards == 100) raise(SIGINT);
         if (guards > 100) _exit(1);
-      });
+      };
       run(system, GetParam(), folder);
     });
     EXPECT_TRUE(killed(status, SIGINT)) << status;
     EXPECT_EQ(
         "vesk: connector many: a broadcast with 40 enabled timed ports looks at 2^40 sets of "
         "ports\n",
-        folder.content("err"));
-    EXPECT_EQ("", folder.check().faults());
-    EXPECT_EQ(static_cast<std::size_t>(first), folder.check().transitions().size());
-    EXPECT_EQ(static_cast<std::size_t>(first) + 1, folder.check().stateCount());
-    EXPECT_EQ(0U, folder.check().deadlockCount());
+        folder.content("err"))
+        << first;
+    EXPECT_EQ("", check(folder).faults()) << first;
+    EXPECT_EQ(static_cast<std::size_t>(first), check(folder).transitions().size()) << first;
+    EXPECT_EQ(static_cast<std::size_t>(first) + 1, check(folder).stateCount()) << first;
+    EXPECT_EQ(0U, check(folder).deadlockCount()) << first;
   }
 }
 
@@ -297,8 +298,8 @@ TEST_P(SignalTest, ASignalThatComesTwiceAtOnceIsOneRequest) {
     run(*system, GetParam(), folder);
   });
   EXPECT_TRUE(killed(status, SIGTERM));
-  EXPECT_EQ("", folder.check().faults());
-  EXPECT_EQ(3U, folder.check().transitions().size());
+  EXPECT_EQ("", check(folder).faults());
+  EXPECT_EQ(3U, check(folder).transitions().size());
 }
 
 TEST_P(SignalTest, TheSameSignalKillsAtOnceWhenItComesAgain) {
@@ -356,7 +357,7 @@ TEST_P(SignalTest, IgnoredAndHandledSignalsAreLeftAlone) {
     if (handled != 10) _exit(1);
   });
   EXPECT_TRUE(ended(status, 0));
-  EXPECT_EQ("", folder.check().faults() + folder.check().missing());
+  EXPECT_EQ("", check(folder).faults() + check(folder).missing());
 }
 
 TEST_P(SignalTest, TheDefaultActionsAreBackAfterTheSearch) {
@@ -367,7 +368,7 @@ TEST_P(SignalTest, TheDefaultActionsAreBackAfterTheSearch) {
       run(*system, GetParam(), folder);
       raise(number);
     });
-    EXPECT_TRUE(killed(status, number));
+    EXPECT_TRUE(killed(status, number)) << number;
   }
 }
 
@@ -383,8 +384,8 @@ TEST_P(SignalTest, AClosedPipeOnStandardOutputEndsNothing) {
     run(*system, GetParam(), folder);
   });
   EXPECT_TRUE(ended(status, 0));
-  EXPECT_EQ("", folder.check().faults() + folder.check().missing());
-  EXPECT_EQ(1000U, folder.check().stateCount());
+  EXPECT_EQ("", check(folder).faults() + check(folder).missing());
+  EXPECT_EQ(1000U, check(folder).stateCount());
 }
 
 // ---- Files ---------------------------------------------------------------------------------
@@ -413,6 +414,7 @@ TEST_P(FileTest, AFullDeviceIsReportedOnceAndSpoilsNoOtherFile) {
   auto system = make();
   EXPECT_TRUE(ended(statusOf(whole, [&] { run(*system, GetParam(), whole); }), 0));
   for (const auto& full : entries) {
+    SCOPED_TRACE(full.first);
     const Folder folder;
     std::filesystem::create_symlink("/dev/full", folder.name(full.first));
     EXPECT_TRUE(ended(statusOf(folder, [&] { run(*system, GetParam(), folder); }), 0));
@@ -420,6 +422,7 @@ TEST_P(FileTest, AFullDeviceIsReportedOnceAndSpoilsNoOtherFile) {
               folder.content("err"));
     EXPECT_EQ(whole.content("out"), folder.content("out"));
     for (const auto& other : entries) {
+      SCOPED_TRACE(other.first);
       if (other == full) continue;
       EXPECT_NE("", whole.content(other.first));
       EXPECT_EQ(whole.content(other.first), folder.content(other.first));
@@ -445,7 +448,8 @@ TEST_P(FileTest, ALimitOnFileSizesCutsTheFilesAndNotTheSearch) {
     EXPECT_TRUE(folder.content("x.state") == wholeLines(states, limit * 1024)) << limit;
     EXPECT_EQ(limit * 1024 < expected.size(),
               folder.content("err").find("vesk: the transition system could "
-                                         "not be written completely\n") != std::string::npos);
+                                         "not be written completely\n") != std::string::npos)
+        << limit;
   }
 }
 
@@ -519,10 +523,11 @@ TEST_P(HookTest, AnExceptionLeavesFilesThatCanBeRead) {
       if (thrown) {
         EXPECT_THROW(run(*system, GetParam(), folder), std::runtime_error) << hook << n;
       } else {
-        EXPECT_NO_THROW(run(*system, GetParam(), folder));
+        EXPECT_NO_THROW(run(*system, GetParam(), folder)) << hook << ' ' << n;
       }
-      EXPECT_NE(std::string::npos, testing::internal::GetCapturedStdout().find("Final size : "));
-      EXPECT_EQ("", folder.check().faults()) << hook << n;
+      EXPECT_NE(std::string::npos, testing::internal::GetCapturedStdout().find("Final size : "))
+          << hook << ' ' << n;
+      EXPECT_EQ("", check(folder).faults()) << hook << n;
     }
   }
 }
@@ -538,8 +543,8 @@ TEST_P(HookTest, ExitInAHookLeavesFilesThatCanBeRead) {
         run(*system, GetParam(), folder);
       });
       EXPECT_TRUE(ended(status, 3)) << hook << n;
-      EXPECT_EQ("", folder.check().faults()) << hook << n;
-      EXPECT_EQ("", folder.content("err"));
+      EXPECT_EQ("", check(folder).faults()) << hook << n;
+      EXPECT_EQ("", folder.content("err")) << hook << ' ' << n;
     }
   }
 }
@@ -585,6 +590,7 @@ TEST_P(HookTest, AForkedProcessCompletesNothing) {
                                           throw std::runtime_error("model");
                                         }};
   for (const auto& inChild : ends) {
+    SCOPED_TRACE(&inChild - ends);
     const Folder whole, folder;
     auto system = counters(3);
     EXPECT_TRUE(ended(statusOf(whole, [&] { run(*system, GetParam(), whole); }), 0));
@@ -637,10 +643,10 @@ TEST_P(HookTest, AnyAllocationMayFail) {
     allocationsLeft = -1;
     testing::internal::GetCapturedStdout();
     if (!failed) {
-      EXPECT_EQ("", folder.check().missing());
+      EXPECT_EQ("", check(folder).missing()) << n;
     }
     if (folder.content("x.aut").empty()) continue;  // it failed before there was anything to write
-    EXPECT_EQ("", folder.check().faults()) << "allocation " << n;
+    EXPECT_EQ("", check(folder).faults()) << "allocation " << n;
   }
 }
 
@@ -660,6 +666,6 @@ TEST_P(HookTest, ExhaustedMemoryLeavesFilesThatCanBeRead) {
     }
   });
   EXPECT_TRUE(ended(status, 42)) << status;
-  EXPECT_EQ("", folder.check().faults());
-  EXPECT_LT(100U, folder.check().transitions().size());
+  EXPECT_EQ("", check(folder).faults());
+  EXPECT_LT(100U, check(folder).transitions().size());
 }

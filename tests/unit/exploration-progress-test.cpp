@@ -1,9 +1,16 @@
 // The progress display, with a clock that the tests set.
-#include <ctime>
-
+#include <gtest/gtest.h>
 #include <unistd.h>
 
-#include "exploration-fixture.hpp"
+#include <cstdio>
+#include <ctime>
+#include <string>
+#include <vector>
+
+#include "kit/explorations.hpp"
+#include "kit/output.hpp"
+
+using namespace kit;
 
 namespace {
 
@@ -21,23 +28,9 @@ extern "C" std::time_t time(std::time_t*) noexcept {
 
 namespace {
 
-// A ring of states with one transition each: breadth-first search takes one step per state and has
-// one state in its queue.
-std::unique_ptr<System> ring(int states) {
-  auto system = std::make_unique<System>("s");
-  std::vector<std::string> texts;
-  std::map<int, int> transitions;
-  for (int i = 0; i < states; ++i) {
-    texts.push_back(std::to_string(i) + ",");
-    transitions[i] = (i + 1) % states;
-  }
-  auto* atom = system->add(new Automaton("A", system.get(), texts));
-  system->join("go", {atom->addPort("p", transitions)});
-  return system;
-}
-
+// A search of a ring: breadth-first it takes one step per state and has one state in its queue.
 std::string outputWith(const std::vector<std::time_t>& clock, int states) {
-  auto system = ring(states);
+  auto system = ring(numbered(states));
   readings = clock;
   nextReading = 0;
   const std::string out = explored(*system, BFS).out;
@@ -77,7 +70,7 @@ TEST(ProgressTest, AClockThatGoesBackShowsNoRate) {
 }
 
 TEST(ProgressTest, TheFilesCanBeReadWheneverTheRateIsShown) {
-  auto system = ring(120);
+  auto system = ring(numbered(120));
   TemporaryFiles files;
   std::string seen;
   int reads = 0;
@@ -100,7 +93,7 @@ TEST(ProgressTest, TheFilesCanBeReadWheneverTheRateIsShown) {
   testing::internal::GetCapturedStdout();
   EXPECT_EQ("des(0, 99, 100)\n", seen.substr(0, 16));
   EXPECT_EQ("(98, s/go/A:p, 99)\n", seen.substr(seen.size() - 19));
-  const std::string whole = contentOf(files[0]);
+  const std::string whole = contents(files[0]);
   EXPECT_EQ("des(0, 120, 120)\n", whole.substr(0, 17));
   EXPECT_EQ(whole.substr(38, seen.size() - 38), seen.substr(38));
 }

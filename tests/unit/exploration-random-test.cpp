@@ -1,7 +1,14 @@
 // Both searches of random models, compared with the literal ones: files, output, the calls of all
 // hooks with what they see, and the places of all trees.
+#include <gtest/gtest.h>
 #include "packing.hpp"
+
+#include <string>
+#include <vector>
+
 #include "recorded-search.hpp"
+
+using namespace kit;
 
 namespace {
 
@@ -20,8 +27,8 @@ Searches& searches() {
 }
 
 testing::AssertionResult agrees(const SearchCase& one) {
-  const Outcome literal = searches().literally(one);
-  const Outcome found = searches().byEngine(one);
+  const SearchOutcome literal = searches().literally(one);
+  const SearchOutcome found = searches().byEngine(one);
   return same(literal, found, PACKS) << "\n" << one;
 }
 
@@ -57,7 +64,7 @@ TEST_P(RandomSearchTest, DoesWhatTheLiteralSearchDoes) {
     one.plan = randomPlan(draw);
     for (const Traversal traversal : {BFS, DFS}) {
       one.traversal = traversal;
-      ASSERT_TRUE(agrees(one));
+      ASSERT_TRUE(agrees(one)) << i << ' ' << nameOf(traversal);
     }
     --models;
   }
@@ -77,7 +84,7 @@ SearchCase smallCase(int number) {
   one.small = true;
   one.limit = 10;
   for (;; ++one.seed) {
-    const Outcome found = searches().literally(one);
+    const SearchOutcome found = searches().literally(one);
     const bool fits = 70 < found.seen.size() && found.seen.size() < 140;
     if (fits && number-- == 0) return one;
   }

@@ -1,40 +1,36 @@
 // What a model sees of the trees in which an exploration keeps its states: each pending state is as
 // good as a tree of its own.
-#include <cstring>
-#include <new>
+#include <gtest/gtest.h>
 
-#include "exploration-fixture.hpp"
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+#include <memory>
+#include <new>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "kit/atoms.hpp"
+#include "kit/connectors.hpp"
+#include "kit/explorations.hpp"
+#include "kit/output.hpp"
+#include "kit/systems.hpp"
 #include "no-rtti-model.hpp"
 
+using namespace kit;
+
 namespace {
-
-const char INTERRUPTED[] = "Exploration was interrupted because an error state was encountered!\n";
-
-std::string header(int transitions, int states) {
-  std::string area =
-      "des(0, " + std::to_string(transitions) + ", " + std::to_string(states) + ")\n";
-  area.resize(37, ' ');
-  return area + "\n";
-}
 
 std::string finalSize(int states) {
   return "Final size : " + std::to_string(states) + "\n";
 }
 
-std::vector<std::string> numbered(int states) {
-  std::vector<std::string> texts;
-  for (int i = 0; i < states; ++i) texts.push_back(std::to_string(i) + ",");
-  return texts;
-}
-
-// 0 -> 1 -> ... -> the last state by the connector go.
+// 0 -> 1 -> ... -> the last state, with a hook.
 std::unique_ptr<System> line(int states, const Automaton::Hook& hook) {
-  auto system = std::make_unique<System>("s");
-  auto* atom = system->add(new Automaton("A", system.get(), numbered(states)));
-  std::map<int, int> transitions;
-  for (int i = 0; i + 1 < states; ++i) transitions[i] = i + 1;
-  system->join("go", {atom->addPort("p", transitions)});
-  atom->setHook(hook);
+  auto system = kit::line(numbered(states));
+  static_cast<Automaton*>(system->components()[0])->setHook(hook);
   return system;
 }
 
@@ -116,8 +112,8 @@ TEST_P(PlaceTest, AModelMayRecogniseAStateByItsNodes) {
     system.join("b", {two->port()});
     const Explored found = explored(system, traversal);
     EXPECT_NE(std::string::npos, found.out.find(finalSize(9))) << found;
-    EXPECT_EQ(header(18, 9), found.aut.substr(0, 38));
-    EXPECT_EQ(literallyExplored(system, traversal), found);
+    EXPECT_EQ(header("des(0, 18, 9)"), found.aut.substr(0, 38)) << nameOf(traversal);
+    EXPECT_EQ(literallyExplored(system, traversal), found) << nameOf(traversal);
   }
 }
 
@@ -158,7 +154,7 @@ TEST(TreePlaceTest, AStateComesBackInTheLeafThatTheAtomMade) {
     system.join("b", {two->addPort("p", {{0, 1}, {1, 2}, {2, 3}, {3, 0}})});
     const Explored found = explored(system, traversal);
     EXPECT_NE(std::string::npos, found.out.find(finalSize(12))) << found;
-    EXPECT_EQ(header(24, 12), found.aut.substr(0, 38));
+    EXPECT_EQ(header("des(0, 24, 12)"), found.aut.substr(0, 38)) << nameOf(traversal);
   }
 }
 
@@ -225,7 +221,7 @@ class ChangedTreeTest : public testing::TestWithParam<Change> {};
 TEST_P(ChangedTreeTest, BreadthFirstGoesOnFromTheChangedTree) {
   auto system = rewriting(GetParam());
   const Explored found = explored(*system, BFS);
-  EXPECT_EQ(header(6, 5) +
+  EXPECT_EQ(header("des(0, 6, 5)") +
                 "(0, s/b/A:q, 1)\n(0, s/a/A:p, 2)\n"
                 "(1, s/c/A:r, 3)\n(2, s/c/A:r, 0)\n"
                 "(3, s/b/A:q, 4)\n(3, s/a/A:p, 2)\n",
@@ -239,7 +235,7 @@ TEST_P(ChangedTreeTest, BreadthFirstGoesOnFromTheChangedTree) {
 TEST_P(ChangedTreeTest, DepthFirstGoesOnFromTheChangedTree) {
   auto system = rewriting(GetParam());
   const Explored found = explored(*system, DFS);
-  EXPECT_EQ(header(6, 5) +
+  EXPECT_EQ(header("des(0, 6, 5)") +
                 "(0, s/a/A:p, 1)\n(1, s/c/A:r, 2)\n"
                 "(2, s/a/A:p, 3)\n(3, s/c/A:r, 0)\n"
                 "(2, s/b/A:q, 4)\n(0, s/b/A:q, 4)\n",
@@ -270,15 +266,17 @@ TEST(ChangingTest, ATextThatIsTakenApartStaysSo) {
     system.join("b", {atom->addPort("q", {{0, 2}, {2, 1}})});
     const Explored found = explored(system, traversal);
     if (traversal == BFS) {
-      EXPECT_EQ("0 : 0\n1 : 2\n2 : 1\n", found.state);
-      EXPECT_EQ(
-          header(4, 3) + "(0, s/b/A:q, 1)\n(0, s/a/A:p, 2)\n(1, s/b/A:q, 2)\n(2, s/a/A:p, 0)\n",
-          found.aut);
+      EXPECT_EQ("0 : 0\n1 : 2\n2 : 1\n", found.state) << nameOf(traversal);
+      EXPECT_EQ(header("des(0, 4, 3)") +
+                    "(0, s/b/A:q, 1)\n(0, s/a/A:p, 2)\n(1, s/b/A:q, 2)\n(2, s/a/A:p, 0)\n",
+                found.aut)
+          << nameOf(traversal);
     } else {
-      EXPECT_EQ("0 : 0 some words|\n1 : 1 more|\n2 : 2|\n", found.state);
-      EXPECT_EQ(
-          header(4, 3) + "(0, s/a/A:p, 1)\n(1, s/a/A:p, 0)\n(0, s/b/A:q, 2)\n(2, s/b/A:q, 1)\n",
-          found.aut);
+      EXPECT_EQ("0 : 0 some words|\n1 : 1 more|\n2 : 2|\n", found.state) << nameOf(traversal);
+      EXPECT_EQ(header("des(0, 4, 3)") +
+                    "(0, s/a/A:p, 1)\n(1, s/a/A:p, 0)\n(0, s/b/A:q, 2)\n(2, s/b/A:q, 1)\n",
+                found.aut)
+          << nameOf(traversal);
     }
   }
 }
@@ -310,12 +308,13 @@ TEST(ChangingTest, EveryRestoringSeesTheChangesOfThoseBefore) {
     const Explored found = explored(system, traversal);
     if (traversal == BFS) {
       // State 0 for each of its three transitions, then the states that were found.
-      EXPECT_EQ((std::vector<std::string>{"0,", "0,+", "0,++", "3,", "2,", "1,"}), seen);
-      EXPECT_EQ("0 : 0,+\n1 : 3,+\n2 : 2,+\n3 : 1,+\n", found.state);
+      EXPECT_EQ((std::vector<std::string>{"0,", "0,+", "0,++", "3,", "2,", "1,"}), seen)
+          << nameOf(traversal);
+      EXPECT_EQ("0 : 0,+\n1 : 3,+\n2 : 2,+\n3 : 1,+\n", found.state) << nameOf(traversal);
     } else {
       // A state without transitions is not restored.
-      EXPECT_EQ((std::vector<std::string>{"0,", "0,+", "0,++"}), seen);
-      EXPECT_EQ("0 : 0,\n1 : 1,\n2 : 2,\n3 : 3,\n", found.state);
+      EXPECT_EQ((std::vector<std::string>{"0,", "0,+", "0,++"}), seen) << nameOf(traversal);
+      EXPECT_EQ("0 : 0,\n1 : 1,\n2 : 2,\n3 : 3,\n", found.state) << nameOf(traversal);
     }
   }
 }
@@ -333,9 +332,9 @@ TEST(ChangingTest, BreadthFirstWritesTheTextAsItIsAfterTheConnectorsWereEvaluate
   };
   System system("s");
   auto* atom = system.add(new Keeping(&system));
-  system.join("go", {atom->addPort("p", {{0, 1}, {1, 2}})})->setGuardHook([atom] {
+  system.join("go", {atom->addPort("p", {{0, 1}, {1, 2}})})->beforeGuard = [atom] {
     atom->leaf->getAleaf()->setVal((atom->leaf->getAleaf()->getVal() + std::string("g")).c_str());
-  });
+  };
   EXPECT_EQ("0 : 0,g\n1 : 1,g\n2 : 2,g\n", explored(system, BFS).state);
 }
 
@@ -373,9 +372,9 @@ TEST(TreeNumberTest, NumbersOfPartsAreKept) {
     part->join("b", {atom->addPort("q", {{0, 2}, {2, 1}})});
     explored(system, traversal);
     if (traversal == BFS) {
-      EXPECT_EQ((std::vector<int>{40, 1, 50, 2, 42, 1, 41, 1}), seen);
+      EXPECT_EQ((std::vector<int>{40, 1, 50, 2, 42, 1, 41, 1}), seen) << nameOf(traversal);
     } else {
-      EXPECT_EQ((std::vector<int>{40, 1, 50, 2, 42, 1}), seen);
+      EXPECT_EQ((std::vector<int>{40, 1, 50, 2, 42, 1}), seen) << nameOf(traversal);
     }
   }
 }
@@ -412,19 +411,19 @@ TEST(TreeNumberTest, TheRootHasTheNumberOfTheStateAndItsPendingTransitions) {
     system.join("b", {atom->addPort("q", {{0, 2}})});
     system.join("c", {atom->addPort("r", {{1, 2}})});
     Pairs evaluated;
-    system.join("d", {atom->addPort("t", {})})->setGuardHook([&] {
+    system.join("d", {atom->addPort("t", {})})->beforeGuard = [&] {
       if (system.read == nullptr) return;
       evaluated.emplace_back(system.read->getIndex(), system.read->outTrans());
-    });
+    };
     explored(system, traversal);
     if (traversal == BFS) {
       // Twice state 0, once for each transition; 2 is found before 1. Nothing is counted.
-      EXPECT_EQ((Pairs{{0, 0}, {0, 0}, {1, 0}, {2, 0}}), system.given);
+      EXPECT_EQ((Pairs{{0, 0}, {0, 0}, {1, 0}, {2, 0}}), system.given) << nameOf(traversal);
     } else {
       // The pending transition that is taken counts no more.
-      EXPECT_EQ((Pairs{{0, 1}, {1, 0}, {0, 0}}), system.given);
+      EXPECT_EQ((Pairs{{0, 1}, {1, 0}, {0, 0}}), system.given) << nameOf(traversal);
       // A state that was read has its number before its connectors are evaluated.
-      EXPECT_EQ((Pairs{{0, 0}, {1, 0}, {2, 0}}), evaluated);
+      EXPECT_EQ((Pairs{{0, 0}, {1, 0}, {2, 0}}), evaluated) << nameOf(traversal);
     }
   }
 }
@@ -467,8 +466,8 @@ TEST(FaultyLeafTest, ALeafOfTheModelIsShownAfterAnError) {
     });
     const Explored found = explored(*system, traversal);
     EXPECT_NE(std::string::npos, found.out.find("\nFaulty atom : MINE\n")) << found;
-    EXPECT_EQ(nullptr, faulty_leaf);
-    EXPECT_TRUE(global_error);
+    EXPECT_EQ(nullptr, faulty_leaf) << nameOf(traversal);
+    EXPECT_TRUE(global_error) << nameOf(traversal);
   }
 }
 
@@ -483,12 +482,12 @@ TEST(FaultyLeafTest, ALeafOfTheModelSurvivesTheTrees) {
       if (hook == "getState") faulty_leaf = &mine();
       if (hook == "setState") {
         ++restored;
-        EXPECT_EQ(&mine(), faulty_leaf);
+        EXPECT_EQ(&mine(), faulty_leaf) << nameOf(traversal);
       }
     });
     explored(system, traversal);
-    EXPECT_EQ(2, restored);
-    EXPECT_EQ(&mine(), faulty_leaf);
+    EXPECT_EQ(2, restored) << nameOf(traversal);
+    EXPECT_EQ(&mine(), faulty_leaf) << nameOf(traversal);
     clearGlobals();
   }
 }
@@ -501,10 +500,10 @@ TEST(FaultyLeafTest, ALeafOfATreeThatDiesIsForgotten) {
     auto* atom = system.add(new Automaton("A", &system, {"0 PRUNE,", "1,"}));
     system.join("go", {atom->addPort("p", {{0, 1}, {1, 0}})});
     const Explored found = explored(system, traversal);
-    EXPECT_EQ(header(2, 2), found.aut.substr(0, 38));
-    EXPECT_EQ("", found.pruned);
-    EXPECT_EQ(nullptr, faulty_leaf);
-    EXPECT_TRUE(global_prune);
+    EXPECT_EQ(header("des(0, 2, 2)"), found.aut.substr(0, 38)) << nameOf(traversal);
+    EXPECT_EQ("", found.pruned) << nameOf(traversal);
+    EXPECT_EQ(nullptr, faulty_leaf) << nameOf(traversal);
+    EXPECT_TRUE(global_prune) << nameOf(traversal);
   }
 }
 
@@ -554,14 +553,15 @@ TEST(InTheHookTest, TheLabelOfTheTransitionStandsWhileItExecutes) {
     });
     Connector::LABEL[0] = '\0';
     explored(system, traversal);
-    EXPECT_EQ((std::vector<std::string>{"s/one/A:p", "s/one/A:p", "s/two/A:q"}), labels);
+    EXPECT_EQ((std::vector<std::string>{"s/one/A:p", "s/one/A:p", "s/two/A:q"}), labels)
+        << nameOf(traversal);
   }
 }
 
 TEST(InTheHookTest, DepthFirstLeavesTheConnectorItsInteractionUntilTheStateIsRead) {
   System system("s");
   auto* atom = system.add(new Automaton("A", &system, numbered(2)));
-  Joint* joint = system.join("go", {atom->addPort("p", {{0, 1}, {1, 0}})});
+  TestConnector* joint = system.join("go", {atom->addPort("p", {{0, 1}, {1, 0}})});
   // A second way back, so that a state is restored after one that is known was reached.
   system.join("back", {atom->addPort("q", {{1, 0}})});
   std::vector<std::string> seen;
@@ -611,8 +611,8 @@ TEST(StreamTest, AHeaderIsWrittenToAStreamInMemory) {
       contents[i]->assign(texts[i], sizes[i]);
       std::free(texts[i]);
     }
-    EXPECT_EQ(expected, found);
-    EXPECT_EQ(header(3, 4), found.aut.substr(0, 38));
+    EXPECT_EQ(expected, found) << nameOf(traversal);
+    EXPECT_EQ(header("des(0, 3, 4)"), found.aut.substr(0, 38)) << nameOf(traversal);
   }
 }
 
@@ -627,8 +627,8 @@ TEST(NoRttiTest, ClassesWithoutTypeInformationAreKeptWhole) {
   for (const Traversal traversal : {BFS, DFS}) {
     std::unique_ptr<Compound> system = modelWithoutRtti();
     const Explored found = explored(*system, traversal);
-    EXPECT_EQ(literallyExplored(*system, traversal), found);
-    EXPECT_EQ(0, faultsWithoutRtti());
+    EXPECT_EQ(literallyExplored(*system, traversal), found) << nameOf(traversal);
+    EXPECT_EQ(0, faultsWithoutRtti()) << nameOf(traversal);
     EXPECT_NE(std::string::npos, found.out.find(finalSize(4))) << found;
   }
 }
@@ -655,13 +655,13 @@ TEST(MissingTreeTest, AnAtomWithoutATreeIsRestoredWithNull) {
     testing::internal::CaptureStderr();
     const Explored found = explored(system, traversal);
     const std::string messages = testing::internal::GetCapturedStderr();
-    EXPECT_EQ(header(8, 4), found.aut.substr(0, 38));
-    EXPECT_EQ(8, silent->restored);
+    EXPECT_EQ(header("des(0, 8, 4)"), found.aut.substr(0, 38)) << nameOf(traversal);
+    EXPECT_EQ(8, silent->restored) << nameOf(traversal);
     const std::string message = "at least a library is not generated with explore option\n";
     // Nine trees are printed when they are read; breadth-first, the four states once more.
     const std::size_t printed = traversal == BFS ? 13 : 9;
-    EXPECT_EQ(printed * message.size(), messages.size());
-    EXPECT_EQ(0U, messages.find(message));
+    EXPECT_EQ(printed * message.size(), messages.size()) << nameOf(traversal);
+    EXPECT_EQ(0U, messages.find(message)) << nameOf(traversal);
   }
 }
 
@@ -684,7 +684,9 @@ TEST(WholeTreeTest, TheRootMayGiveALeaf) {
     system.atom = system.add(new Automaton("A", &system, numbered(3)));
     system.join("go", {system.atom->addPort("p", {{0, 1}, {1, 2}, {2, 0}})});
     const Explored found = explored(system, traversal);
-    EXPECT_EQ(header(3, 3) + "(0, s/go/A:p, 1)\n(1, s/go/A:p, 2)\n(2, s/go/A:p, 0)\n", found.aut);
-    EXPECT_EQ("0 : 0\n1 : 1\n2 : 2\n", found.state);
+    EXPECT_EQ(header("des(0, 3, 3)") + "(0, s/go/A:p, 1)\n(1, s/go/A:p, 2)\n(2, s/go/A:p, 0)\n",
+              found.aut)
+        << nameOf(traversal);
+    EXPECT_EQ("0 : 0\n1 : 1\n2 : 2\n", found.state) << nameOf(traversal);
   }
 }

@@ -1,11 +1,17 @@
 // Model code that derives from a class of the engine reaches every data member by its name: each
 // test writes the fields of one class and reads them back through the public operations.
 
+#include <gtest/gtest.h>
+
 #include <cstdlib>
+#include <fstream>
+#include <iostream>
 #include <sstream>
 #include <type_traits>
 
-#include "model.hpp"
+#include "kit/clocks.hpp"
+
+using namespace kit;
 
 using Vesk::Time;
 
@@ -238,7 +244,7 @@ TEST(FieldsTest, OfAPriority) {
 // ---- Clocks and constraints --------------------------------------------------------------------
 
 TEST(FieldsTest, OfAGenericClock) {
-  struct Open : model::HandClock {
+  struct Open : kit::HandClock {
     Open() : HandClock(Time(0)) {}
     void fill() { field<char*>(mName)[0] = 's'; }
   } clock;
@@ -579,7 +585,7 @@ TEST(FieldsTest, OfAScheduler) {
       EXPECT_EQ(field<int>(mTrace), 0);
       for (FILE* file : {field<FILE*>(aut_file), field<FILE*>(state_file),
                          field<FILE*>(pruned_paths), field<FILE*>(deadlock_states)}) {
-        EXPECT_EQ(file, nullptr);
+        EXPECT_EQ(file, nullptr) << "one of the four files";
       }
       EXPECT_FALSE(field<std::ofstream>(simout_file).is_open());
       EXPECT_EQ(field<Time>(mMaxDrift), Time(40));

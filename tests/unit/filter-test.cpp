@@ -10,7 +10,9 @@
 #include <vector>
 
 #include "executables.hpp"
-#include "scripted.hpp"
+#include "kit/scripted.hpp"
+
+using namespace kit;
 
 namespace {
 
@@ -82,10 +84,10 @@ TEST(FilterLevelTest, EveryLevelUpTo31HasItsBits) {
   EmptyScheduler filter;
   for (unsigned int level = 0; level < 32; ++level) {
     filter.setLevel(level);
-    EXPECT_EQ(filter.level(), level);
+    EXPECT_EQ(filter.level(), level) << level;
     EXPECT_EQ(filter.mark(), 1u << level);
     const unsigned int higher = level == 31 ? 0u : ~0u << (level + 1);
-    EXPECT_EQ(filter.mask(), ~higher);
+    EXPECT_EQ(filter.mask(), ~higher) << level;
   }
 }
 
@@ -179,14 +181,14 @@ TEST_F(StandardSemanticsTest, ASecondApplicationNarrowsFurtherAndClearsNoMark) {
   ScriptedPort& removed = add("a", Time(20), Time::MAX);
   ScriptedPort& kept = add("b", Time(10), Time::MAX);
   wait.setHigh(Time(15));
-  EXPECT_EQ(leftAfter(semantics), "b");
+  EXPECT_EQ(leftAfter(semantics), "b") << "the first time";
   removed.window.from = Time(0);
   kept.window.due = Time(12);
-  EXPECT_EQ(leftAfter(semantics), "b");
-  EXPECT_EQ(wait.high(), Time(12));
+  EXPECT_EQ(leftAfter(semantics), "b") << "due at 12";
+  EXPECT_EQ(wait.high(), Time(12)) << "due at 12";
   kept.window.due = Time(14);
-  EXPECT_EQ(leftAfter(semantics), "b");
-  EXPECT_EQ(wait.high(), Time(12));
+  EXPECT_EQ(leftAfter(semantics), "b") << "due at 14";
+  EXPECT_EQ(wait.high(), Time(12)) << "due at 14";
 }
 
 // Keeping everything
@@ -405,10 +407,13 @@ TEST_F(RandomTimesTest, TheSemanticsKeepsWhatBeginsByTheEarliestDeadline) {
     const std::vector<Candidate> all = fill();
     Time latest = Time::MAX;
     for (const Candidate& one : all) latest = std::min(latest, one.first);
-    ASSERT_EQ(leftAfter(StandardSemantics()), names(all, [&](const Candidate& one) {
-                return one.second != Time::MAX && one.second <= latest;
-              }));
-    ASSERT_EQ(wait.high(), latest);
+    ASSERT_EQ(leftAfter(StandardSemantics()), names(all,
+                                                    [&](const Candidate& one) {
+                                                      return one.second != Time::MAX &&
+                                                             one.second <= latest;
+                                                    }))
+        << round;
+    ASSERT_EQ(wait.high(), latest) << round;
   }
 }
 
@@ -417,7 +422,8 @@ TEST_F(RandomTimesTest, EarliestDeadlineFirstKeepsTheLeastPair) {
     const std::vector<Candidate> all = fill();
     const auto least = std::min_element(all.begin(), all.end());
     ASSERT_EQ(leftAfter(EDFScheduler()),
-              names(all, [&](const Candidate& one) { return one == *least; }));
+              names(all, [&](const Candidate& one) { return one == *least; }))
+        << round;
   }
 }
 
@@ -432,7 +438,8 @@ TEST_F(RandomTimesTest, TheMarginSwitchesToTheLeastPairByNextTime) {
       kept = soon.second + margin < urgent.first ? soon : urgent;
     }
     ASSERT_EQ(leftAfter(EDFdeltaScheduler(margin)),
-              names(all, [&](const Candidate& one) { return one == kept; }));
+              names(all, [&](const Candidate& one) { return one == kept; }))
+        << round;
   }
 }
 

@@ -2,12 +2,18 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
-#include "scheduler-models.hpp"
+#include "kit/atoms.hpp"
+#include "kit/processes.hpp"
+#include "kit/schedulers.hpp"
+#include "kit/systems.hpp"
 
-using namespace runs;
+using namespace kit;
 
 // What create builds is the system of engineMain().
 static std::function<Compound*()> create;
@@ -30,7 +36,7 @@ void breakInput() {
 // A counter whose first firing breaks standard input, or does not.
 System* makeSystem(bool breaking) {
   System* system = new System;
-  RuleAtom* atom = system->atom("A");
+  TestAtom* atom = system->atom("A");
   system->rendezvous("k", atom->rule(
                               "go", [] { return true; },
                               [=] {

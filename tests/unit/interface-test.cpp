@@ -1,14 +1,17 @@
 // Generated code is built against the classes of the component model: this test holds their shape
 // fixed. What it states can only be changed together with every model.
 
+#include <gtest/gtest.h>
+
 #include <cstring>
 #include <string>
 #include <type_traits>
 #include <vector>
 
-#include "model.hpp"
+#include "kit/atoms.hpp"
+#include "kit/systems.hpp"
 
-using model::Events;
+using namespace kit;
 
 namespace {
 
@@ -93,7 +96,7 @@ class ConnectorLayout : public Connector {
   }
 };
 
-class AtomLayout : public model::TestAtom {
+class AtomLayout : public TestAtom {
  public:
   using TestAtom::TestAtom;
   std::vector<std::ptrdiff_t> places() const {
@@ -204,7 +207,19 @@ TEST(SlotTest, OfClocksAndStatesAreInTheirFixedOrder) {
 
 namespace {
 
-class HookedAtom : public Atom {
+// What was called, in order.
+class Noted {
+ public:
+  Events events;
+
+ protected:
+  bool note(const char* name) {
+    events.push_back(name);
+    return false;
+  }
+};
+
+class HookedAtom : public Atom, public Noted {
  public:
   using Atom::Atom;
   bool isAtom() override { return note("isAtom"); }
@@ -225,16 +240,9 @@ class HookedAtom : public Atom {
     note("rt_sync");
     return nullptr;
   }
-  Events events;
-
- private:
-  bool note(const char* name) {
-    events.push_back(name);
-    return false;
-  }
 };
 
-class HookedCompound : public Compound {
+class HookedCompound : public Compound, public Noted {
  public:
   using Compound::Compound;
   bool isAtom() override { return note("isAtom"); }
@@ -246,46 +254,28 @@ class HookedCompound : public Compound {
     return nullptr;
   }
   void setState(Node*) override { note("setState"); }
-  Events events;
-
- private:
-  bool note(const char* name) {
-    events.push_back(name);
-    return false;
-  }
 };
 
-class HookedConnector : public Connector {
+class HookedConnector : public Connector, public Noted {
  public:
   using Connector::Connector;
-  bool isBroadcast() override { return note("isBroadcast"); }
-  bool complete() override { return note("complete"); }
-  bool guard() override { return note("guard"); }
-  bool guard(const BitVector&) override { return note("guard set"); }
+  bool isBroadcast() override { return !note("isBroadcast"); }
+  bool complete() override { return !note("complete"); }
+  bool guard() override { return !note("guard"); }
+  bool guard(const BitVector&) override { return !note("guard set"); }
   void up() override { note("up"); }
   void up(const BitVector&) override { note("up set"); }
   void dn() override { note("dn"); }
   void dn(const BitVector&) override { note("dn set"); }
   void define() override { note("define"); }
-  Events events;
-
- private:
-  bool note(const char* name) {
-    events.push_back(name);
-    return true;
-  }
 };
 
-class HookedPriority : public Priority {
+class HookedPriority : public Priority, public Noted {
  public:
   using Priority::Priority;
-  void setup() override { events.push_back("setup"); }
-  void setupPrioLevel() override { events.push_back("setupPrioLevel"); }
-  bool guard() override {
-    events.push_back("guard");
-    return false;
-  }
-  Events events;
+  void setup() override { note("setup"); }
+  void setupPrioLevel() override { note("setupPrioLevel"); }
+  bool guard() override { return note("guard"); }
 };
 
 // Ports and interactions differ in their constructors only.
@@ -412,7 +402,7 @@ TEST(HookTest, OfAnInteractionAreReachedThroughItsBase) {
 // ---- layout ------------------------------------------------------------------------------------
 
 TEST(LayoutTest, FieldsStandInTheirFixedOrder) {
-  model::TestCompound holder("C");
+  System holder("C");
   Connector connector("k", &holder, false);
   const PortLayout port("p", &connector);
   const InteractionLayout interaction(&connector, BitVector::EMPTY);
@@ -435,7 +425,7 @@ constexpr bool COPYABLE = std::is_copy_constructible_v<T> || std::is_copy_assign
                           std::is_move_constructible_v<T> || std::is_move_assignable_v<T>;
 
 static_assert(!COPYABLE<Port> && !COPYABLE<Connector> && !COPYABLE<Priority>);
-static_assert(!COPYABLE<Compound> && !COPYABLE<model::TestAtom> && !COPYABLE<CtrlState>);
+static_assert(!COPYABLE<Compound> && !COPYABLE<TestAtom> && !COPYABLE<CtrlState>);
 static_assert(!COPYABLE<Array<Port, true>> && !COPYABLE<Array<Port, false>>);
 static_assert(!COPYABLE<VeskHeap<Connector>> && !COPYABLE<Scheduler>);
 static_assert(std::is_copy_constructible_v<Interaction> && !std::is_copy_assignable_v<Interaction>);

@@ -59,10 +59,10 @@ TEST(IntervalTest, ACopyHasAllFiveFields) {
   EXPECT_EQ(Piece(copy), Piece(original));
   Interval assigned = make(0, 1);
   EXPECT_EQ(&(assigned = original), &assigned);
-  EXPECT_EQ(Piece(assigned), Piece(original));
+  EXPECT_EQ(Piece(assigned), Piece(original)) << "assigned from another one";
   const Interval& same = assigned;
   assigned = same;
-  EXPECT_EQ(Piece(assigned), Piece(original));
+  EXPECT_EQ(Piece(assigned), Piece(original)) << "assigned from itself";
 }
 
 TEST(IntervalTest, NewBoundsTakeTheOtherAttributesOfAModel) {
@@ -107,9 +107,9 @@ TEST(IntervalTest, ObservableIsKeptWhenEitherIs) {
   interval.setMaxObservable(false);
   EXPECT_FALSE(interval.observable());
   interval.setMaxObservable(true);
-  EXPECT_TRUE(interval.observable());
+  EXPECT_TRUE(interval.observable()) << "with true";
   interval.setMaxObservable(false);
-  EXPECT_TRUE(interval.observable());
+  EXPECT_TRUE(interval.observable()) << "with false after true";
 }
 
 TEST(IntervalTest, BothBoundsAreIncluded) {
@@ -201,9 +201,9 @@ TEST(IntervalTest, AnIntersectionKeepsTheTighterBoundsAndTheHigherUrgency) {
   EXPECT_EQ(&(interval &= make(5, 20, LAZY)), &interval);
   EXPECT_EQ(Piece(interval), Piece(5, 10, DELAYABLE));
   interval &= make(0, 7, EAGER);
-  EXPECT_EQ(Piece(interval), Piece(5, 7, EAGER));
+  EXPECT_EQ(Piece(interval), Piece(5, 7, EAGER)) << "with a tighter bound";
   interval &= make(NEVER, EVER);
-  EXPECT_EQ(Piece(interval), Piece(5, 7, EAGER));
+  EXPECT_EQ(Piece(interval), Piece(5, 7, EAGER)) << "with all times";
 }
 
 TEST(IntervalTest, AnIntersectionIsObservableWhenEitherIs) {
@@ -315,12 +315,12 @@ TEST(IntervalTest, TheOrderIsByLowerBoundThenByUpperBoundAndForgetsTheAttributes
   const Interval ordered[] = {make(NEVER, 3), make(0, 3), make(0, 5), make(1, 2), make(1, EVER)};
   for (int a = 0; a < 5; ++a) {
     for (int b = 0; b < 5; ++b) {
-      EXPECT_EQ(ordered[a] < ordered[b], a < b);
-      EXPECT_EQ(ordered[a] <= ordered[b], a <= b);
-      EXPECT_EQ(ordered[a] > ordered[b], a > b);
-      EXPECT_EQ(ordered[a] >= ordered[b], a >= b);
-      EXPECT_EQ(ordered[a] == ordered[b], a == b);
-      EXPECT_EQ(ordered[a] != ordered[b], a != b);
+      EXPECT_EQ(ordered[a] < ordered[b], a < b) << a << ' ' << b;
+      EXPECT_EQ(ordered[a] <= ordered[b], a <= b) << a << ' ' << b;
+      EXPECT_EQ(ordered[a] > ordered[b], a > b) << a << ' ' << b;
+      EXPECT_EQ(ordered[a] >= ordered[b], a >= b) << a << ' ' << b;
+      EXPECT_EQ(ordered[a] == ordered[b], a == b) << a << ' ' << b;
+      EXPECT_EQ(ordered[a] != ordered[b], a != b) << a << ' ' << b;
     }
   }
   EXPECT_TRUE(make(0, 3) == Interval(Time(0), Time(3), EAGER, true, false));

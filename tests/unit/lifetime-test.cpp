@@ -1,24 +1,21 @@
 // How long things live: globals of a model before and after main, many models in one process, and
 // trees and chains that are deeper than any recursion should be.
 
+#include <gtest/gtest.h>
+
 #include <cstdlib>
 #include <memory>
 #include <new>
 #include <string>
 #include <vector>
 
-#include "model.hpp"
+#include "kit/atoms.hpp"
+#include "kit/connectors.hpp"
+#include "kit/lists.hpp"
+#include "kit/systems.hpp"
 #include "stack.hpp"
 
-using model::BROADCAST;
-using model::elements;
-using model::names;
-using model::RENDEZVOUS;
-using model::setOf;
-using model::spans;
-using model::TestAtom;
-using model::TestCompound;
-using model::TestConnector;
+using namespace kit;
 
 // ---- globals of a model ------------------------------------------------------------------------
 
@@ -52,7 +49,7 @@ class GlobalModel {
   Vesk::Time never, always;
   BitVector none, first;
   int countBefore;
-  TestCompound root;
+  System root;
   TestConnector* connector;
   Interaction* interaction;
   Constraint constraint;
@@ -81,9 +78,9 @@ TEST(GlobalModelTest, WhatWasMadeBeforeMainIsStillThere) {
 namespace {
 
 // Two levels with exported ports, timed ports and priorities: everything that owns something.
-std::unique_ptr<TestCompound> buildModel() {
-  auto root = std::make_unique<TestCompound>("R");
-  TestCompound* inner = root->compound("D");
+std::unique_ptr<System> buildModel() {
+  auto root = std::make_unique<System>("R");
+  System* inner = root->compound("D");
   TestAtom *a = inner->atom("A"), *b = inner->atom("B"), *c = root->atom("C");
   a->ctrlStates().add(new CtrlState("idle"));
   TestConnector* exported = inner->exported(BROADCAST, "x", a->enabled("p", a->within(0, 10)),
@@ -105,7 +102,7 @@ std::unique_ptr<TestCompound> buildModel() {
 TEST(ManyModelsTest, ATableThatReturnsToItsFormerCount) {
   const int before = Interaction::TABLE.count();
   for (int round = 0; round < 1000; ++round) {
-    std::unique_ptr<TestCompound> root = buildModel();
+    std::unique_ptr<System> root = buildModel();
     Scheduler scheduler(nullptr, 0, true, 1, -1, 2);
     root->setup(&scheduler);
     root->initialize(nullptr);
@@ -113,26 +110,26 @@ TEST(ManyModelsTest, ATableThatReturnsToItsFormerCount) {
     root->initPrioHeap(&scheduler);
     Connector* legal = root->activate(true);
     // y yields to x wherever x is possible, and x to y altogether, so k has no partner.
-    ASSERT_EQ(names(legal), "l y");
+    ASSERT_EQ(names(legal), "l y") << round;
     legal->execute();
     root->activate(true);
     root->activate(false);
-    ASSERT_GT(Interaction::TABLE.count(), before);
+    ASSERT_GT(Interaction::TABLE.count(), before) << round;
     root.reset();
-    ASSERT_EQ(Interaction::TABLE.count(), before);
+    ASSERT_EQ(Interaction::TABLE.count(), before) << round;
   }
 }
 
 TEST(ManyModelsTest, AConnectorAtAFormerAddressFindsNothingOfTheFormerOne) {
-  TestCompound holder("C");
+  System holder("C");
   alignas(TestConnector) unsigned char place[sizeof(TestConnector)];
   for (int round = 0; round < 100; ++round) {
     TestConnector* connector = new (place) TestConnector(RENDEZVOUS, "k", &holder, false);
     Interaction* interaction = Interaction::Create(connector, setOf({1}));
-    EXPECT_EQ(interaction->inhibitors().count(), 0);
-    EXPECT_EQ(interaction->constraint(), nullptr);
-    EXPECT_FALSE(interaction->dominated());
-    model::TestPriority priority("p", &holder, interaction, nullptr);
+    EXPECT_EQ(interaction->inhibitors().count(), 0) << round;
+    EXPECT_EQ(interaction->constraint(), nullptr) << round;
+    EXPECT_FALSE(interaction->dominated()) << round;
+    TestPriority priority("p", &holder, interaction, nullptr);
     interaction->inhibitors().add(&priority);
     interaction->setDominated(true);
     interaction->useOwnConstraint(nullptr);
@@ -141,10 +138,10 @@ TEST(ManyModelsTest, AConnectorAtAFormerAddressFindsNothingOfTheFormerOne) {
 }
 
 TEST(ManyModelsTest, TwoModelsOfTheSameShapeShareNothing) {
-  const std::unique_ptr<TestCompound> one = buildModel(), two = buildModel();
+  const std::unique_ptr<System> one = buildModel(), two = buildModel();
   one->setup(nullptr);
-  EXPECT_EQ(model::ConnectorFields::dominated(*one->connectors()[0]).size(), 1u);
-  EXPECT_EQ(model::ConnectorFields::dominated(*two->connectors()[0]).size(), 0u);
+  EXPECT_EQ(ConnectorFields::dominated(*one->connectors()[0]).size(), 1u);
+  EXPECT_EQ(ConnectorFields::dominated(*two->connectors()[0]).size(), 0u);
   EXPECT_NE(Interaction::Create(one->connectors()[0], setOf({0})),
             Interaction::Create(two->connectors()[0], setOf({0})));
 }
@@ -159,13 +156,13 @@ constexpr int MANY_LEVELS = 10000;
 #endif
 
 TEST(DeepTreeTest, ManyLevelsAreWalkedOnADefaultStack) {
-  model::onDefaultStack([] {
+  onDefaultStack([] {
     constexpr int LEVELS = MANY_LEVELS;
     Scheduler scheduler(nullptr, 0, true, 1, -1, 2);
     SimuClock platform("platform");
     LogicalClock clock("logical", platform);
-    auto root = std::make_unique<TestCompound>("R");
-    TestCompound* level = root.get();
+    auto root = std::make_unique<System>("R");
+    System* level = root.get();
     TestConnector* connector = level->rendezvous("k", level->atom("A")->enabled("p"));
     for (int i = 1; i < LEVELS; ++i) {
       level = level->compound("L");
@@ -180,8 +177,8 @@ TEST(DeepTreeTest, ManyLevelsAreWalkedOnADefaultStack) {
     root->setStaticPrioLevel();
     root->initPrioHeap(&scheduler);
     EXPECT_EQ(scheduler.prioHeap().getCount(), LEVELS);
-    EXPECT_EQ(model::listOf(root->activate(true)).size(), static_cast<std::size_t>(LEVELS));
-    EXPECT_EQ(model::listOf(root->activate(false)).size(), static_cast<std::size_t>(LEVELS));
+    EXPECT_EQ(listOf(root->activate(true)).size(), static_cast<std::size_t>(LEVELS));
+    EXPECT_EQ(listOf(root->activate(false)).size(), static_cast<std::size_t>(LEVELS));
     const std::unique_ptr<Node> state(root->getState());
     root->setState(state.get());
     const std::unique_ptr<Node> copy(state->copy());
@@ -192,10 +189,10 @@ TEST(DeepTreeTest, ManyLevelsAreWalkedOnADefaultStack) {
 
 // Every level exports what the level below exports; the root uses it.
 TEST(DeepTreeTest, TenThousandLevelsOfExportedPortsFireOnADefaultStack) {
-  model::onDefaultStack([] {
+  onDefaultStack([] {
     constexpr int LEVELS = 10000;
-    TestCompound root("R");
-    std::vector<TestCompound*> levels{&root};
+    System root("R");
+    std::vector<System*> levels{&root};
     for (int i = 1; i < LEVELS; ++i) levels.push_back(levels.back()->compound("L"));
     TestAtom* atom = levels.back()->atom("A");
     Port* port = atom->enabled("p");
@@ -206,10 +203,10 @@ TEST(DeepTreeTest, TenThousandLevelsOfExportedPortsFireOnADefaultStack) {
     int fired = 0;
     atom->onExecute = [&](Port*) { ++fired; };
     for (int round = 0; round < 2; ++round) {
-      ASSERT_EQ(root.activate(true), user);
+      ASSERT_EQ(root.activate(true), user) << round;
       user->actuate(Vesk::Time(0));
       user->execute(Vesk::Time(0));
-      EXPECT_FALSE(user->evaluated());
+      EXPECT_FALSE(user->evaluated()) << round;
     }
     EXPECT_EQ(fired, 2);
   });
@@ -217,9 +214,9 @@ TEST(DeepTreeTest, TenThousandLevelsOfExportedPortsFireOnADefaultStack) {
 
 TEST(DeepTreeTest, TheListsOfEveryLevelKeepTheirOrder) {
   constexpr int LEVELS = 1000, PER_LEVEL = 20;
-  TestCompound root("R");
+  System root("R");
   Constraint within(nullptr, 0, 10, LAZY);
-  TestCompound* level = &root;
+  System* level = &root;
   std::vector<Connector*> expected;
   std::vector<Port*> expectedPorts;
   for (int i = 0; i < LEVELS; ++i) {
@@ -234,21 +231,21 @@ TEST(DeepTreeTest, TheListsOfEveryLevelKeepTheirOrder) {
     level = level->compound("L");
   }
   for (int round = 0; round < 3; ++round) {
-    EXPECT_EQ(model::listOf(root.activate(true)), expected);
-    EXPECT_EQ(model::listOf(root.internals()), expectedPorts);
+    EXPECT_EQ(listOf(root.activate(true)), expected) << round;
+    EXPECT_EQ(listOf(root.internals()), expectedPorts) << round;
   }
 }
 
 TEST(WideTreeTest, AHundredThousandConnectorsAreListed) {
   constexpr int WIDTH = 100000;
-  TestCompound root("R");
+  System root("R");
   TestAtom* atom = root.atom("A");
   Port* port = atom->enabled("p");
   for (int i = 0; i < WIDTH; ++i) root.rendezvous("k", port);
-  const std::vector<Connector*> legal = model::listOf(root.activate(true));
+  const std::vector<Connector*> legal = listOf(root.activate(true));
   ASSERT_EQ(legal.size(), static_cast<std::size_t>(WIDTH));
   for (int i = 0; i < WIDTH; ++i) {
-    ASSERT_EQ(legal[static_cast<std::size_t>(i)], root.connectors()[WIDTH - 1 - i]);
+    ASSERT_EQ(legal[static_cast<std::size_t>(i)], root.connectors()[WIDTH - 1 - i]) << i;
   }
 }
 
@@ -258,7 +255,7 @@ TEST(WideTreeTest, AHundredThousandConnectorsAreListed) {
 TEST(ManyInteractionsTest, AMillionOfOneConnectorAreFoundAgain) {
   constexpr unsigned int COUNT = 1000000;
   const int before = Interaction::TABLE.count();
-  TestCompound holder("C");
+  System holder("C");
   TestConnector* connector = holder.broadcast("k");
   const auto numbered = [](unsigned int number) {
     BitVector set(127);  // never the empty set, which exists already
@@ -272,9 +269,10 @@ TEST(ManyInteractionsTest, AMillionOfOneConnectorAreFoundAgain) {
   for (unsigned int i = 0; i < COUNT; ++i) {
     made.push_back(Interaction::Create(connector, numbered(i)));
   }
-  EXPECT_EQ(Interaction::TABLE.count(), before + 1 + static_cast<int>(COUNT));
+  EXPECT_EQ(Interaction::TABLE.count(), before + 1 + static_cast<int>(COUNT)) << "all are made";
   for (unsigned int i = 0; i < COUNT; ++i) {
-    ASSERT_EQ(Interaction::Create(connector, numbered(i)), made[i]);
+    ASSERT_EQ(Interaction::Create(connector, numbered(i)), made[i]) << i;
   }
-  EXPECT_EQ(Interaction::TABLE.count(), before + 1 + static_cast<int>(COUNT));
+  EXPECT_EQ(Interaction::TABLE.count(), before + 1 + static_cast<int>(COUNT))
+      << "all are found again";
 }

@@ -1,15 +1,20 @@
 // What the engine writes to a stream does not depend on the format that a model has left there.
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <iomanip>
+#include <iostream>
 #include <locale>
 #include <sstream>
 #include <string>
 #include <vector>
 
-#include "scheduler-models.hpp"
+#include "kit/atoms.hpp"
+#include "kit/processes.hpp"
+#include "kit/schedulers.hpp"
+#include "kit/systems.hpp"
 
-using namespace runs;
+using namespace kit;
 
 // What create builds is the system of engineMain().
 static std::function<Compound*()> create;
@@ -50,7 +55,7 @@ Compound* makeSystem(bool disturbing) {
   };
   touch();
   System* system = new System;
-  RuleAtom* a = system->atom("A");
+  TestAtom* a = system->atom("A");
   system->rendezvous("ca", a->timedRule(
                                "go", within(12345678, 20000000, DELAYABLE),
                                [=] {
@@ -58,7 +63,7 @@ Compound* makeSystem(bool disturbing) {
                                  return a->fired < 12;
                                },
                                touch));
-  RuleAtom* b = system->atom("B");
+  TestAtom* b = system->atom("B");
   b->timedRule(
        "tick", within(0, 30000000, EAGER), [=] { return b->fired < 3; }, touch)
       ->setInternal();
@@ -130,7 +135,7 @@ TEST(PlainOutputTest, TheTimedLoopOfASchedulerDoesTheSame) {
   std::string traces[2];
   for (bool disturbing : {false, true}) {
     System system;
-    RuleAtom* atom = system.timedCounter("A", "k", 12, within(12345678, 20000000, DELAYABLE));
+    TestAtom* atom = system.timedCounter("A", "k", 12, within(12345678, 20000000, DELAYABLE));
     OpenScheduler scheduler(&system, 2);
     scheduler.parse({"--trace"});
     scheduler.mTrace = 1;
@@ -155,7 +160,7 @@ TEST(PlainOutputTest, TheTimedLoopOfASchedulerDoesTheSame) {
 
 TEST(PlainOutputTest, WarningsOnStandardErrorAreNotPadded) {
   const Outcome outcome = isolated([] {
-    RuleAtom atom("A", nullptr);
+    TestAtom atom("A", nullptr);
     Port low("low", &atom), high("high", &atom);
     Constraint constraint(nullptr, Vesk::Time(0), Vesk::Time(1), LAZY);
     disturb(std::cerr);

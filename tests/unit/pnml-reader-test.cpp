@@ -370,7 +370,8 @@ TEST(PnmlReaderErrorTest, TokenCountsMustBeInRange) {
     EXPECT_EQ("2:31: initial marking \"" + std::string(count) +
                   "\", expected a number from 0 to 2147483647",
               errorWith("<place id='p'><initialMarking><text>" + std::string(count) +
-                        "</text></initialMarking></place>"));
+                        "</text></initialMarking></place>"))
+        << count;
   }
 }
 
@@ -379,7 +380,8 @@ TEST(PnmlReaderErrorTest, WeightsMustBeInRange) {
     EXPECT_EQ(
         "3:41: arc weight \"" + std::string(weight) + "\", expected a number from 1 to 2147483647",
         errorWithArc("<arc source='p' target='t'><inscription><text>" + std::string(weight) +
-                     "</text></inscription></arc>"));
+                     "</text></inscription></arc>"))
+        << weight;
   }
 }
 

@@ -1,6 +1,7 @@
 // Whole runs of vesk-pnml: nets whose state spaces are known from formulas, and published ones.
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -10,7 +11,11 @@
 #include <string>
 #include <vector>
 
+#include "kit/exploration-checker.hpp"
+#include "kit/output.hpp"
 #include "pnml-text.hpp"
+
+using namespace kit;
 
 namespace {
 
@@ -23,29 +28,6 @@ constexpr bool LARGE = true;
 constexpr bool LARGE = false;
 #endif
 
-// What an exploration finds.
-struct Size {
-  long long states;
-  long long transitions;
-  long long deadlocks;
-};
-
-bool operator==(const Size& one, const Size& other) {
-  return one.states == other.states && one.transitions == other.transitions &&
-         one.deadlocks == other.deadlocks;
-}
-
-std::ostream& operator<<(std::ostream& out, const Size& size) {
-  return out << size.states << " states, " << size.transitions << " transitions, " << size.deadlocks
-             << " deadlocks";
-}
-
-std::string contentOf(const fs::path& file) {
-  std::ostringstream text;
-  text << std::ifstream(file, std::ios::binary).rdbuf();
-  return text.str();
-}
-
 long long linesOf(const fs::path& file) {
   std::ifstream in(file);
   std::string line;
@@ -57,13 +39,7 @@ long long linesOf(const fs::path& file) {
 // A folder that lives as long as a test.
 class PnmlRunTest : public testing::Test {
  protected:
-  PnmlRunTest() {
-    std::string name = (fs::temp_directory_path() / "vesk-pnml-XXXXXX").string();
-    mFolder = mkdtemp(name.data());
-  }
-  ~PnmlRunTest() override { fs::remove_all(mFolder); }
-
-  fs::path file(const char* name) const { return mFolder / name; }
+  fs::path file(const char* name) const { return mFolder.name(name); }
 
   fs::path save(const std::string& body) const {
     const fs::path name = file("net.pnml");
@@ -73,7 +49,7 @@ class PnmlRunTest : public testing::Test {
 
   // The exit status, -1 when a signal ended the run. Output and error go to files.
   int run(const std::string& arguments) const {
-    const std::string command = "cd '" + mFolder.string() + "' && '" VESK_PNML "' " + arguments +
+    const std::string command = "cd '" + mFolder.path() + "' && '" VESK_PNML "' " + arguments +
                                 " >output 2>error </dev/null";
     const int status = std::system(command.c_str());
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
@@ -81,13 +57,13 @@ class PnmlRunTest : public testing::Test {
 
   Size explore(const fs::path& net, const std::string& how) const {
     EXPECT_EQ(0, run("'" + net.string() + "' --" + how + " -o out"));
-    EXPECT_EQ("", contentOf(file("error")));
+    EXPECT_EQ("", contents(file("error")));
     Size size{-1, -1, linesOf(file("out.deadlock"))};
-    std::sscanf(contentOf(file("out.aut")).c_str(), "des(0, %lld, %lld)", &size.transitions,
+    std::sscanf(contents(file("out.aut")).c_str(), "des(0, %lld, %lld)", &size.transitions,
                 &size.states);
     EXPECT_NE(
         std::string::npos,
-        contentOf(file("output")).find("\nFinal size : " + std::to_string(size.states) + "\n"));
+        contents(file("output")).find("\nFinal size : " + std::to_string(size.states) + "\n"));
     EXPECT_EQ(size.states, linesOf(file("out.state")));
     return size;
   }
@@ -101,7 +77,7 @@ class PnmlRunTest : public testing::Test {
   void expectPublishedSizes(const std::string& how) const;
 
  private:
-  fs::path mFolder;
+  Folder mFolder;
 };
 
 std::string indexed(const char* name, int i) {
@@ -408,7 +384,7 @@ TEST_F(PnmlRunTest, ATransitionMayHave128PlacesAndALongLabel) {
     label += indexed("a-place-with-a-rather-long-name-", i) + ":-1";
   }
   ASSERT_LT(1023u, label.size());
-  const std::string transitions = contentOf(file("out.aut"));
+  const std::string transitions = contents(file("out.aut"));
   EXPECT_NE(std::string::npos, transitions.find("\n(0, " + label + ", 1)\n"));
 }
 
@@ -416,7 +392,7 @@ TEST_F(PnmlRunTest, ATransitionWith129PlacesIsRefused) {
   save(wideNet(129));
   EXPECT_EQ(2, run("net.pnml --bfs -o out"));
   EXPECT_EQ("net.pnml:131:1: transition \"t\" has 129 places, expected at most 128\n",
-            contentOf(file("error")));
+            contents(file("error")));
   EXPECT_FALSE(fs::exists(file("out.aut")));
 }
 
@@ -426,18 +402,19 @@ TEST_F(PnmlRunTest, LargeNetsAreLoaded) {
   EXPECT_EQ(
       "VESK mono-threaded engine. Version: Engines: d20101124\n"
       "scheduler : n/t0/p0:-1|p1:+1\nscheduler : n/t1/p1:-1|p2:+1\nscheduler : n/t2/p2:-1|p3:+1\n",
-      contentOf(file("output")));
-  EXPECT_EQ("", contentOf(file("error")));
+      contents(file("output")));
+  EXPECT_EQ("", contents(file("error")));
 }
 
 TEST_F(PnmlRunTest, TooManyTokensEndAnExplorationWithItsFilesComplete) {
   save(placeText("sink", 2147483646) + stepText("t", {}, {"sink"}));
   for (const std::string how : {"bfs", "dfs"}) {
-    EXPECT_EQ(3, run("net.pnml --" + how + " -o out"));
+    EXPECT_EQ(3, run("net.pnml --" + how + " -o out")) << how;
     EXPECT_EQ(
         "vesk: the run ends by an exception: place sink gets 2147483648 tokens, at most 2147483647 "
         "are possible\n",
-        contentOf(file("error")));
-    EXPECT_EQ(0u, contentOf(file("out.aut")).find("des(0, 1, 2)"));
+        contents(file("error")))
+        << how;
+    EXPECT_EQ(0u, contents(file("out.aut")).find("des(0, 1, 2)")) << how;
   }
 }

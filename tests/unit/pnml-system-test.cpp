@@ -111,10 +111,10 @@ TEST(PnmlSystemTest, FiringMovesTheTokens) {
   system.initialize(nullptr);
   legalIn(system);
   connector(system, 0).execute();
-  EXPECT_EQ("0,1,12,", textOf(system));
+  EXPECT_EQ("0,1,12,", textOf(system)) << "after the first transition";
   EXPECT_EQ((std::set<std::string>{"u", "v"}), legalIn(system));
   connector(system, 2).execute();
-  EXPECT_EQ("0,1,12,", textOf(system));
+  EXPECT_EQ("0,1,12,", textOf(system)) << "after the third one, which changes nothing";
   connector(system, 3).execute();
   EXPECT_EQ("0,1,17,", textOf(system));
 }
@@ -125,11 +125,11 @@ TEST(PnmlSystemTest, AnInhibitorArcCountsTheTokensBeforeTheTransitionTakesAny) {
   net.transitions = {{"t", {}, {{0, 2, 0, 3}}}};
   NetSystem system(net);
   system.initialize(nullptr);
-  EXPECT_TRUE(legalIn(system).empty());
+  EXPECT_TRUE(legalIn(system).empty()) << "with three tokens";
   restore(system, "2,");
   EXPECT_EQ((std::set<std::string>{"t"}), legalIn(system));
   restore(system, "1,");
-  EXPECT_TRUE(legalIn(system).empty());
+  EXPECT_TRUE(legalIn(system).empty()) << "with one token";
 }
 
 TEST(PnmlSystemTest, ATransitionWithoutPlacesIsAlwaysLegal) {
@@ -148,9 +148,9 @@ TEST(PnmlSystemTest, PortsAreAnnouncedAgainOnlyWhenTheyChange) {
   NetSystem system(smallNet());
   system.initialize(nullptr);
   Port* take = place(system, 0).ports()[0];
-  EXPECT_TRUE(take->synced());
+  EXPECT_TRUE(take->synced()) << "with the tokens of the start";
   place(system, 0).setTokens(5);
-  EXPECT_TRUE(take->synced());
+  EXPECT_TRUE(take->synced()) << "with five tokens";
   place(system, 0).setTokens(0);
   EXPECT_FALSE(take->synced());
 }
@@ -210,8 +210,9 @@ TEST(PnmlSystemTest, RestoredStatesAreCapturedAsTheyWere) {
   for (const char* text : {"1,0,12,", "0,1,12,", "10,1,2,", "1,10,2,", "1,1,10,", "999,1000,0,",
                            "0,0,0,", "0,0,0,", "2147483647,2147483647,2147483647,", "1,0,12,"}) {
     restore(system, text);
-    EXPECT_EQ(text, textOf(system));
-    EXPECT_EQ(text, textOf(place(system, 0)) + textOf(place(system, 1)) + textOf(place(system, 2)));
+    EXPECT_EQ(text, textOf(system)) << text;
+    EXPECT_EQ(text, textOf(place(system, 0)) + textOf(place(system, 1)) + textOf(place(system, 2)))
+        << text;
   }
 }
 
@@ -284,8 +285,8 @@ TEST(MarkingTextTest, OnlyANumberOfTheSameLengthIsReplaced) {
   text.clear();
   for (int each : {1, 10, 100}) text.add(each);
   EXPECT_TRUE(text.replace({1, 99}));
-  EXPECT_STREQ("1,99,100,", text.data());
+  EXPECT_STREQ("1,99,100,", text.data()) << "after the same length";
   EXPECT_FALSE(text.replace({1, 9}));
   EXPECT_FALSE(text.replace({1, 100}));
-  EXPECT_STREQ("1,99,100,", text.data());
+  EXPECT_STREQ("1,99,100,", text.data()) << "after other lengths";
 }

@@ -1,18 +1,20 @@
 #include "port.hpp"
 
+#include <gtest/gtest.h>
+
 #include <cstring>
+#include <initializer_list>
 #include <string>
+#include <vector>
 
-#include "model.hpp"
+#include "kit/atoms.hpp"
+#include "kit/clocks.hpp"
+#include "kit/connectors.hpp"
+#include "kit/lists.hpp"
+#include "kit/output.hpp"
+#include "kit/systems.hpp"
 
-using model::elements;
-using model::errorsOf;
-using model::Events;
-using model::HandClock;
-using model::RENDEZVOUS;
-using model::TestAtom;
-using model::TestCompound;
-using model::TestConnector;
+using namespace kit;
 
 namespace {
 
@@ -45,7 +47,7 @@ TEST(PortTest, AnAtomPortStartsClearWithItsHolder) {
 }
 
 TEST(PortTest, AnExportedPortStartsClearWithItsHolder) {
-  TestCompound compound("C");
+  System compound("C");
   TestConnector connector(RENDEZVOUS, "k", &compound, true);
   const Port port("x", &connector);
   EXPECT_STREQ(port.name(), "x");
@@ -119,7 +121,7 @@ TEST(PortGuardTest, HoldsForAnAtomPort) {
 }
 
 TEST(PortGuardTest, IsTheGuardOfTheConnectorForAnExportedPort) {
-  TestCompound compound("C");
+  System compound("C");
   TestConnector connector(RENDEZVOUS, "k", &compound, true);
   const Port port("x", &connector);
   bool answer = true;
@@ -139,7 +141,7 @@ TEST(PortLabelTest, IsAtomColonPort) {
 }
 
 TEST(PortLabelTest, OfAnExportedPortIsCompoundColonConnector) {
-  TestCompound compound("C1");
+  System compound("C1");
   TestConnector* connector = compound.exported(RENDEZVOUS, "k");
   EXPECT_STREQ(connector->xPort()->label(), "C1:k");
 }
@@ -179,11 +181,11 @@ TEST(PortLabelTest, IsWholeAtEveryLength) {
     const std::string name(length, 'p');
     OpenPort port(name.c_str(), &atom);
     port.setSynced(true);
-    EXPECT_EQ(port.label(), "A:" + name);
+    EXPECT_EQ(port.label(), "A:" + name) << length;
     EXPECT_EQ(port.label() == port.buffer(), length + 2 < 1024) << length;
-    EXPECT_STREQ(port.name(), name.c_str());
-    EXPECT_EQ(port.atomHolder(), &atom);
-    EXPECT_TRUE(port.synced());
+    EXPECT_STREQ(port.name(), name.c_str()) << length;
+    EXPECT_EQ(port.atomHolder(), &atom) << length;
+    EXPECT_TRUE(port.synced()) << length;
   }
 }
 
@@ -195,7 +197,7 @@ TEST(PortLabelTest, TwoLongLabelsWithACommonBeginningDiffer) {
 }
 
 TEST(PortLabelTest, OfALongConnectorNameIsWhole) {
-  TestCompound compound("C");
+  System compound("C");
   const std::string name(3000, 'k');
   TestConnector* connector = compound.exported(RENDEZVOUS, name.c_str());
   EXPECT_EQ(connector->xPort()->label(), "C:" + name);
@@ -206,7 +208,7 @@ TEST(PortLabelTest, ANullNameIsAnEmptyText) {
   EXPECT_STREQ(Port(nullptr, &named).label(), "A:");
   EXPECT_STREQ(Port("p", &nameless).label(), ":p");
   EXPECT_STREQ(Port(nullptr, &nameless).label(), ":");
-  TestCompound compound(nullptr);
+  System compound(nullptr);
   EXPECT_STREQ(compound.exported(RENDEZVOUS, nullptr)->xPort()->label(), ":");
 }
 
@@ -226,7 +228,7 @@ TEST(PortClockTest, IsTheClockOfTheAtom) {
 
 TEST(PortClockTest, IsNullForAnExportedPort) {
   HandClock clock(Vesk::Time(0));
-  TestCompound compound("C");
+  System compound("C");
   compound.setClock(&clock);
   EXPECT_EQ(compound.exported(RENDEZVOUS, "k")->xPort()->displayClock(), nullptr);
 }
@@ -236,6 +238,7 @@ TEST(PortTimeTest, WithoutConstraintNextIsNowAndThereIsNoDeadline) {
   const Port port("p", &atom);
   for (Vesk::Time t :
        {Vesk::Time::MIN, Vesk::Time(-5), Vesk::Time(0), Vesk::Time(7), Vesk::Time::MAX}) {
+    SCOPED_TRACE(text(t));
     EXPECT_EQ(port.next(t), t);
     EXPECT_EQ(port.deadline(t), Vesk::Time::MAX);
   }
@@ -276,8 +279,8 @@ TEST(PortTimeTest, AskingTwiceGivesTheSame) {
   Port port("p", &atom);
   port.setConstraint(&constraint);
   EXPECT_EQ(port.next(Vesk::Time(0)), port.next(Vesk::Time(0)));
-  EXPECT_EQ(port.deadline(Vesk::Time(0)), Vesk::Time(110));
-  EXPECT_EQ(port.deadline(Vesk::Time(0)), Vesk::Time(110));
+  EXPECT_EQ(port.deadline(Vesk::Time(0)), Vesk::Time(110)) << "the first time";
+  EXPECT_EQ(port.deadline(Vesk::Time(0)), Vesk::Time(110)) << "the second time";
 }
 
 TEST(PortTimeTest, WithoutEitherClockNothingIsTranslated) {
@@ -286,16 +289,16 @@ TEST(PortTimeTest, WithoutEitherClockNothingIsTranslated) {
   Constraint constraint(&clock, 50, 70, DELAYABLE);
   Port port("p", &atom);
   port.setConstraint(&constraint);
-  EXPECT_EQ(port.next(Vesk::Time(0)), Vesk::Time(50));
+  EXPECT_EQ(port.next(Vesk::Time(0)), Vesk::Time(50)) << "with the clock of the constraint alone";
   atom.setClock(&clock);
   constraint.setClock(nullptr);
-  EXPECT_EQ(port.next(Vesk::Time(0)), Vesk::Time(50));
+  EXPECT_EQ(port.next(Vesk::Time(0)), Vesk::Time(50)) << "with the clock of the atom alone";
   EXPECT_EQ(port.deadline(Vesk::Time(0)), Vesk::Time(70));
 }
 
 TEST(PortTimeTest, AnExportedPortDoesNotTranslate) {
   HandClock logical(Vesk::Time(100)), own(Vesk::Time(40));
-  TestCompound compound("C");
+  System compound("C");
   compound.setClock(&logical);
   Port* port = compound.exported(RENDEZVOUS, "k")->xPort();
   Constraint constraint(&own, 50, 70, DELAYABLE);
@@ -306,13 +309,13 @@ TEST(PortTimeTest, AnExportedPortDoesNotTranslate) {
 }
 
 TEST(PortExecuteTest, RunsTheTransitionThenResetsTheLinksOfTheAtom) {
-  TestCompound compound("C");
+  System compound("C");
   TestAtom* atom = compound.atom("A");
   Port* port = atom->enabled("p");
   TestConnector* connector = compound.rendezvous("k", port);
   for (bool timed : {false, true}) {
     connector->eval(false);
-    ASSERT_TRUE(connector->evaluated());
+    ASSERT_TRUE(connector->evaluated()) << timed;
     Port* fired = nullptr;
     bool evaluatedMeanwhile = false;
     atom->onExecute = [&](Port* by) {
@@ -326,15 +329,15 @@ TEST(PortExecuteTest, RunsTheTransitionThenResetsTheLinksOfTheAtom) {
         port->execute();
       }
     });
-    EXPECT_EQ(errors, "");
-    EXPECT_EQ(fired, port);
-    EXPECT_TRUE(evaluatedMeanwhile);
-    EXPECT_FALSE(connector->evaluated());
+    EXPECT_EQ(errors, "") << timed;
+    EXPECT_EQ(fired, port) << timed;
+    EXPECT_TRUE(evaluatedMeanwhile) << timed;
+    EXPECT_FALSE(connector->evaluated()) << timed;
   }
 }
 
 TEST(PortExecuteTest, AnUnsyncedAtomPortIsReportedAndStillFires) {
-  TestCompound compound("C");
+  System compound("C");
   TestAtom* atom = compound.atom("A");
   Port* port = atom->enabled("p");
   TestConnector* connector = compound.rendezvous("k", port);
@@ -351,9 +354,9 @@ TEST(PortExecuteTest, AnUnsyncedAtomPortIsReportedAndStillFires) {
         port->execute();
       }
     });
-    EXPECT_EQ(errors, "ERROR: the port A.p seems to appars several time in a connector\n");
-    EXPECT_EQ(fired, 1);
-    EXPECT_FALSE(connector->evaluated());
+    EXPECT_EQ(errors, "ERROR: the port A.p seems to appars several time in a connector\n") << timed;
+    EXPECT_EQ(fired, 1) << timed;
+    EXPECT_FALSE(connector->evaluated()) << timed;
   }
 }
 
@@ -365,7 +368,7 @@ TEST(PortExecuteTest, AFormatInAReportedNameIsPlainText) {
 }
 
 TEST(PortExecuteTest, OfAnExportedPortFiresTheInteractionOfItsConnector) {
-  TestCompound compound("C");
+  System compound("C");
   TestAtom* atom = compound.atom("A");
   Constraint early(nullptr, 0, 10, LAZY);
   Port* port = atom->enabled("p", &early);
@@ -382,14 +385,14 @@ TEST(PortExecuteTest, OfAnExportedPortFiresTheInteractionOfItsConnector) {
 }
 
 TEST(PortExecuteTest, AnUnsyncedExportedPortIsNotReported) {
-  TestCompound compound("C");
+  System compound("C");
   TestConnector* connector = compound.exported(RENDEZVOUS, "k");
   EXPECT_EQ(errorsOf([&] { connector->xPort()->execute(); }), "");
 }
 
 TEST(PortActuateTest, DoesNothingForAnAtomPort) {
   Events events;
-  TestCompound compound("C");
+  System compound("C");
   TestAtom* atom = compound.atom("A");
   atom->events = &events;
   Port* port = atom->port("p");
@@ -401,7 +404,7 @@ TEST(PortActuateTest, DoesNothingForAnAtomPort) {
 
 TEST(PortActuateTest, HandsDownToTheConnectorOfAnExportedPort) {
   Events events;
-  TestCompound compound("C");
+  System compound("C");
   TestAtom* atom = compound.atom("A");
   Constraint early(nullptr, 0, 10, LAZY);
   TestConnector* connector = compound.exported(RENDEZVOUS, "k", atom->enabled("p", &early));
@@ -414,7 +417,7 @@ TEST(PortActuateTest, HandsDownToTheConnectorOfAnExportedPort) {
 }
 
 TEST(PortLinkTest, OfAnAtomPortGoesToTheAtomOncePerCall) {
-  TestCompound compound("C");
+  System compound("C");
   TestAtom* atom = compound.atom("A");
   Port* port = atom->port("p");
   TestConnector one(RENDEZVOUS, "k1", &compound, false), two(RENDEZVOUS, "k2", &compound, false);
@@ -426,7 +429,7 @@ TEST(PortLinkTest, OfAnAtomPortGoesToTheAtomOncePerCall) {
 }
 
 TEST(PortLinkTest, OfAnExportedPortInTheSameCompoundMarksTheSubconnector) {
-  TestCompound compound("C");
+  System compound("C");
   TestConnector* inner = compound.exported(RENDEZVOUS, "inner");
   TestConnector* outer = compound.rendezvous("outer", inner->xPort());
   EXPECT_EQ(elements(inner->links()), (std::vector<Connector*>{outer}));
@@ -435,8 +438,8 @@ TEST(PortLinkTest, OfAnExportedPortInTheSameCompoundMarksTheSubconnector) {
 }
 
 TEST(PortLinkTest, OfAnExportedPortInTheEnclosingCompoundDoesNotMarkIt) {
-  TestCompound compound("C");
-  TestCompound* below = compound.compound("D");
+  System compound("C");
+  System* below = compound.compound("D");
   TestConnector* inner = below->exported(RENDEZVOUS, "inner");
   TestConnector* outer = compound.rendezvous("outer", inner->xPort());
   EXPECT_EQ(elements(inner->links()), (std::vector<Connector*>{outer}));
@@ -444,8 +447,8 @@ TEST(PortLinkTest, OfAnExportedPortInTheEnclosingCompoundDoesNotMarkIt) {
 }
 
 TEST(PortLinkTest, ALaterConnectorOfAnotherCompoundDoesNotTakeTheMarkAway) {
-  TestCompound compound("C");
-  TestCompound* below = compound.compound("D");
+  System compound("C");
+  System* below = compound.compound("D");
   TestConnector* inner = below->exported(RENDEZVOUS, "inner");
   below->rendezvous("same", inner->xPort());
   compound.rendezvous("outer", inner->xPort());
@@ -454,7 +457,7 @@ TEST(PortLinkTest, ALaterConnectorOfAnotherCompoundDoesNotTakeTheMarkAway) {
 
 TEST(PortNotifyTest, QueuesTheConnectorsOfTheAtom) {
   Scheduler scheduler(nullptr, 0, true, 1, -1, 2);
-  TestCompound compound("C");
+  System compound("C");
   TestAtom* atom = compound.atom("A");
   Port* port = atom->port("p");
   TestConnector* one = compound.rendezvous("k1", port);
@@ -468,7 +471,7 @@ TEST(PortNotifyTest, QueuesTheConnectorsOfTheAtom) {
 
 TEST(PortNotifyTest, DoesNothingForAnExportedPort) {
   Scheduler scheduler(nullptr, 0, true, 1, -1, 2);
-  TestCompound compound("C");
+  System compound("C");
   TestAtom* atom = compound.atom("A");
   atom->mScheduler = &scheduler;
   TestConnector* inner = compound.exported(RENDEZVOUS, "inner", atom->port("p"));
@@ -491,7 +494,7 @@ TEST(PortOwnershipTest, AnAtomPortLeavesTheModelsConstraintAlone) {
 }
 
 TEST(PortOwnershipTest, AnExportedPortLeavesItsConstraintToItsConnector) {
-  TestCompound compound("C");
+  System compound("C");
   TestConnector* connector = compound.rendezvous("k");
   Constraint constraint(nullptr, 0, 10, LAZY);
   {
@@ -509,9 +512,9 @@ TEST(PortOwnershipTest, AConstraintMadeByADominationIsUsedAgainAndReleased) {
   Constraint* made = nullptr;
   for (int step = 0; step < 1000; ++step) {
     high.dominate(low, Vesk::Time(0));
-    ASSERT_NE(low.constraint(), nullptr);
+    ASSERT_NE(low.constraint(), nullptr) << step;
     if (made == nullptr) made = low.constraint();
-    EXPECT_EQ(low.constraint(), made);
+    EXPECT_EQ(low.constraint(), made) << step;
     low.setConstraint(nullptr);
   }
 }

@@ -1,20 +1,19 @@
 #include "priority.hpp"
 
+#include <gtest/gtest.h>
+
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "model.hpp"
+#include "kit/atoms.hpp"
+#include "kit/connectors.hpp"
+#include "kit/lists.hpp"
+#include "kit/systems.hpp"
 #include "stack.hpp"
 
-using model::elements;
-using model::Events;
-using model::RENDEZVOUS;
-using model::setOf;
-using model::spans;
-using model::TestCompound;
-using model::TestConnector;
-using model::TestPriority;
+using namespace kit;
 
 namespace {
 
@@ -37,7 +36,7 @@ class PriorityTest : public testing::Test {
   }
 
   Events events;
-  TestCompound compound;
+  System compound;
 };
 
 class PriorityLevelTest : public PriorityTest {};
@@ -93,11 +92,11 @@ TEST_F(PriorityTest, SetupMakesItKnownToInteractionAndConnectors) {
   priority->setup();
   EXPECT_EQ(elements(of(a)->inhibitors()), std::vector<Priority*>{priority});
   EXPECT_EQ(of(b)->inhibitors().count(), 0);
-  EXPECT_EQ(model::ConnectorFields::dominated(*a), std::vector<Priority*>{priority});
-  EXPECT_EQ(model::ConnectorFields::dominator(*a).size(), 0u);
-  EXPECT_EQ(model::ConnectorFields::dominated(*b).size(), 0u);
-  EXPECT_EQ(model::ConnectorFields::dominator(*b), std::vector<Priority*>{priority});
-  EXPECT_EQ(model::ConnectorFields::dominator(*c).size(), 0u);
+  EXPECT_EQ(ConnectorFields::dominated(*a), std::vector<Priority*>{priority});
+  EXPECT_EQ(ConnectorFields::dominator(*a).size(), 0u);
+  EXPECT_EQ(ConnectorFields::dominated(*b).size(), 0u);
+  EXPECT_EQ(ConnectorFields::dominator(*b), std::vector<Priority*>{priority});
+  EXPECT_EQ(ConnectorFields::dominator(*c).size(), 0u);
 }
 
 TEST_F(PriorityTest, SetupTwiceRepeatsInTheInteractionOnly) {
@@ -106,31 +105,31 @@ TEST_F(PriorityTest, SetupTwiceRepeatsInTheInteractionOnly) {
   priority->setup();
   priority->setup();
   EXPECT_EQ(elements(of(a)->inhibitors()), (std::vector<Priority*>{priority, priority}));
-  EXPECT_EQ(model::ConnectorFields::dominated(*a), std::vector<Priority*>{priority});
-  EXPECT_EQ(model::ConnectorFields::dominator(*b), std::vector<Priority*>{priority});
+  EXPECT_EQ(ConnectorFields::dominated(*a), std::vector<Priority*>{priority});
+  EXPECT_EQ(ConnectorFields::dominator(*b), std::vector<Priority*>{priority});
 }
 
 TEST_F(PriorityTest, SetupWithoutHighMakesEveryOtherConnectorOfTheCompoundADominator) {
   Connector *a = connector("a"), *b = connector("b"), *c = connector("c");
-  TestCompound* elsewhere = compound.compound("D");
+  System* elsewhere = compound.compound("D");
   Connector* d = elsewhere->rendezvous("d");
   TestPriority* priority = below(b, nullptr);
   priority->setup();
-  EXPECT_EQ(model::ConnectorFields::dominated(*b), std::vector<Priority*>{priority});
-  EXPECT_EQ(model::ConnectorFields::dominator(*b).size(), 0u);
-  EXPECT_EQ(model::ConnectorFields::dominator(*a), std::vector<Priority*>{priority});
-  EXPECT_EQ(model::ConnectorFields::dominator(*c), std::vector<Priority*>{priority});
-  EXPECT_EQ(model::ConnectorFields::dominator(*d).size(), 0u);
+  EXPECT_EQ(ConnectorFields::dominated(*b), std::vector<Priority*>{priority});
+  EXPECT_EQ(ConnectorFields::dominator(*b).size(), 0u);
+  EXPECT_EQ(ConnectorFields::dominator(*a), std::vector<Priority*>{priority});
+  EXPECT_EQ(ConnectorFields::dominator(*c), std::vector<Priority*>{priority});
+  EXPECT_EQ(ConnectorFields::dominator(*d).size(), 0u);
 }
 
 // The compound that counts is the one that holds the low connector, not the priority's own.
 TEST_F(PriorityTest, SetupWithoutHighLooksAtTheCompoundOfTheLowConnector) {
-  TestCompound* elsewhere = compound.compound("D");
+  System* elsewhere = compound.compound("D");
   Connector *low = elsewhere->rendezvous("low"), *beside = elsewhere->rendezvous("beside"),
             *above = connector("above");
   below(low, nullptr)->setup();
-  EXPECT_EQ(model::ConnectorFields::dominator(*beside).size(), 1u);
-  EXPECT_EQ(model::ConnectorFields::dominator(*above).size(), 0u);
+  EXPECT_EQ(ConnectorFields::dominator(*beside).size(), 1u);
+  EXPECT_EQ(ConnectorFields::dominator(*above).size(), 0u);
 }
 
 TEST_F(PriorityTest, ApplyLetsHighDominateLowWithItsDelay) {
@@ -281,7 +280,7 @@ TEST_F(PriorityLevelTest, WithoutHighAmongTheInhibitorsThePropagationGoesOn) {
 
 TEST_F(PriorityLevelTest, OfCyclesAreGivenOnceAndThePropagationEnds) {
   for (int length = 2; length <= 20; ++length) {
-    TestCompound ring("R");
+    System ring("R");
     std::vector<Connector*> connectors;
     for (int i = 0; i < length; ++i) connectors.push_back(ring.rendezvous("k"));
     for (std::size_t i = 0; i < connectors.size(); ++i) {
@@ -290,7 +289,7 @@ TEST_F(PriorityLevelTest, OfCyclesAreGivenOnceAndThePropagationEnds) {
     ring.setup(nullptr);
     ring.setStaticPrioLevel();
     for (int i = 0; i < length; ++i) {
-      EXPECT_EQ(connectors[static_cast<std::size_t>(i)]->getPriority(), i);
+      EXPECT_EQ(connectors[static_cast<std::size_t>(i)]->getPriority(), i) << length << ' ' << i;
     }
   }
 }
@@ -339,7 +338,7 @@ TEST_F(PriorityLevelTest, ThePropagationGoesDepthFirst) {
 }
 
 TEST_F(PriorityLevelTest, AreComputedInTreeOrder) {
-  TestCompound* inner = compound.compound("D");
+  System* inner = compound.compound("D");
   Connector *a = inner->rendezvous("a"), *b = inner->rendezvous("b");
   TestPriority* within = inner->priority("inner", of(a), of(b));
   TestPriority* across = compound.priority("outer", of(connector("k")), of(connector("l")));
@@ -391,7 +390,7 @@ struct LiteralLevels {
 TEST_F(PriorityLevelTest, AgreeWithTheLiteralRuleOnRandomRelations) {
   std::mt19937 random(11);
   for (int round = 0; round < 2000; ++round) {
-    TestCompound system("S");
+    System system("S");
     const int count = 2 + static_cast<int>(random() % 8);
     LiteralLevels literal(count);
     std::vector<Connector*> connectors;
@@ -420,7 +419,7 @@ namespace {
 
 // k0 < k1 < ... < kn, visited from k0 upwards or from kn downwards.
 std::vector<int> levelsOfChain(int priorities, bool upwards) {
-  TestCompound chain("C");
+  System chain("C");
   std::vector<Interaction*> links;
   for (int i = 0; i <= priorities; ++i) {
     links.push_back(Interaction::Create(chain.rendezvous("k"), BitVector::EMPTY));
@@ -472,9 +471,9 @@ TEST(PriorityChainTest, LevelsDownwardsStartAgainAtTheNumberThatMeansNoLevel) {
 class PriorityChainLengthTest : public testing::TestWithParam<int> {};
 
 TEST_P(PriorityChainLengthTest, GetsItsLevelsInBothOrdersOnADefaultStack) {
-  model::onDefaultStack([] {
+  onDefaultStack([] {
     for (bool upwards : {true, false}) {
-      EXPECT_EQ(levelsOfChain(GetParam(), upwards), expectedLevels(GetParam(), upwards));
+      EXPECT_EQ(levelsOfChain(GetParam(), upwards), expectedLevels(GetParam(), upwards)) << upwards;
     }
   });
 }
@@ -494,8 +493,8 @@ TEST_F(PriorityLevelTest, ALevelThatMeansNoLevelDoesNotKeepTheWalkFromEnding) {
 
 // A walk through 100,000 applied priorities and links resets everything without deep recursion.
 TEST(PriorityChainTest, ResettingALongChainOfAppliedPrioritiesDoesNotOverflowTheStack) {
-  model::onDefaultStack([] {
-    TestCompound chain("C");
+  onDefaultStack([] {
+    System chain("C");
     std::vector<TestConnector*> connectors;
     for (int i = 0; i <= 100000; ++i) connectors.push_back(chain.rendezvous("k"));
     for (std::size_t i = 0; i + 1 < connectors.size(); ++i) {
@@ -507,20 +506,23 @@ TEST(PriorityChainTest, ResettingALongChainOfAppliedPrioritiesDoesNotOverflowThe
     }
     for (TestConnector* connector : connectors) connector->setEvaluated(true);
     connectors.back()->resetLink();
-    for (TestConnector* connector : connectors) ASSERT_FALSE(connector->evaluated());
-    for (Priority* priority : elements(chain.priorities())) ASSERT_FALSE(priority->applied());
+    for (TestConnector* connector : connectors)
+      ASSERT_FALSE(connector->evaluated()) << connector->name();
+    for (Priority* priority : elements(chain.priorities()))
+      ASSERT_FALSE(priority->applied()) << "one of the priorities";
   });
 }
 
 TEST(PriorityChainTest, EvaluatingAndResettingALongChainOfExportedPortsDoesNotOverflowTheStack) {
-  model::onDefaultStack([] {
-    TestCompound chain("C");
+  onDefaultStack([] {
+    System chain("C");
     TestConnector* first = chain.exported(RENDEZVOUS, "k", chain.atom("A")->enabled("p"));
     TestConnector* last = first;
     for (int i = 0; i < 100000; ++i) last = chain.exported(RENDEZVOUS, "k", last->xPort());
     last->eval(false);
     EXPECT_TRUE(last->legal());
     first->resetLink();
-    for (Connector* connector : elements(chain.connectors())) ASSERT_FALSE(connector->evaluated());
+    for (Connector* connector : elements(chain.connectors()))
+      ASSERT_FALSE(connector->evaluated()) << connector->name();
   });
 }

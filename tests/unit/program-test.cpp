@@ -6,20 +6,31 @@
 #include <poll.h>
 #include <signal.h>
 #include <sys/resource.h>
-#include <sys/time.h>
 #include <termios.h>
 #include <time.h>
 
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <iostream>
 #include <map>
+#include <memory>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "allocations.hpp"
-#include "scheduler-models.hpp"
+#include "kit/atoms.hpp"
+#include "kit/output.hpp"
+#include "kit/processes.hpp"
+#include "kit/schedulers.hpp"
+#include "kit/systems.hpp"
+#include "passing-clock.hpp"
 
-using namespace runs;
+using namespace kit;
 
 namespace {
 
@@ -81,15 +92,6 @@ Compound* Compound::Create(int, char**) {
   return create();
 }
 
-// Wall-clock time that passes a millisecond a reading: nobody waits for the real one.
-extern "C" int gettimeofday(timeval* now, void*) noexcept {
-  static long long milliseconds = 1'000'000'000'000;
-  ++milliseconds;
-  now->tv_sec = static_cast<decltype(now->tv_sec)>(milliseconds / 1000);
-  now->tv_usec = static_cast<decltype(now->tv_usec)>(milliseconds % 1000 * 1000);
-  return 0;
-}
-
 // ---- Files, pipes and terminals --------------------------------------------------------------
 
 namespace {
@@ -127,7 +129,7 @@ Ends openChannel(Channel channel, const std::filesystem::path& file) {
 std::string outputThrough(Channel channel, const std::function<int()>& body,
                           const std::string& input) {
   const Folder folder;
-  const Ends ends = openChannel(channel, folder.path() / "output");
+  const Ends ends = openChannel(channel, folder.name("output"));
   EXPECT_NE(ends.read, -1);
   EXPECT_NE(ends.write, -1);
   std::fflush(nullptr);
@@ -161,7 +163,7 @@ std::string outputThrough(Channel channel, const std::function<int()>& body,
 TEST(ChannelTest, FilesPipesAndTerminalsReceiveTheSameBytes) {
   create = [] {
     System* system = new System;
-    RuleAtom* atom = system->atom("A");
+    TestAtom* atom = system->atom("A");
     const auto speak = [] {
       std::printf("by stdio, ");
       std::cout << "by stream, ";
@@ -201,6 +203,7 @@ TEST(ChannelTest, FilesPipesAndTerminalsReceiveTheSameBytes) {
       {singleStep, "1 l x 2 0 1", "scheduler : System/k/A:go\n" + spoken},
   };
   for (const Case& one : cases) {
+    SCOPED_TRACE(&one - cases.data());
     const std::string expected = outputThrough(Channel::FILE, one.body, one.input);
     EXPECT_EQ(outputThrough(Channel::PIPE, one.body, one.input), expected);
     EXPECT_EQ(outputThrough(Channel::TERMINAL, one.body, one.input), expected);
@@ -272,9 +275,9 @@ TEST(ChannelTest, EveryPromptIsOutBeforeItsAnswerIsRead) {
   };
   Conversation timed([] { return engineMain({"--interactive"}); });
   for (int step = 0; step < 2; ++step) {
-    EXPECT_TRUE(timed.hears("Enter a new value for current time in lazy (0ms,_): "));
+    EXPECT_TRUE(timed.hears("Enter a new value for current time in lazy (0ms,_): ")) << step;
     timed.says("0\n");
-    EXPECT_TRUE(timed.hears("Enter interaction or internal port number (hit 0 to exit): "));
+    EXPECT_TRUE(timed.hears("Enter interaction or internal port number (hit 0 to exit): ")) << step;
     timed.says("1\n");
   }
   EXPECT_TRUE(timed.hears("] deadlock!\n"));
@@ -285,7 +288,7 @@ TEST(ChannelTest, EveryPromptIsOutBeforeItsAnswerIsRead) {
     return 0;
   });
   for (const char* answer : {"1\n", "l\n", "1\n", "0\n"}) {
-    EXPECT_TRUE(single.hears("Enter connector number (Hit 0 to exit) : "));
+    EXPECT_TRUE(single.hears("Enter connector number (Hit 0 to exit) : ")) << answer;
     single.says(answer);
   }
   EXPECT_TRUE(single.hears("Exiting ...\n\n"));
@@ -305,6 +308,7 @@ TEST(ChannelTest, ClosedStandardDescriptorsChangeNothingElse) {
                                                            {"--opt2", "-s", "trace"},
                                                            {"--dfs"},
                                                            {"--bfs"}}) {
+    SCOPED_TRACE(testing::PrintToString(arguments));
     const WholeRun whole = run(arguments);
     EXPECT_EQ(whole.outcome.status, 0);
     EXPECT_FALSE(arguments.size() > 1 && whole.files.at("trace").empty());
@@ -330,9 +334,9 @@ namespace {
 constexpr char FORMAT[] = "%n%s%99999d";
 
 // Its state text is a format as well.
-class FormatAtom : public RuleAtom {
+class FormatAtom : public TestAtom {
  public:
-  explicit FormatAtom(const Compound* holder) : RuleAtom(FORMAT, holder) {
+  explicit FormatAtom(const Compound* holder) : TestAtom(FORMAT, holder) {
     ctrlStates().add(new CtrlState(FORMAT));
   }
   Node* getState() override {
@@ -386,6 +390,7 @@ TEST(NameTest, AFormatInANameIsPlainTextInEveryMode) {
       {ownLoop(2, {"--trace"}), ""},
   };
   for (const Case& one : cases) {
+    SCOPED_TRACE(&one - cases.data());
     const WholeRun result = run(one.body, "0 1 1 0 0");
     EXPECT_EQ(result.outcome.status, 0);
     EXPECT_EQ(result.outcome.err, "");
@@ -403,9 +408,9 @@ TEST(NameTest, AFormatInANameIsPlainTextInTheFilesOfAnExploration) {
   const std::string transition = format + "/" + format + "/" + format + ":" + format;
   for (const char* traversal : {"--dfs", "--bfs"}) {
     const WholeRun result = run({traversal, "-o", FORMAT});
-    EXPECT_EQ(result.outcome.status, 0);
-    EXPECT_EQ(result.outcome.err, "");
-    EXPECT_LT(result.outcome.out.size(), 2000u);
+    EXPECT_EQ(result.outcome.status, 0) << traversal;
+    EXPECT_EQ(result.outcome.err, "") << traversal;
+    EXPECT_LT(result.outcome.out.size(), 2000u) << traversal;
     const std::string transitions = result.files.at(format + ".aut");
     EXPECT_NE(transitions.find("(0, " + transition + ", 1)\n"), std::string::npos) << transitions;
     EXPECT_NE(transitions.find("(1, " + transition + ", 2)\n"), std::string::npos) << transitions;
@@ -421,7 +426,7 @@ TEST(NameTest, AFormatInANameIsPlainTextInTheFilesOfAnExploration) {
 TEST(ExitTest, AModelThatEndsTheProcessLosesNoLineOfTheTrace) {
   create = [] {
     System* system = new System;
-    RuleAtom* atom = system->atom("A");
+    TestAtom* atom = system->atom("A");
     system->rendezvous("k", atom->rule(
                                 "go", [] { return true; },
                                 [atom] {
@@ -436,6 +441,7 @@ TEST(ExitTest, AModelThatEndsTheProcessLosesNoLineOfTheTrace) {
   for (const Case& one : std::vector<Case>{{{}, "scheduler [0ms] System/k/A:go lazy\n"},
                                            {{"--opt1"}, "scheduler : System/k/A:go\n"},
                                            {{"--opt2"}, "scheduler : System/k/A:go\n"}}) {
+    SCOPED_TRACE(testing::PrintToString(one.arguments));
     Arguments arguments = one.arguments;
     EXPECT_EQ(run(arguments).outcome.status, 3);
     EXPECT_EQ(run(arguments).outcome.out, BANNER + repeated(2, one.line));
@@ -452,10 +458,10 @@ TEST(ExitTest, AModelMayEndTheProcessBeforeThereIsASystem) {
   create = []() -> Compound* { std::exit(2); };
   for (const char* option : {"--execute", "--opt2", "--bfs", "--help", "--bogus"}) {
     const WholeRun result = run({option});
-    EXPECT_EQ(result.outcome.status, 2);
-    EXPECT_EQ(result.outcome.out, BANNER);
-    EXPECT_EQ(result.outcome.err, "");
-    EXPECT_TRUE(result.files.empty());
+    EXPECT_EQ(result.outcome.status, 2) << option;
+    EXPECT_EQ(result.outcome.out, BANNER) << option;
+    EXPECT_EQ(result.outcome.err, "") << option;
+    EXPECT_TRUE(result.files.empty()) << option;
   }
 }
 
@@ -517,14 +523,14 @@ TEST(UntimedRunTest, AModelMayHaveClocksAndConstraintsAllTheSame) {
   const std::string lines = repeated(3, "scheduler : System/k/A:go\n");
   for (const char* loop : {"--opt1", "--opt2"}) {
     const WholeRun result = run({loop, "--limit", "3"});
-    EXPECT_EQ(result.outcome.status, 0);
-    EXPECT_EQ(result.outcome.out, BANNER + lines);
-    EXPECT_EQ(result.outcome.err, "");
+    EXPECT_EQ(result.outcome.status, 0) << loop;
+    EXPECT_EQ(result.outcome.out, BANNER + lines) << loop;
+    EXPECT_EQ(result.outcome.err, "") << loop;
   }
   for (const char* traversal : {"--dfs", "--bfs"}) {
     const WholeRun result = run({traversal});
-    EXPECT_EQ(result.outcome.status, 0);
-    EXPECT_EQ(result.outcome.err, "");
+    EXPECT_EQ(result.outcome.status, 0) << traversal;
+    EXPECT_EQ(result.outcome.err, "") << traversal;
     const std::string transitions = result.files.at("vesk.aut");
     EXPECT_NE(transitions.find("(0, System/k/A:go, 1)\n(1, System/k/A:go, 0)\n"), std::string::npos)
         << transitions;
@@ -552,6 +558,7 @@ TEST(UntimedRunTest, PortsThatAreNeverPossibleTogetherAreADeadlockInEveryMode) {
                                            {{"--interactive"}, "scheduler [0ms] deadlock!\n"},
                                            {{"--opt1"}, "scheduler : deadlock\n"},
                                            {{"--opt2"}, "Error or Deadlock!\n"}}) {
+    SCOPED_TRACE(testing::PrintToString(one.arguments));
     const WholeRun result = run(one.arguments);
     EXPECT_EQ(result.outcome.status, 0);
     EXPECT_EQ(result.outcome.out, BANNER + one.expected);
@@ -559,9 +566,9 @@ TEST(UntimedRunTest, PortsThatAreNeverPossibleTogetherAreADeadlockInEveryMode) {
   }
   for (const char* traversal : {"--dfs", "--bfs"}) {
     const WholeRun result = run({traversal});
-    EXPECT_EQ(result.outcome.status, 0);
-    EXPECT_EQ(result.outcome.err, "");
-    EXPECT_EQ(result.files.at("vesk.aut").find("System/k"), std::string::npos);
+    EXPECT_EQ(result.outcome.status, 0) << traversal;
+    EXPECT_EQ(result.outcome.err, "") << traversal;
+    EXPECT_EQ(result.files.at("vesk.aut").find("System/k"), std::string::npos) << traversal;
   }
 }
 
@@ -630,11 +637,11 @@ constexpr int MEMORY_GREW = 77;  // exit status
 // Counts its firings and watches the memory: after the first steps the number of blocks stays.
 Compound* watchedModel(const Interval& when) {
   System* system = new System;
-  RuleAtom* atom = system->atom("A");
+  TestAtom* atom = system->atom("A");
   const auto watch = [atom] {
     static long live = 0;
-    if (atom->fired == 1000) live = model::Allocations::live();
-    if (atom->fired == MANY_STEPS && model::Allocations::live() != live) std::_Exit(MEMORY_GREW);
+    if (atom->fired == 1000) live = Allocations::live();
+    if (atom->fired == MANY_STEPS && Allocations::live() != live) std::_Exit(MEMORY_GREW);
   };
   system->rendezvous("k", atom->timedRule(
                               "go", when, [] { return true; }, watch));
@@ -644,7 +651,7 @@ Compound* watchedModel(const Interval& when) {
 }  // namespace
 
 TEST(LongRunTest, ManyStepsAtOneTimeOrOverTimeKeepNoMemory) {
-  ASSERT_TRUE(model::COUNTING);
+  ASSERT_TRUE(COUNTING);
   const std::string limit = std::to_string(MANY_STEPS);
   const Interval atOnce = within(0, 0, EAGER);
   const Interval later = within(1, 2, DELAYABLE);
@@ -671,7 +678,8 @@ TEST(LongRunTest, ATimedRunDoesNotReachALimitThatIsZeroOrNegative) {
   const std::string line = "scheduler [0ms] System/ca/A:go lazy\n";
   for (const char* limit : {"0", "-1", "-5", "-2147483648", "junk"}) {
     EXPECT_EQ(run({"--limit", limit}).outcome.out,
-              BANNER + repeated(7, line) + "scheduler [0ms] deadlock!\n");
+              BANNER + repeated(7, line) + "scheduler [0ms] deadlock!\n")
+        << limit;
   }
   EXPECT_EQ(run({"--limit", "5"}).outcome.out,
             BANNER + repeated(5, line) + "Execution limit size (5) reached!\n");

@@ -6,11 +6,18 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <filesystem>
+#include <iostream>
 #include <string>
+#include <vector>
 
-#include "scheduler-models.hpp"
+#include "kit/atoms.hpp"
+#include "kit/output.hpp"
+#include "kit/processes.hpp"
+#include "kit/schedulers.hpp"
+#include "kit/systems.hpp"
 
-using namespace runs;
+using namespace kit;
 
 namespace {
 
@@ -21,8 +28,8 @@ constexpr char FIRED_B[] = "scheduler : System/cb/B:go\n";
 struct Pair : System {
   Pair(int firingsOfA, int firingsOfB)
       : a(counter("A", "ca", firingsOfA)), b(counter("B", "cb", firingsOfB)) {}
-  RuleAtom* a;
-  RuleAtom* b;
+  TestAtom* a;
+  TestAtom* b;
 };
 
 std::string times(int n, const std::string& text) {
@@ -90,16 +97,16 @@ TEST(SchedulerTest, TheHeapStartsEmptyAndIsHandedOut) {
 
 TEST(SchedulerTest, AChoiceIsStoredWithItsTimes) {
   System system;
-  RuleAtom* atom = system.counter("A", "ca", 1);
+  TestAtom* atom = system.counter("A", "ca", 1);
   Interaction* interaction = system.connectors()[0]->feasibleInter();
   OpenScheduler scheduler(&system);
   scheduler.setChoice(interaction, Vesk::Time(3), Vesk::Time(5));
-  EXPECT_EQ(scheduler.choice(), interaction);
+  EXPECT_EQ(scheduler.choice(), interaction) << "as it was set";
   EXPECT_EQ(scheduler.choiceNext(), Vesk::Time(3));
   EXPECT_EQ(scheduler.choiceDeadline(), Vesk::Time(5));
   scheduler.setChoice(atom->ports()[0], Vesk::Time(7), Vesk::Time(9));
   EXPECT_EQ(scheduler.choicePort(), atom->ports()[0]);
-  EXPECT_EQ(scheduler.choice(), interaction);
+  EXPECT_EQ(scheduler.choice(), interaction) << "beside a port";
   EXPECT_EQ(scheduler.choiceNext(), Vesk::Time(7));
   EXPECT_EQ(scheduler.choiceDeadline(), Vesk::Time(9));
   scheduler.setDrift(Vesk::Time(11));
@@ -112,7 +119,7 @@ TEST(SchedulerTest, AnUnknownRunModeRunsNothing) {
   for (const int runMode : {-1, 2, 4}) {
     Pair system(1, 1);
     OpenScheduler scheduler(&system, 0, runMode, 1);
-    EXPECT_EQ(runTrace(scheduler), "");
+    EXPECT_EQ(runTrace(scheduler), "") << runMode;
   }
 }
 
@@ -120,12 +127,13 @@ TEST(SchedulerTest, TheOptimisationSelectsTheLoopInBothExecutionModes) {
   for (const int runMode : {1, 3}) {
     Pair maximal(1, 1);
     OpenScheduler first(&maximal, 0, runMode, 1);
-    EXPECT_EQ(runTrace(first), std::string(FIRED_B) + FIRED_A + "scheduler : deadlock\n");
+    EXPECT_EQ(runTrace(first), std::string(FIRED_B) + FIRED_A + "scheduler : deadlock\n")
+        << runMode;
     Pair heap(1, 1);
     OpenScheduler second(&heap, 0, runMode, 2);
     testing::internal::CaptureStdout();
-    EXPECT_EQ(runTrace(second), std::string(FIRED_A) + FIRED_B);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Error or Deadlock!\n");
+    EXPECT_EQ(runTrace(second), std::string(FIRED_A) + FIRED_B) << runMode;
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Error or Deadlock!\n") << runMode;
   }
 }
 
@@ -136,7 +144,7 @@ TEST(SchedulerTest, AnUnknownModeOfChoiceRunsNothing) {
 }
 
 TEST(SchedulerTest, ExplorationWithoutTraversalCreatesAndClosesTheFiles) {
-  const Folder folder;
+  const WorkingFolder folder;
   Pair system(1, 1);
   OpenScheduler scheduler(&system);
   scheduler.parse({"--explore"});
@@ -179,9 +187,9 @@ TEST(SchedulerTest, AnEmptySystemIsADeadlockAtOnce) {
 
 TEST(SchedulerTest, ADominatedConnectorEndsTheStepAndWhatStandsBehindItDoesNotFire) {
   System system;
-  RuleAtom* first = system.counter("A", "ca", 9);
-  RuleAtom* second = system.counter("B", "cb", 9);
-  RuleAtom* third = system.counter("C", "cc", 2);
+  TestAtom* first = system.counter("A", "ca", 9);
+  TestAtom* second = system.counter("B", "cb", 9);
+  TestAtom* third = system.counter("C", "cc", 2);
   system.connectors()[1]->setDominated(true);
   OpenScheduler scheduler(&system, 0, 1, 1);
   EXPECT_EQ(runTrace(scheduler),
@@ -193,7 +201,7 @@ TEST(SchedulerTest, ADominatedConnectorEndsTheStepAndWhatStandsBehindItDoesNotFi
 
 TEST(SchedulerTest, AStepFiresTheWholeListWithoutEvaluatingAgainInBetween) {
   System system;
-  RuleAtom* atom = system.counter("A", "k1", 1);
+  TestAtom* atom = system.counter("A", "k1", 1);
   system.rendezvous("k2", atom->ports()[0]);
   OpenScheduler scheduler(&system, 0, 1, 1);
   testing::internal::CaptureStderr();
@@ -311,33 +319,22 @@ TEST(SchedulerTest, EachLoopSetsTheSystemUpInItsOwnWay) {
 
 TEST(SchedulerTest, TheHeapQueuesOnlyWhatDependsOnTheFiredPorts) {
   System system;
-  RuleAtom* sender = system.atom("S");
-  RuleAtom* receiver = system.atom("R");
-  int guards = 0;
+  TestAtom* sender = system.atom("S");
+  TestAtom* receiver = system.atom("R");
   Port* idle = receiver->rule("idle", [] { return false; });
-  struct Counting : Rendezvous {
-    Counting(const Compound* holder, Port* port, int& count)
-        : Rendezvous("counting", holder, port), mCount(count) {}
-    using Rendezvous::guard;
-    bool guard() override {
-      ++mCount;
-      return Rendezvous::guard();
-    }
-    int& mCount;
-  };
   system.broadcast("bus", sender->rule("send", [=] { return sender->fired < 5; }),
                    receiver->rule("receive", [] { return false; }));
-  system.connectors().add(new Counting(&system, idle, guards));
+  const TestConnector* counting = system.rendezvous("counting", idle);
   OpenScheduler scheduler(&system, 0, 1, 2);
   testing::internal::CaptureStdout();
   EXPECT_EQ(runTrace(scheduler), times(5, "scheduler : System/bus/S:send\n"));
   testing::internal::GetCapturedStdout();
-  EXPECT_EQ(guards, 1);  // the receiver took part in no interaction
+  EXPECT_EQ(counting->guards, 1);  // the receiver took part in no interaction
 }
 
 TEST(SchedulerTest, AnInteractionThatTheModelTakesAwayWhileItFiresQueuesNothing) {
   System system;
-  RuleAtom* atom = system.atom("A");
+  TestAtom* atom = system.atom("A");
   Port* port = atom->rule(
       "go", [] { return true; }, [&] { system.connectors()[0]->setFeasibleInter(nullptr); });
   system.rendezvous("ca", port);
@@ -398,9 +395,9 @@ TEST(SchedulerTest, ALimitOfZeroNeverStops) {
   OpenScheduler scheduler(nullptr);
   scheduler.mSimLimit = true;
   scheduler.mSimStep = -1;
-  EXPECT_FALSE(scheduler.stepLimitReached());
+  EXPECT_FALSE(scheduler.stepLimitReached()) << "from step -1";
   EXPECT_EQ(scheduler.mSimStep, 0);
-  EXPECT_FALSE(scheduler.stepLimitReached());
+  EXPECT_FALSE(scheduler.stepLimitReached()) << "from step 0";
 
   Pair system(5, 5);
   OpenScheduler running(&system, 0, 1, 1);
@@ -412,12 +409,12 @@ TEST(SchedulerTest, ANegativeLimitIsMetWhenTheCounterHasGoneRound) {
   OpenScheduler scheduler(nullptr);
   scheduler.mSimLimit = true;
   scheduler.mMaxSimLimit = -1;
-  EXPECT_FALSE(scheduler.stepLimitReached());
+  EXPECT_FALSE(scheduler.stepLimitReached()) << "from step 0";
   scheduler.mSimStep = INT_MAX;
-  EXPECT_FALSE(scheduler.stepLimitReached());
+  EXPECT_FALSE(scheduler.stepLimitReached()) << "from the largest step";
   EXPECT_EQ(scheduler.mSimStep, INT_MIN);
   scheduler.mSimStep = -3;
-  EXPECT_FALSE(scheduler.stepLimitReached());
+  EXPECT_FALSE(scheduler.stepLimitReached()) << "from step -3";
   EXPECT_TRUE(scheduler.stepLimitReached());
 }
 

@@ -1,5 +1,12 @@
-#include "exploration-fixture.hpp"
-#include "trees.hpp"
+#include "state-nodes.hpp"
+
+#include <gtest/gtest.h>
+
+#include <initializer_list>
+
+#include "kit/trees.hpp"
+
+using namespace kit;
 
 TEST(ObserverStateTest, TheFirstMarkedLeafDecides) {
   const auto observe = [](std::initializer_list<const char*> texts) {
@@ -52,7 +59,7 @@ TEST(StateNodeTest, TakesItsSuccessorAtConstructionOrLater) {
 
 TEST(StateNodeIterTest, AddsAtBothEndsAndPopsTheHead) {
   StateNodeIter list;
-  EXPECT_TRUE(list.empty());
+  EXPECT_TRUE(list.empty()) << "as it is made";
   EXPECT_TRUE(list.end());
   EXPECT_EQ(nullptr, list.popHead());
   StateNode a(nullptr, 1), b(nullptr, 2), c(nullptr, 3);
@@ -64,22 +71,22 @@ TEST(StateNodeIterTest, AddsAtBothEndsAndPopsTheHead) {
   EXPECT_EQ(nullptr, a.next());
   EXPECT_EQ(&b, list.popHead());
   EXPECT_EQ(&c, list.popHead());
-  EXPECT_TRUE(list.empty());
+  EXPECT_TRUE(list.empty()) << "all were taken";
 }
 
 TEST(StateNodeIterTest, NextGoesThroughTheListAndFromItsEndToTheHead) {
   StateNodeIter list;
-  EXPECT_EQ(nullptr, list.next());
+  EXPECT_EQ(nullptr, list.next()) << "of an empty list";
   StateNode a(nullptr, 1), b(nullptr, 2);
   list.addTail(&a);
   list.addTail(&b);
-  EXPECT_TRUE(list.end());
-  EXPECT_EQ(&a, list.next());
+  EXPECT_TRUE(list.end()) << "before the first one";
+  EXPECT_EQ(&a, list.next()) << "from the start";
   EXPECT_EQ(&b, list.next());
   EXPECT_FALSE(list.end());
-  EXPECT_EQ(nullptr, list.next());
-  EXPECT_TRUE(list.end());
-  EXPECT_EQ(&a, list.next());
+  EXPECT_EQ(nullptr, list.next()) << "behind the last one";
+  EXPECT_TRUE(list.end()) << "behind the last one";
+  EXPECT_EQ(&a, list.next()) << "round again";
   EXPECT_EQ(&a, list.popHead());
   EXPECT_EQ(&b, list.current());
 }
@@ -88,7 +95,7 @@ TEST(StateNodeIterTest, AddCurrentPutsANodeBehindTheCurrentOne) {
   StateNodeIter list;
   StateNode a(nullptr, 1), b(nullptr, 2), c(nullptr, 3);
   list.addCurrent(&a);
-  EXPECT_EQ(&a, list.head());
+  EXPECT_EQ(&a, list.head()) << "with one state";
   EXPECT_EQ(&a, list.current());
   list.addCurrent(&c);
   EXPECT_EQ(&c, list.current());
@@ -96,7 +103,7 @@ TEST(StateNodeIterTest, AddCurrentPutsANodeBehindTheCurrentOne) {
   list.next();
   list.addCurrent(&b);
   EXPECT_EQ(&b, list.current());
-  EXPECT_EQ(&a, list.head());
+  EXPECT_EQ(&a, list.head()) << "with three states";
   EXPECT_EQ(&b, a.next());
   EXPECT_EQ(&c, b.next());
 }
@@ -110,9 +117,9 @@ TEST(StateNodeIterTest, IsPresentFindsThePositionOfAnEqualState) {
   list.addTail(&b);
   int position = -1;
   EXPECT_TRUE(list.isPresent(&probe, position));
-  EXPECT_EQ(1, position);
+  EXPECT_EQ(1, position) << "found";
   EXPECT_FALSE(list.isPresent(&absent, position));
-  EXPECT_EQ(1, position);
+  EXPECT_EQ(1, position) << "not found";
 }
 
 TEST(StateNodeIterTest, AMissingStateIsEqualToAMissingOneOnly) {

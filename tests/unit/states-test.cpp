@@ -7,10 +7,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <initializer_list>
 #include <limits>
 #include <memory>
 #include <new>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -128,12 +130,12 @@ TEST(AtomleafTest, TextsOfAnyLengthAreKept) {
   for (std::size_t length = 0; length < 70; ++length) {
     const std::string text(length, 'x');
     Atomleaf atom(text.c_str());
-    EXPECT_EQ(text, atom.getVal());
+    EXPECT_EQ(text, atom.getVal()) << length;
     atom.setVal((text + "y").c_str());
-    EXPECT_EQ(text + "y", atom.getVal());
+    EXPECT_EQ(text + "y", atom.getVal()) << length;
     atom.setVal(atom.getVal() + length);
-    EXPECT_STREQ("y", atom.getVal());
-    EXPECT_EQ(text, std::unique_ptr<Atomleaf>(Atomleaf(text.c_str()).copy())->getVal());
+    EXPECT_STREQ("y", atom.getVal()) << length;
+    EXPECT_EQ(text, std::unique_ptr<Atomleaf>(Atomleaf(text.c_str()).copy())->getVal()) << length;
   }
 }
 
@@ -337,7 +339,7 @@ TEST(LeafTest, SetAleafReplacesTheTextAndAcceptsThePresentOne) {
 TEST(NonleafTest, StartsWithNullChildren) {
   const Nonleaf node(3);
   EXPECT_EQ(3, node.getNumChild());
-  for (int i = 0; i < 3; ++i) EXPECT_EQ(nullptr, node.getChild(i));
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(nullptr, node.getChild(i)) << i;
   EXPECT_EQ(0, Nonleaf(-1).getNumChild());
 }
 
@@ -414,7 +416,8 @@ TEST(PooledTest, ManyObjectsComeAndGo) {
     }
     for (int i = 0; i < 1000; ++i) {
       EXPECT_EQ(std::to_string(i) + "long text in the second leaf",
-                printed(*nodes[static_cast<std::size_t>(i)]));
+                printed(*nodes[static_cast<std::size_t>(i)]))
+          << round << ' ' << i;
     }
     nodes.clear();
   }
@@ -454,7 +457,7 @@ TEST(PrintNodeTest, NullTextsAreEmptyWithoutAReport) {
 TEST(PrintNodeTest, NeverCutsAText) {
   for (const std::size_t length : {9998U, 9999U, 10000U, 10001U, 10002U, 65535U, 1000000U}) {
     const std::string text(length - 1, 'x');
-    EXPECT_EQ(text + "y", printed(*tree({leaf(text.c_str()), leaf("y")})));
+    EXPECT_EQ(text + "y", printed(*tree({leaf(text.c_str()), leaf("y")}))) << length;
   }
 }
 
@@ -575,8 +578,8 @@ TEST(ReaderTest, TheExpectedSizeIsNoLimit) {
   for (const std::size_t length : {0U, 19U, 20U, 21U, 4999U, 5000U, 5001U, 100000U}) {
     const std::string value(length, 'x');
     Text text(value + ",rest");
-    EXPECT_EQ(value, taken(vesk_strtok(text.cursor, ',', 20)));
-    EXPECT_EQ("rest", text.rest());
+    EXPECT_EQ(value, taken(vesk_strtok(text.cursor, ',', 20))) << length;
+    EXPECT_EQ("rest", text.rest()) << length;
   }
   Text negative("abc");
   EXPECT_EQ("abc", taken(vesk_strtok(negative.cursor, ',', -1)));
@@ -605,25 +608,26 @@ TEST(ReaderTest, TheEndGivesZeroAndTheCursorStays) {
 TEST(ReaderTest, IntegersAreReadInBaseTenAndClamped) {
   Text text("007,0x5,junk,,99999999999,-99999999999,99999999999999999999");
   EXPECT_EQ(7, getIntVariableState(text.cursor));
-  EXPECT_EQ(0, getIntVariableState(text.cursor));
-  EXPECT_EQ(0, getIntVariableState(text.cursor));
-  EXPECT_EQ(0, getIntVariableState(text.cursor));
-  EXPECT_EQ(INT_MAX, getIntVariableState(text.cursor));
+  EXPECT_EQ(0, getIntVariableState(text.cursor)) << "of 0x5";
+  EXPECT_EQ(0, getIntVariableState(text.cursor)) << "of junk";
+  EXPECT_EQ(0, getIntVariableState(text.cursor)) << "of nothing";
+  EXPECT_EQ(INT_MAX, getIntVariableState(text.cursor)) << "of 99999999999";
   EXPECT_EQ(INT_MIN, getIntVariableState(text.cursor));
-  EXPECT_EQ(INT_MAX, getIntVariableState(text.cursor));
+  EXPECT_EQ(INT_MAX, getIntVariableState(text.cursor)) << "of 99999999999999999999";
   EXPECT_EQ("", text.rest());
 }
 
 TEST(ReaderTest, AFloatThatCannotBeReadIsZero) {
   Text text("junk,,1e3,inf");
-  EXPECT_EQ(0.0F, getFloatVariableState(text.cursor));
-  EXPECT_EQ(0.0F, getFloatVariableState(text.cursor));
+  EXPECT_EQ(0.0F, getFloatVariableState(text.cursor)) << "of junk";
+  EXPECT_EQ(0.0F, getFloatVariableState(text.cursor)) << "of nothing";
   EXPECT_EQ(1000.0F, getFloatVariableState(text.cursor));
   EXPECT_EQ(std::numeric_limits<float>::infinity(), getFloatVariableState(text.cursor));
 }
 
 TEST(ReaderTest, FloatsSurviveWritingAndReading) {
   for (const float value : {0.0F, 0.5F, -1e12F, 1e13F, FLT_MAX, -FLT_MAX}) {
+    SCOPED_TRACE(value);
     Buffer buffer("");
     setVariableState(buffer.text, "name", value);
     Text text(buffer.str());
@@ -662,10 +666,10 @@ TEST(ReaderTest, AWrittenStateIsReadBackInMatchingOrder) {
   EXPECT_EQ("F,T,me,42,T", buffer.str());
   Text text(buffer.str());
   EXPECT_FALSE(getBoolVariableState(text.cursor));
-  EXPECT_TRUE(getBoolVariableState(text.cursor));
+  EXPECT_TRUE(getBoolVariableState(text.cursor)) << "busy";
   EXPECT_EQ("me", taken(getVariableState(text.cursor)));
   EXPECT_EQ(42, getIntVariableState(text.cursor));
-  EXPECT_TRUE(getBoolVariableState(text.cursor));
+  EXPECT_TRUE(getBoolVariableState(text.cursor)) << "open";
   EXPECT_EQ("", text.rest());
 }
 
@@ -704,7 +708,7 @@ TEST(PooledTest, AStrictAlignmentIsKept) {
   for (int i = 0; i < 100; ++i) {
     std::unique_ptr<Node> gone(new WideLeaf);
     leaves.emplace_back(new WideLeaf);
-    EXPECT_EQ(0U, reinterpret_cast<std::uintptr_t>(leaves.back().get()) % 64);
+    EXPECT_EQ(0U, reinterpret_cast<std::uintptr_t>(leaves.back().get()) % 64) << i;
   }
 }
 
@@ -714,7 +718,7 @@ TEST(PooledTest, BlocksOfOneSizeAreNotGivenForAnother) {
     auto tagged = std::make_unique<TaggedText>();
     tagged->setVal("0123456789012345678901");
     auto leaf = std::make_unique<Leaf>(::new Atomleaf("0123456789012345678901"));
-    EXPECT_STREQ("tag", tagged->tag);
-    EXPECT_STREQ("0123456789012345678901", leaf->getAleaf()->getVal());
+    EXPECT_STREQ("tag", tagged->tag) << i;
+    EXPECT_STREQ("0123456789012345678901", leaf->getAleaf()->getVal()) << i;
   }
 }

@@ -1,16 +1,19 @@
 // What a step costs: calls of the allocator and of the model's guards, for rings of stations that
 // pass a token on.
 
+#include <gtest/gtest.h>
+
 #include <functional>
 #include <iostream>
 #include <memory>
 #include <vector>
 
 #include "allocations.hpp"
-#include "model.hpp"
+#include "kit/atoms.hpp"
+#include "kit/connectors.hpp"
+#include "kit/systems.hpp"
 
-using model::Allocations;
-using model::BROADCAST;
+using namespace kit;
 
 namespace {
 
@@ -29,64 +32,32 @@ struct Tally {
   }
 };
 
-// Gives the token away when it has it, takes it when not.
-class Station : public Atom {
- public:
-  Station(const Compound* holder, bool token, Tally& tally)
-      : Atom("S", holder), mToken(token), mTally(tally) {
-    addPort(new Port("give", this));
-    addPort(new Port("take", this));
-  }
-  using Atom::initialize;
-  void initialize() override { announce(); }
-  void execute(Port* port) override {
-    mToken = port == mPorts[1];
-    if (mToken) mTally.step();
-    announce();
-  }
-  Node* getState() override { return new Leaf(new Atomleaf(mToken ? "1;" : "0;")); }
-  void setState(Node*) override {}
-
- private:
-  void announce() {
-    mPorts[0]->setSynced(false);
-    mPorts[1]->setSynced(false);
-    sync(2, mPorts[0], int(mToken), mPorts[1], int(!mToken));
-  }
-
-  bool mToken;
-  Tally& mTally;
-};
-
-class Pass : public Connector {
- public:
-  Pass(const Compound* holder, Tally& tally, Port* give, Port* take)
-      : Connector("pass", holder, false, 2, give, take), mTally(tally) {}
-  using Connector::guard;
-  bool isBroadcast() override { return false; }
-  bool guard() override {
-    ++mTally.guards;
-    return maximal();
-  }
-
- private:
-  Tally& mTally;
-};
-
 // Station i passes the token on to station i + 1; station 0 has it first.
-class Ring : public Compound {
+class Ring : public System {
  public:
-  Ring(int stations, Tally& tally) : Compound("R", nullptr) {
-    std::vector<Station*> all;
-    for (int i = 0; i < stations; ++i) {
-      all.push_back(new Station(this, i == 0, tally));
-      mComponents.add(all.back());
-    }
+  Ring(int stations, Tally& tally) : System("R"), mTally(tally) {
+    std::vector<TestAtom*> all;
+    for (int i = 0; i < stations; ++i) all.push_back(station(i == 0));
     for (std::size_t i = 0; i < all.size(); ++i) {
-      Station* next = all[(i + 1) % all.size()];
-      mConnectors.add(new Pass(this, tally, all[i]->ports()[0], next->ports()[1]));
+      TestAtom* next = all[(i + 1) % all.size()];
+      rendezvous("pass", all[i]->ports()[0], next->ports()[1])->beforeGuard = [&tally] {
+        ++tally.guards;
+      };
     }
   }
+
+ private:
+  // Gives the token away when it has it, takes it when not: every second firing is a step.
+  TestAtom* station(bool token) {
+    TestAtom* made = atom("S");
+    const auto has = [made, token] { return (made->fired % 2 == 0) == token; };
+    made->rule("give", has);
+    made->rule(
+        "take", [has] { return !has(); }, [this] { mTally.step(); });
+    return made;
+  }
+
+  Tally& mTally;
 };
 
 class LimitedScheduler : public Scheduler {
@@ -118,7 +89,7 @@ Tally runRing(int stations, int optimization, long first, long last) {
 }  // namespace
 
 TEST(AllocationCountTest, TheCounterCounts) {
-  ASSERT_TRUE(model::COUNTING);
+  ASSERT_TRUE(COUNTING);
   const long made = Allocations::made, freed = Allocations::freed;
   const std::unique_ptr<std::vector<int>> block(new std::vector<int>(10));
   EXPECT_EQ(Allocations::made, made + 2);
@@ -128,13 +99,13 @@ TEST(AllocationCountTest, TheCounterCounts) {
 // Two levels with an exported port, a broadcast and priorities; every round the connectors of one
 // atom are evaluated again.
 TEST(AllocationCountTest, ActivationsOfAnUntimedModelAllocateNothing) {
-  model::TestCompound root("R");
-  model::TestCompound* inner = root.compound("D");
-  model::TestAtom *a = inner->atom("A"), *b = root.atom("B");
+  System root("R");
+  System* inner = root.compound("D");
+  TestAtom *a = inner->atom("A"), *b = root.atom("B");
   Port *trigger = a->enabled("t"), *always = a->enabled("l"), *sometimes = a->port("m");
-  model::TestConnector* exported = inner->exported(BROADCAST, "x", trigger, always, sometimes);
-  model::TestConnector* user = root.rendezvous("k", exported->xPort(), b->enabled("s"));
-  model::TestConnector* apart = root.rendezvous("y", b->enabled("u"));
+  TestConnector* exported = inner->exported(BROADCAST, "x", trigger, always, sometimes);
+  TestConnector* user = root.rendezvous("k", exported->xPort(), b->enabled("s"));
+  TestConnector* apart = root.rendezvous("y", b->enabled("u"));
   root.priority("p", Interaction::Create(user, 2, 0, 1), Interaction::Create(apart, 1, 0));
   root.setup(nullptr);
   long made = 0;
@@ -203,15 +174,15 @@ TEST(GuardCountTest, StepsOfThePriorityHeapLoopDoNotDependOnTheNumberOfStations)
 // A timed broadcast with an exported port, a port priority and an interaction priority, activated
 // again and again while its ports change between timed and untimed.
 TEST(FlatMemoryTest, ATimedModelKeepsItsNumberOfBlocks) {
-  model::TestCompound root("R");
-  model::TestCompound* inner = root.compound("D");
-  model::TestAtom *a = inner->atom("A"), *b = root.atom("B");
+  System root("R");
+  System* inner = root.compound("D");
+  TestAtom *a = inner->atom("A"), *b = root.atom("B");
   Constraint* often = a->within(0, 100);
   Constraint* seldom = a->within(40, 60);
   Port *trigger = a->port("t"), *low = a->port("l"), *high = a->port("h");
-  model::TestConnector* exported = inner->exported(BROADCAST, "x", trigger, low, high);
-  model::TestConnector* user = root.rendezvous("k", exported->xPort(), b->enabled("s"));
-  model::TestConnector* apart = root.rendezvous("y", b->enabled("u", b->within(10, 20)));
+  TestConnector* exported = inner->exported(BROADCAST, "x", trigger, low, high);
+  TestConnector* user = root.rendezvous("k", exported->xPort(), b->enabled("s"));
+  TestConnector* apart = root.rendezvous("y", b->enabled("u", b->within(10, 20)));
   root.priority("p", Interaction::Create(user, 2, 0, 1), Interaction::Create(apart, 1, 0))->setup();
   int round = 0;
   const auto announce = [&] {
@@ -239,7 +210,7 @@ TEST(FlatMemoryTest, ATimedModelKeepsItsNumberOfBlocks) {
 }
 
 TEST(FlatMemoryTest, ADominatedUntimedPortKeepsItsNumberOfBlocks) {
-  model::TestAtom atom("A", nullptr);
+  TestAtom atom("A", nullptr);
   Constraint above(nullptr, 0, 10, LAZY);
   Port *low = atom.port("l"), *high = atom.port("h");
   long live = 0;

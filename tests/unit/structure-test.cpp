@@ -9,14 +9,17 @@
 #include <climits>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <deque>
+#include <initializer_list>
 #include <iomanip>
 #include <iostream>
 #include <new>
 #include <sstream>
 #include <string>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "chain.hpp"
@@ -234,11 +237,11 @@ TEST(BitVectorTest, IntersectionAndUnionWorkInPlace) {
     const Bits a = randomBits(draw);
     const Bits b = randomBits(draw);
     BitVector both = make(a);
-    EXPECT_EQ(&(both &= make(b)), &both);
-    EXPECT_EQ(bits(both), a & b);
+    EXPECT_EQ(&(both &= make(b)), &both) << round;
+    EXPECT_EQ(bits(both), a & b) << round;
     BitVector either = make(a);
-    EXPECT_EQ(&(either |= make(b)), &either);
-    EXPECT_EQ(bits(either), a | b);
+    EXPECT_EQ(&(either |= make(b)), &either) << round;
+    EXPECT_EQ(bits(either), a | b) << round;
   }
 }
 
@@ -254,19 +257,19 @@ TEST(BitVectorTest, TheShiftsFollowThePrintedFormInWhich0StandsFirst) {
 TEST(BitVectorTest, NumbersShiftedOverAnEndAreLost) {
   BitVector vector(127);
   vector >> 1;
-  EXPECT_TRUE(vector == BitVector::EMPTY);
+  EXPECT_TRUE(vector == BitVector::EMPTY) << "to the right";
   vector = BitVector(0);
   vector << 1;
-  EXPECT_TRUE(vector == BitVector::EMPTY);
+  EXPECT_TRUE(vector == BitVector::EMPTY) << "to the left";
 }
 
 TEST(BitVectorTest, ShiftingBy0ChangesNothing) {
   const BitVector original = make({0, 31, 32, 63, 64, 95, 96, 127});
   BitVector vector = original;
   EXPECT_EQ(&(vector << 0), &vector);
-  EXPECT_TRUE(vector == original);
+  EXPECT_TRUE(vector == original) << "by nothing";
   EXPECT_EQ(&(vector >> 0), &vector);
-  EXPECT_TRUE(vector == original);
+  EXPECT_TRUE(vector == original) << "by less than nothing";
 }
 
 TEST(BitVectorTest, ShiftLeftMovesEveryNumberDownAndShiftRightMovesEveryNumberUp) {
@@ -295,8 +298,8 @@ TEST(BitVectorTest, EmptyIsASubsetOfEverything) {
   Draw draw(3);
   for (int round = 0; round < 200; ++round) {
     const BitVector vector = make(randomBits(draw));
-    EXPECT_TRUE(BitVector::EMPTY <= vector);
-    EXPECT_TRUE(vector >= BitVector::EMPTY);
+    EXPECT_TRUE(BitVector::EMPTY <= vector) << round;
+    EXPECT_TRUE(vector >= BitVector::EMPTY) << round;
   }
 }
 
@@ -323,12 +326,12 @@ TEST(BitVectorTest, ComparisonsAgreeWithSetInclusion) {
     const bool around = (b & ~a).none();
     const BitVector one = make(a);
     const BitVector other = make(b);
-    EXPECT_EQ(one == other, a == b);
-    EXPECT_EQ(one != other, a != b);
-    EXPECT_EQ(one <= other, within);
-    EXPECT_EQ(one < other, within && a != b);
-    EXPECT_EQ(one >= other, around);
-    EXPECT_EQ(one > other, around && a != b);
+    EXPECT_EQ(one == other, a == b) << round;
+    EXPECT_EQ(one != other, a != b) << round;
+    EXPECT_EQ(one <= other, within) << round;
+    EXPECT_EQ(one < other, within && a != b) << round;
+    EXPECT_EQ(one >= other, around) << round;
+    EXPECT_EQ(one > other, around && a != b) << round;
   }
 }
 
@@ -358,7 +361,7 @@ TEST(BitVectorTest, TheHashReducesTheWordsOneAfterTheOther) {
       const std::uint64_t word = ((value >> (32 * w)) & Bits(0xFFFFFFFFu)).to_ulong();
       h = ((h + word) & 0xFFFFFFFFu) % n;
     }
-    EXPECT_EQ(make(value).hash(n), h);
+    EXPECT_EQ(make(value).hash(n), h) << round;
   }
 }
 
@@ -367,7 +370,7 @@ TEST(BitVectorTest, EqualSetsScatterAlikeAndAllSmallOnesApart) {
   for (int i = 0; i < 128; ++i) {
     for (int j = i; j < 128; ++j) {
       places.push_back(make({i, j}).scattered());
-      ASSERT_EQ(make({j, i}).scattered(), places.back());
+      ASSERT_EQ(make({j, i}).scattered(), places.back()) << i << ' ' << j;
     }
   }
   std::sort(places.begin(), places.end());
@@ -400,7 +403,7 @@ TEST(BitVectorTest, GlobalsOfOtherTranslationUnitsMayUseTheConstants) {
 TEST(BitVectorTest, TheConstantsStandBeforeAnyConstructorHasRun) {
   EXPECT_EQ(std::memcmp(firstSingle, &BitVector::SINGLE, sizeof firstSingle), 0);
   EXPECT_EQ(firstSingle[0], 1);
-  for (unsigned char byte : firstEmpty) EXPECT_EQ(byte, 1);
+  for (unsigned char byte : firstEmpty) EXPECT_EQ(byte, 1) << "a byte behind the table";
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -430,11 +433,11 @@ TEST(ArrayTest, AListWithoutRoomGrowsLikeAnyOther) {
   const int number = 0;
   for (const int room : {0, -1}) {
     Reference list(room);
-    EXPECT_EQ(list.count(), 0);
-    EXPECT_FALSE(list.Belongs(&number));
+    EXPECT_EQ(list.count(), 0) << room;
+    EXPECT_FALSE(list.Belongs(&number)) << room;
     for (int i = 0; i < 3; ++i) list.add(&number);
-    EXPECT_EQ(list.count(), 3);
-    EXPECT_EQ(list[2], &number);
+    EXPECT_EQ(list.count(), 3) << room;
+    EXPECT_EQ(list[2], &number) << room;
   }
 }
 
@@ -443,7 +446,7 @@ TEST(ArrayTest, ElementsKeepTheirOrderWhenTheListGrows) {
   Reference list(4);
   for (int& number : numbers) list.add(&number);
   ASSERT_EQ(list.count(), 500);
-  for (int i = 0; i < 500; ++i) EXPECT_EQ(list[i], &numbers[i]);
+  for (int i = 0; i < 500; ++i) EXPECT_EQ(list[i], &numbers[i]) << i;
 }
 
 TEST(ArrayTest, DuplicatesAndNullAreAllowed) {
@@ -461,13 +464,13 @@ TEST(ArrayTest, DuplicatesAndNullAreAllowed) {
 TEST(ArrayTest, BelongsComparesPointersThroughTheWholeList) {
   int numbers[3] = {1, 1, 1};
   Reference list(4);
-  EXPECT_FALSE(list.Belongs(nullptr));
+  EXPECT_FALSE(list.Belongs(nullptr)) << "of an empty list";
   list.add(&numbers[0]);
   list.add(&numbers[1]);
   EXPECT_TRUE(list.Belongs(&numbers[0]));
   EXPECT_TRUE(list.Belongs(&numbers[1]));
   EXPECT_FALSE(list.Belongs(&numbers[2]));
-  EXPECT_FALSE(list.Belongs(nullptr));
+  EXPECT_FALSE(list.Belongs(nullptr)) << "of a list with elements";
 }
 
 TEST(ArrayTest, ALoopVisitsEveryElementInIndexOrder) {
@@ -613,30 +616,30 @@ class SlowHeap {
 
 TEST(VeskHeapTest, AnEmptyHeapGivesNull) {
   Heap heap;
-  EXPECT_EQ(heap.getCount(), 0);
-  EXPECT_EQ(heap.get(), nullptr);
+  EXPECT_EQ(heap.getCount(), 0) << "as it is made";
+  EXPECT_EQ(heap.get(), nullptr) << "as it is made";
   Item item{5};
   heap.put(&item);
   EXPECT_EQ(heap.get(), &item);
-  EXPECT_EQ(heap.get(), nullptr);
-  EXPECT_EQ(heap.getCount(), 0);
+  EXPECT_EQ(heap.get(), nullptr) << "when the only item is out";
+  EXPECT_EQ(heap.getCount(), 0) << "when the only item is out";
 }
 
 TEST(VeskHeapTest, TheFourthPutDoublesTheFourSlots) {
   Item items[8] = {};
   Heap heap;
-  EXPECT_EQ(slots(heap), 4);
+  EXPECT_EQ(slots(heap), 4) << "empty";
   for (int i = 0; i < 3; ++i) heap.put(&items[i]);
-  EXPECT_EQ(slots(heap), 4);
+  EXPECT_EQ(slots(heap), 4) << "with 3 items";
   heap.put(&items[3]);
-  EXPECT_EQ(slots(heap), 8);
+  EXPECT_EQ(slots(heap), 8) << "with 4 items";
   for (int i = 4; i < 7; ++i) heap.put(&items[i]);
-  EXPECT_EQ(slots(heap), 8);
+  EXPECT_EQ(slots(heap), 8) << "with 7 items";
   heap.put(&items[7]);
-  EXPECT_EQ(slots(heap), 16);
+  EXPECT_EQ(slots(heap), 16) << "with 8 items";
   while (heap.get() != nullptr) {
   }
-  EXPECT_EQ(slots(heap), 16);
+  EXPECT_EQ(slots(heap), 16) << "when it is empty again";
 }
 
 TEST(VeskHeapTest, GivesTheHighestLevelFirstAndTheFirstInsertedOfEqualOnes) {
@@ -688,9 +691,9 @@ TEST(VeskHeapTest, FollowsTheSiftRulesObjectByObject) {
         ++count;
       } else {
         if (count > 0) --count;
-        ASSERT_EQ(heap.get(), slow.get());
+        ASSERT_EQ(heap.get(), slow.get()) << round << ' ' << step;
       }
-      ASSERT_EQ(heap.getCount(), count);
+      ASSERT_EQ(heap.getCount(), count) << round << ' ' << step;
     }
   }
 }

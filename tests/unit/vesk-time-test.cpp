@@ -175,6 +175,7 @@ TEST(VeskTimeTest, CompoundAssignmentFollowsTheSameInfinityRules) {
                            Time(HIGHEST), Time(2147483648LL), Time(LOWEST)};
   for (const Time& a : operands) {
     for (const Time& t : operands) {
+      SCOPED_TRACE(std::to_string(a.microseconds()) + " and " + std::to_string(t.microseconds()));
       Time sum = a;
       EXPECT_EQ(&(sum += t), &sum);
       EXPECT_EQ(sum, a + t);

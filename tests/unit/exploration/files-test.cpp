@@ -1,0 +1,244 @@
+#include "exploration/files.hpp"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "kit/explorations.hpp"
+#include "kit/output.hpp"
+
+using namespace kit;
+
+using Vesk::ExplorationFiles;
+using Vesk::OutputBuffer;
+
+namespace {
+
+struct stat statusOf(FILE* file) {
+  struct stat status = {};
+  fstat(fileno(file), &status);
+  return status;
+}
+
+// What stands in the file, whatever its stream holds back.
+std::string inFile(FILE* file, std::size_t size) {
+  std::string text(size, '\0');
+  EXPECT_EQ(static_cast<ssize_t>(size), pread(fileno(file), text.data(), size, 0));
+  return text;
+}
+
+std::string headerFor(std::uint64_t transitions, std::uint64_t states) {
+  FILE* file = std::tmpfile();
+  {
+    ExplorationFiles files(file, nullptr, nullptr, nullptr);
+    files.begin();
+    files.writeTransition(0, "l", 1);
+    files.complete(transitions, states);
+  }
+  std::string content = contents(file);
+  std::fclose(file);
+  EXPECT_EQ("(0, l, 1)\n", content.substr(38));
+  return content.substr(0, 38);
+}
+
+}  // namespace
+
+TEST(ExplorationFilesTest, TheHeaderHas38BytesForAllCounts) {
+  EXPECT_EQ(header("des(0, 0, 1)"), headerFor(0, 1));
+  EXPECT_EQ(header("des(0, 2147483647, 2147483647)"), headerFor(2147483647, 2147483647));
+  EXPECT_EQ(header("des(0, 2147483649, 2147483648)"), headerFor(2147483649, 2147483648));
+  EXPECT_EQ(header("des(0, 10000000000000, 9999999999999)"),
+            headerFor(10000000000000, 9999999999999));
+  // 27 digits are the most that fit: then the header's newline is the last byte.
+  EXPECT_EQ("des(0, 12345678901234, 1234567890123)\n", headerFor(12345678901234, 1234567890123));
+}
+
+TEST(ExplorationFilesTest, AHeaderThatIsTooLongRunsIntoTheFirstTransition) {  // Deliberate
+  FILE* file = std::tmpfile();
+  ExplorationFiles files(file, nullptr, nullptr, nullptr);
+  files.begin();
+  files.writeTransition(0, "label", 1);
+  files.complete(12345678901234, 12345678901234);
+  EXPECT_EQ("des(0, 12345678901234, 12345678901234)\n0, label, 1)\n", contents(file));
+  std::fclose(file);
+}
+
+TEST(ExplorationFilesTest, CompletingTwiceLeavesTheLastHeaderAndEveryLine) {
+  TemporaryFiles out;
+  ExplorationFiles files(out[0], out[1], out[2], out[3]);
+  files.begin();
+  files.writeTransition(0, "a", 1);
+  files.complete(1, 2);
+  EXPECT_EQ(header("des(0, 1, 2)") + "(0, a, 1)\n", contents(out[0]));
+  std::fseek(out[0], 0, SEEK_END);
+  files.writeTransition(1, "b", 2);
+  files.complete(10, 11);
+  EXPECT_EQ(header("des(0, 10, 11)") + "(0, a, 1)\n(1, b, 2)\n", contents(out[0]));
+  EXPECT_EQ(2U, files.transitions());
+}
+
+TEST(ExplorationFilesTest, BlocksLargerThanTheBufferAreWrittenWhole) {
+  TemporaryFiles out;
+  ExplorationFiles files(out[0], out[1], out[2], out[3]);
+  const std::string text(1000000, 'x');
+  files.writeState(7, text.data(), text.size());
+  files.writeState(8, text.data(), 0);
+  files.complete(0, 0);
+  EXPECT_EQ("7 : " + text + "\n8 : \n", contents(out[1]));
+}
+
+TEST(ExplorationFilesTest, NumbersHaveAllTheirDigits) {
+  TemporaryFiles out;
+  OutputBuffer buffer(out[0], "it");
+  for (const std::uint64_t number : {std::uint64_t{0}, std::uint64_t{9}, std::uint64_t{10},
+                                     std::uint64_t{4294967296}, UINT64_MAX}) {
+    buffer.put(number);
+    buffer.put(" ");
+  }
+  buffer.endLine();
+  buffer.flush();
+  EXPECT_EQ("0 9 10 4294967296 18446744073709551615 \n", contents(out[0]));
+}
+
+TEST(ExplorationFilesTest, AStreamWithoutDescriptorGetsAHeaderToo) {
+  char* text = nullptr;
+  std::size_t size = 0;
+  FILE* memory = open_memstream(&text, &size);
+  {
+    ExplorationFiles files(memory, nullptr, nullptr, nullptr);
+    files.begin();
+    files.writeTransition(0, "a", 1);
+    files.complete(1, 2);
+    files.writeTransition(1, "b", 2);
+    files.complete(2, 3);
+  }
+  std::fclose(memory);
+  EXPECT_EQ(header("des(0, 2, 3)") + "(0, a, 1)\n(1, b, 2)\n", std::string(text, size));
+  std::free(text);
+}
+
+TEST(ExplorationFilesTest, BehindEveryBlockTheHeaderIsRight) {
+  FILE* file = std::tmpfile();
+  ExplorationFiles files(file, nullptr, nullptr, nullptr);
+  files.begin();
+  std::size_t former = 0;
+  int blocks = 0;
+  for (unsigned int i = 0; i < 40000; ++i) {
+    const struct stat status = statusOf(file);
+    if (static_cast<std::size_t>(status.st_size) != former) {
+      const std::string content = inFile(file, static_cast<std::size_t>(status.st_size));
+      EXPECT_EQ('\n', content.back()) << i;
+      const auto lines = std::count(content.begin(), content.end(), '\n') - 2;
+      // The transitions in the buffer have led to states already.
+      EXPECT_EQ(header("des(0, " + std::to_string(lines) + ", " + std::to_string(i + 1) + ")"),
+                content.substr(0, 38))
+          << i;
+      former = content.size();
+      ++blocks;
+    }
+    files.writeTransition(i, "label", i + 1);
+  }
+  EXPECT_LT(2, blocks);
+  std::fclose(file);
+}
+
+// Lines may hold line breaks of a model, and stand anywhere in a block.
+TEST(ExplorationFilesTest, AFileThatIsFullEndsWithItsLastWholeLine) {
+  const std::string line = "7 : one\ntwo\n";
+  signal(SIGXFSZ, SIG_IGN);
+  rlimit former;
+  getrlimit(RLIMIT_FSIZE, &former);
+  for (const unsigned int size : {0U, 1U, 12U, 13U, 25U, 26U, 27U, 300000U, 479999U}) {
+    TemporaryFiles out;
+    testing::internal::CaptureStderr();
+    const rlimit full = {size, former.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &full);
+    ExplorationFiles files(out[0], out[1], out[2], out[3]);
+    for (int i = 0; i < 40000; ++i) files.writeState(7, "one\ntwo", 7);
+    files.complete(0, 0);
+    setrlimit(RLIMIT_FSIZE, &former);
+    testing::internal::GetCapturedStderr();
+    std::string expected;
+    while (expected.size() + line.size() <= size) expected += line;
+    EXPECT_TRUE(contents(out[1]) == expected) << size;
+    EXPECT_FALSE(files.states().isOpen()) << size;
+  }
+  signal(SIGXFSZ, SIG_DFL);
+}
+
+TEST(ExplorationFilesTest, TheHeaderOfACutFileCountsWhatItHoldsAndAllStates) {
+  signal(SIGXFSZ, SIG_IGN);
+  rlimit former;
+  getrlimit(RLIMIT_FSIZE, &former);
+  FILE* file = std::tmpfile();
+  testing::internal::CaptureStderr();
+  const rlimit full = {38 + 25, former.rlim_max};
+  setrlimit(RLIMIT_FSIZE, &full);
+  ExplorationFiles files(file, nullptr, nullptr, nullptr);
+  files.begin();
+  for (unsigned int i = 0; i < 9; ++i) files.writeTransition(i, "a", i + 1);
+  files.complete(9, 10);
+  files.writeTransition(9, "a", 10);
+  files.complete(10, 11);
+  setrlimit(RLIMIT_FSIZE, &former);
+  EXPECT_EQ("vesk: the transition system could not be written completely\n",
+            testing::internal::GetCapturedStderr());
+  EXPECT_EQ(header("des(0, 2, 11)") + "(0, a, 1)\n(1, a, 2)\n", contents(file));
+  std::fclose(file);
+  signal(SIGXFSZ, SIG_DFL);
+}
+
+// Nobody reads, so the pipe is full after sixteen pages.
+TEST(ExplorationFilesTest, APipeThatIsGivenUpEndsWithAWholeLine) {
+  int ends[2];
+  ASSERT_EQ(0, pipe(ends));
+  fcntl(ends[1], F_SETFL, O_NONBLOCK);
+  FILE* file = fdopen(ends[1], "w");
+  testing::internal::CaptureStderr();
+  {
+    OutputBuffer buffer(file, "it");
+    for (int i = 0; i < 40000; ++i) {
+      buffer.put("1234567");
+      buffer.endLine();
+    }
+    buffer.flush();
+    EXPECT_TRUE(buffer.isCut());
+  }
+  EXPECT_EQ("vesk: it could not be written completely\n", testing::internal::GetCapturedStderr());
+  std::fclose(file);
+  std::string content(1 << 20, '\0');
+  std::size_t length = 0;
+  for (ssize_t n; (n = read(ends[0], &content[length], content.size() - length)) > 0;) {
+    length += static_cast<std::size_t>(n);
+  }
+  close(ends[0]);
+  EXPECT_LT(4096U, length);
+  EXPECT_EQ(0U, length % 8);
+}
+
+TEST(ExplorationFilesTest, WritingStopsAtTheFirstFailure) {
+  FILE* full = std::fopen("/dev/full", "w+");
+  ASSERT_NE(nullptr, full);
+  OutputBuffer buffer(full, "it");
+  buffer.put("text");
+  buffer.endLine();
+  EXPECT_TRUE(buffer.isOpen());
+  testing::internal::CaptureStderr();
+  buffer.flush();
+  EXPECT_FALSE(buffer.isOpen());
+  EXPECT_TRUE(buffer.isCut());
+  buffer.put("more");
+  buffer.endLine();
+  buffer.flush();
+  EXPECT_EQ("vesk: it could not be written completely\n", testing::internal::GetCapturedStderr());
+  EXPECT_EQ(0U, buffer.lines());
+  EXPECT_EQ(0, std::fclose(full)) << "nothing is left in the stream";
+}
