@@ -47,6 +47,7 @@ class AtomTexts {
   // Puts the atom into the state with this text.
   void restore(Number number) const;
 
+  bool haveOneLength() const { return mHaveOneLength; }
   // No text is the beginning, or the end, of another one. Texts that stand one behind the other can
   // then be told apart from the left, or from the right.
   bool isPrefixFree() const { return mIsPrefixFree; }

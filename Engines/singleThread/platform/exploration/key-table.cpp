@@ -3,12 +3,15 @@
 #include <algorithm>
 #include <cstring>
 #include <stdexcept>
+#include <utility>
+
+#include "exploration/memory.hpp"
 
 namespace Vesk {
 
 namespace {
 
-constexpr std::size_t CHUNK = std::size_t{1} << 18;  // bytes, or one key when it is longer
+constexpr std::size_t CHUNK = std::size_t{1} << 21;  // bytes, or one key when it is longer
 constexpr std::size_t FIRST_SLOTS = 1024;
 
 const char TOO_MANY_STATES[] = "too many states";
@@ -22,14 +25,14 @@ KeyTable::KeyTable(std::size_t bytes) : mSlots(makeSlots(FIRST_SLOTS)), mLast(FI
 void KeyTable::takeBytes(std::size_t bytes) {
   mBytes = bytes;
   mShift = 0;
-  while (mShift < 16 && (bytes << (mShift + 1)) <= CHUNK) ++mShift;
+  while (mShift < 20 && (bytes << (mShift + 1)) <= CHUNK) ++mShift;
 }
 
 void KeyTable::add(const unsigned char* key, std::uint64_t hash) {
   if (mCount == MOST) throw std::length_error(TOO_MANY_STATES);
   if (4 * (std::size_t{mCount} + 1) > 3 * (mLast + 1)) grow();
   if (mCount >> mShift == mChunks.size()) {
-    mChunks.push_back(makeBlock<unsigned char>(chunkBytes()));
+    addChunk();
   }
   const StateNumber number = mCount++;
   if (mBytes != 0) std::memcpy(const_cast<unsigned char*>(this->key(number)), key, mBytes);
@@ -37,9 +40,17 @@ void KeyTable::add(const unsigned char* key, std::uint64_t hash) {
 }
 
 std::unique_ptr<KeyTable::Slot[]> KeyTable::makeSlots(std::size_t count) {
-  auto slots = makeBlock<Slot>(count);
+  std::unique_ptr<Slot[]> slots(new Slot[count]);
+  preferLargePages(slots.get(), count * sizeof(Slot));
   std::fill_n(slots.get(), count, Slot{0, 0});
   return slots;
+}
+
+// A small search never touches most of its only chunk.
+void KeyTable::addChunk() {
+  Chunk chunk(new unsigned char[chunkBytes()]);
+  if (!mChunks.empty()) preferLargePages(chunk.get(), chunkBytes());
+  mChunks.push_back(std::move(chunk));
 }
 
 void KeyTable::put(const Slot& added) {
@@ -63,7 +74,7 @@ void KeyTable::convert(const KeyLayout& from, const KeyLayout& to) {
   KeyTable converted(to.bytes());
   for (StateNumber number = 0; number < mCount; ++number) {
     if (number >> converted.mShift == converted.mChunks.size()) {
-      converted.mChunks.push_back(makeBlock<unsigned char>(converted.chunkBytes()));
+      converted.addChunk();
     }
     to.convert(from, key(number), const_cast<unsigned char*>(converted.key(number)));
     const bool startsChunk = (number & ((1u << mShift) - 1)) == 0;

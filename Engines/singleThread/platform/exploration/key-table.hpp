@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "exploration/key-layout.hpp"
-#include "exploration/memory.hpp"
 #include "exploration/pending-state.hpp"
 
 namespace Vesk {
@@ -74,6 +73,7 @@ class KeyTable {
   }
   const Slot& firstSlot(std::uint64_t hash) const { return mSlots[folded(hash) & mLast]; }
   static std::unique_ptr<Slot[]> makeSlots(std::size_t count);
+  void addChunk();
   void put(const Slot& added);
   void grow();
   void takeBytes(std::size_t bytes);

@@ -3,21 +3,12 @@
 #define VESK_EXPLORATION_MEMORY_HPP
 
 #include <cstddef>
-#include <memory>
 
 namespace Vesk {
 
 // Asks the system for large pages, which make random reads cheaper, if the block is large. Best
 // before it is used for the first time. That the system has none does not matter.
 void preferLargePages(void* block, std::size_t bytes);
-
-// An array that is not initialised.
-template <class T>
-std::unique_ptr<T[]> makeBlock(std::size_t count) {
-  std::unique_ptr<T[]> block(new T[count]);
-  preferLargePages(block.get(), count * sizeof(T));
-  return block;
-}
 
 }  // namespace Vesk
 

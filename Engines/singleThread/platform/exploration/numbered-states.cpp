@@ -68,6 +68,7 @@ void NumberedStates::takeTextsOf(std::size_t atom) {
   const AtomTexts& texts = mTexts[atom];
   const Number newest = texts.count() - 1;
   while (newest > mLayout.most(atom)) widen(atom);
+  mHaveOneLength = mHaveOneLength && texts.haveOneLength();
   mLongest += texts.longest() - mLengths[atom];
   mLengths[atom] = texts.longest();
   mShorts[atom] = texts.shorts();
@@ -124,10 +125,43 @@ StateSpace::Found NumberedStates::find() {
   return {mFound, mFound == before};
 }
 
+// ---- Texts -----------------------------------------------------------------------------------
+
+StateSpace::Text NumberedStates::restoredText(const PendingState& state) {
+  if (!mHaveOneLength) return text(state.number);
+  if (mRow.empty()) makeRow();
+  return {mRow.data(), mLongest};
+}
+
+// That of the state that was found last differs in the members of a connector from the restored
+// one.
 StateSpace::Text NumberedStates::text(StateNumber number) {
   mText.clear();
-  appendText(mTable.key(number), mText);
+  if (mHaveOneLength && mFired != NOTHING && number == mFound) {
+    if (mRow.empty()) makeRow();
+    mText.append(mRow.data(), mLongest);
+    char* row = mText.room(0) - mLongest;
+    for (const Index atom : members(mFired)) putIntoRow(atom, this->number(atom), row);
+  } else {
+    appendText(mTable.key(number), mText);
+  }
   return {mText.data(), mText.length()};
+}
+
+void NumberedStates::makeRow() {
+  mRow.assign(mLongest + 1, '\0');
+  mPlaces.clear();
+  std::size_t place = 0;
+  for (std::size_t atom = 0; atom < mTexts.size(); ++atom) {
+    mPlaces.push_back(place);
+    place += mLengths[atom];
+    putIntoRow(atom, mLayout.get(mBase.data(), atom), mRow.data());
+  }
+}
+
+void NumberedStates::putIntoRow(std::size_t atom, Number number, char* row) const {
+  const std::string& text = mTexts[atom].text(number);
+  std::memcpy(row + mPlaces[atom], text.data(), text.size());
 }
 
 // Short texts are copied with what stands behind them, which the next one overwrites.
@@ -222,6 +256,7 @@ void NumberedStates::replace(std::size_t atom, Number number) {
   if (texts.marker(number) != Marker::NONE) ++mMarked;
   setNumber(atom, number);
   mLayout.set(mBase.data(), atom, number);
+  if (mHaveOneLength && !mRow.empty()) putIntoRow(atom, number, mRow.data());
   changed(atom);
   noteTouched(atom);
 }

@@ -64,7 +64,7 @@ class NumberedStates : public StateSpace {
   PendingState keep() override { return {mFound, 0, 1, nullptr}; }
   void drop() override;
   void restore(const PendingState& state) override;
-  Text restoredText(const PendingState& state) override { return text(state.number); }
+  Text restoredText(const PendingState& state) override;
   void addTransition(PendingState& state) override { ++state.outTrans; }
   void takeTransition(PendingState& state) override { --state.outTrans; }
   void settle(PendingState&) override {}
@@ -134,6 +134,8 @@ class NumberedStates : public StateSpace {
   void takeTextsOf(std::size_t atom);
   void goOnByText();
   void appendText(const unsigned char* key, StateText& text) const;
+  void makeRow();
+  void putIntoRow(std::size_t atom, Number number, char* row) const;
 
   static constexpr std::size_t NOTHING = SIZE_MAX;
 
@@ -142,6 +144,9 @@ class NumberedStates : public StateSpace {
   std::vector<const AtomTexts::Short*> mShorts;  // per atom, by number
   std::vector<std::size_t> mLengths;             // per atom, of its longest text
   std::size_t mLongest = 0;                      // no state has a longer text
+  bool mHaveOneLength = true;                    // the texts of each atom
+  std::vector<char> mRow;            // the text of the restored state, if so; empty: not made yet
+  std::vector<std::size_t> mPlaces;  // of the atoms in it
   KeyLayout mLayout;
   KeyTable mTable;
   std::vector<unsigned char> mBase;  // the key of the restored state
