@@ -2,9 +2,9 @@
 #ifndef VESK_EXPLORATION_KEY_TABLE_HPP
 #define VESK_EXPLORATION_KEY_TABLE_HPP
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <memory>
 #include <vector>
 
@@ -87,21 +87,15 @@ class KeyTable {
   std::size_t mLast;               // slot; their number is a power of two
 };
 
-// Most keys are short.
+// Eight bytes at a time. The last ones are compared with some before them once more.
 inline bool KeyTable::holds(StateNumber number, const unsigned char* key) const {
   const unsigned char* own = this->key(number);
-  std::size_t i = 0;
-  for (; i + sizeof(std::uint64_t) <= mBytes; i += sizeof(std::uint64_t)) {
-    std::uint64_t one;
-    std::uint64_t other;
-    std::memcpy(&one, own + i, sizeof one);
-    std::memcpy(&other, key + i, sizeof other);
-    if (one != other) return false;
+  if (mBytes < sizeof(std::uint64_t)) return std::equal(own, own + mBytes, key);
+  const std::size_t last = mBytes - sizeof(std::uint64_t);
+  for (std::size_t i = 0; i < last; i += sizeof(std::uint64_t)) {
+    if (differences(own + i, key + i) != 0) return false;
   }
-  for (; i < mBytes; ++i) {
-    if (own[i] != key[i]) return false;
-  }
-  return true;
+  return differences(own + last, key + last) == 0;
 }
 
 }  // namespace Vesk

@@ -15,6 +15,15 @@ std::string_view viewOf(const StateText& text) {
   return {text.data(), text.length()};
 }
 
+// The first byte of a word in memory that is not 0.
+std::size_t firstByte(std::uint64_t word) {
+#if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+  return static_cast<std::size_t>(__builtin_ctzll(word)) / 8;
+#else
+  return static_cast<std::size_t>(__builtin_clzll(word)) / 8;
+#endif
+}
+
 std::uint64_t hashOf(const StateText& text) {
   return std::hash<std::string_view>()(viewOf(text));
 }
@@ -231,21 +240,21 @@ void NumberedStates::enter(StateNumber number) {
   const std::size_t bytes = mLayout.bytes();
   std::size_t i = 0;
   for (; i + sizeof(std::uint64_t) <= bytes; i += sizeof(std::uint64_t)) {
-    std::uint64_t own;
-    std::uint64_t other;
-    std::memcpy(&own, mKey.data() + i, sizeof own);
-    std::memcpy(&other, key + i, sizeof other);
-    if (own == other) continue;
-    for (std::size_t byte = i; byte < i + sizeof own; ++byte) {
-      if (mKey[byte] != key[byte])
-        replace(mLayout.owner(byte), mLayout.get(key, mLayout.owner(byte)));
+    while (const std::uint64_t rest = differences(mKey.data() + i, key + i)) {
+      takeByte(i + firstByte(rest), key);
     }
   }
   for (; i < bytes; ++i) {
-    if (mKey[i] != key[i]) replace(mLayout.owner(i), mLayout.get(key, mLayout.owner(i)));
+    if (mKey[i] != key[i]) takeByte(i, key);
   }
   mHash = mBaseHash;
   mRestored = number;
+}
+
+// Takes the number that the byte belongs to from a key.
+void NumberedStates::takeByte(std::size_t byte, const unsigned char* key) {
+  const std::size_t atom = mLayout.owner(byte);
+  replace(atom, mLayout.get(key, atom));
 }
 
 void NumberedStates::replace(std::size_t atom, Number number) {

@@ -128,6 +128,7 @@ class NumberedStates : public StateSpace {
   bool giveLegalBelow(std::size_t bound, Transition& transition) const;
   void undo();
   void enter(StateNumber number);
+  void takeByte(std::size_t byte, const unsigned char* key);
   void replace(std::size_t atom, Number number);
   void raiseFlag(std::size_t atom);
   void widen(std::size_t atom);

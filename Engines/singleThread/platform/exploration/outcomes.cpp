@@ -28,6 +28,8 @@ Outcomes::Outcome& Outcomes::add(const Key& key) {
   mNumbers.resize(mNumbers.size() + key.mMembers);
   mOutcomes.push_back({key.mPart, place, key.mMembers, false, false, 0, {}});
   mCells[cellOf(key)] = {key.mCode, key.mKind, static_cast<Index>(mOutcomes.size())};
+  mBytes = mOutcomes.size() * sizeof(Outcome) + mNumbers.size() * sizeof(Number) +
+           mCells.size() * sizeof(Cell);
   return mOutcomes.back();
 }
 
@@ -48,12 +50,8 @@ void Outcomes::grow() {
   mCells.swap(larger);
 }
 
-std::size_t Outcomes::bytes() const {
-  return mOutcomes.size() * sizeof(Outcome) + mNumbers.size() * sizeof(Number) +
-         mCells.size() * sizeof(Cell);
-}
-
 void Outcomes::clear() {
+  mBytes = 0;
   mOutcomes = {};
   mNumbers = {};
   mCells.assign(FIRST_CELLS, Cell{0, 0, 0});

@@ -58,7 +58,7 @@ class Outcomes {
   }
 
   // What all this takes.
-  std::size_t bytes() const;
+  std::size_t bytes() const { return mBytes; }
   void clear();
 
  private:
@@ -90,6 +90,7 @@ class Outcomes {
 
   std::vector<Outcome> mOutcomes;
   std::vector<Number> mNumbers;
+  std::size_t mBytes = 0;
   std::vector<Cell> mCells{FIRST_CELLS, Cell{0, 0, 0}};  // a power of two, at most half full
   static constexpr std::size_t FIRST_CELLS = 1024;
 };
