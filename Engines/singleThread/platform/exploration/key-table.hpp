@@ -29,11 +29,16 @@ class KeyTable {
   // is there, the key that it names. A call that is not inline would be removed, since it has no
   // result.
   __attribute__((always_inline)) void prefetchSlot(std::uint64_t hash) const {
-    __builtin_prefetch(&firstSlot(hash));
+    __builtin_prefetch(&mSlots[folded(hash) & mLast]);
   }
   __attribute__((always_inline)) void prefetchKey(std::uint64_t hash) const {
-    const Slot& slot = firstSlot(hash);
-    if (slot.used != 0) __builtin_prefetch(key(slot.used - 1));
+    const std::uint32_t wanted = folded(hash);
+    std::size_t slot = wanted & mLast;
+    while (mSlots[slot].used != 0 && mSlots[slot].hash != wanted) slot = (slot + 1) & mLast;
+    if (mSlots[slot].used == 0) return;
+    const unsigned char* start = key(mSlots[slot].used - 1);
+    __builtin_prefetch(start);
+    __builtin_prefetch(start + mBytes - 1);
   }
   // Whether the state has this key.
   bool holds(StateNumber number, const unsigned char* key) const;
@@ -71,7 +76,6 @@ class KeyTable {
   static std::uint32_t folded(std::uint64_t hash) {
     return static_cast<std::uint32_t>(hash ^ (hash >> 32));
   }
-  const Slot& firstSlot(std::uint64_t hash) const { return mSlots[folded(hash) & mLast]; }
   static std::unique_ptr<Slot[]> makeSlots(std::size_t count);
   void addChunk();
   void put(const Slot& added);
