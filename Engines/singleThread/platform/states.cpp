@@ -1,3 +1,5 @@
+// This source has what is inline elsewhere.
+#define VESK_STATES_INLINE
 #include "states.hpp"
 
 #include <charconv>
@@ -106,8 +108,6 @@ int clampToInt(long value) {
 
 // ---- Atomleaf ------------------------------------------------------------------------------
 
-Atomleaf::Atomleaf(const char* text) : value(copyOf(text)) {}
-
 Atomleaf::Atomleaf(const Atomleaf& other) : Pooled(), value(copyOf(other.value)) {}
 
 Atomleaf::~Atomleaf() {
@@ -120,13 +120,7 @@ void Atomleaf::setVal(const char* text) {
   if (former != mShort) delete[] former;
 }
 
-// The text may be a part of this object's own. Most are a few characters long.
-char* Atomleaf::copyOf(const char* text) {
-  if (text == nullptr) return nullptr;
-  for (std::size_t i = 0; i < sizeof mShort; ++i) {
-    mShort[i] = text[i];
-    if (text[i] == '\0') return mShort;
-  }
+char* Atomleaf::copyOfLong(const char* text) {
   const std::size_t bytes = std::strlen(text) + 1;
   char* copy = new char[bytes];
   std::memcpy(copy, text, bytes);
@@ -187,8 +181,6 @@ bool Node::string2bool(const char* text) {
 }
 
 // ---- Leaf ----------------------------------------------------------------------------------
-
-Leaf::Leaf(Atomleaf* text) : Node(true), aleaf(text) {}
 
 Leaf::Leaf(const Leaf& other)
     : Node(other), aleaf(other.aleaf != nullptr ? other.aleaf->copy() : nullptr) {}

@@ -51,6 +51,33 @@ class Pooled {
   static void operator delete(void* block, std::size_t size) noexcept;
   static void operator delete(void* block, std::size_t size, std::align_val_t alignment) noexcept;
   static void operator delete(void*, void*) noexcept {}
+
+ private:
+  // A sanitizer has to see every block come and go.
+#if defined(__SANITIZE_ADDRESS__)
+  static constexpr std::size_t POOLED_SIZE = 0;
+#else
+  static constexpr std::size_t POOLED_SIZE = 64;
+#endif
+
+  struct FreeBlock {
+    FreeBlock* next;
+  };
+  // The blocks of one size. Every one has come from the global operator new for exactly this size,
+  // whoever has asked for it: an object that a model made by `::new` may end here, and one made
+  // here may end by `::delete`.
+  struct Blocks {
+    FreeBlock* free;   // waiting for their next object
+    std::size_t used;  // given to objects that have not ended here; what ends beyond was not made
+                       // here
+  };
+
+  static bool isPooled(std::size_t size) {
+    return size <= POOLED_SIZE && size % sizeof(FreeBlock) == 0;
+  }
+  static void* makeBlock(std::size_t size);
+
+  static Blocks sPool[64 / sizeof(FreeBlock) + 1];  // by size
 };
 
 }  // namespace Vesk
@@ -82,6 +109,7 @@ class Atomleaf : public Vesk::Pooled {
 
  private:
   char* copyOf(const char* text);
+  static char* copyOfLong(const char* text);
 
   char mShort[24];
 };
@@ -212,5 +240,45 @@ char* getVariableState(char*& cursor);  // the caller releases the text with fre
 int getIntVariableState(char*& cursor);
 float getFloatVariableState(char*& cursor);
 bool getBoolVariableState(char*& cursor);  // false for "F", true for any other letter
+
+// ---- What models call for every state -----------------------------------------------------------
+
+// Inline; the library has each of these too, for models that were compiled without them.
+#ifndef VESK_STATES_INLINE
+#define VESK_STATES_INLINE inline
+#endif
+
+VESK_STATES_INLINE void* Vesk::Pooled::operator new(std::size_t size) {
+  if (!isPooled(size)) return ::operator new(size);
+  Blocks& blocks = sPool[size / sizeof(FreeBlock)];
+  FreeBlock* block = blocks.free;
+  if (block == nullptr) return makeBlock(size);
+  ++blocks.used;
+  blocks.free = block->next;
+  return block;
+}
+
+VESK_STATES_INLINE void Vesk::Pooled::operator delete(void* block, std::size_t size) noexcept {
+  if (block == nullptr) return;
+  if (!isPooled(size)) return ::operator delete(block);
+  Blocks& blocks = sPool[size / sizeof(FreeBlock)];
+  if (blocks.used == 0) return ::operator delete(block);
+  --blocks.used;
+  blocks.free = new (block) FreeBlock{blocks.free};
+}
+
+VESK_STATES_INLINE Atomleaf::Atomleaf(const char* text) : value(copyOf(text)) {}
+
+// The text may be a part of this object's own. Most are a few characters long.
+VESK_STATES_INLINE char* Atomleaf::copyOf(const char* text) {
+  if (text == nullptr) return nullptr;
+  for (std::size_t i = 0; i < sizeof mShort; ++i) {
+    mShort[i] = text[i];
+    if (text[i] == '\0') return mShort;
+  }
+  return copyOfLong(text);
+}
+
+VESK_STATES_INLINE Leaf::Leaf(Atomleaf* text) : Node(true), aleaf(text) {}
 
 #endif

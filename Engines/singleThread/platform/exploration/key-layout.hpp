@@ -68,14 +68,6 @@ class KeyLayout {
   std::vector<std::uint32_t> mOwners;  // per byte
 };
 
-// The bits in which the next eight bytes of two keys differ.
-inline std::uint64_t differences(const unsigned char* one, const unsigned char* other) {
-  std::uint64_t words[2];
-  std::memcpy(&words[0], one, sizeof words[0]);
-  std::memcpy(&words[1], other, sizeof words[1]);
-  return words[0] ^ words[1];
-}
-
 }  // namespace Vesk
 
 #endif

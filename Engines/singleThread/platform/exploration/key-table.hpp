@@ -10,6 +10,7 @@
 
 #include "exploration/key-layout.hpp"
 #include "exploration/pending-state.hpp"
+#include "exploration/words.hpp"
 
 namespace Vesk {
 
@@ -94,12 +95,12 @@ class KeyTable {
 // Eight bytes at a time. The last ones are compared with some before them once more.
 inline bool KeyTable::holds(StateNumber number, const unsigned char* key) const {
   const unsigned char* own = this->key(number);
-  if (mBytes < sizeof(std::uint64_t)) return std::equal(own, own + mBytes, key);
-  const std::size_t last = mBytes - sizeof(std::uint64_t);
-  for (std::size_t i = 0; i < last; i += sizeof(std::uint64_t)) {
-    if (differences(own + i, key + i) != 0) return false;
+  if (mBytes < WORD) return std::equal(own, own + mBytes, key);
+  const std::size_t last = mBytes - WORD;
+  for (std::size_t i = 0; i < last; i += WORD) {
+    if (wordAt(own + i) != wordAt(key + i)) return false;
   }
-  return differences(own + last, key + last) == 0;
+  return wordAt(own + last) == wordAt(key + last);
 }
 
 }  // namespace Vesk

@@ -15,15 +15,6 @@ std::string_view viewOf(const StateText& text) {
   return {text.data(), text.length()};
 }
 
-// The first byte of a word in memory that is not 0.
-std::size_t firstByte(std::uint64_t word) {
-#if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
-  return static_cast<std::size_t>(__builtin_ctzll(word)) / 8;
-#else
-  return static_cast<std::size_t>(__builtin_clzll(word)) / 8;
-#endif
-}
-
 std::uint64_t hashOf(const StateText& text) {
   return std::hash<std::string_view>()(viewOf(text));
 }
@@ -239,8 +230,8 @@ void NumberedStates::enter(StateNumber number) {
   const unsigned char* key = mTable.key(number);
   const std::size_t bytes = mLayout.bytes();
   std::size_t i = 0;
-  for (; i + sizeof(std::uint64_t) <= bytes; i += sizeof(std::uint64_t)) {
-    while (const std::uint64_t rest = differences(mKey.data() + i, key + i)) {
+  for (; i + WORD <= bytes; i += WORD) {
+    while (const std::uint64_t rest = wordAt(mKey.data() + i) ^ wordAt(key + i)) {
       takeByte(i + firstByte(rest), key);
     }
   }

@@ -1,10 +1,13 @@
 #include "exploration/state-shape.hpp"
 
+#include <cstdint>
 #include <cstring>
+#include <functional>
 #include <string>
 #include <utility>
 
 #include "exploration/tree-walk.hpp"
+#include "exploration/words.hpp"
 #include "work-stack.hpp"
 
 namespace Vesk {
@@ -78,14 +81,6 @@ std::size_t readLength(const unsigned char*& cursor) {
   return length;
 }
 
-// Most texts are a few characters long.
-std::size_t lengthOf(const char* text) {
-  for (std::size_t length = 0; length < FEW; ++length) {
-    if (text[length] == '\0') return length;
-  }
-  return FEW + std::strlen(text + FEW);
-}
-
 // Whether a terminated text, or null, is this one. Most end after a few characters.
 bool isText(const char* own, const char* text, std::size_t length) {
   if (own == nullptr) return false;
@@ -96,13 +91,120 @@ bool isText(const char* own, const char* text, std::size_t length) {
   return own[length] == '\0';
 }
 
-bool packLeaf(const Leaf& leaf, const PlainClasses& plain, StateText& text, Lengths& lengths) {
-  const char* own = plainText(leaf, plain);
-  if (own == nullptr) return false;
-  const std::size_t length = lengthOf(own);
-  text.append(own, length);
-  appendLength(lengths, length);
+// Packs the children of one node after the other.
+class LeafPacker {
+ public:
+  static constexpr int FAILED = -1;
+
+  LeafPacker(StateText& text, Lengths& lengths) : mText(text), mLengths(lengths) {}
+
+  // Packs the leaves from a child on. Returns the number of the first child that is none, or FAILED
+  // when a leaf holds something else than a text.
+  int pack(const Nonleaf& parent, int child) {
+    const int children = parent.getNumChild();
+    while (child < children && isLeaf(parent.getChild(child))) {
+      const int next = packShort(parent, child);
+      if (next != child) {
+        child = next;
+      } else if (!hasNumbers(*parent.getChild(child)) && packAny(*parent.getChild(child))) {
+        ++child;
+      } else {
+        return FAILED;
+      }
+    }
+    return child;
+  }
+
+  // Packs any leaf.
+  bool packAny(const Node& leaf) {
+    const char* own = plainText(static_cast<const Leaf&>(leaf), mPlain);
+    if (own == nullptr) return false;
+    const std::size_t length = std::strlen(own);
+    mText.append(own, length);
+    appendLength(mLengths, length);
+    return true;
+  }
+
+ private:
+  static bool isLeaf(const Node* node) { return node != nullptr && node->isLeaf(); }
+
+  // Packs leaves with short texts, each with what stands behind it, which the next one overwrites.
+  // Returns the number of the first child that is no such leaf.
+  int packShort(const Nonleaf& parent, int child) {
+    const int children = parent.getNumChild();
+    const auto most = static_cast<std::size_t>(children - child);
+    char* const start = mText.room(most * WORD);
+    const std::size_t former = mLengths.size();
+    mLengths.resize(former + most);
+    char* to = start;
+    unsigned char* length = mLengths.data() + former;
+    for (; child < children && isLeaf(parent.getChild(child)); ++child) {
+      const char* own = shortText(*static_cast<const Leaf*>(parent.getChild(child)));
+      if (own == nullptr) break;
+      const std::uint64_t word = wordAt(own);
+      const std::size_t bytes = bytesBeforeZero(word);
+      if (bytes == WORD) break;
+      std::memcpy(to, &word, WORD);
+      to += bytes;
+      *length++ = static_cast<unsigned char>(bytes);
+    }
+    mText.take(static_cast<std::size_t>(to - start));
+    mLengths.resize(static_cast<std::size_t>(length - mLengths.data()));
+    return child;
+  }
+
+  // The text of a leaf that lies in the object itself, where a whole word can be read; else null.
+  const char* shortText(const Leaf& leaf) const {
+    const char* own = hasNumbers(leaf) ? nullptr : plainText(leaf, mPlain);
+    if (own == nullptr) return nullptr;
+    const auto* object = reinterpret_cast<const char*>(leaf.getAleaf());
+    const bool isInside =
+        !std::less<>()(own, object) && !std::less<>()(object + sizeof(Atomleaf), own + WORD);
+    return isInside ? own : nullptr;
+  }
+
+  StateText& mText;
+  Lengths& mLengths;
+  const PlainClasses& mPlain = plainClasses();
+};
+
+// Whether the children of a node are the next ones of an outline, up to one that is no leaf.
+bool isOutline(const int* outline, const int* end, int leaves) {
+  if (end - outline < leaves) return false;
+  for (; leaves != 0; --leaves) {
+    if (*outline++ != LEAF) return false;
+  }
   return true;
+}
+
+// The numbers of the root belong to the search, so they are not compared.
+bool packInner(const Nonleaf& root, const std::vector<int>& children, LeafPacker& packer) {
+  struct Place {
+    const Nonleaf* parent;
+    int next;
+  };
+  const PlainClasses& plain = plainClasses();
+  const int* outline = children.data();
+  const int* const end = outline + children.size();
+  if (*outline++ != root.getNumChild() || !plain.has(root)) return false;
+  WorkStack<Place> places;
+  places.push({&root, 0});
+  while (!places.empty()) {
+    Place& place = places.top();
+    const int next = packer.pack(*place.parent, place.next);
+    if (next == LeafPacker::FAILED || !isOutline(outline, end, next - place.next)) return false;
+    outline += next - place.next;
+    place.next = next + 1;
+    if (next == place.parent->getNumChild()) {
+      places.pop();
+      continue;
+    }
+    const auto* inner = static_cast<const Nonleaf*>(place.parent->getChild(next));
+    if (inner == nullptr || outline == end || hasNumbers(*inner)) return false;
+    if (*outline++ != inner->getNumChild() || !plain.has(*inner)) return false;
+    places.push({inner, 0});
+  }
+  return outline == end;
 }
 
 }  // namespace
@@ -121,23 +223,11 @@ void StateShape::take(const Node* tree) {
   if (!pack(tree, text, lengths)) mChildren.clear();
 }
 
-// The numbers of the root belong to the search, so they are not compared.
 bool StateShape::pack(const Node* tree, StateText& text, Lengths& lengths) const {
-  const PlainClasses& plain = plainClasses();
-  auto outline = mChildren.begin();
-  TreeWalk walk(tree);
-  for (const Node* node; walk.next(node); ++outline) {
-    if (outline == mChildren.end() || node == nullptr) return false;
-    if (node != tree && hasNumbers(*node)) return false;
-    if (node->isLeaf()) {
-      const auto& leaf = *static_cast<const Leaf*>(node);
-      if (*outline != LEAF || !packLeaf(leaf, plain, text, lengths)) return false;
-    } else {
-      const auto& inner = *static_cast<const Nonleaf*>(node);
-      if (*outline != inner.getNumChild() || !plain.has(inner)) return false;
-    }
-  }
-  return true;
+  if (tree == nullptr || mChildren.empty()) return false;
+  LeafPacker packer(text, lengths);
+  if (tree->isLeaf()) return mChildren.front() == LEAF && packer.packAny(*tree);
+  return packInner(*static_cast<const Nonleaf*>(tree), mChildren, packer);
 }
 
 Tree StateShape::build() const {
