@@ -26,12 +26,9 @@ class InteractionIndex {
   }
 
   // Null when there is none.
-  Interaction* find(const BitVector& set) const {
-    if (!mSlots.empty()) return mSlots[slotOf(set)];
-    for (const HashTable<Interaction>::Cell* cell : mAll) {
-      if (cell->element()->synced() == set) return cell->element();
-    }
-    return nullptr;
+  Interaction* find(const BitVector& set) {
+    if (mLast == nullptr || mLast->synced() != set) mLast = search(set);
+    return mLast;
   }
 
   // Takes ownership of an interaction whose set is not in the index, and puts it into the table.
@@ -47,6 +44,14 @@ class InteractionIndex {
 
  private:
   static constexpr std::size_t FEW = 8;
+
+  Interaction* search(const BitVector& set) const {
+    if (!mSlots.empty()) return mSlots[slotOf(set)];
+    for (const HashTable<Interaction>::Cell* cell : mAll) {
+      if (cell->element()->synced() == set) return cell->element();
+    }
+    return nullptr;
+  }
 
   // Where the set is, or would be. Requires: there are free slots.
   std::size_t slotOf(const BitVector& set) const {
@@ -67,6 +72,7 @@ class InteractionIndex {
     }
   }
 
+  Interaction* mLast = nullptr;  // that was found last; a rendezvous asks for one set all the time
   std::vector<HashTable<Interaction>::Cell*> mAll;  // in the order of their making
   std::vector<Interaction*> mSlots;  // a power of two, at most half full; empty while there are few
 };

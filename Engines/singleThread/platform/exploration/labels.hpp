@@ -6,6 +6,7 @@
 #include <cstring>
 #include <string>
 #include <unordered_map>
+#include <vector>
 
 #include "structure.hpp"
 
@@ -47,9 +48,19 @@ class Labels {
     std::size_t operator()(const Key& key) const;
   };
 
+  // The labels that were asked for last, by a part of their hash.
+  struct Recent {
+    Key key{nullptr, BitVector()};
+    const std::string* text = nullptr;
+  };
+  static constexpr std::size_t RECENT = 256;
+
+  const std::string& find(Connector& connector, const Key& key);
+
   const std::size_t mMost;
   std::size_t mBytes = 0;
   std::unordered_map<Key, std::string, Hash> mKept;
+  std::vector<Recent> mRecent{RECENT};
 };
 
 }  // namespace Vesk

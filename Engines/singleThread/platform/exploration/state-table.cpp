@@ -3,6 +3,8 @@
 #include <cstring>
 #include <stdexcept>
 
+#include "exploration/memory.hpp"
+
 namespace Vesk {
 
 namespace {
@@ -105,7 +107,10 @@ bool StateTable::holds(const Slot& slot, std::uint32_t hash) const {
 }
 
 void StateTable::grow() {
-  std::vector<Slot> larger(2 * mSlots.size(), Slot{0, 0});
+  std::vector<Slot> larger;
+  larger.reserve(2 * mSlots.size());
+  preferLargePages(larger.data(), larger.capacity() * sizeof(Slot));
+  larger.resize(2 * mSlots.size(), Slot{0, 0});
   const std::size_t last = larger.size() - 1;
   for (const Slot& old : mSlots) {
     if (old.used == 0) continue;
