@@ -101,6 +101,7 @@ Json pageData(const Exploration& exploration, const Part& part, const StateTexts
   data["name"] = exploration.files().transitions;
   data["start"] = part.start();
   data["isAll"] = part.isAll();
+  data["centre"] = part.centre();
   data["allStates"] = exploration.statesFound();
   data["allTransitions"] = exploration.graph().transitions();
   addStates(data, exploration, part, texts);

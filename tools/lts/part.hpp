@@ -18,6 +18,7 @@ class Part {
   Part(const Graph& graph, State centre, std::uint64_t radius);
 
   bool isAll() const { return mIsAll; }
+  State centre() const { return mCentre; }
   // The initial state when it is there, otherwise the centre.
   State start() const { return has(mGraph.initial()) ? mGraph.initial() : mCentre; }
   bool has(State state) const { return mIsAll || mHas[state] != 0; }

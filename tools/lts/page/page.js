@@ -353,7 +353,7 @@ function showSpecial() {
 function showOnce() {
   byId('name').textContent = shown(data.name);
   byId('counts').textContent = count + ' states, ' + transitionCount + ' transitions' +
-      (data.isAll ? '' : ', around state ' + data.start + ' of ' + data.allStates + ' states and ' +
+      (data.isAll ? '' : ', around state ' + data.centre + ' of ' + data.allStates + ' states and ' +
       data.allTransitions + ' transitions');
   byId('to-initial').href = '#state-' + data.start;
   if (!data.isAll) {
