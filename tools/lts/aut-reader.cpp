@@ -35,6 +35,7 @@ class AutReader {
   void readOwn(std::string_view line);
   void readMultiLine(std::string_view first);
   void readStandard(std::string_view line);
+  void leaveOut() { mFile.lastLineIsCut = true; }
   void add(const Transition& transition, std::string_view line);
   void checkState(std::uint64_t state, std::string_view line) const;
   [[noreturn]] void fail(const std::string& text) const;
@@ -155,33 +156,28 @@ void AutReader::readOwn(std::string_view line) {
 // A label with line breaks goes on to the first line that ends like a transition. A line that is a
 // transition by itself is none of it.
 void AutReader::readMultiLine(std::string_view first) {
-  std::uint64_t source;
-  std::string_view start = first;
   const std::uint64_t number = mLines.number();
-  const std::string shown = inQuotes(first);
   std::string text(first);
-  const bool canGoOn = startsOwn(start, source);
+  std::uint64_t source;
+  const bool canGoOn = startsOwn(first, source);
   std::string_view line;
-  while (canGoOn && mLines.wasWhole() && mLines.next(line)) {
+  while (canGoOn) {
+    if (!mLines.wasWhole() || !mLines.next(line)) return leaveOut();
     Transition transition;
     if (splitOwn(line, transition)) break;
     text.append("\n").append(line);
-    if (!splitOwn(text, transition)) continue;
-    return add(transition, text);
+    if (splitOwn(text, transition)) return add(transition, text);
   }
-  if (!mLines.wasWhole() || (canGoOn && !mLines.next(line))) {
-    mFile.lastLineIsCut = true;
-    return;
-  }
-  throw Fault(mLines.path(), number, shown + ", " + EXPECTED_TRANSITION);
+  if (!canGoOn && !mLines.wasWhole()) return leaveOut();
+  const std::string firstLine = text.substr(0, text.find('\n'));
+  throw Fault(mLines.path(), number, inQuotes(firstLine) + ", " + EXPECTED_TRANSITION);
 }
 
 void AutReader::readStandard(std::string_view line) {
   Transition transition;
   if (!splitStandard(line, transition)) {
     if (mLines.wasWhole()) failTransition(line);
-    mFile.lastLineIsCut = true;
-    return;
+    return leaveOut();
   }
   if (isQuoted(transition.label)) {
     transition.label = transition.label.substr(1, transition.label.size() - 2);
