@@ -130,6 +130,13 @@ TEST_F(LtsExplorationTest, WithoutTheFileOfDeadlocksEveryEndIsOne) {
   EXPECT_EQ((std::vector<State>{1, 2}), mFiles.explore("x").deadlocks());
 }
 
+TEST_F(LtsExplorationTest, AFileThatHasLostTransitionsHasNoDeadlocksOfItsOwn) {
+  mFiles.write("x.aut", "des (0,2,3)\n(0,a,1)\n");
+  const Exploration exploration = mFiles.explore("x");
+  EXPECT_TRUE(exploration.deadlocks().empty());
+  EXPECT_EQ((std::vector<State>{1}), statesThat(exploration, &Exploration::isUnexpanded));
+}
+
 TEST_F(LtsExplorationTest, DepthFirstDoesNotReportTheInitialState) {
   mFiles.writeOwn("x.aut", 0, 1, "");
   mFiles.write("x.state", "0 : a\n");

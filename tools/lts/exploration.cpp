@@ -117,11 +117,14 @@ void Exploration::findError() {
   }
 }
 
-// Depth-first search does not report an initial state in which nothing can happen.
+// Depth-first search does not report an initial state in which nothing can happen. Where nothing is
+// reported, a state without a way out is a deadlock, unless the file has lost transitions.
 void Exploration::findDeadlocks() {
-  const bool isReported = !mFiles.deadlocks.empty();
+  const std::uint64_t counted = mAut.header ? mAut.header->transitions : 0;
+  const bool isReported = !mFiles.deadlocks.empty() || counted > graph().transitions();
   for (State state = 0; state < graph().states(); ++state) {
-    if (isReported && !(state == graph().initial() && graph().transitions() == 0)) continue;
+    if (isReported && !(state == graph().initial() && counted == 0 && graph().transitions() == 0))
+      continue;
     const bool isListed = !hasTexts() || is(state, LISTED);
     const bool isError = errorState() == state || errorSource() == state;
     if (graph().out(state).size() == 0 && isListed && !isPruned(state) && !isError) {

@@ -106,7 +106,8 @@ std::string Summary::text() const {
   result += row("transitions", graph.transitions());
   result += row("levels", std::to_string(mLevels.sizes().size()) + ", the widest is " +
                               std::to_string(widest) + " with " +
-                              std::to_string(mLevels.sizes()[widest]) + " states");
+                              std::to_string(mLevels.sizes()[widest]) +
+                              (mLevels.sizes()[widest] == 1 ? " state" : " states"));
   result += row("degree", withTwoDecimals(meanDegree()) + " on average, at most " +
                               std::to_string(mLargestDegree) + ", from state " +
                               std::to_string(mLargestDegreeState));
