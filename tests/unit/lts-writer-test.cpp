@@ -188,10 +188,21 @@ TEST_F(LtsWriterTest, DotMarksSpecialStates) {
   const StateTexts texts(table, mFiles.progress());
   const std::string dot = dotText(table, Part(table.graph()), texts, "#");
   EXPECT_NE(std::string::npos, dot.find("start -> 0;"));
-  EXPECT_NE(std::string::npos, dot.find("4 [label=\"4\", style=filled, fillcolor=\"#f4a582\", "
-                                        "peripheries=2, URL=\"#4\", tooltip=\"l,u,l,u,\"];"));
+  EXPECT_NE(std::string::npos,
+            dot.find("4 [label=\"4\\nl,u,l,u,\", style=filled, fillcolor=\"#f4a582\", "
+                     "peripheries=2, URL=\"#4\", tooltip=\"l,u,l,u,\"];"));
   EXPECT_NE(std::string::npos, dot.find("2 -> 4 [label=\"table/left1/P1:left|F1:take\"];"));
   EXPECT_NE(std::string::npos, dot.find("layout=dot;"));
+}
+
+TEST_F(LtsWriterTest, DotShowsShortTextsOnly) {
+  mFiles.writeOwn("x.aut", 1, 2, "(0, a, 1)\n");
+  mFiles.write("x.state", "0 : " + std::string(24, 'x') + "\n1 : " + std::string(25, 'y') + "\n");
+  const Exploration exploration = mFiles.explore("x");
+  const StateTexts texts(exploration, mFiles.progress());
+  const std::string dot = dotText(exploration, Part(exploration.graph()), texts, "");
+  EXPECT_NE(std::string::npos, dot.find("0 [label=\"0\\n" + std::string(24, 'x') + "\""));
+  EXPECT_NE(std::string::npos, dot.find("1 [label=\"1\""));
 }
 
 TEST_F(LtsWriterTest, DotTakesAnyLabel) {

@@ -1,6 +1,7 @@
 #include "writer.hpp"
 
 #include <functional>
+#include <optional>
 #include <string_view>
 
 #include "json-text.hpp"
@@ -14,6 +15,9 @@ namespace {
 
 // Beyond this many transitions a hierarchical layout takes minutes; sfdp takes seconds.
 constexpr std::uint64_t MAX_HIERARCHICAL = 500;
+
+// The most columns of a text that is shown in a drawing.
+constexpr std::size_t MAX_TEXT = 24;
 
 using Write = std::function<void(const std::string&)>;
 
@@ -59,13 +63,22 @@ const char* dotStyleOf(const Exploration& exploration, State state) {
   return "";
 }
 
+// A short text stands below the number.
+std::string dotLabel(const std::string& number, const std::optional<std::string_view>& text,
+                     bool isSmall) {
+  if (!isSmall || !text || text->empty() || columns(printable(*text)) > MAX_TEXT) {
+    return "\"" + number + "\"";
+  }
+  return "\"" + number + "\\n" + dotQuoted(*text).substr(1);
+}
+
 std::string dotState(const Exploration& exploration, State state, const StateTexts& texts,
-                     const std::string& link) {
+                     const std::string& link, bool isSmall) {
   const std::string number = std::to_string(state);
-  std::string line = "  " + number + " [label=\"" + number + "\"";
+  const auto text = texts.of(state);
+  std::string line = "  " + number + " [label=" + dotLabel(number, text, isSmall);
   line += dotStyleOf(exploration, state);
   if (!link.empty()) line += ", URL=\"" + link + number + "\"";
-  const auto text = texts.of(state);
   if (text && !text->empty()) line += ", tooltip=" + dotQuoted(*text);
   return line + "];\n";
 }
@@ -83,7 +96,7 @@ void writeDotTo(const Write& write, const Exploration& exploration, const Part& 
     write("  start [shape=point, label=\"\", xlabel=\"\"];\n");
     write("  start -> " + std::to_string(graph.initial()) + ";\n");
   }
-  part.eachState([&](State state) { write(dotState(exploration, state, texts, link)); });
+  part.eachState([&](State state) { write(dotState(exploration, state, texts, link, isSmall)); });
   part.eachTransition([&](State source, const Edge& edge) {
     const std::string label = dotQuoted(graph.labels().text(edge.label));
     write("  " + std::to_string(source) + " -> " + std::to_string(edge.target) +
