@@ -215,8 +215,8 @@ TEST_F(LtsWriterTest, DotTakesAnyLabel) {
 
 TEST_F(LtsWriterTest, DotOfManyTransitionsIsLaidOutBySprings) {
   std::string lines;
-  for (int i = 0; i < 501; ++i) lines += "(0, a, " + std::to_string(i) + ")\n";
-  mFiles.writeOwn("x.aut", 501, 501, lines);
+  for (int i = 0; i < 151; ++i) lines += "(0, a, " + std::to_string(i) + ")\n";
+  mFiles.writeOwn("x.aut", 151, 151, lines);
   const Exploration exploration = mFiles.explore("x");
   const StateTexts texts(exploration, mFiles.progress());
   const std::string dot = dotText(exploration, Part(exploration.graph()), texts, "");

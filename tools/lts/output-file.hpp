@@ -18,7 +18,9 @@ class OutputFile {
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;
 
-  void write(std::string_view text) { std::fwrite(text.data(), 1, text.size(), mFile); }
+  void write(std::string_view text) {
+    if (!text.empty()) std::fwrite(text.data(), 1, text.size(), mFile);
+  }
   // All has been written. Throws a Fault when the system could not take it.
   void commit();
 

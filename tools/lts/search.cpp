@@ -33,7 +33,7 @@ std::optional<Path> ShortestPaths::toState(const std::function<bool(State)>& wan
                                            std::uint64_t n) {
   for (begin(); !mLevel.empty(); advance()) {
     const std::vector<State> hits = wantedInLevel(wanted);
-    if (n <= hits.size()) return pathTo(hits[n - 1]);
+    if (n <= hits.size()) return pathTo(hits[static_cast<std::size_t>(n - 1)]);
     n -= hits.size();
   }
   return std::nullopt;

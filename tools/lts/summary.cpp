@@ -86,9 +86,9 @@ void Summary::countConnectors() {
   mConnectors.assign(byConnector.begin(), byConnector.end());
 }
 
-std::uint64_t Summary::widestLevel() const {
+std::size_t Summary::widestLevel() const {
   const auto& sizes = mLevels.sizes();
-  return static_cast<std::uint64_t>(std::max_element(sizes.begin(), sizes.end()) - sizes.begin());
+  return static_cast<std::size_t>(std::max_element(sizes.begin(), sizes.end()) - sizes.begin());
 }
 
 double Summary::meanDegree() const {
@@ -100,7 +100,7 @@ double Summary::meanDegree() const {
 
 std::string Summary::text() const {
   const Graph& graph = mExploration.graph();
-  const std::uint64_t widest = widestLevel();
+  const std::size_t widest = widestLevel();
   std::string result;
   result += row("states", mExploration.statesFound());
   result += row("transitions", graph.transitions());

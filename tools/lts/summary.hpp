@@ -36,7 +36,7 @@ class Summary {
 
   void countDegrees();
   void countConnectors();
-  std::uint64_t widestLevel() const;
+  std::size_t widestLevel() const;
   double meanDegree() const;
   std::string errorText() const;
   std::string levelTable() const;

@@ -13,8 +13,8 @@ namespace Vesk::Lts {
 
 namespace {
 
-// Beyond this many transitions a hierarchical layout takes minutes; sfdp takes seconds.
-constexpr std::uint64_t MAX_HIERARCHICAL = 500;
+// Beyond this many transitions a layout by levels may take minutes; that by springs takes seconds.
+constexpr std::uint64_t MAX_HIERARCHICAL = 150;
 
 // The most columns of a text that is shown in a drawing.
 constexpr std::size_t MAX_TEXT = 24;

@@ -53,7 +53,7 @@ class Folder {
   static void writeFile(const std::string& name, std::string_view content) {
     std::FILE* file = std::fopen(name.c_str(), "wb");
     require(file != nullptr, "files can be written");
-    std::fwrite(content.data(), 1, content.size(), file);
+    if (!content.empty()) std::fwrite(content.data(), 1, content.size(), file);
     std::fclose(file);
   }
 
