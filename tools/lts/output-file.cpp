@@ -12,6 +12,7 @@
 
 #include "fault.hpp"
 #include "printable.hpp"
+#include "progress.hpp"
 
 namespace Vesk::Lts {
 
@@ -113,7 +114,18 @@ OutputFile::~OutputFile() {
   temporaryOfHandler[0] = '\0';
 }
 
+void OutputFile::showOn(Progress& progress) {
+  if (mFile == stdout) return;
+  mProgress = &progress;
+  progress.start("bytes written into " + mPath);
+}
+
+void OutputFile::showProgress() const {
+  if (mProgress != nullptr) mProgress->show(mWritten, 0);
+}
+
 void OutputFile::commit() {
+  if (mProgress != nullptr) mProgress->finish();
   const bool failed = std::fflush(mFile) != 0 || std::ferror(mFile) != 0;
   if (failed) fail(errno);
   if (mTemporary.empty()) return;

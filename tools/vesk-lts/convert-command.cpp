@@ -4,7 +4,6 @@
 #include "output-file.hpp"
 #include "part-options.hpp"
 #include "printable.hpp"
-#include "progress.hpp"
 #include "state-texts.hpp"
 #include "writer.hpp"
 
@@ -44,8 +43,8 @@ class ConvertCommand : public Command {
     if (mFormat == "dot" && !mForce) checkSize(part);
     const StateTexts texts(exploration, progress,
                            [&](State state) { return needsTexts() && part.has(state); });
-    progress.start("writing");
     OutputFile file(mOutput);
+    file.showOn(progress);
     write(exploration, part, texts, file);
     file.commit();
     return SUCCESS;

@@ -1,8 +1,8 @@
 #include "command.hpp"
 #include "exploration.hpp"
 #include "fault.hpp"
-#include "filter.hpp"
 #include "output-file.hpp"
+#include "pictures.hpp"
 #include "summary.hpp"
 
 namespace Vesk::Lts {

@@ -1,10 +1,10 @@
 #include "command.hpp"
 #include "exploration.hpp"
 #include "fault.hpp"
-#include "filter.hpp"
 #include "output-file.hpp"
 #include "page.hpp"
 #include "part-options.hpp"
+#include "pictures.hpp"
 #include "state-texts.hpp"
 #include "writer.hpp"
 

@@ -1,6 +1,6 @@
 // Other programs that make pictures.
-#ifndef VESK_LTS_FILTER_HPP
-#define VESK_LTS_FILTER_HPP
+#ifndef VESK_LTS_PICTURES_HPP
+#define VESK_LTS_PICTURES_HPP
 
 #include <cstdint>
 #include <optional>

@@ -1,4 +1,4 @@
-#include "filter.hpp"
+#include "pictures.hpp"
 
 #include <fcntl.h>
 #include <spawn.h>
