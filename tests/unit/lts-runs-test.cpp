@@ -132,6 +132,25 @@ TEST_F(LtsRunTest, APageThatIsTooLargeIsRefusedWithAdvice) {
   EXPECT_EQ(0, run("vesk-lts convert x --to dot --force"));
 }
 
+TEST_F(LtsRunTest, WithoutOtherProgramsAPageHasNoDrawingAndThereIsNoPlot) {
+  mFiles.writeTable("t");
+  EXPECT_EQ(0, run("PATH=/nowhere " PROGRAMS "/vesk-lts page t -o t.html"));
+  EXPECT_EQ(
+      "vesk-lts: warning: the page has no drawing, because there is no Graphviz (dot) that "
+      "runs\n",
+      output());
+  EXPECT_EQ(std::string::npos, mFiles.read("t.html").find("<svg"));
+  EXPECT_EQ(2, run("PATH=/nowhere " PROGRAMS "/vesk-lts info t --plot t.svg"));
+  EXPECT_FALSE(std::filesystem::exists(mFiles.path("t.svg")));
+}
+
+TEST_F(LtsRunTest, AFileMayComeThroughAPipe) {
+  mFiles.writeTable("t");
+  ASSERT_EQ(0, run("mkfifo p.aut && (cat t.aut >p.aut &) && vesk-lts path p --deadlock --json"))
+      << output();
+  EXPECT_EQ(2u, Json::parse(output())["steps"].size());
+}
+
 TEST_F(LtsRunTest, ThePlotIsAnSvgFile) {
   if (run("gnuplot --version") != 0) GTEST_SKIP() << "gnuplot is not installed";
   mFiles.writeTable("t");
