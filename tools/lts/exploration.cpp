@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "fault.hpp"
 #include "printable.hpp"
 #include "scan.hpp"
 #include "side-files.hpp"
@@ -49,6 +50,13 @@ Exploration::Exploration(const std::string& name, Progress& progress)
       mMarks(mAut.graph.states()) {
   readMarks(progress);
   findWarnings();
+}
+
+State Exploration::stateNumbered(std::uint64_t number) const {
+  if (number < graph().states()) return static_cast<State>(number);
+  throw Fault("there is no state " + std::to_string(number) + " in " +
+              printable(mFiles.transitions) + ", expected a number below " +
+              std::to_string(graph().states()));
 }
 
 std::uint64_t Exploration::statesFound() const {

@@ -38,6 +38,8 @@ class Exploration {
   const Graph& graph() const { return mAut.graph; }
   const AutFile& aut() const { return mAut; }
   bool hasTexts() const { return !mFiles.states.empty(); }
+  // The state with this number. Throws a Fault when there is none.
+  State stateNumbered(std::uint64_t number) const;
 
   // In ascending order. Without a .deadlock file these are all states without a way out.
   const std::vector<State>& deadlocks() const { return mDeadlocks; }

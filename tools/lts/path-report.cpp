@@ -1,50 +1,55 @@
 #include "path-report.hpp"
 
 #include <algorithm>
-#include <set>
 #include <utility>
 
 #include "printable.hpp"
-#include "state-texts.hpp"
 #include "text-change.hpp"
 
 namespace Vesk::Lts {
 
 PathReport::PathReport(const Exploration& exploration, const Path& path, Progress& progress)
-    : mExploration(exploration), mStart(path.start) {
-  const Graph& graph = exploration.graph();
-  std::set<State> states{mStart};
-  State from = mStart;
+    : mExploration(exploration),
+      mStart(path.start),
+      mSteps(stepsOf(exploration.graph(), path)),
+      mTexts(textsOf(exploration, path, progress)) {}
+
+std::vector<PathReport::Step> PathReport::stepsOf(const Graph& graph, const Path& path) {
+  std::vector<Step> steps;
+  State from = path.start;
   for (EdgeIndex index : path.edges) {
     const Edge& edge = graph.edge(index);
-    mSteps.push_back({from, std::string(graph.labels().text(edge.label)), edge.target});
-    states.insert(edge.target);
+    steps.push_back({from, edge.label, edge.target});
     from = edge.target;
   }
-  exploration.readTexts(progress, [&](State state, std::string_view text) {
-    if (states.count(state) != 0) mTexts.emplace_back(state, text);
+  return steps;
+}
+
+StateTexts PathReport::textsOf(const Exploration& exploration, const Path& path,
+                               Progress& progress) {
+  std::vector<State> states{path.start};
+  for (EdgeIndex index : path.edges) states.push_back(exploration.graph().edge(index).target);
+  std::sort(states.begin(), states.end());
+  return StateTexts(exploration, progress, [&](State state) {
+    return std::binary_search(states.begin(), states.end(), state);
   });
 }
 
-const std::string* PathReport::textOf(State state) const {
-  const auto found = std::lower_bound(
-      mTexts.begin(), mTexts.end(), state,
-      [](const std::pair<State, std::string>& text, State wanted) { return text.first < wanted; });
-  return found != mTexts.end() && found->first == state ? &found->second : nullptr;
+std::string_view PathReport::labelOf(const Step& step) const {
+  return mExploration.graph().labels().text(step.label);
 }
 
 // ---- Text ------------------------------------------------------------------------------------
 
 std::string PathReport::text() const {
-  std::string result = stateLines(mStart, nullptr);
+  std::string result = stateLines(mStart, std::nullopt);
   for (const Step& step : mSteps) {
-    result += "    " + printable(step.label) + "\n";
-    result += stateLines(step.to, textOf(step.from));
+    result += "    " + printable(labelOf(step)) + "\n";
+    result += stateLines(step.to, mTexts.of(step.from));
   }
-  const State end = mSteps.empty() ? mStart : mSteps.back().to;
   const std::string steps = mSteps.size() == 1 ? " step" : " steps";
-  return result + std::to_string(mSteps.size()) + steps + " to state " + std::to_string(end) +
-         kindOf(end) + "\n";
+  return result + std::to_string(mSteps.size()) + steps + " to state " + std::to_string(end()) +
+         kindOf(end()) + "\n";
 }
 
 std::string PathReport::kindOf(State state) const {
@@ -53,12 +58,13 @@ std::string PathReport::kindOf(State state) const {
   return mExploration.errorState() == state ? ", an error" : "";
 }
 
-std::string PathReport::stateLines(State state, const std::string* before) const {
+std::string PathReport::stateLines(State state,
+                                   const std::optional<std::string_view>& before) const {
   const std::string number = std::to_string(state) + ": ";
-  const std::string* text = textOf(state);
-  if (text == nullptr) return number + "(no text)\n";
+  const auto text = mTexts.of(state);
+  if (!text) return number + "(no text)\n";
   std::string result = number + printable(*text) + "\n";
-  if (before == nullptr) return result;
+  if (!before) return result;
   const std::string marks = markLine(*text, changedRanges(*before, *text));
   if (!marks.empty()) result += std::string(number.size(), ' ') + marks + "\n";
   return result;
@@ -67,36 +73,38 @@ std::string PathReport::stateLines(State state, const std::string* before) const
 // ---- JSON ------------------------------------------------------------------------------------
 
 Json PathReport::json() const {
-  const State end = mSteps.empty() ? mStart : mSteps.back().to;
   Json result;
   result["file"] = mExploration.files().transitions;
   result["found"] = true;
   result["start"] = stateJson(mStart);
   result["steps"] = Json::array();
-  for (const Step& step : mSteps) {
-    Json entry = {{"from", step.from}, {"label", step.label}};
-    entry.update(Json{{"to", step.to}});
-    const std::string* before = textOf(step.from);
-    const std::string* after = textOf(step.to);
-    entry["text"] = after != nullptr ? Json(*after) : Json();
-    entry["changed"] = Json::array();
-    if (before != nullptr && after != nullptr) {
-      for (const TextRange& range : changedRanges(*before, *after)) {
-        entry["changed"].push_back(after->substr(range.begin, range.end - range.begin));
-      }
-    }
-    result["steps"].push_back(std::move(entry));
-  }
-  result["end"] = stateJson(end);
-  result["end"]["deadlock"] = mExploration.isDeadlock(end);
+  for (const Step& step : mSteps) result["steps"].push_back(stepJson(step));
+  result["end"] = stateJson(end());
+  result["end"]["deadlock"] = mExploration.isDeadlock(end());
   return result;
 }
 
 Json PathReport::stateJson(State state) const {
-  const std::string* text = textOf(state);
+  const auto text = mTexts.of(state);
   Json result;
   result["state"] = state;
-  result["text"] = text != nullptr ? Json(*text) : Json();
+  result["text"] = text ? Json(*text) : Json();
+  return result;
+}
+
+Json PathReport::stepJson(const Step& step) const {
+  const auto before = mTexts.of(step.from);
+  const auto after = mTexts.of(step.to);
+  Json result;
+  result["from"] = step.from;
+  result["label"] = labelOf(step);
+  result["to"] = step.to;
+  result["text"] = after ? Json(*after) : Json();
+  result["changed"] = Json::array();
+  if (!before || !after) return result;
+  for (const TextRange& range : changedRanges(*before, *after)) {
+    result["changed"].push_back(after->substr(range.begin, range.end - range.begin));
+  }
   return result;
 }
 

@@ -1,10 +1,5 @@
 #include "part-options.hpp"
 
-#include <string>
-
-#include "fault.hpp"
-#include "printable.hpp"
-
 namespace Vesk::Lts {
 
 PartOptions::PartOptions(CLI::App& options) {
@@ -17,12 +12,8 @@ PartOptions::PartOptions(CLI::App& options) {
 }
 
 Part PartOptions::part(const Exploration& exploration) const {
-  const Graph& graph = exploration.graph();
-  if (!mAround) return Part(graph);
-  if (*mAround < graph.states()) return Part(graph, static_cast<State>(*mAround), mRadius);
-  throw Fault("there is no state " + std::to_string(*mAround) + " in " +
-              printable(exploration.files().transitions) + ", expected a number below " +
-              std::to_string(graph.states()));
+  if (!mAround) return Part(exploration.graph());
+  return Part(exploration.graph(), exploration.stateNumbered(*mAround), mRadius);
 }
 
 }  // namespace Vesk::Lts

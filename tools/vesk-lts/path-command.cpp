@@ -47,7 +47,6 @@ class PathCommand : public Command {
   bool isGiven(const char* option) const { return mOptions->get_option(option)->count() != 0; }
   std::string name() const;
   std::uint64_t deadlockNumber() const;
-  State checked(const Exploration& exploration, std::uint64_t state) const;
   std::optional<Path> find(const Exploration& exploration, State from, Progress& progress) const;
   std::optional<Path> findText(const Exploration& exploration, ShortestPaths& paths,
                                Progress& progress) const;
@@ -68,7 +67,7 @@ class PathCommand : public Command {
 Status PathCommand::run(Progress& progress) const {
   const Exploration exploration(name(), progress);
   sayWarnings(exploration);
-  const State from = mFrom ? checked(exploration, *mFrom) : exploration.graph().initial();
+  const State from = mFrom ? exploration.stateNumbered(*mFrom) : exploration.graph().initial();
   const std::optional<Path> path = find(exploration, from, progress);
   if (!path) {
     printNone(exploration, from);
@@ -104,14 +103,6 @@ std::uint64_t PathCommand::deadlockNumber() const {
   return number;
 }
 
-State PathCommand::checked(const Exploration& exploration, std::uint64_t state) const {
-  const std::uint64_t states = exploration.graph().states();
-  if (state < states) return static_cast<State>(state);
-  throw Fault("there is no state " + std::to_string(state) + " in " +
-              printable(exploration.files().transitions) + ", expected a number below " +
-              std::to_string(states));
-}
-
 std::optional<Path> PathCommand::find(const Exploration& exploration, State from,
                                       Progress& progress) const {
   ShortestPaths paths(exploration.graph(), from);
@@ -120,7 +111,7 @@ std::optional<Path> PathCommand::find(const Exploration& exploration, State from
                          deadlockNumber());
   }
   if (isGiven("--to")) {
-    const State to = checked(exploration, mTo);
+    const State to = exploration.stateNumbered(mTo);
     return paths.toState([&](State state) { return state == to; });
   }
   if (isGiven("--label")) {

@@ -13,9 +13,13 @@
 #include "exploration.hpp"
 #include "fault.hpp"
 #include "json-text.hpp"
+#include "part.hpp"
 #include "path-report.hpp"
+#include "printable.hpp"
 #include "progress.hpp"
+#include "state-texts.hpp"
 #include "summary.hpp"
+#include "writer.hpp"
 
 namespace {
 
@@ -87,6 +91,16 @@ void checkReports(const Exploration& exploration, Progress& progress) {
         return exploration.isDeadlock(state);
       });
   if (path) PathReport(exploration, *path, progress).text();
+  const StateTexts texts(exploration, progress);
+  const Part part(exploration.graph(), exploration.graph().initial(), 2);
+  require(part.states() <= exploration.graph().states(), "a part is a part");
+  for (char c : dotText(exploration, part, texts, "#")) {
+    require(c == '\n' || c >= 0x20 || c < 0, "drawings have printable texts");
+  }
+  for (Label label = 0; label < exploration.graph().labels().size(); ++label) {
+    const std::string_view text = exploration.graph().labels().text(label);
+    require(hexUnescaped(hexEscaped(text)) == text, "escaped labels can be taken back");
+  }
   for (State state : exploration.deadlocks()) {
     require(!exploration.isUnexpanded(state), "a deadlock was expanded");
   }
