@@ -23,13 +23,17 @@ if(NOT CMAKE_INSTALL_PREFIX STREQUAL /usr)
   set(VESK_INSTALL_RPATH $ORIGIN/${libraries_from_programs})
 endif()
 
-# vesk_install_tool(<target>): a program that is a model, with its manual page <target>.1.in beside
-# its CMakeLists.txt and the completion that all models have.
+# vesk_install_tool(<target> [<completion>]): a program with its manual page <target>.1.in beside its
+# CMakeLists.txt. Its completion is the one that all models have, or another file of completion/.
 function(vesk_install_tool tool)
+  set(completion vesk-model.bash)
+  if(ARGC GREATER 1)
+    set(completion ${ARGV1})
+  endif()
   set_target_properties(${tool} PROPERTIES INSTALL_RPATH "${VESK_INSTALL_RPATH}")
   install(TARGETS ${tool} DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
   vesk_install_manual(${CMAKE_CURRENT_SOURCE_DIR}/${tool}.1.in tools)
-  install(FILES ${PROJECT_SOURCE_DIR}/completion/vesk-model.bash
+  install(FILES ${PROJECT_SOURCE_DIR}/completion/${completion}
     DESTINATION ${VESK_INSTALL_COMPLETIONDIR} RENAME ${tool} COMPONENT tools)
 endfunction()
 
@@ -64,7 +68,7 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples ${PROJECT_SOURCE_DIR}/support
   DESTINATION ${VESK_INSTALL_DOCDIR} COMPONENT development)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs
   DESTINATION ${VESK_INSTALL_DOCDIR} COMPONENT development
-  FILES_MATCHING PATTERN *.md PATTERN *.dot PATTERN man EXCLUDE)
+  FILES_MATCHING PATTERN *.md PATTERN *.dot PATTERN *.svg PATTERN man EXCLUDE)
 install(FILES ${PROJECT_SOURCE_DIR}/CHANGELOG.md
   DESTINATION ${VESK_INSTALL_DOCDIR} COMPONENT development)
 vesk_install_manual(${PROJECT_SOURCE_DIR}/docs/man/vesk-model.7.in development)

@@ -28,6 +28,13 @@ ensure_packages() {
   rm -f "$log"
 }
 
+# offer_packages <purpose> <package>...: the same, but goes on without them: what needs them is skipped.
+offer_packages() {
+  local purpose=$1
+  shift
+  (ensure_packages "$@") || echo "Going on without ${purpose}." >&2
+}
+
 # run_quietly <log> <command>...: the command's output goes to the log and is shown when it fails.
 run_quietly() {
   local log=$1

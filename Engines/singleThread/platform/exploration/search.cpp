@@ -103,7 +103,7 @@ void Search::run() {
 
 void Search::finish() {
   printSummary();
-  endAll();
+  if (mSpace != nullptr) endAll();
 }
 
 void Search::explore() {

@@ -1,0 +1,58 @@
+// Progress of long work on a terminal, and nowhere else.
+#include "progress.hpp"
+
+#include <gtest/gtest.h>
+#include <pty.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <memory>
+#include <string>
+
+namespace {
+
+using Vesk::Lts::Progress;
+
+constexpr useconds_t LONG = 250000;  // microseconds after which work is long
+
+struct CloseFile {
+  void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using File = std::unique_ptr<std::FILE, CloseFile>;
+
+void work(std::FILE* stream) {
+  Progress progress(stream);
+  progress.start("reading \x1b.aut");
+  usleep(LONG);
+  progress.show(2, 4);
+  usleep(LONG);
+  progress.show(7, 0);
+}
+
+// A terminal gives what has come so far.
+std::string readUpTo(char end, int descriptor) {
+  std::string text;
+  for (char c; read(descriptor, &c, 1) == 1 && c != end;) text += c;
+  return text;
+}
+
+TEST(LtsProgressTest, ATerminalSeesHowFarLongWorkIsAndAnEmptyLineInTheEnd) {
+  int controller = -1;
+  int terminal = -1;
+  ASSERT_EQ(0, openpty(&controller, &terminal, nullptr, nullptr, nullptr));
+  const File stream(fdopen(terminal, "w"));
+  work(stream.get());
+  std::fputs("#", stream.get());
+  std::fflush(stream.get());
+  EXPECT_EQ("\r\x1b[Kreading \\x1b.aut: 50 %\r\x1b[Kreading \\x1b.aut: 7\r\x1b[K",
+            readUpTo('#', controller));
+  close(controller);
+}
+
+TEST(LtsProgressTest, AnythingElseSeesNothing) {
+  const File stream(std::tmpfile());
+  work(stream.get());
+  EXPECT_EQ(0, std::ftell(stream.get()));
+}
+
+}  // namespace

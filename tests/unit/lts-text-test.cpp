@@ -1,0 +1,129 @@
+// Texts: what can be shown, what is looked for, what has changed.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "pattern.hpp"
+#include "printable.hpp"
+#include "summary.hpp"
+#include "text-change.hpp"
+
+namespace {
+
+using namespace Vesk::Lts;
+
+// ---- Printable
+// -----------------------------------------------------------------------------------
+
+TEST(PrintableTest, TextsAndUtf8Stay) {
+  EXPECT_EQ("a,|\"\\ \xC3\xA4 \xE2\x82\xAC \xF0\x9F\x98\x80",
+            printable("a,|\"\\ \xC3\xA4 \xE2\x82\xAC \xF0\x9F\x98\x80"));
+}
+
+TEST(PrintableTest, ControlsBecomeEscapes) {
+  EXPECT_EQ("\\n\\t\\r\\x00\\x1b\\x7f\\xc2\\x9b",
+            printable(std::string("\n\t\r\0\x1b\x7f\xC2\x9B", 8)));
+}
+
+TEST(PrintableTest, BytesThatAreNotUtf8BecomeEscapes) {
+  EXPECT_EQ("\\xff", printable("\xFF"));
+  EXPECT_EQ("\\xc3", printable("\xC3"));
+  EXPECT_EQ("\\xc0\\xaf", printable("\xC0\xAF"));                    // too long
+  EXPECT_EQ("\\xed\\xa0\\x80", printable("\xED\xA0\x80"));           // a surrogate
+  EXPECT_EQ("\\xf4\\x90\\x80\\x80", printable("\xF4\x90\x80\x80"));  // beyond Unicode
+  EXPECT_EQ("\\xe2\\x82x", printable("\xE2\x82x"));
+}
+
+TEST(PrintableTest, ColumnsCountCharacters) {
+  EXPECT_EQ(3u, columns("a\xC3\xA4\xE2\x82\xAC"));
+}
+
+TEST(PrintableTest, HexEscapesAreTakenBack) {
+  std::string all;
+  for (int byte = 0; byte < 256; ++byte) all += static_cast<char>(byte);
+  const std::string escaped = hexEscaped(all);
+  for (char c : escaped) {
+    EXPECT_TRUE(c >= ' ' && c <= '~' && c != '"') << c;
+  }
+  EXPECT_EQ(all, hexUnescaped(escaped));
+  EXPECT_EQ("a\\x22b", hexEscaped("a\"b"));
+  EXPECT_EQ("\\x5cx22", hexEscaped("\\x22"));
+  EXPECT_EQ("\\", hexUnescaped("\\"));
+  EXPECT_EQ("\\x2", hexUnescaped("\\x2"));
+  EXPECT_EQ("\\xzz", hexUnescaped("\\xzz"));
+}
+
+// ---- Patterns
+// ------------------------------------------------------------------------------------
+
+TEST(PatternTest, ItMatchesAnywhere) {
+  EXPECT_TRUE(Pattern("left0").matches("table/left0/P0:left|F0:take"));
+  EXPECT_TRUE(Pattern("P0:left|F0:take").matches("table/left0/P0:left|F0:take"));
+  EXPECT_FALSE(Pattern("left1").matches("table/left0/P0:left|F0:take"));
+  EXPECT_TRUE(Pattern("").matches(""));
+}
+
+TEST(PatternTest, AStarStandsForAnyCharacters) {
+  EXPECT_TRUE(Pattern("e,*,e").matches("x,e,u,t,u,e,y"));
+  EXPECT_TRUE(Pattern("a*b").matches("ab"));
+  EXPECT_FALSE(Pattern("a*b").matches("ba"));
+  EXPECT_TRUE(Pattern("*").matches(""));
+  EXPECT_FALSE(Pattern("ab*bc").matches("abc"));
+}
+
+TEST(PatternTest, TheEndsCanBeTied) {
+  EXPECT_TRUE(Pattern("^a").matches("ab"));
+  EXPECT_FALSE(Pattern("^b").matches("ab"));
+  EXPECT_TRUE(Pattern("b$").matches("ab"));
+  EXPECT_FALSE(Pattern("a$").matches("ab"));
+  EXPECT_TRUE(Pattern("^ab$").matches("ab"));
+  EXPECT_FALSE(Pattern("^a$").matches("aa"));
+  EXPECT_TRUE(Pattern("^a*a$").matches("aa"));
+  EXPECT_FALSE(Pattern("^a*a$").matches("a"));
+  EXPECT_TRUE(Pattern("^$").matches(""));
+}
+
+TEST(PatternTest, EverythingElseStandsForItself) {
+  EXPECT_TRUE(Pattern("[a-z].(?\\").matches("x[a-z].(?\\x"));
+  EXPECT_FALSE(Pattern(".").matches("a"));
+  EXPECT_TRUE(Pattern("a^b$c").matches("a^b$c"));
+}
+
+// ---- Changes
+// -------------------------------------------------------------------------------------
+
+std::string marksOf(const std::string& before, const std::string& after) {
+  return markLine(after, changedRanges(before, after));
+}
+
+TEST(TextChangeTest, ChangedWordsAreMarked) {
+  EXPECT_EQ("    ^ ^", marksOf("t,f,t,f,", "t,f,l,u,"));
+  EXPECT_EQ("  ^^", marksOf("1,9,3", "1,10,3"));
+  EXPECT_EQ("", marksOf("1,2", "1,2"));
+}
+
+TEST(TextChangeTest, WhatIsNewIsMarkedWhenTheShapeChanges) {
+  EXPECT_EQ("  ^^", marksOf("a,b", "a,x,b"));
+  EXPECT_EQ("^^^", marksOf("", "a,b"));
+  EXPECT_EQ("", marksOf("a,x,b", "a,b"));
+}
+
+TEST(TextChangeTest, MarksStandBelowWhatIsShown) {
+  EXPECT_EQ("   ^", marksOf("\n,1", "\n,2"));             // \n is shown as two characters
+  EXPECT_EQ("  ^", marksOf("\xC3\xA4,1", "\xC3\xA4,2"));  // one character of two bytes
+  EXPECT_EQ("^^", marksOf("a\n", "\t\n"));
+}
+
+// ---- Connectors
+// ----------------------------------------------------------------------------------
+
+TEST(ConnectorOfTest, ItIsTheLabelUpToThePorts) {
+  EXPECT_EQ("table/left0", connectorOf("table/left0/P0:left|F0:take"));
+  EXPECT_EQ("a/b", connectorOf("a/b/p:q/r"));
+  EXPECT_EQ("a/b", connectorOf("a/b/"));
+  EXPECT_EQ("tau", connectorOf("tau"));
+  EXPECT_EQ("a/b", connectorOf("a/b"));
+}
+
+}  // namespace
