@@ -47,11 +47,9 @@ void noteMarker(Leaf* leaf) {
 }
 
 // What atoms have declared. It stands beside them because models that were compiled earlier know
-// the size of an atom. Never destroyed: atoms may end after everything else.
-std::unordered_map<const Atom*, Vesk::Locality>& declarations() {
-  static auto& table = *new std::unordered_map<const Atom*, Vesk::Locality>;
-  return table;
-}
+// the size of an atom. Null as long as none has declared anything. Never destroyed: atoms may end
+// after everything else.
+std::unordered_map<const Atom*, Vesk::Locality>* declarations = nullptr;
 
 void enqueue(Scheduler& scheduler, Connector* connector) {
   scheduler.prioHeap().put(connector);
@@ -90,16 +88,18 @@ Atom::Atom(const char* name, const Compound* holder)
       mScheduler(nullptr) {}
 
 Atom::~Atom() {
-  if (!declarations().empty()) declarations().erase(this);
+  if (declarations != nullptr) declarations->erase(this);
 }
 
 void Atom::declare(Vesk::Locality locality) {
-  declarations()[this] = locality;
+  if (declarations == nullptr) declarations = new std::unordered_map<const Atom*, Vesk::Locality>;
+  (*declarations)[this] = locality;
 }
 
 Vesk::Locality Atom::locality() const {
-  const auto declared = declarations().find(this);
-  return declared != declarations().end() ? declared->second : Vesk::Locality::UNDECLARED;
+  if (declarations == nullptr) return Vesk::Locality::UNDECLARED;
+  const auto declared = declarations->find(this);
+  return declared != declarations->end() ? declared->second : Vesk::Locality::UNDECLARED;
 }
 
 void Atom::initialize(LogicalClock*) {

@@ -1,5 +1,6 @@
 #include "exploration/numbered-states.hpp"
 
+#include <algorithm>
 #include <cstring>
 #include <functional>
 #include <string_view>
@@ -161,7 +162,7 @@ void NumberedStates::makeRow() {
 
 void NumberedStates::putIntoRow(std::size_t atom, Number number, char* row) const {
   const std::string& text = mTexts[atom].text(number);
-  std::memcpy(row + mPlaces[atom], text.data(), text.size());
+  std::copy(text.begin(), text.end(), row + mPlaces[atom]);
 }
 
 // Short texts are copied with what stands behind them, which the next one overwrites.
