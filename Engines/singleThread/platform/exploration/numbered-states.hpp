@@ -86,7 +86,7 @@ class NumberedStates : public StateSpace {
   // A state has been restored.
   virtual void restored() {}
   // What the evaluation of connectors depends on: they are evaluated again when it is another one.
-  virtual std::uint32_t configuration(std::size_t atom) const { return number(atom); }
+  virtual std::uint64_t configuration(std::size_t atom) const { return number(atom); }
 
   const SystemParts& parts() const { return mParts; }
   const std::vector<Index>& members(std::size_t part) const {
@@ -159,7 +159,7 @@ class NumberedStates : public StateSpace {
   bool mIsEvaluatedThere = false;  // activation has looked at the state that it has led to
   StateNumber mFound = 0;
 
-  std::vector<std::uint32_t> mEvaluated;  // per atom, its configuration at the last activation
+  std::vector<std::uint64_t> mEvaluated;  // per atom, its configuration at the last activation
   std::vector<Index> mTouched;            // atoms that may have another one now
   std::vector<char> mIsTouched;
   BitSet mDirty;  // connectors to evaluate
