@@ -32,6 +32,8 @@ Vesk::Time driftOf(const Constraint& constraint, const GenericClock* holder) {
 
 }  // namespace
 
+unsigned int Port::sReports = 0;
+
 Port::Port(const char* name, const Atom* holder)
     : LABEL{},
       mName(Vesk::duplicate(name)),
@@ -83,7 +85,10 @@ void Port::execute() {
 
 void Port::execute(const Vesk::Time& t) {
   if (mAtomHolder != nullptr) {
-    if (!mSynced) std::fprintf(stderr, NOT_SYNCED, nameOf(mAtomHolder), textOf(mName));
+    if (!mSynced) {
+      std::fprintf(stderr, NOT_SYNCED, nameOf(mAtomHolder), textOf(mName));
+      ++sReports;
+    }
     mAtomHolder->execute(this);
     mAtomHolder->resetLink();
   } else if (mConnHolder != nullptr) {

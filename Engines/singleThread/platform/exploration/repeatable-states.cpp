@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "exploration/signals.hpp"
+#include "port.hpp"
 
 namespace Vesk {
 
@@ -13,9 +14,10 @@ RepeatableStates::RepeatableStates(const Place& place, SystemParts parts)
 
 // ---- States ----------------------------------------------------------------------------------
 
-// Now, while no outcome is in use and the last label has been written.
+// Outcomes are forgotten while none is in use and the last label has been written. Those of the
+// restored state are in use until another one is restored.
 void RepeatableStates::restore(const PendingState& state) {
-  forgetIfTooMany();
+  if (state.number != restoredState()) forgetIfTooMany();
   NumberedStates::restore(state);
 }
 
@@ -134,8 +136,11 @@ bool RepeatableStates::repeat(std::size_t part, Outcomes::Index index, Label& la
   return true;
 }
 
+// What is reported is reported each time, so the connector then fires for real the next time, too.
 bool RepeatableStates::learn(std::size_t part, Outcomes::Index index, Label& label) {
+  const unsigned int reports = Port::sReports;
   if (!fireForReal(part, label)) return false;
+  if (Port::sReports != reports) return true;
   Outcome& outcome = mOutcomes[index];
   Number* after = mOutcomes.after(outcome);
   std::uint64_t sum = 0;

@@ -33,12 +33,6 @@ const char* textOf(const Leaf& leaf) {
 
 }  // namespace
 
-void clearFlags() {
-  global_error = false;
-  global_prune = false;
-  faulty_leaf = nullptr;
-}
-
 // ---- Path ------------------------------------------------------------------------------------
 
 void Path::backtrack() {
