@@ -419,6 +419,9 @@ TEST_F(PnmlRunTest, ATransitionMayHaveMorePlaces) {
       EXPECT_NE(std::string::npos, contents(file("output")).find(expected)) << how;
       EXPECT_EQ("", contents(file("error"))) << how;
     }
+    EXPECT_EQ(0, run("net.pnml"));
+    const std::string timed = "\nscheduler [0ms] " + label + " eager (_,_)\n";
+    EXPECT_NE(std::string::npos, contents(file("output")).find(timed));
   }
 }
 

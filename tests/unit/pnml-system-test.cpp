@@ -1,15 +1,19 @@
 // The system of components that stands for a net.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstdlib>
 #include <memory>
+#include <ostream>
+#include <random>
 #include <set>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "kit/explorations.hpp"
+#include "kit/output.hpp"
 #include "kit/schedulers.hpp"
 #include "net-system.hpp"
 
@@ -125,6 +129,65 @@ void declareAll(Compound& system, Vesk::Locality locality) {
     if (component->isAtom()) static_cast<Atom*>(component)->declare(locality);
   }
   for (Connector* each : system.connectors()) each->declare(locality);
+}
+
+// Up to eight places with few tokens, and transitions that use up to all of them. None puts more
+// tokens than it takes, so there are few states.
+Net randomNet(std::mt19937& random) {
+  const auto upTo = [&random](unsigned int n) { return static_cast<int>(random() % (n + 1)); };
+  Net net;
+  net.id = "n";
+  const int places = 4 + upTo(4);
+  for (int p = 0; p < places; ++p) net.places.push_back({indexed("p", p), upTo(3)});
+  for (int t = 1 + upTo(5); t > 0; --t) {
+    pnml::Transition transition{indexed("t", t), {}, {}};
+    int tokens = 0;
+    for (int p = upTo(2); p < places; p += 1 + upTo(1)) {
+      pnml::Use use{p, upTo(2) == 0 ? 1 + upTo(1) : 0, 0, upTo(4) == 0 ? 1 + upTo(3) : 0};
+      tokens += use.consumed;
+      use.produced = std::min(upTo(2), tokens);
+      tokens -= use.produced;
+      if (use.consumed + use.produced + use.below > 0) transition.uses.push_back(use);
+    }
+    net.transitions.push_back(transition);
+  }
+  return net;
+}
+
+// What a net shows when connectors have so many ports.
+struct Shown {
+  kit::Explored breadthFirst, depthFirst;
+  std::string maximalSteps, heap, timed;
+};
+
+bool operator==(const Shown& one, const Shown& other) {
+  return one.breadthFirst == other.breadthFirst && one.depthFirst == other.depthFirst &&
+         one.maximalSteps == other.maximalSteps && one.heap == other.heap &&
+         one.timed == other.timed;
+}
+
+std::ostream& operator<<(std::ostream& out, const Shown& shown) {
+  return out << shown.breadthFirst << shown.depthFirst << shown.maximalSteps << shown.heap
+             << shown.timed;
+}
+
+std::string traceOf(const Net& net, int mostPorts, void (Scheduler::*loop)()) {
+  NetSystem system(net, mostPorts);
+  kit::OpenScheduler scheduler(&system);
+  scheduler.parse({"--limit", "20"});
+  std::string trace;
+  const std::string errors = kit::errorsOf([&] {
+    trace = kit::traceOf(scheduler, [&] { kit::outputOf([&] { (scheduler.*loop)(); }); });
+  });
+  return trace + errors;
+}
+
+Shown shownBy(const Net& net, int mostPorts) {
+  NetSystem system(net, mostPorts);
+  return {kit::explored(system, kit::BFS), kit::explored(system, kit::DFS),
+          traceOf(net, mostPorts, &Scheduler::runOptimizedExecution),
+          traceOf(net, mostPorts, &Scheduler::runOptimizedExec2),
+          traceOf(net, mostPorts, &Scheduler::runRandomExecution)};
 }
 
 // Whatever is declared, and by the rules of exploration.
@@ -393,6 +456,21 @@ TEST(PnmlSystemTest, ExplorationOfABarrierFindsTheSameWhateverIsPromised) {
     expectSameWithAnyPromise(barrier(300, 3), traversal);
     expectSameWithAnyPromise(wideNet(300), traversal);
   }
+}
+
+// Nothing of a run, timed or not, shows how many ports a connector has.
+TEST(PnmlSystemTest, GroupsAreNotSeenFromOutside) {
+  std::mt19937 random(1);
+  std::set<std::string> heaps;
+  for (int round = 0; round < 300; ++round) {
+    const Net net = randomNet(random);
+    const Shown expected = shownBy(net, Connector::MAX_PORTS);
+    heaps.insert(expected.heap);
+    for (const int most : {2, 3}) {
+      ASSERT_EQ(expected, shownBy(net, most)) << "round " << round << ", up to " << most;
+    }
+  }
+  EXPECT_LT(100u, heaps.size()) << "different runs";
 }
 
 TEST(PnmlSystemTest, InitialisingAgainKeepsTheGroups) {

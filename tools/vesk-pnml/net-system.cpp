@@ -3,10 +3,8 @@
 #include <climits>
 #include <cstddef>
 #include <cstdlib>
-#include <map>
 #include <stdexcept>
 #include <string>
-#include <tuple>
 #include <utility>
 
 namespace {
@@ -90,9 +88,9 @@ void PlaceAtom::setState(Node* state) {
 
 // ---- The net -----------------------------------------------------------------------------------
 
-NetSystem::NetSystem(const pnml::Net& net) : Compound(net.id.c_str(), nullptr) {
+NetSystem::NetSystem(const pnml::Net& net, int mostPorts) : Compound(net.id.c_str(), nullptr) {
   addPlaces(net);
-  addTransitions(net);
+  addTransitions(net, mostPorts);
 }
 
 // Groups become components unless the heap of an untimed run is used, which would fire them by
@@ -118,26 +116,25 @@ void NetSystem::addPlaces(const pnml::Net& net) {
   }
 }
 
-// Transitions that use a place in the same way share a port of it.
-void NetSystem::addTransitions(const pnml::Net& net) {
-  std::map<std::tuple<int, int, int, int>, ArcPort*> known;
+void NetSystem::addTransitions(const pnml::Net& net, int mostPorts) {
+  std::map<Way, ArcPort*> known;
   for (const pnml::Transition& transition : net.transitions) {
     std::vector<Port*> ports;
-    for (const pnml::Use& use : transition.uses) {
-      ArcPort*& port = known[{use.place, use.consumed, use.produced, use.below}];
-      if (port == nullptr) {
-        PlaceAtom* place = mPlaces[static_cast<std::size_t>(use.place)];
-        place->addPort(port = new ArcPort(use, place));
-      }
-      ports.push_back(port);
-    }
+    for (const pnml::Use& use : transition.uses) ports.push_back(portFor(use, known));
     const std::size_t groups = mGroups.size();
-    Connector* connector =
-        new Rendezvous(transition.id, this, false, groupedPorts(std::move(ports), this, mGroups));
+    ports = groupedPorts(std::move(ports), mostPorts, this, mGroups);
+    Connector* connector = new Rendezvous(transition.id, this, false, ports);
     mConnectors.add(connector);
     if (mGroups.size() == groups) continue;
     for (const pnml::Use& use : transition.uses) {
-      mPlaces[static_cast<std::size_t>(use.place)]->joinThroughGroup(*connector);
+      placeOf(use).joinThroughGroup(*connector);
     }
   }
+}
+
+// Transitions that use a place in the same way share a port of it.
+Port* NetSystem::portFor(const pnml::Use& use, std::map<Way, ArcPort*>& known) {
+  ArcPort*& port = known[{use.place, use.consumed, use.produced, use.below}];
+  if (port == nullptr) placeOf(use).addPort(port = new ArcPort(use, &placeOf(use)));
+  return port;
 }

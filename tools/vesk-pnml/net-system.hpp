@@ -3,6 +3,8 @@
 #ifndef VESK_PNML_NET_SYSTEM_HPP
 #define VESK_PNML_NET_SYSTEM_HPP
 
+#include <map>
+#include <tuple>
 #include <vector>
 
 #include "net.hpp"
@@ -54,14 +56,21 @@ class PlaceAtom : public Atom {
 
 class NetSystem : public Compound {
  public:
-  explicit NetSystem(const pnml::Net& net);
+  // A connector gets at most so many ports: only tests choose less than there can be.
+  explicit NetSystem(const pnml::Net& net, int mostPorts = Connector::MAX_PORTS);
 
   void initialize(LogicalClock* clock) override;
   using Compound::initialize;
 
  private:
+  using Way = std::tuple<int, int, int, int>;  // the fields of a use
+
   void addPlaces(const pnml::Net& net);
-  void addTransitions(const pnml::Net& net);
+  void addTransitions(const pnml::Net& net, int mostPorts);
+  PlaceAtom& placeOf(const pnml::Use& use) const {
+    return *mPlaces[static_cast<std::size_t>(use.place)];
+  }
+  Port* portFor(const pnml::Use& use, std::map<Way, ArcPort*>& known);
   bool isRunByHeap() const;
 
   std::vector<PlaceAtom*> mPlaces;  // the components

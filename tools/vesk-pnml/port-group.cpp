@@ -6,8 +6,6 @@
 
 namespace {
 
-constexpr std::size_t MOST_PORTS = Connector::MAX_PORTS;
-
 // What a label shows of all ports, but for the holder of the first one and the ":" behind it.
 std::string labelTail(const std::vector<Port*>& ports) {
   std::string text = ports.front()->labelName();
@@ -50,11 +48,12 @@ PortGroup::PortGroup(const std::vector<Port*>& ports, const Compound* net)
   mConnectors.add(new GroupConnector(ports, this));
 }
 
-std::vector<Port*> groupedPorts(std::vector<Port*> ports, const Compound* net, PortGroups& groups) {
-  while (ports.size() > MOST_PORTS) {
+std::vector<Port*> groupedPorts(std::vector<Port*> ports, int most, const Compound* net,
+                                PortGroups& groups) {
+  while (ports.end() - ports.begin() > most) {
     std::vector<Port*> exported;
     for (auto first = ports.begin(); first != ports.end();) {
-      const auto last = first + std::min<std::ptrdiff_t>(MOST_PORTS, ports.end() - first);
+      const auto last = first + std::min<std::ptrdiff_t>(most, ports.end() - first);
       groups.push_back(std::make_unique<PortGroup>(std::vector<Port*>(first, last), net));
       exported.push_back(groups.back()->port());
       first = last;

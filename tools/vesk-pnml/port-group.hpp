@@ -40,9 +40,10 @@ class PortGroup : public Compound {
 
 using PortGroups = std::vector<std::unique_ptr<PortGroup>>;
 
-// As many ports as a connector may have, which stand for all of the given ones. They are the given
-// ones themselves when these are few enough; otherwise the groups that are needed are appended, in
-// the order in which they use each other.
-std::vector<Port*> groupedPorts(std::vector<Port*> ports, const Compound* net, PortGroups& groups);
+// At most so many ports, which stand for all of the given ones. They are the given ones themselves
+// when these are few enough; otherwise the groups that are needed are appended, in the order in
+// which they use each other. Requires: 2 <= most <= Connector::MAX_PORTS.
+std::vector<Port*> groupedPorts(std::vector<Port*> ports, int most, const Compound* net,
+                                PortGroups& groups);
 
 #endif
