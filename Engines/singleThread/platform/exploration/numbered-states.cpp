@@ -175,7 +175,7 @@ void NumberedStates::makeRow() {
 
 void NumberedStates::putIntoRow(std::size_t atom, Number number, char* row) const {
   const std::string& text = mTexts[atom].text(number);
-  std::memcpy(row + mPlaces[atom], text.data(), text.size());
+  text.copy(row + mPlaces[atom], text.size());
 }
 
 // Short texts are copied with what stands behind them, which the next one overwrites.
