@@ -95,9 +95,10 @@ void Search::run() {
   finish();
 }
 
+// There are no states when the model has thrown before any could be found.
 void Search::finish() {
   printSummary();
-  endAll();
+  if (mSpace != nullptr) endAll();
 }
 
 void Search::explore() {
