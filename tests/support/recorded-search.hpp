@@ -718,7 +718,6 @@ class RandomModel {
 
 // ---- Searching -----------------------------------------------------------------------------
 
-
 class WatchedScheduler : public ExploringScheduler {
  public:
   using ExploringScheduler::ExploringScheduler;

@@ -95,6 +95,7 @@ void Search::run() {
   finish();
 }
 
+// There are no states when the model has thrown before any could be found.
 void Search::finish() {
   printSummary();
   if (mSpace != nullptr) endAll();
