@@ -73,7 +73,7 @@ class NetSystem : public Compound {
   Port* portFor(const pnml::Use& use, std::map<Way, ArcPort*>& known);
   bool isRunByHeap() const;
 
-  std::vector<PlaceAtom*> mPlaces;  // the components
+  std::vector<PlaceAtom*> mPlaces;  // the first components
   PortGroups mGroups;               // those that are no components
 };
 
