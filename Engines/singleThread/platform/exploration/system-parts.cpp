@@ -28,6 +28,7 @@ bool isSubconnector(const Interaction* interaction) {
 
 SystemParts::SystemParts(Compound& root) {
   listComponents(root);
+  if (mAtoms.empty() && mConnectors.empty()) limit(Locality::UNDECLARED);
   const auto count = static_cast<Index>(mConnectors.size());
   std::vector<Index> seen(count, count);
   for (Index i = 0; i < count && mLocality != Locality::UNDECLARED; ++i) findMembers(i, seen);

@@ -32,6 +32,7 @@ class SystemParts {
   explicit SystemParts(Compound& root);
 
   // What all parts have promised. UNDECLARED also when the promises are not enough:
+  // - there is no part that could have promised anything;
   // - a component is neither atom nor compound, or a connector reaches outside of the system;
   // - exported ports form a ring;
   // - there are timing constraints, whose effect depends on more than texts;
