@@ -792,7 +792,7 @@ class Searches {
       mErr.start();
       search(*system);
       found.messages = mErr.stop();
-      found.texts = {withoutRate(mOut.stop()), mFiles[0].content(), mFiles[1].content(),
+      found.texts = {withoutRates(mOut.stop()), mFiles[0].content(), mFiles[1].content(),
                      mFiles[2].content(), mFiles[3].content()};
     }
     found.flags = record.flags();
@@ -804,13 +804,6 @@ class Searches {
     clearGlobals();
     recorder = nullptr;
     return found;
-  }
-
-  static std::string withoutRate(std::string text) {
-    for (std::size_t at; (at = text.find(", SPS:")) != std::string::npos;) {
-      text.erase(at, text.find("/s", at) + 2 - at);
-    }
-    return text;
   }
 
   ScratchFile mFiles[4];

@@ -75,8 +75,8 @@ class Explorer {
     }
     Found found;
     found.err = mErr.stop();
-    found.files = {mOut.stop(), mFiles[0].content(), mFiles[1].content(), mFiles[2].content(),
-                   mFiles[3].content()};
+    found.files = {withoutRates(mOut.stop()), mFiles[0].content(), mFiles[1].content(),
+                   mFiles[2].content(), mFiles[3].content()};
     found.leavesLeaf = faulty_leaf != nullptr;
     clearGlobals();
     return found;

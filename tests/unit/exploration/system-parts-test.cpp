@@ -108,6 +108,12 @@ TEST_F(SystemPartsTest, AConnectorThatDeclaresNothingPromisesNothing) {
   EXPECT_EQ(Locality::UNDECLARED, SystemParts(system).locality());
 }
 
+TEST_F(SystemPartsTest, CompoundsAlonePromiseNothing) {
+  System hollow("h");
+  hollow.compound("C");
+  EXPECT_EQ(Locality::UNDECLARED, SystemParts(hollow).locality());
+}
+
 TEST_F(SystemPartsTest, TheLastDeclarationOfAnAtomCounts) {
   TestAtom atom("A", nullptr);
   EXPECT_EQ(Locality::UNDECLARED, atom.locality());
