@@ -50,10 +50,3 @@ TEST(KeyLayoutTest, ConvertsKeysOfANarrowerLayout) {
   EXPECT_EQ(200U, wide.get(converted, 0));
   EXPECT_EQ(100U, wide.get(converted, 1));
 }
-
-TEST(KeyLayoutTest, DifferencesAreThoseOfEightBytes) {
-  unsigned char one[9] = {1, 2, 3, 4, 5, 6, 7, 8, 9};
-  unsigned char other[9] = {1, 2, 3, 4, 5, 6, 7, 8, 0};
-  EXPECT_EQ(0U, Vesk::differences(one, other));
-  EXPECT_NE(0U, Vesk::differences(one + 1, other + 1));
-}
