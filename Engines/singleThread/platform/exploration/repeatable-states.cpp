@@ -35,7 +35,7 @@ void RepeatableStates::forgetFrozen(Frozen& frozen) {
 }
 
 // Puts the atoms of a connector into the state that the key says.
-void RepeatableStates::settle(std::size_t part) {
+void RepeatableStates::settleAtoms(std::size_t part) {
   for (const Index atom : members(part)) {
     if (mActual[atom] == number(atom)) continue;
     texts(atom).restore(number(atom));
@@ -66,7 +66,7 @@ void RepeatableStates::expectLegal() {
 }
 
 bool RepeatableStates::evaluate(std::size_t part) {
-  settle(part);
+  settleAtoms(part);
   connector(part).eval(false);
   return connector(part).legal();
 }
