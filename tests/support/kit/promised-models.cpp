@@ -230,7 +230,7 @@ std::vector<std::string> RandomParts::texts() {
   for (int i = 0; i < states; ++i) {
     std::string text = collide ? collidingText() : std::to_string(i) + ",";
     if (chance(1)) text += mDraw.coin() ? "PRUNE" : "ERROR,PRUN";
-    if (chance(1)) text.insert(0, std::string(mDraw.between(5, 40), 't'));
+    if (chance(1)) text.insert(0, std::string(static_cast<std::size_t>(mDraw.between(5, 40)), 't'));
     const bool isThere = std::find(list.begin(), list.end(), text) != list.end();
     if (isThere && !(mIsFree && mDraw.coin())) text = std::to_string(i) + (collide ? "" : ";");
     list.push_back(text);

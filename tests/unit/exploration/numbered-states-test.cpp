@@ -23,7 +23,7 @@ using Vesk::Locality;
 
 TEST(BitSetTest, IsVisitedUpwardsAndEmptyAfterwards) {
   BitSet set(200);
-  for (const std::size_t i : {199, 64, 0, 63, 128}) set.set(i);
+  for (const std::size_t i : {199u, 64u, 0u, 63u, 128u}) set.set(i);
   set.set(128, false);
   EXPECT_TRUE(set.has(64));
   EXPECT_FALSE(set.has(128));
@@ -35,7 +35,7 @@ TEST(BitSetTest, IsVisitedUpwardsAndEmptyAfterwards) {
 
 TEST(BitSetTest, FindsTheNextOneBelow) {
   BitSet set(130);
-  for (const std::size_t i : {0, 63, 129}) set.set(i);
+  for (const std::size_t i : {0u, 63u, 129u}) set.set(i);
   EXPECT_EQ(129U, set.below(130));
   EXPECT_EQ(63U, set.below(129));
   EXPECT_EQ(63U, set.below(64));
