@@ -75,7 +75,10 @@ class Pooled {
   static bool isPooled(std::size_t size) {
     return size <= POOLED_SIZE && size % sizeof(FreeBlock) == 0;
   }
+  // From and to the heap. Not inline: compilers that see both halves of the pool at once take it
+  // for a mismatch of new and delete.
   static void* makeBlock(std::size_t size);
+  static void endBlock(void* block) noexcept;
 
   static Blocks sPool[64 / sizeof(FreeBlock) + 1];  // by size
 };
@@ -249,7 +252,7 @@ bool getBoolVariableState(char*& cursor);  // false for "F", true for any other 
 #endif
 
 VESK_STATES_INLINE void* Vesk::Pooled::operator new(std::size_t size) {
-  if (!isPooled(size)) return ::operator new(size);
+  if (!isPooled(size)) return makeBlock(size);
   Blocks& blocks = sPool[size / sizeof(FreeBlock)];
   FreeBlock* block = blocks.free;
   if (block == nullptr) return makeBlock(size);
@@ -260,9 +263,9 @@ VESK_STATES_INLINE void* Vesk::Pooled::operator new(std::size_t size) {
 
 VESK_STATES_INLINE void Vesk::Pooled::operator delete(void* block, std::size_t size) noexcept {
   if (block == nullptr) return;
-  if (!isPooled(size)) return ::operator delete(block);
+  if (!isPooled(size)) return endBlock(block);
   Blocks& blocks = sPool[size / sizeof(FreeBlock)];
-  if (blocks.used == 0) return ::operator delete(block);
+  if (blocks.used == 0) return endBlock(block);
   --blocks.used;
   blocks.free = new (block) FreeBlock{blocks.free};
 }
