@@ -7,6 +7,7 @@
 #include <iostream>
 #include <memory>
 #include <unordered_map>
+#include <vector>
 
 #include "clock.hpp"
 #include "connector.hpp"
@@ -156,6 +157,30 @@ void Atom::notifyDependentConn() {
 
 void Atom::resetLink() {
   for (Connector* connector : mLinks) connector->resetLink();
+}
+
+Port* Atom::sync(std::initializer_list<Vesk::PortGuard> entries) {
+  Port* internal = nullptr;
+  for (const Vesk::PortGuard& entry : entries) {
+    internal = sync(1, entry.port, int{entry.enabled});
+    if (internal != nullptr) break;
+  }
+  return internal;
+}
+
+Port* Atom::rt_sync(std::initializer_list<Vesk::TimedPortGuard> entries) {
+  Port* internal = nullptr;
+  for (const Vesk::TimedPortGuard& entry : entries) {
+    internal = rt_sync(1, entry.port, int{entry.enabled}, entry.constraint);
+    if (internal != nullptr) break;
+  }
+  return internal;
+}
+
+void Atom::computePortConstraint(std::initializer_list<Constraint*> list) {
+  std::vector<Constraint*> terminated(list);
+  terminated.push_back(nullptr);
+  computePortConstraint(terminated.data());
 }
 
 void Atom::computePortConstraint(Constraint** list) {

@@ -31,7 +31,7 @@
 //      private:
 //       void announce() {
 //         mPorts[0]->setSynced(false);
-//         sync(1, mPorts[0], int(mCount < 3));
+//         sync({{mPorts[0], mCount < 3}});
 //       }
 //
 //       int mCount = 0;
@@ -44,6 +44,8 @@
 // it.
 #ifndef VESK_COMPONENT_HPP
 #define VESK_COMPONENT_HPP
+
+#include <initializer_list>
 
 #include "locality.hpp"
 #include "structure.hpp"
@@ -60,8 +62,23 @@ class Priority;
 class Scheduler;
 
 namespace Vesk {
+
 class ActivationCheck;
-}
+
+// A port and whether it is enabled, for Atom::sync.
+struct PortGuard {
+  Port* port;
+  bool enabled;
+};
+
+// The same with the constraint under which it is enabled, for Atom::rt_sync; null for any time.
+struct TimedPortGuard {
+  Port* port;
+  bool enabled;
+  Constraint* constraint = nullptr;
+};
+
+}  // namespace Vesk
 
 // A node of the component tree.
 class Component {
@@ -154,6 +171,15 @@ class Atom : public Component {
   // constraint, which never restricts the port, needs its type: static_cast<Constraint*>(nullptr).
   virtual Port* rt_sync(int n, ...);
 
+  // The same with the entries in a list, whose types are checked:
+  //     sync({{start(), mCups > 0}, {serve(), mBrewing}});
+  //     rt_sync({{start(), mCups > 0, nullptr}, {serve(), mBrewing, mReady}});
+  // Each entry is handed to sync(1, ...) or rt_sync(1, ...), in order, up to the one that returns
+  // an internal port. A class that overrides the form above hides this one, unless it says `using
+  // Atom::sync;`.
+  Port* sync(std::initializer_list<Vesk::PortGuard> entries);
+  Port* rt_sync(std::initializer_list<Vesk::TimedPortGuard> entries);
+
   Array<Port, true>& ports() { return mPorts; }
   Array<Clock, true>& clocks() { return mClocks; }
   Array<Constraint, true>& constraints() { return mConstraints; }
@@ -175,6 +201,9 @@ class Atom : public Component {
   // Intersects a null-terminated list of constraints into its first one. A list of fewer than two
   // is left alone.
   static void computePortConstraint(Constraint** list);
+  // The same without the null at the end: computePortConstraint({result, mFirst, mSecond}). The
+  // list ends before a null in it.
+  static void computePortConstraint(std::initializer_list<Constraint*> list);
   // Sets the constraints of two ports of one atom and gives the high one priority over the low one.
   // A timed port cannot dominate an untimed one: that is reported on standard error and leaves both
   // as they are.

@@ -2,8 +2,8 @@
 //
 //     // At the end of a compound's constructor: where both are possible, stop goes before start.
 //     void preferStop(Compound* compound, Connector* start, Connector* stop) {
-//       Interaction* low = Interaction::Create(start, 2, 0, 1);  // ports 0 and 1 of the connector
-//       Interaction* high = Interaction::Create(stop, 1, 0);
+//       Interaction* low = Interaction::Create(start, {0, 1});  // ports 0 and 1 of the connector
+//       Interaction* high = Interaction::Create(stop, {0});
 //       compound->priorities().add(new Priority(compound, low, high, Vesk::Time(0)));
 //     }
 #ifndef VESK_PRIORITY_HPP
