@@ -119,6 +119,9 @@ class Mutex : public Compound {
 Compound* Compound::Create(int argc, char** argv) {
   Operands operands("priority-mutex", argc, argv);
   const int tasks = operands.number("number of tasks", 3, 1, 10000);
+  const bool everywhere = operands.takes("everywhere");
   operands.finish();
-  return new Mutex("mutex", tasks);
+  Mutex* mutex = new Mutex("mutex", tasks);
+  if (everywhere) mutex->declare(Vesk::Priorities::EVERYWHERE);
+  return mutex;
 }

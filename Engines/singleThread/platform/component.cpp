@@ -7,6 +7,7 @@
 #include <iostream>
 #include <memory>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "clock.hpp"
@@ -51,6 +52,9 @@ void noteMarker(Leaf* leaf) {
 // the size of an atom. Null as long as none has declared anything. Never destroyed: atoms may end
 // after everything else.
 std::unordered_map<const Atom*, Vesk::Locality>* declarations = nullptr;
+
+// The compounds that have declared Vesk::Priorities::EVERYWHERE, in the same way.
+std::unordered_set<const Compound*>* everywhere = nullptr;
 
 void enqueue(Scheduler& scheduler, Connector* connector) {
   scheduler.prioHeap().put(connector);
@@ -218,7 +222,23 @@ Compound::Compound(const char* name, const Compound* holder)
       mLegalTail(nullptr),
       mInternalTail(nullptr) {}
 
-Compound::~Compound() = default;
+Compound::~Compound() {
+  if (everywhere != nullptr) everywhere->erase(this);
+}
+
+void Compound::declare(Vesk::Priorities priorities) {
+  if (everywhere == nullptr) everywhere = new std::unordered_set<const Compound*>;
+  if (priorities == Vesk::Priorities::EVERYWHERE) {
+    everywhere->insert(this);
+  } else {
+    everywhere->erase(this);
+  }
+}
+
+Vesk::Priorities Compound::declaredPriorities() const {
+  const bool declared = everywhere != nullptr && everywhere->count(this) != 0;
+  return declared ? Vesk::Priorities::EVERYWHERE : Vesk::Priorities::UNDECLARED;
+}
 
 void Compound::initialize() {
   for (int i = 0; i < mComponents.count(); ++i) mComponents[i]->initialize();

@@ -64,6 +64,7 @@ class Scheduler;
 namespace Vesk {
 
 class ActivationCheck;
+enum class Priorities : signed char;  // see priority.hpp
 
 // A port and whether it is enabled, for Atom::sync.
 struct PortGuard {
@@ -254,6 +255,10 @@ class Compound : public Component {
   // Puts every connector of the tree into the scheduler's heap, a compound's own connectors first,
   // and makes the scheduler that of every atom.
   void initPrioHeap(Scheduler* scheduler);
+  // Where the priorities of the whole tree act; see priority.hpp. Called on the root, by Create;
+  // the last call counts.
+  void declare(Vesk::Priorities priorities);
+  Vesk::Priorities declaredPriorities() const;
   // Finds what can fire in the current state: returns the head of the list of legal connectors of
   // this compound and all below, linked through Connector::next(), with priorities applied, and
   // leaves the enabled timed internal ports in internals(). With incremental set, connectors whose

@@ -7,6 +7,7 @@
 #include "clock.hpp"
 #include "component.hpp"
 #include "connector.hpp"
+#include "exploration/untimed-priorities.hpp"
 #include "plain-output.hpp"
 #include "port.hpp"
 #include "reports.hpp"
@@ -146,8 +147,9 @@ void Scheduler::traceFired(Connector& connector) {
 
 void Scheduler::runOptimizedExecution() {
   mSystem->initialize(nullptr);
+  const bool underPriorities = Vesk::prioritiesActEverywhere(*mSystem);
   do {
-    mLegal = mSystem->activate(true);
+    mLegal = underPriorities ? Vesk::activateUnderPriorities(*mSystem) : mSystem->activate(true);
   } while (execMaxSynchronize(mLegal));
 }
 
