@@ -1,0 +1,82 @@
+#include "arguments.hpp"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <string_view>
+
+namespace Vesk::Inspect {
+
+namespace {
+
+constexpr std::string_view SUFFIX = "-inspect";
+const char* const DESCRIPTION =
+    "Shows a model, records its runs and looks for mistakes. All other words, and those behind a "
+    "--, go to the model: its operands and the options of the engine.";
+
+constexpr int WRONG_USE = 2;
+
+bool endsWith(std::string_view text, std::string_view end) {
+  return text.size() > end.size() && text.substr(text.size() - end.size()) == end;
+}
+
+// The option that a word names, with or without its value; null when it names none.
+const CLI::Option* namedBy(const CLI::App& app, std::string_view word) {
+  if (word.substr(0, 2) != "--" || word.size() == 2) return nullptr;
+  return app.get_option_no_throw(std::string(word.substr(0, word.find('='))));
+}
+
+void addOptions(CLI::App& app, Request& request) {
+  app.set_help_flag("--help", "Print this help");
+  app.set_version_flag("--version", VESK_VERSION);
+  auto* tasks = app.add_option_group("What to do", "Exactly one of these");
+  tasks->add_flag("--dot", request.dot, "Draw the model for Graphviz, on standard output");
+  tasks->add_flag("--json", request.json, "Describe the model in JSON, on standard output");
+  tasks->add_option("--record", request.record, "Run the model and write each step into FILE")
+      ->type_name("FILE");
+  tasks->require_option(1);
+}
+
+}  // namespace
+
+Arguments::Arguments(int argc, char** argv) : mProgram(argc > 0 ? argv[0] : "") {
+  CLI::App app(DESCRIPTION, model() + std::string(SUFFIX));
+  addOptions(app, mRequest);
+  if (endsWith(mProgram, SUFFIX)) mProgram.erase(mProgram.size() - SUFFIX.size());
+  mWords.push_back(mProgram.data());
+  std::vector<std::string> own;
+  for (int i = 1; i < argc; ++i) {
+    const std::string_view word = argv[i];
+    const CLI::Option* option = namedBy(app, word);
+    if (option == nullptr) {
+      mWords.push_back(argv[i]);
+      if (word == "--") mWords.insert(mWords.end(), argv + i + 1, argv + argc);
+      if (word == "--") break;
+      continue;
+    }
+    own.emplace_back(word);
+    const bool hasValue = option->get_items_expected_max() > 0;
+    if (hasValue && word.find('=') == std::string_view::npos && i + 1 < argc) {
+      own.emplace_back(argv[++i]);
+    }
+  }
+  mWords.push_back(nullptr);
+  std::reverse(own.begin(), own.end());  // as CLI11 takes them
+  try {
+    app.parse(std::move(own));
+  } catch (const CLI::ParseError& error) {
+    mRequest.status = app.exit(error) == 0 ? 0 : WRONG_USE;
+  }
+}
+
+std::string Arguments::model() const {
+  const std::size_t slash = mProgram.rfind('/');
+  std::string name = slash != std::string::npos ? mProgram.substr(slash + 1) : mProgram;
+  if (endsWith(name, SUFFIX)) name.erase(name.size() - SUFFIX.size());
+  return name;
+}
+
+std::vector<std::string> Arguments::words() const {
+  return std::vector<std::string>(mWords.begin() + 1, mWords.end() - 1);
+}
+
+}  // namespace Vesk::Inspect
