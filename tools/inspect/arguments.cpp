@@ -33,7 +33,10 @@ void addOptions(CLI::App& app, Request& request) {
   tasks->add_flag("--json", request.json, "Describe the model in JSON, on standard output");
   tasks->add_option("--record", request.record, "Run the model and write each step into FILE")
       ->type_name("FILE");
+  tasks->add_flag("--check", request.check, "Look for mistakes; status 1 when there are any");
   tasks->require_option(1);
+  app.add_option("--steps", request.steps, "With --check: the steps of each run, 1000")
+      ->check(CLI::Range(1u, 1000000000u));
 }
 
 }  // namespace

@@ -7,12 +7,14 @@
 
 namespace Vesk::Inspect {
 
-// What the user asks for. At most one of these is set.
+// What the user asks for: one of the tasks, and how.
 struct Request {
   bool dot = false;
   bool json = false;
+  bool check = false;
   std::string record;  // a file, empty: no recording
-  int status = -1;     // not negative: the program ends with it at once
+  unsigned int steps = 1000;
+  int status = -1;  // not negative: the program ends with it at once
 };
 
 // Takes its own options out of a command line. All other words are the model's, in their order, and

@@ -1,0 +1,47 @@
+#include "stuck-watch.hpp"
+
+#include <unistd.h>
+
+#include <csignal>
+#include <cstring>
+
+namespace Vesk::Inspect {
+
+namespace {
+
+constexpr unsigned int SECONDS = 5;
+constexpr int FOUND = 1;
+
+char report[512];
+int output = -1;  // a copy of standard output, which the walks put aside
+
+void endStuck(int) {
+  if (write(output, report, std::strlen(report)) == -1) _exit(FOUND + 1);
+  _exit(FOUND);
+}
+
+}  // namespace
+
+StuckWatch::StuckWatch() {
+  output = dup(STDOUT_FILENO);
+  std::signal(SIGALRM, endStuck);
+}
+
+StuckWatch::~StuckWatch() {
+  alarm(0);
+  std::signal(SIGALRM, SIG_DFL);
+  close(output);
+}
+
+void StuckWatch::progress(const std::string& doing) {
+  const std::string text =
+      "model: no step ends any more in " + doing +
+      "\n  why: model code does not return; an internal port without time that stays enabled "
+      "fires for ever\n  do:  let the transition of an internal port change what enables it\n1 "
+      "finding\n";
+  alarm(0);
+  std::strncpy(report, text.c_str(), sizeof report - 1);
+  alarm(SECONDS);
+}
+
+}  // namespace Vesk::Inspect
