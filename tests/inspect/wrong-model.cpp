@@ -180,7 +180,7 @@ class Careless : public Rendezvous {
 // ---- The systems -----------------------------------------------------------------------------
 
 Counter* makeFirst(const Compound* holder) {
-  if (is("forgotten-assignment")) return new Forgetful("A", holder);
+  if (is("forgotten-assignment") || is("broken-promise")) return new Forgetful("A", holder);
   if (is("other-ports")) return new Fickle("A", holder);
   if (is("texts-run-together")) return new Bare("A", holder);
   if (is("careless-guard")) return new Halting("A", holder);
@@ -224,6 +224,15 @@ void addConnectors(Compound* system, Counter* a, Counter* b) {
   }
 }
 
+void declareAll(Compound* system) {
+  for (Component* part : system->components()) {
+    static_cast<Atom*>(part)->declare(Vesk::Locality::REPEATABLE);
+  }
+  for (Connector* connector : system->connectors()) {
+    connector->declare(Vesk::Locality::REPEATABLE);
+  }
+}
+
 }  // namespace
 
 Compound* Compound::Create(int argc, char** argv) {
@@ -246,5 +255,6 @@ Compound* Compound::Create(int argc, char** argv) {
     if (is("same-port-names")) b->ports()[1]->setInternal();
   }
   addConnectors(system, a, b);
+  if (is("broken-promise") || is("kept-promise")) declareAll(system);
   return system;
 }

@@ -34,8 +34,12 @@ void addOptions(CLI::App& app, Request& request) {
   tasks->add_option("--record", request.record, "Run the model and write each step into FILE")
       ->type_name("FILE");
   tasks->add_flag("--check", request.check, "Look for mistakes; status 1 when there are any");
+  tasks->add_flag(
+      "--promises", request.promises,
+      "Look for parts that do not do what they have declared; status 1 when there is one");
   tasks->require_option(1);
-  app.add_option("--steps", request.steps, "With --check: the steps of each run, 1000")
+  app.add_option("--steps", request.steps,
+                 "With --check the steps of each run, with --promises the states to look at; 1000")
       ->check(CLI::Range(1u, 1000000000u));
 }
 

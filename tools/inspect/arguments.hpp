@@ -12,6 +12,7 @@ struct Request {
   bool dot = false;
   bool json = false;
   bool check = false;
+  bool promises = false;
   std::string record;  // a file, empty: no recording
   unsigned int steps = 1000;
   int status = -1;  // not negative: the program ends with it at once

@@ -72,6 +72,7 @@ void checkRun(Arguments& arguments, const std::string& way, Seen& seen, Findings
   watchRuns(&run);
   const int status = runProgram(line.argc(), line.argv());
   watchRuns(nullptr);
+  run.finish();
   if (status == MODEL_THREW) findings.add(exceptionIn("a run with " + way));
 }
 

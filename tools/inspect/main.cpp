@@ -11,6 +11,7 @@
 #include "drawing.hpp"
 #include "parts.hpp"
 #include "program.hpp"
+#include "promises.hpp"
 #include "recorder.hpp"
 #include "recording-file.hpp"
 #include "run-observer.hpp"
@@ -52,6 +53,7 @@ int inspect(int argc, char** argv) {
   if (!request.record.empty()) return record(arguments);
   try {
     if (request.check) return check(arguments);
+    if (request.promises) return checkPromises(arguments);
     return show(arguments);
   } catch (const std::exception& exception) {
     say(exception.what());

@@ -14,8 +14,8 @@ class Arguments;
 // The exit statuses.
 enum Status { SUCCESS = 0, NEGATIVE = 1, FAILURE = 2 };
 
-// While this lives, what is written to standard output goes to standard error, or what is written to
-// both goes nowhere: results alone stand there.
+// While this lives, what is written to standard output goes to standard error, or what is written
+// to both goes nowhere: results alone stand there.
 class OutputAside {
  public:
   enum Place { TO_STANDARD_ERROR, TO_NOWHERE };

@@ -43,21 +43,35 @@ void RunCheck::firing(Connector& connector) {
   Interaction* first = connector.feasibleInter();
   if (first == nullptr) return;
   for (Port* port : portsOf(connector, first->synced())) {
-    if (mFired.insert(port).second) continue;
-    mFindings.add(
-        {mParts->nameOf(*port), "it fires twice in one step with " + mWay,
-         "maximal synchronisation fires every connector that was legal at the beginning of "
-         "a step, also those that exclude each other",
-         "do not run this model with --opt1, or let connectors that exclude each other "
-         "never be legal at once"});
+    if (!mFired.insert(port).second) mTwice.insert(mParts->nameOf(*port));
   }
+}
+
+void RunCheck::finish() {
+  if (mTwice.empty()) return;
+  std::string names;
+  std::size_t shown = 0;
+  for (const std::string& name : mTwice) {
+    if (++shown > MOST_NAMES) break;
+    names += (names.empty() ? "" : ", ") + name;
+  }
+  if (mTwice.size() > MOST_NAMES) {
+    names += " and " + std::to_string(mTwice.size() - MOST_NAMES) + " more";
+  }
+  mFindings.add(
+      {mWay, "a port fires twice in one step: " + names,
+       "maximal synchronisation fires every connector that was legal at the beginning of a "
+       "step, also those that exclude each other",
+       "do not run this model with " + mWay +
+           ", or let connectors that exclude each other never be legal at once"});
 }
 
 void RunCheck::checkConstraints() {
   for (std::size_t i = 0; i < mParts->atoms().size(); ++i) {
     for (Constraint* constraint : mParts->atoms()[i].part->constraints()) {
       if (constraint != nullptr) checkConstraint(*constraint, i);
-      mFindings.note("the model has clocks; explorations, --opt1 and --opt2 know no time");
+      mFindings.note(
+          "the model has timing constraints; explorations, --opt1 and --opt2 know no time");
     }
   }
 }

@@ -41,7 +41,12 @@ class RunCheck : public RunObserver {
   std::ostream& line() override { return mNowhere; }
   void lineEnds() override {}
 
+  // The run is over.
+  void finish();
+
  private:
+  static constexpr std::size_t MOST_NAMES = 3;
+
   void checkConstraints();
   void checkConstraint(const Constraint& constraint, std::size_t atom);
 
@@ -50,7 +55,8 @@ class RunCheck : public RunObserver {
   Findings& mFindings;
   std::ostream mNowhere{nullptr};
   std::unique_ptr<Parts> mParts;
-  std::set<Port*> mFired;  // in this step
+  std::set<Port*> mFired;        // in this step
+  std::set<std::string> mTwice;  // that have fired more than once in a step
 };
 
 // Marks what can fire now, and looks at rendezvous that can.
