@@ -207,10 +207,14 @@ void addConnectors(Compound* system, Counter* a, Counter* b) {
   if (is("same-connector-names")) {
     system->connectors().add(new Rendezvous("k", system, b->step(), a->step()));
   }
-  if (is("twice-in-a-step") || is("priority-index")) {
+  if (is("twice-in-a-step") || is("priority-index") || is("mutual-priority")) {
     auto* other = new Rendezvous("m", system, a->step(), b->step());
     system->connectors().add(other);
     if (is("priority-index")) addPriority(system, k, other, 2);
+    if (is("mutual-priority")) {
+      addPriority(system, k, other, 1);
+      addPriority(system, other, k, 1);
+    }
   }
   if (is("never-enabled")) {
     system->connectors().add(new Connector("rest", system, false, 1, a->ports()[1]));

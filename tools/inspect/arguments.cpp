@@ -33,6 +33,7 @@ void addOptions(CLI::App& app, Request& request) {
   tasks->add_flag("--json", request.json, "Describe the model in JSON, on standard output");
   tasks->add_option("--record", request.record, "Run the model and write each step into FILE")
       ->type_name("FILE");
+  tasks->add_flag("--why", request.why, "Run the model, then explain why the run has ended");
   tasks->add_flag("--check", request.check, "Look for mistakes; status 1 when there are any");
   tasks->add_flag(
       "--promises", request.promises,

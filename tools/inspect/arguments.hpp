@@ -13,6 +13,7 @@ struct Request {
   bool json = false;
   bool check = false;
   bool promises = false;
+  bool why = false;
   std::string record;  // a file, empty: no recording
   unsigned int steps = 1000;
   int status = -1;  // not negative: the program ends with it at once

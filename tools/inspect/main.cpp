@@ -1,6 +1,7 @@
 // Shows a model, records its runs and looks for mistakes: the entry of the programs that
 // vesk_add_model builds beside the models.
 #include <exception>
+#include <iostream>
 #include <memory>
 #include <string>
 
@@ -9,6 +10,7 @@
 #include "component.hpp"
 #include "description.hpp"
 #include "drawing.hpp"
+#include "explanation.hpp"
 #include "parts.hpp"
 #include "program.hpp"
 #include "promises.hpp"
@@ -46,11 +48,24 @@ int record(Arguments& arguments) {
   return status;
 }
 
+// The run as above, and what there is to say about its end.
+int explain(Arguments& arguments) {
+  Explanation explanation;
+  watchRuns(&explanation);
+  const int status = runProgram(arguments.argc(), arguments.argv());
+  watchRuns(nullptr);
+  if (explanation.text().empty()) say("there is no end of a run to explain");
+  std::cout.flush();
+  print(explanation.text());
+  return status;
+}
+
 int inspect(int argc, char** argv) {
   Arguments arguments(argc, argv);
   const Request& request = arguments.request();
   if (request.status >= 0) return request.status;
   if (!request.record.empty()) return record(arguments);
+  if (request.why) return explain(arguments);
   try {
     if (request.check) return check(arguments);
     if (request.promises) return checkPromises(arguments);
