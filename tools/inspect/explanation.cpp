@@ -98,11 +98,38 @@ void Explanation::everyExecutable(Visit visit) const {
 // ---- The end of time -------------------------------------------------------------------------
 
 bool Explanation::isEndOfTime() const {
-  return mClock != nullptr && mClock->time() >= Time::MAX;
+  if (mClock == nullptr) return false;
+  if (mClock->time() >= Time::MAX) return true;
+  for (const auto& placed : mParts->ports()) {
+    if (placed.part->synced() && startBeyondTime(*placed.part) != 0) return true;
+  }
+  return false;
+}
+
+// When the port is enabled next, in microseconds of the model's clock, if that is a time that no
+// clock reaches; else 0.
+long long Explanation::startBeyondTime(const Port& port) const {
+  const Constraint* constraint = port.constraint();
+  if (constraint == nullptr || constraint->clock() == nullptr) return 0;
+  const Time offset = constraint->clock()->drift(mClock);
+  for (unsigned int i = 0; i < constraint->size(); ++i) {
+    const Time low = (*constraint)[i].low();
+    if (low == Time::MIN || low == Time::MAX) continue;
+    const long long start = low.microseconds() + offset.microseconds();
+    if (start >= Time::MAX.microseconds()) return start;
+  }
+  return 0;
 }
 
 void Explanation::explainEndOfTime() {
   add("why: this is the end of time, 2147483.647ms, and no deadlock: no clock goes further");
+  for (const auto& placed : mParts->ports()) {
+    if (!placed.part->synced()) continue;
+    const long long start = startBeyondTime(*placed.part);
+    if (start != 0) {
+      add("  " + utf8(placed.path) + " waits for " + std::to_string(start / 1000) + "ms");
+    }
+  }
   if (mAtRandom) explainRandomTimes();
 }
 

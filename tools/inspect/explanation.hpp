@@ -36,6 +36,7 @@ class Explanation : public RunObserver {
   template <class Visit>
   void everyExecutable(Visit visit) const;
   bool isEndOfTime() const;
+  long long startBeyondTime(const Port& port) const;
 
   void explainEndOfTime();
   void explainRandomTimes();
