@@ -16,7 +16,7 @@ _vesk_options='--execute --explore --realtime --random --quiet --trace --dfs --b
   --opt1 --opt2 --disable-output --output --limit --help --simout --seed -o -l -s'
 
 # Those of the programs that inspect models, besides.
-_vesk_inspect_options='--dot --json --record --why --check --promises --steps --version'
+_vesk_inspect_options='--dot --json --record --why --replay --check --promises --steps --version'
 
 # _vesk_files <beginning> [<suffix>]: folders, and the files of the suffix.
 _vesk_files() {
@@ -65,7 +65,7 @@ _vesk_model() {
   case $before in
     -s | --simout) _vesk_files "$word" ;;
     -o | --output) _vesk_output_names "$word" ;;
-    --record) _vesk_files "$word" ;;
+    --record | --replay) _vesk_files "$word" ;;
     -l | --limit | --seed | --steps) ;;
     *)
       case $word in

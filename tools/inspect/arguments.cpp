@@ -34,6 +34,10 @@ void addOptions(CLI::App& app, Request& request) {
   tasks->add_option("--record", request.record, "Run the model and write each step into FILE")
       ->type_name("FILE");
   tasks->add_flag("--why", request.why, "Run the model, then explain why the run has ended");
+  tasks
+      ->add_option("--replay", request.replay,
+                   "Follow the path in FILE, of vesk-lts path --json, with priorities and time")
+      ->type_name("FILE");
   tasks->add_flag("--check", request.check, "Look for mistakes; status 1 when there are any");
   tasks->add_flag(
       "--promises", request.promises,

@@ -15,6 +15,7 @@ struct Request {
   bool promises = false;
   bool why = false;
   std::string record;  // a file, empty: no recording
+  std::string replay;  // a file, empty: no replay
   unsigned int steps = 1000;
   int status = -1;  // not negative: the program ends with it at once
 };

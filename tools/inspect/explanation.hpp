@@ -30,6 +30,8 @@ class Explanation : public RunObserver {
 
   // Empty when no run has ended.
   const std::string& text() const { return mText; }
+  // Why nothing of the connector fires in the step that has begun.
+  std::string whyNot(Connector& connector) const;
 
  private:
   void add(const std::string& line) { mText += line + "\n"; }
@@ -47,7 +49,6 @@ class Explanation : public RunObserver {
   void explainNoChoice();
   void explainLimit();
 
-  std::string whyNot(Connector& connector) const;
   std::string whyNotNow(Connector& connector) const;
   std::string whyNotFeasible(Connector& connector) const;
   std::string whyNotPort(Port& port) const;

@@ -16,6 +16,7 @@
 #include "promises.hpp"
 #include "recorder.hpp"
 #include "recording-file.hpp"
+#include "replay.hpp"
 #include "run-observer.hpp"
 
 namespace Vesk::Inspect {
@@ -69,6 +70,7 @@ int inspect(int argc, char** argv) {
   try {
     if (request.check) return check(arguments);
     if (request.promises) return checkPromises(arguments);
+    if (!request.replay.empty()) return replay(arguments);
     return show(arguments);
   } catch (const std::exception& exception) {
     say(exception.what());
