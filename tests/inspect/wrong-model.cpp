@@ -155,7 +155,9 @@ class Timed : public Counter {
     if (is("interval-horizon")) low = Vesk::Time(3000000000LL);
     if (last == nullptr) last = own;
     const Clock* used = is("foreign-clock") ? last : own;
-    mTimes = new Constraint(used, low, high, LAZY);
+    const bool isFirst = is("urgent-first") && std::strcmp(name(), "A") == 0;
+    if (is("urgent-first")) low = Vesk::Time(isFirst ? 2000 : 5000);
+    mTimes = new Constraint(used, low, high, isFirst ? EAGER : LAZY);
     mConstraints.add(mTimes);
   }
   void announce() override {
@@ -188,8 +190,9 @@ Counter* makeFirst(const Compound* holder) {
   if (is("never-announces")) return new Silent("A", holder);
   if (is("internal-for-ever")) return new Restless("A", holder);
   if (is("exception")) return new Throwing("A", holder);
-  if (std::strncmp(mistake, "interval", 8) == 0 || is("foreign-clock"))
-    return new Timed("A", holder);
+  const bool isTimed =
+      std::strncmp(mistake, "interval", 8) == 0 || is("foreign-clock") || is("urgent-first");
+  if (isTimed) return new Timed("A", holder);
   return new Counter("A", holder);
 }
 
@@ -199,6 +202,11 @@ void addPriority(Compound* system, Connector* low, Connector* high, int lastPort
 }
 
 void addConnectors(Compound* system, Counter* a, Counter* b) {
+  if (is("urgent-first")) {
+    system->connectors().add(new Connector("ka", system, false, 1, a->step()));
+    system->connectors().add(new Connector("kb", system, false, 1, b->step()));
+    return;
+  }
   const bool isSub = is("unused-subconnector") || is("priority-of-a-subconnector");
   auto* k = is("careless-guard") ? new Careless("k", system, a->step(), b->step())
                                  : new Rendezvous("k", system, a->step(), b->step(), isSub);
@@ -249,8 +257,9 @@ Compound* Compound::Create(int argc, char** argv) {
   Timed::last = nullptr;
   auto* system = new Compound("s", nullptr);
   Counter* a = makeFirst(system);
-  Counter* b = is("foreign-clock") ? new Timed("B", system)
-                                   : new Counter(is("same-names") ? "A" : "B", system);
+  Counter* b = is("foreign-clock") || is("urgent-first")
+                   ? new Timed("B", system)
+                   : new Counter(is("same-names") ? "A" : "B", system);
   if (is("texts-run-together")) b = new Bare("B", system);
   system->components().add(a);
   if (!is("atom-not-added")) system->components().add(b);
