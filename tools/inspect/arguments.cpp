@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cstdlib>
 #include <string_view>
 
 namespace Vesk::Inspect {
@@ -89,6 +90,17 @@ std::string Arguments::model() const {
 
 std::vector<std::string> Arguments::words() const {
   return std::vector<std::string>(mWords.begin() + 1, mWords.end() - 1);
+}
+
+unsigned int Arguments::seed() const {
+  const std::vector<std::string> all = words();
+  for (std::size_t i = 0; i < all.size(); ++i) {
+    std::string number;
+    if (all[i] == "--seed" && i + 1 < all.size()) number = all[i + 1];
+    if (all[i].rfind("--seed=", 0) == 0) number = all[i].substr(7);
+    if (!number.empty()) return static_cast<unsigned int>(std::atoi(number.c_str()));
+  }
+  return 1;
 }
 
 }  // namespace Vesk::Inspect

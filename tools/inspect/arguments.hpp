@@ -34,6 +34,8 @@ class Arguments {
   std::string model() const;
   // The words behind the name.
   std::vector<std::string> words() const;
+  // The number of the engine's option --seed; 1 when it is missing, as for the engine.
+  unsigned int seed() const;
 
  private:
   std::string mProgram;  // argv()[0]

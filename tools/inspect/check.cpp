@@ -1,7 +1,6 @@
 #include "check.hpp"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <string>
@@ -47,18 +46,6 @@ class CommandLine {
   std::vector<std::string> mOptions;
 };
 
-// The number behind --seed on the command line of the model; 1 as for the engine when it has none.
-unsigned int seedOf(const Arguments& arguments) {
-  const std::vector<std::string> words = arguments.words();
-  for (std::size_t i = 0; i < words.size(); ++i) {
-    std::string number;
-    if (words[i] == "--seed" && i + 1 < words.size()) number = words[i + 1];
-    if (words[i].rfind("--seed=", 0) == 0) number = words[i].substr(7);
-    if (!number.empty()) return static_cast<unsigned int>(std::atoi(number.c_str()));
-  }
-  return 1;
-}
-
 Finding exceptionIn(const std::string& what) {
   return {"model code", what + " ends by an exception", "nothing catches it, so the run is over",
           "run the model itself, which says which one it is"};
@@ -82,7 +69,7 @@ void checkWalk(Arguments& arguments, Seen& seen, Findings& findings) {
   if (system == nullptr) return;
   const OutputAside aside(OutputAside::TO_NOWHERE);
   try {
-    checkStates(*system, arguments.request().steps, seedOf(arguments), seen, findings);
+    checkStates(*system, arguments.request().steps, arguments.seed(), seen, findings);
   } catch (const std::exception&) {
     findings.add(exceptionIn("a walk through the states"));
   }

@@ -20,8 +20,14 @@ std::string wordFor(Locality promise) {
   return promise == Locality::REPEATABLE ? "REPEATABLE" : "LOCAL";
 }
 
-std::string counted(std::size_t states) {
-  return std::to_string(states) + (states == 1 ? " state" : " states");
+// How far the search has come.
+std::string examined(const PromiseCheck& check, std::size_t most) {
+  if (check.isUnfinished()) {
+    const std::string number = std::to_string(most);
+    return "the first " + number + " states and " + number + " steps at random";
+  }
+  return check.states() == 1 ? "the only state"
+                             : "all " + std::to_string(check.states()) + " states";
 }
 
 }  // namespace
@@ -29,16 +35,18 @@ std::string counted(std::size_t states) {
 Status checkPromises(Arguments& arguments) {
   const std::unique_ptr<Compound> root = build(arguments);
   if (root == nullptr) return FAILURE;
+  const std::size_t steps = arguments.request().steps;
   std::optional<PromiseCheck> check;
   std::optional<BrokenPromise> broken;
   {
     const OutputAside aside(OutputAside::TO_NOWHERE);
     check.emplace(*root);
-    broken = check->run(arguments.request().steps);
+    broken = check->run(steps);
+    if (!broken && check->isUnfinished()) broken = check->walk(steps, arguments.seed());
   }
   if (check->promise() == Locality::UNDECLARED) return print(NOTHING);
   if (!broken) {
-    return print("kept in " + counted(check->states()) + ": " + wordFor(check->promise()) + "\n");
+    return print("kept in " + examined(*check, steps) + ": " + wordFor(check->promise()) + "\n");
   }
   const Status printed = print("broken: " + utf8(broken->message()));
   return printed == SUCCESS ? NEGATIVE : printed;
