@@ -49,33 +49,46 @@ void addOptions(CLI::App& app, Request& request) {
       ->check(CLI::Range(1u, 1000000000u));
 }
 
+// The words of a command line, and which of them are whose.
+struct Split {
+  std::vector<std::string> own;
+  std::vector<char*> models;
+};
+
+Split split(const CLI::App& app, int argc, char** argv) {
+  Split words;
+  for (int i = 1; i < argc; ++i) {
+    const std::string_view word = argv[i];
+    if (word == "--") {
+      words.models.insert(words.models.end(), argv + i, argv + argc);
+      break;
+    }
+    const CLI::Option* option = namedBy(app, word);
+    if (option == nullptr) {
+      words.models.push_back(argv[i]);
+      continue;
+    }
+    words.own.emplace_back(word);
+    const bool hasValue = option->get_items_expected_max() > 0;
+    const bool isApart = word.find('=') == std::string_view::npos;
+    if (hasValue && isApart && i + 1 < argc) words.own.emplace_back(argv[++i]);
+  }
+  return words;
+}
+
 }  // namespace
 
 Arguments::Arguments(int argc, char** argv) : mProgram(argc > 0 ? argv[0] : "") {
   CLI::App app(DESCRIPTION, model() + std::string(SUFFIX));
   addOptions(app, mRequest);
   if (endsWith(mProgram, SUFFIX)) mProgram.erase(mProgram.size() - SUFFIX.size());
+  Split words = split(app, argc, argv);
   mWords.push_back(mProgram.data());
-  std::vector<std::string> own;
-  for (int i = 1; i < argc; ++i) {
-    const std::string_view word = argv[i];
-    const CLI::Option* option = namedBy(app, word);
-    if (option == nullptr) {
-      mWords.push_back(argv[i]);
-      if (word == "--") mWords.insert(mWords.end(), argv + i + 1, argv + argc);
-      if (word == "--") break;
-      continue;
-    }
-    own.emplace_back(word);
-    const bool hasValue = option->get_items_expected_max() > 0;
-    if (hasValue && word.find('=') == std::string_view::npos && i + 1 < argc) {
-      own.emplace_back(argv[++i]);
-    }
-  }
+  mWords.insert(mWords.end(), words.models.begin(), words.models.end());
   mWords.push_back(nullptr);
-  std::reverse(own.begin(), own.end());  // as CLI11 takes them
+  std::reverse(words.own.begin(), words.own.end());  // as CLI11 takes them
   try {
-    app.parse(std::move(own));
+    app.parse(std::move(words.own));
   } catch (const CLI::ParseError& error) {
     mRequest.status = app.exit(error) == 0 ? 0 : WRONG_USE;
   }

@@ -21,38 +21,36 @@ std::string below(const std::string& path, const char* name) {
 }  // namespace
 
 // A component is listed before its own ones are, and these before its later neighbours; trees may
-// be very deep, so the compounds that wait are kept aside.
+// be very deep, so the components that wait are kept aside.
 Parts::Parts(Compound& root) {
-  struct Waiting {
-    Component* component;
-    std::size_t holder;
-  };
   std::vector<Waiting> waiting = {{&root, NONE}};
   while (!waiting.empty()) {
     const Waiting next = waiting.back();
     waiting.pop_back();
-    if (next.component == nullptr) continue;
-    const std::string path = next.holder == NONE
-                                 ? textOf(next.component->name())
-                                 : below(mCompounds[next.holder].path, next.component->name());
-    if (next.component->isAtom()) {
-      auto* atom = static_cast<Atom*>(next.component);
-      mIndices.emplace(atom, mAtoms.size());
-      mAtoms.push_back({atom, path, next.holder});
-    } else if (next.component->isCompound()) {
-      auto* compound = static_cast<Compound*>(next.component);
-      const std::size_t index = mCompounds.size();
-      mCompounds.push_back({compound, path, next.holder});
-      addAllOf(*compound, index);
-      for (int i = compound->components().count(); i-- > 0;) {
-        waiting.push_back({compound->components()[i], index});
-      }
-    }
+    if (next.component != nullptr) add(next, waiting);
   }
   for (const Placed<Atom>& atom : mAtoms) {
     for (Port* port : atom.part->ports()) {
       mIndices.emplace(port, mPorts.size());
       mPorts.push_back({port, atom.path + "." + textOf(port->name()), atom.compound});
+    }
+  }
+}
+
+void Parts::add(const Waiting& next, std::vector<Waiting>& waiting) {
+  const char* name = textOf(next.component->name());
+  const std::string path = next.holder == NONE ? name : below(mCompounds[next.holder].path, name);
+  if (next.component->isAtom()) {
+    auto* atom = static_cast<Atom*>(next.component);
+    mIndices.emplace(atom, mAtoms.size());
+    mAtoms.push_back({atom, path, next.holder});
+  } else if (next.component->isCompound()) {
+    auto* compound = static_cast<Compound*>(next.component);
+    const std::size_t index = mCompounds.size();
+    mCompounds.push_back({compound, path, next.holder});
+    addAllOf(*compound, index);
+    for (int i = compound->components().count(); i-- > 0;) {
+      waiting.push_back({compound->components()[i], index});
     }
   }
 }

@@ -9,6 +9,7 @@
 
 class Atom;
 class BitVector;
+class Component;
 class Compound;
 class Connector;
 class Interaction;
@@ -51,6 +52,12 @@ class Parts {
   std::string nameOf(Atom& atom) const;
 
  private:
+  struct Waiting {
+    Component* component;
+    std::size_t holder;
+  };
+
+  void add(const Waiting& next, std::vector<Waiting>& waiting);
   void addAllOf(Compound& compound, std::size_t index);
 
   std::vector<Placed<Compound>> mCompounds;
