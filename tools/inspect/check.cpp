@@ -85,7 +85,7 @@ Status check(Arguments& arguments) {
   checkStructure(parts, findings);
   Seen seen;
   {
-    const StuckWatch watch;
+    const StuckWatch watch(parts.atoms().size());
     for (const char* way : WAYS) checkRun(arguments, way, seen, findings);
     checkWalk(arguments, seen, findings);
   }

@@ -9,9 +9,11 @@ namespace Vesk::Inspect {
 
 namespace {
 
-constexpr unsigned int SECONDS = 5;
+constexpr unsigned int LEAST_SECONDS = 5;
+constexpr std::size_t ATOMS_PER_SECOND = 1000;  // with much to spare
 constexpr int FOUND = 1;
 
+unsigned int seconds = LEAST_SECONDS;
 char report[512];
 int output = -1;  // a copy of standard output, which the walks put aside
 
@@ -22,7 +24,8 @@ void endStuck(int) {
 
 }  // namespace
 
-StuckWatch::StuckWatch() {
+StuckWatch::StuckWatch(std::size_t atoms) {
+  seconds = LEAST_SECONDS + static_cast<unsigned int>(atoms / ATOMS_PER_SECOND);
   output = dup(STDOUT_FILENO);
   std::signal(SIGALRM, endStuck);
 }
@@ -41,7 +44,7 @@ void StuckWatch::progress(const std::string& doing) {
       "finding\n";
   alarm(0);
   std::strncpy(report, text.c_str(), sizeof report - 1);
-  alarm(SECONDS);
+  alarm(seconds);
 }
 
 }  // namespace Vesk::Inspect

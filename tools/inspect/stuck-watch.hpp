@@ -2,6 +2,7 @@
 #ifndef VESK_INSPECT_STUCK_WATCH_HPP
 #define VESK_INSPECT_STUCK_WATCH_HPP
 
+#include <cstddef>
 #include <string>
 
 namespace Vesk::Inspect {
@@ -9,7 +10,8 @@ namespace Vesk::Inspect {
 // Ends the program with a finding, status 1, when no progress is told for some seconds.
 class StuckWatch {
  public:
-  StuckWatch();
+  // A step of a large model takes longer.
+  explicit StuckWatch(std::size_t atoms);
   ~StuckWatch();
   StuckWatch(const StuckWatch&) = delete;
   StuckWatch& operator=(const StuckWatch&) = delete;
