@@ -1,14 +1,17 @@
 // Small models, each with a mistake that has a name: `wrong-model <mistake>`. Without one, none.
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "vesk.hpp"
 
 namespace {
 
 const char* mistake = "";
+std::vector<std::unique_ptr<Atom>> forgotten;  // atoms that no system owns
 
 bool is(const char* name) {
   return std::strcmp(mistake, name) == 0;
@@ -196,6 +199,12 @@ Counter* makeFirst(const Compound* holder) {
   return new Counter("A", holder);
 }
 
+Counter* makeSecond(const Compound* holder) {
+  if (is("texts-run-together")) return new Bare("B", holder);
+  if (is("foreign-clock") || is("urgent-first")) return new Timed("B", holder);
+  return new Counter(is("same-names") ? "A" : "B", holder);
+}
+
 void addPriority(Compound* system, Connector* low, Connector* high, int lastPort) {
   system->priorities().add(new Priority(system, Interaction::Create(low, 2, 0, lastPort),
                                         Interaction::Create(high, 2, 0, 1), Vesk::Time(0)));
@@ -257,12 +266,13 @@ Compound* Compound::Create(int argc, char** argv) {
   Timed::last = nullptr;
   auto* system = new Compound("s", nullptr);
   Counter* a = makeFirst(system);
-  Counter* b = is("foreign-clock") || is("urgent-first")
-                   ? new Timed("B", system)
-                   : new Counter(is("same-names") ? "A" : "B", system);
-  if (is("texts-run-together")) b = new Bare("B", system);
+  Counter* b = makeSecond(system);
   system->components().add(a);
-  if (!is("atom-not-added")) system->components().add(b);
+  if (is("atom-not-added")) {
+    forgotten.emplace_back(b);
+  } else {
+    system->components().add(b);
+  }
   if (is("same-port-names") || is("unused-port")) {
     b->addPort(new Port(is("unused-port") ? "spare" : "step", b));
     if (is("same-port-names")) b->ports()[1]->setInternal();
