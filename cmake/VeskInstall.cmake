@@ -35,6 +35,10 @@ function(vesk_install_tool tool)
   vesk_install_manual(${CMAKE_CURRENT_SOURCE_DIR}/${tool}.1.in tools)
   install(FILES ${PROJECT_SOURCE_DIR}/completion/${completion}
     DESTINATION ${VESK_INSTALL_COMPLETIONDIR} RENAME ${tool} COMPONENT tools)
+  # The program that inspects it, of the tools that are models.
+  if(TARGET ${tool}-inspect)
+    vesk_install_tool(${tool}-inspect)
+  endif()
 endfunction()
 
 # For CMake: the target vesk::vesk and vesk_add_model.

@@ -9,6 +9,7 @@
 #include "component.hpp"
 #include "filter.hpp"
 #include "plain-output.hpp"
+#include "run-observer.hpp"
 
 namespace {
 
@@ -29,7 +30,7 @@ constexpr char NO_CHOICE[] =
 constexpr char LIMIT[] = "Execution limit size (";
 constexpr char LIMIT_END[] = ") reached!";
 
-// What a run writes unless it is quiet.
+// What a run writes unless it is quiet. Who watches the run gets it in any case.
 class Trace {
  public:
   Trace(std::ostream& out, bool quiet) : mOut(quiet ? nullptr : &out) {}
@@ -37,10 +38,12 @@ class Trace {
   template <class T>
   const Trace& operator<<(const T& item) const {
     if (mOut != nullptr) Vesk::PlainOutput(*mOut) << item;
+    if (Vesk::runObserver != nullptr) Vesk::PlainOutput(Vesk::runObserver->line()) << item;
     return *this;
   }
   void endLine() const {
     if (mOut != nullptr) Vesk::PlainOutput(*mOut) << Vesk::PlainOutput::END_LINE;
+    if (Vesk::runObserver != nullptr) Vesk::runObserver->lineEnds();
   }
 
  private:
@@ -98,15 +101,16 @@ void Executer::initialize() {
 
 void Executer::run() {
   unsigned int steps = 0;
+  Vesk::tellStarted(system(), &logicalClock());
   for (;;) {
     beginStep();
-    if (!semanticsLeavesSomething()) return;
+    if (!semanticsLeavesSomething()) return Vesk::tellEnd(Vesk::RunEnd::DEADLOCK);
     catchUpWithPlatform();
-    if (!urgencyIsRespected()) return;
-    if (!driftIsBounded()) return;
-    if (!pickExecutable()) return;
+    if (!urgencyIsRespected()) return Vesk::tellEnd(Vesk::RunEnd::URGENCY);
+    if (!driftIsBounded()) return Vesk::tellEnd(Vesk::RunEnd::DRIFT);
+    if (!pickExecutable()) return Vesk::tellEnd(Vesk::RunEnd::NO_CHOICE);
     waitAndFire();
-    if (limitReached(steps)) return;
+    if (limitReached(steps)) return Vesk::tellEnd(Vesk::RunEnd::LIMIT);
   }
 }
 
@@ -114,6 +118,7 @@ void Executer::beginStep() {
   Connector* legals = system().activate(true);
   interactions().initialize(legals, system().internals());
   interactions().unmarkAll();
+  Vesk::tellStep(legals, system().internals());
   Trace(simout(), quiet()) << STEP << logicalClock().time();
 }
 
@@ -184,8 +189,10 @@ void Executer::waitAndFire() {
   }
   trace << mChoice;
   trace.endLine();
+  Vesk::tellFiring(*mChoice, mTime);
   mChoice->actuate(mTime);
   mChoice->execute(mTime);
+  Vesk::tellStepEnd();
 }
 
 bool Executer::limitReached(unsigned int& steps) {
