@@ -13,6 +13,10 @@ const char* const END_OF_TIME = ": the end of model time (2147.48 s), not of the
 
 }  // namespace
 
+std::string stepsText(std::uint64_t steps) {
+  return std::to_string(steps) + (steps == 1 ? " step" : " steps");
+}
+
 void Ending::see(const Step& step) {
   if (!step.before || !step.time || *step.time == FOREVER || *step.before == FOREVER) return;
   mLongestWait = std::max(mLongestWait, *step.time - *step.before);

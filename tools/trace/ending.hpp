@@ -2,11 +2,15 @@
 #ifndef VESK_TRACE_ENDING_HPP
 #define VESK_TRACE_ENDING_HPP
 
+#include <cstdint>
 #include <string>
 
 #include "run.hpp"
 
 namespace Vesk::Traces {
+
+// "1 step", "2 steps"
+std::string stepsText(std::uint64_t steps);
 
 // Tells a deadlock from the end of model time, at which the engine says the same. A run has come to
 // the end of time when less time is left than one of its waits took: nothing can be chosen beyond.

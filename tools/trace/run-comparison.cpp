@@ -1,5 +1,6 @@
 #include "run-comparison.hpp"
 
+#include "ending.hpp"
 #include "printable.hpp"
 #include "trace-line.hpp"
 
@@ -130,7 +131,7 @@ std::string Comparison::lineText(const Line& line) const {
 }
 
 std::string Comparison::text() const {
-  if (same()) return "the same: " + std::to_string(mCommon) + " steps\n";
+  if (same()) return "the same: " + stepsText(mCommon) + "\n";
   std::string text = "the runs part at step " + std::to_string(mCommon + 1) + ": " + mDifference;
   text += "\n\n";
   for (const Line& line : mBefore) text += "  " + lineText(line);

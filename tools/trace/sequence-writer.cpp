@@ -69,7 +69,7 @@ void SequenceWriter::draw(const Run& run, const Firing& firing) {
 
 void SequenceWriter::end(const Run& run, const End& end) {
   std::string text = "end: " + mEnding.text(run, end);
-  if (mLeftOut != 0) text = std::to_string(mLeftOut) + " more steps; " + text;
+  if (mLeftOut != 0) text = stepsText(mLeftOut) + " more; " + text;
   finish(text);
 }
 

@@ -25,8 +25,7 @@ class SequenceCommand : public ConvertCommand {
     const std::unique_ptr<SequenceWriter> writer = writerFor(file);
     show(reader, *writer);
     if (writer->stepsLeftOut() != 0) {
-      say("warning: " + std::to_string(writer->stepsLeftOut()) +
-          " steps are not drawn; --most draws more");
+      say("warning: " + stepsText(writer->stepsLeftOut()) + " left out, --most draws more");
     }
   }
 
