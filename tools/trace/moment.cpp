@@ -1,5 +1,6 @@
 #include "moment.hpp"
 
+#include <algorithm>
 #include <cstdio>
 
 #include "scan.hpp"
@@ -8,7 +9,8 @@ namespace Vesk::Traces {
 
 namespace {
 
-constexpr std::uint64_t MAX_MILLISECONDS = 1000000000000000;  // fits as microseconds
+constexpr std::uint64_t MAX_MILLISECONDS = 100000000000000;  // some thousand years
+constexpr Moment MAX_MOMENT = static_cast<Moment>(MAX_MILLISECONDS) * MILLISECOND;
 constexpr std::int64_t LOWER_INFINITY = -FOREVER - 1;
 
 }  // namespace
@@ -45,7 +47,8 @@ std::string millisecondsText(Moment moment, bool exact) {
 }
 
 Moment momentOf(std::int64_t microseconds) {
-  return microseconds == LOWER_INFINITY ? FOREVER : microseconds;
+  if (microseconds == LOWER_INFINITY) return FOREVER;
+  return std::clamp(microseconds, -MAX_MOMENT, MAX_MOMENT);
 }
 
 }  // namespace Vesk::Traces

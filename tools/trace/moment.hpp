@@ -25,7 +25,8 @@ Moment cutToMilliseconds(Moment moment);
 // In milliseconds, "12" or, when it is exact, "12.345"; "_" for FOREVER.
 std::string millisecondsText(Moment moment, bool exact);
 
-// What a recording says of a time; both infinities of the engine are FOREVER.
+// What a recording says of a time; both infinities of the engine are FOREVER. Like those of traces,
+// the results can be added and subtracted.
 Moment momentOf(std::int64_t microseconds);
 
 }  // namespace Vesk::Traces

@@ -1,6 +1,7 @@
 #include "recording-reader.hpp"
 
 #include <algorithm>
+#include <limits>
 #include <nlohmann/json.hpp>
 
 #include "fault.hpp"
@@ -15,6 +16,7 @@ using Json = nlohmann::json;  // ordered_json looks for keys one by one
 
 constexpr std::string_view START = "{\"vesk-recording\":";
 constexpr int VERSION = 1;
+constexpr std::size_t MAX_STEPS = std::numeric_limits<std::uint32_t>::max();
 const char* const EXPECTED_START =
     "this is no start of a recording, expected {\"vesk-recording\":1, ...} with atoms, ports and "
     "connectors";
@@ -91,7 +93,7 @@ bool readStep(const Json& json, const Names& names, Step& step) {
   const Json* number = fieldOf(json, "step");
   const Json* fired = fieldOf(json, "fired");
   const Json* changed = fieldOf(json, "changed");
-  if (number == nullptr || !number->is_number_unsigned()) return false;
+  if (number == nullptr || !numberIn(*number, MAX_STEPS)) return false;
   if (fired == nullptr || !fired->is_array()) return false;
   step.number = number->get<std::uint64_t>();
   step.before = momentIn(json, "before");

@@ -108,7 +108,7 @@ void Summary::addWait(const Step& step) {
   const Moment wait = std::max<Moment>(0, *step.time - *step.before);
   ++mWaits[bucketOf(wait, WAITS)];
   ++mWaitCount;
-  mWaitSum += wait;
+  mWaitSum += static_cast<std::uint64_t>(wait);
   mLongestWait = std::max(mLongestWait, wait);
 }
 
@@ -165,7 +165,7 @@ std::string Summary::text() const {
 
 std::string Summary::waitsText() const {
   if (mWaitCount == 0) return "";
-  const auto mean = mWaitSum / static_cast<Moment>(mWaitCount);
+  const auto mean = static_cast<Moment>(mWaitSum / mWaitCount);
   std::string text = "\nwait for a step     steps   (mean " + millisecondsText(mean, true) +
                      " ms, longest " + millisecondsText(mLongestWait, mIsRecording) + " ms)\n";
   const std::uint64_t most = *std::max_element(mWaits.begin(), mWaits.end());

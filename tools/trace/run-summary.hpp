@@ -50,7 +50,7 @@ class Summary : public Writer {
   std::optional<Moment> mLast;   // the last finite time that was met
   std::array<std::uint64_t, WAITS> mWaits{};
   std::uint64_t mWaitCount = 0;
-  Moment mWaitSum = 0;
+  std::uint64_t mWaitSum = 0;
   Moment mLongestWait = 0;
   Ending mEnding;
   End mEnd;

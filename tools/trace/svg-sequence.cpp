@@ -75,10 +75,12 @@ void SvgSequence::finish(const std::string& text) {
   write(textAt(MARGIN, bottom + ROW / 2, "start", "black", text) + "</svg>\n");
 }
 
-// From the left, so that names and the texts of arrows between neighbours have room. The last place
-// is the right end of all.
+// From the left, behind the times, so that names and the texts of arrows between neighbours have
+// room. The last place is the right end of all.
 void SvgSequence::placeColumns() {
-  mPlaces.assign(mNames.size() + 1, MARGIN);
+  int times = 0;
+  for (const Row& row : mRows) times = std::max(times, row.isTime ? widthOf(row.text) : 0);
+  mPlaces.assign(mNames.size() + 1, MARGIN + times);
   for (std::size_t i = 0; i < mNames.size(); ++i) {
     const int half = widthOf(mNames[i]) / 2 + 12;
     if (i == 0) mPlaces[0] += half;

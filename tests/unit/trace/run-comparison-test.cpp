@@ -30,16 +30,22 @@ TEST_F(TraceComparisonTest, ARecordingIsTheSameAsItsTrace) {
     const RandomRun run(seed);
     ASSERT_EQ(theSame(run.firings), compare(run.trace, run.recording))
         << run.trace << run.recording;
+  }
+  EXPECT_EQ(0u, mFiles.said().size());
+}
+
+TEST_F(TraceComparisonTest, TheOrderOfTheTwoDoesNotCount) {
+  for (unsigned seed = 0; seed < 50; ++seed) {
+    const RandomRun run(seed);
     ASSERT_EQ(theSame(run.firings), compare(run.recording, run.trace)) << seed;
     ASSERT_EQ(theSame(run.firings), compare(run.recording, run.recording)) << seed;
   }
-  EXPECT_EQ(0u, mFiles.said().size());
 }
 
 TEST_F(TraceComparisonTest, ARecordingHasTheRowsOfItsTrace) {
   CsvWriter::Options cut;
   cut.cutsTimes = true;
-  for (unsigned seed = 0; seed < 200; ++seed) {
+  for (unsigned seed = 0; seed < 100; ++seed) {
     const RandomRun run(seed);
     ASSERT_EQ(mFiles.written<CsvWriter>(run.trace, CsvWriter::Options()),
               mFiles.written<CsvWriter>(run.recording, cut))
