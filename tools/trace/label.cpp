@@ -48,19 +48,8 @@ std::size_t secondSlash(std::string_view label) {
 }
 
 std::size_t portOf(std::string_view end, Names& names) {
-  const std::size_t colon = end.find(':');
-  const std::string_view name =
-      colon == std::string_view::npos ? std::string_view() : end.substr(colon + 1);
-  return names.port(names.part(end.substr(0, colon)), name);
-}
-
-void addEnds(std::string_view ends, Names& names, Firing& firing) {
-  while (!ends.empty()) {
-    const std::size_t bar = ends.find('|');
-    const std::string_view end = ends.substr(0, bar);
-    if (!end.empty()) firing.ports.push_back(portOf(end, names));
-    ends.remove_prefix(bar == std::string_view::npos ? ends.size() : bar + 1);
-  }
+  const auto [part, port] = namesOf(end);
+  return names.port(names.part(part), port);
 }
 
 }  // namespace
@@ -81,6 +70,22 @@ LabelPieces piecesOf(std::string_view label) {
           label.substr(second + 1), true};
 }
 
+std::vector<std::string_view> endsOf(std::string_view ends) {
+  std::vector<std::string_view> result;
+  while (!ends.empty()) {
+    const std::size_t bar = ends.find('|');
+    if (bar != 0) result.push_back(ends.substr(0, bar));
+    ends.remove_prefix(bar == std::string_view::npos ? ends.size() : bar + 1);
+  }
+  return result;
+}
+
+std::pair<std::string_view, std::string_view> namesOf(std::string_view end) {
+  const std::size_t colon = end.find(':');
+  if (colon == std::string_view::npos) return {end, {}};
+  return {end.substr(0, colon), end.substr(colon + 1)};
+}
+
 bool isInteraction(std::string_view label) {
   return secondSlash(label) != std::string_view::npos;
 }
@@ -98,7 +103,9 @@ Firing firingOf(std::string_view label, Names& names) {
     return firing;
   }
   firing.connector = names.connector(label.substr(0, slash));
-  addEnds(label.substr(slash + 1), names, firing);
+  for (std::string_view end : endsOf(label.substr(slash + 1))) {
+    firing.ports.push_back(portOf(end, names));
+  }
   return firing;
 }
 

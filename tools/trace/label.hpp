@@ -3,6 +3,8 @@
 #define VESK_TRACE_LABEL_HPP
 
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "run.hpp"
 
@@ -20,6 +22,11 @@ struct LabelPieces {
   bool isInteraction;
 };
 LabelPieces piecesOf(std::string_view label);
+
+// The ends between the bars; a bar at the start has none before it.
+std::vector<std::string_view> endsOf(std::string_view ends);
+// The name of the atom or compound, and that of its port.
+std::pair<std::string_view, std::string_view> namesOf(std::string_view end);
 
 // Whether it is one, as far as that can be told.
 bool isInteraction(std::string_view label);

@@ -51,6 +51,12 @@ void Names::addConnector(std::string_view path) {
   mConnectors.emplace_back(path);
 }
 
+std::optional<std::size_t> Names::findConnector(std::string_view path) const {
+  const auto found = mConnectorNumbers.find(std::string(path));
+  if (found == mConnectorNumbers.end()) return std::nullopt;
+  return found->second;
+}
+
 std::string Names::portText(std::size_t port) const {
   return mParts[mPorts[port].part] + "." + mPorts[port].name;
 }

@@ -3,6 +3,7 @@
 #define VESK_TRACE_NAMES_HPP
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -10,7 +11,7 @@
 
 namespace Vesk::Traces {
 
-// A part is an atom, or, in a trace, also a compound that takes part through an exported port. A
+// A part is an atom, or a compound that takes part through an exported port. A
 // recording names the whole path of an atom, "Sys/T0"; a trace only its name, so that atoms of one
 // name are one part there. A connector has the path of its compound in front in both.
 class Names {
@@ -34,6 +35,8 @@ class Names {
   const std::vector<std::string>& parts() const { return mParts; }
   const std::vector<Port>& ports() const { return mPorts; }
   const std::vector<std::string>& connectors() const { return mConnectors; }
+
+  std::optional<std::size_t> findConnector(std::string_view path) const;
 
   // "light.green"
   std::string portText(std::size_t port) const;

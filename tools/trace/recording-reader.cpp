@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "fault.hpp"
+#include "label.hpp"
 #include "scan.hpp"
 #include "trace-line.hpp"
 
@@ -48,6 +49,11 @@ std::optional<std::size_t> numberIn(const Json& number, std::size_t size) {
   return static_cast<std::size_t>(value);
 }
 
+bool isMinusOne(const Json& number) {
+  return number.is_number_integer() && !number.is_number_unsigned() &&
+         number.get<std::int64_t>() == -1;
+}
+
 // Calls take with each text of the list. False when it is no list of texts, or take says so.
 template <class Take>
 bool takeTexts(const Json& object, const char* name, const Take& take) {
@@ -61,22 +67,43 @@ bool takeTexts(const Json& object, const char* name, const Take& take) {
 
 // ---- The parts of a step. False when they cannot be read.
 
-bool readFiring(const Json& json, const Names& names, Firing& firing) {
+// A port that a connector below exports is no port of an atom; the label names both.
+void addExported(std::size_t place, std::size_t ports, Names& names, Firing& firing) {
+  const std::vector<std::string_view> ends = endsOf(piecesOf(firing.label).ends);
+  if (!firing.connector || ends.size() != ports) return;
+  const auto [compound, port] = namesOf(ends[place]);
+  std::string path(Names::compoundOf(names.connectors()[*firing.connector]));
+  path.append("/").append(compound);
+  firing.ports.push_back(names.port(names.part(path), port));
+  const auto connector = names.findConnector(path + "/" + std::string(port));
+  if (connector) firing.exported.push_back(*connector);
+}
+
+bool readPorts(const Json& list, std::size_t known, Names& names, Firing& firing) {
+  for (std::size_t place = 0; place < list.size(); ++place) {
+    const auto port = numberIn(list[place], known);
+    if (isMinusOne(list[place])) {
+      addExported(place, list.size(), names, firing);
+    } else if (port) {
+      firing.ports.push_back(*port);
+    } else {
+      return false;
+    }
+  }
+  return true;
+}
+
+bool readFiring(const Json& json, std::size_t knownPorts, Names& names, Firing& firing) {
   if (!json.is_object()) return false;
   const Json* connector = fieldOf(json, "connector");
   const Json* ports = fieldOf(json, "ports");
   if (connector == nullptr || ports == nullptr || !ports->is_array()) return false;
   firing.label = textOf(json, "label");
-  if (*connector != -1) {
+  if (!isMinusOne(*connector)) {
     firing.connector = numberIn(*connector, names.connectors().size());
     if (!firing.connector) return false;
   }
-  for (const Json& port : *ports) {
-    const auto number = numberIn(port, names.ports().size());
-    if (!number) return false;
-    firing.ports.push_back(*number);
-  }
-  return true;
+  return readPorts(*ports, knownPorts, names, firing);
 }
 
 bool readChange(const std::string& key, const Json& text, std::size_t atoms, Step& step) {
@@ -89,7 +116,7 @@ bool readChange(const std::string& key, const Json& text, std::size_t atoms, Ste
   return true;
 }
 
-bool readStep(const Json& json, const Names& names, Step& step) {
+bool readStep(const Json& json, std::size_t knownPorts, Run& run, Step& step) {
   const Json* number = fieldOf(json, "step");
   const Json* fired = fieldOf(json, "fired");
   const Json* changed = fieldOf(json, "changed");
@@ -99,11 +126,11 @@ bool readStep(const Json& json, const Names& names, Step& step) {
   step.before = momentIn(json, "before");
   step.time = momentIn(json, "time");
   for (const Json& firing : *fired) {
-    if (!readFiring(firing, names, step.fired.emplace_back())) return false;
+    if (!readFiring(firing, knownPorts, run.names, step.fired.emplace_back())) return false;
   }
   if (changed == nullptr) return true;
   for (const auto& [key, text] : changed->items()) {
-    if (!readChange(key, text, names.parts().size(), step)) return false;
+    if (!readChange(key, text, run.states.size(), step)) return false;
   }
   std::sort(step.changed.begin(), step.changed.end());  // the keys stood in the order of texts
   return true;
@@ -169,6 +196,7 @@ void RecordingReader::readStart() {
   const Json json = Json::parse(line, nullptr, false);
   if (!readRun(json, mRun)) throw Lts::Fault(mSource->name(), 1, EXPECTED_START);
   mRun.states.resize(mRun.names.parts().size());
+  mPorts = mRun.names.ports().size();
 }
 
 bool RecordingReader::next(Step& step) {
@@ -179,7 +207,7 @@ bool RecordingReader::next(Step& step) {
     if (json.is_object() && json.contains("end")) {
       mEnd = readEnd(json);
       mHasEnded = true;
-    } else if (json.is_object() && readStep(json, mRun.names, step)) {
+    } else if (json.is_object() && readStep(json, mPorts, mRun, step)) {
       return true;
     } else {
       mSource->leaveOut(mSource->wasWhole() ? Lts::inQuotes(line) + EXPECTED : CUT);

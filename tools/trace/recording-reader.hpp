@@ -20,6 +20,7 @@ class RecordingReader : public Reader {
  private:
   void readStart();
 
+  std::size_t mPorts = 0;  // of atoms, as the start lists them
   bool mHasEnded = false;
 };
 

@@ -13,6 +13,7 @@ using Lts::printable;
 
 constexpr std::size_t BAR = 40;  // columns of the longest one
 const char* const CUT_TIMES = "whole milliseconds: the trace has no microseconds";
+const char* const EXPORTED = "a recording does not tell which ports fire below an exported one";
 const char* const NO_NAMES = "a trace does not tell what never fires: a recording does";
 
 // The bucket of a wait: 0 for none, 1 below 1 ms, then one for each power of ten.
@@ -51,18 +52,16 @@ std::string rightOf(std::uint64_t number, std::size_t width) {
   return std::string(text.size() < width ? width - text.size() : 0, ' ') + text;
 }
 
-// A title and a line for each that has fired, then the names of the others.
+// A title and a line for each, with a word for what has not fired.
 template <class Counts>
-std::string countsText(const std::string& title, const Counts& counts, bool isComplete) {
+std::string countsText(const std::string& title, const Counts& counts, const char* never) {
   if (counts.empty()) return "";
   std::size_t width = title.size();
   for (const auto& entry : counts) width = std::max(width, Lts::columns(entry.name));
   std::string text = "\n" + padded(title, width) + "     fired\n";
   for (const auto& entry : counts) {
-    if (entry.fired != 0 || isComplete) {
-      text += padded(entry.name, width) + rightOf(entry.fired, 10);
-      text += entry.fired == 0 ? "  never\n" : "\n";
-    }
+    text += padded(entry.name, width) + rightOf(entry.fired, 10);
+    text += entry.fired == 0 ? std::string("  ") + never + "\n" : "\n";
   }
   return text;
 }
@@ -98,6 +97,8 @@ void Summary::step(const Run& run, const Step& step) {
   for (const Firing& firing : step.fired) {
     ++mFired;
     if (firing.connector) count(mConnectorCounts, *firing.connector);
+    for (std::size_t connector : firing.exported) count(mConnectorCounts, connector);
+    mHasExported = mHasExported || !firing.exported.empty();
     for (std::size_t port : firing.ports) count(mPortCounts, port);
   }
   static_cast<void>(run);
@@ -156,10 +157,11 @@ std::string Summary::text() const {
   if (mFirst && !mIsRecording) text += std::string("times       : ") + CUT_TIMES + "\n";
   text += "end         : " + mEndText + "\n";
   if (mOtherLines != 0) text += "other lines : " + std::to_string(mOtherLines) + "\n";
-  text += countsText("connector", mConnectors, mIsRecording);
-  text += countsText("port", mPorts, mIsRecording);
+  text += countsText("connector", mConnectors, "never");
+  text += countsText("port", mPorts, mHasExported ? "not seen" : "never");
   text += waitsText();
   if (!mIsRecording) text += std::string("\n") + NO_NAMES + "\n";
+  if (mHasExported) text += std::string("\n") + EXPORTED + "\n";
   return text;
 }
 
@@ -205,7 +207,7 @@ Json Summary::json() const {
   if (mIsRecording) {
     never = Json::array();
     addNever(never, mConnectors);
-    addNever(never, mPorts);
+    if (!mHasExported) addNever(never, mPorts);
   }
   return {{"file", mFile},
           {"kind", mIsRecording ? "recording" : "trace"},

@@ -39,6 +39,7 @@ class Summary : public Writer {
   std::string mFile;
   std::string mModel;
   bool mIsRecording = false;
+  bool mHasExported = false;  // the ports below an exported one are not recorded
   std::uint64_t mSteps = 0;
   std::uint64_t mFired = 0;
   std::uint64_t mOtherLines = 0;

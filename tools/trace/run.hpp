@@ -19,7 +19,8 @@ namespace Vesk::Traces {
 struct Firing {
   std::string label;
   std::optional<std::size_t> connector;  // none: an internal port
-  std::vector<std::size_t> ports;        // the first one is that of the connector's lowest number
+  std::vector<std::size_t> ports;        // in the order of their numbers in the connector
+  std::vector<std::size_t> exported;     // of a recording: connectors below, which fire with it
 };
 
 struct Step {
@@ -45,7 +46,7 @@ struct Run {
   std::string root;
   std::string mode;
   std::vector<std::string> arguments;
-  Names names;  // in a recording all are there from the start, in a trace they grow
+  Names names;  // in a recording those of the model are there from the start, in a trace they grow
   std::vector<std::optional<std::string>> states;  // at the start, of the first parts
   std::uint64_t otherLines = 0;                    // neither a step nor an end: left alone
 

@@ -57,6 +57,9 @@ void VcdWriter::step(const Run& run, const Step& step) {
   }
   for (const Firing& firing : step.fired) {
     if (firing.connector) mChanges.write(eventLine(CONNECTOR, *firing.connector));
+    for (std::size_t connector : firing.exported) {
+      mChanges.write(eventLine(CONNECTOR, connector));
+    }
     for (std::size_t port : firing.ports) {
       const Names::Port& fired = run.names.ports()[port];
       mChanges.write(eventLine(PORT, port));

@@ -105,6 +105,28 @@ TEST_F(RecordingReaderTest, AStartThatCannotBeReadIsAFault) {
   }
 }
 
+// The label has the compound and the connector that exports the port.
+TEST_F(RecordingReaderTest, AnExportedPortIsThatOfItsCompound) {
+  const auto reader = mFiles.open(
+      R"({"vesk-recording":1,"atoms":["S/a"],"ports":["S/a.p"],"connectors":["S/c","S/sub/all"],)"
+      R"("states":["n,"]})"
+      "\n"
+      R"({"step":1,"fired":[{"label":"S/c/|sub:all|a:p","connector":0,"ports":[-1,0]}],)"
+      R"("changed":{"0":"m,"}})"
+      "\n"
+      R"({"step":2,"fired":[],"changed":{"1":"no atom"}})"
+      "\n");
+  Step step;
+  ASSERT_TRUE(reader->next(step));
+  const Names& names = reader->run().names;
+  ASSERT_EQ(2u, step.fired[0].ports.size());
+  EXPECT_EQ("S/sub.all", names.portText(step.fired[0].ports[0]));
+  EXPECT_EQ("S/a.p", names.portText(step.fired[0].ports[1]));
+  EXPECT_EQ((std::vector<std::size_t>{1}), step.fired[0].exported);
+  EXPECT_FALSE(reader->next(step));
+  EXPECT_EQ(1u, mFiles.said().size());
+}
+
 TEST_F(RecordingReaderTest, AStepThatCannotBeReadIsLeftOut) {
   for (const char* step :
        {R"({"step":1})", R"({"step":"1","fired":[]})", R"({"step":-1,"fired":[]})", R"([])",
