@@ -349,7 +349,7 @@ TEST(PinsTest, AnAtomWhoseStateIsATreeIsRefused) {
 // does.
 TEST(PinsTest, LocalModelsDoWhatTheyDoAsAWhole) {
   int compared = 0;
-  for (unsigned int seed = 1; seed <= 300; ++seed) {
+  for (unsigned int seed = 1; seed <= 30; ++seed) {
     const PromisedModel drawn(seed);
     try {
       const auto whole = Loaded(drawn.make(Locality::UNDECLARED)).transitions(false);
@@ -359,7 +359,7 @@ TEST(PinsTest, LocalModelsDoWhatTheyDoAsAWhole) {
       continue;  // it raises flags without markers, or has atoms with trees
     }
   }
-  EXPECT_GE(compared, 30);
+  EXPECT_GE(compared, 8);
 }
 
 // ---- Loading
