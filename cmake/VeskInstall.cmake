@@ -52,14 +52,26 @@ install(FILES
   ${PROJECT_BINARY_DIR}/cmake/vesk-config.cmake
   ${PROJECT_BINARY_DIR}/cmake/vesk-config-version.cmake
   ${PROJECT_SOURCE_DIR}/cmake/VeskAddModel.cmake
+  ${PROJECT_SOURCE_DIR}/cmake/VeskPins.cmake
   DESTINATION ${VESK_INSTALL_CMAKEDIR} COMPONENT development)
+# The plugins for LTSmin are compiled with the headers that the user has.
+foreach(kind PINS PINS_ENGINE)
+  foreach(file ${VESK_${kind}_FILES})
+    cmake_path(GET file PARENT_PATH folder)
+    install(FILES ${VESK_${kind}_FOLDER}/${file}
+      DESTINATION ${VESK_INSTALL_CMAKEDIR}/pins/${folder} COMPONENT development)
+    configure_file(${VESK_${kind}_FOLDER}/${file} ${PROJECT_BINARY_DIR}/cmake/pins/${file} COPYONLY)
+  endforeach()
+endforeach()
 install(EXPORT vesk-targets NAMESPACE vesk::
   DESTINATION ${VESK_INSTALL_CMAKEDIR} COMPONENT development)
 
 # The build can be used like an installation: -D vesk_DIR=<build>/cmake.
 export(EXPORT vesk-targets NAMESPACE vesk:: FILE ${PROJECT_BINARY_DIR}/cmake/vesk-targets.cmake)
-configure_file(${PROJECT_SOURCE_DIR}/cmake/VeskAddModel.cmake
-  ${PROJECT_BINARY_DIR}/cmake/VeskAddModel.cmake COPYONLY)
+foreach(module VeskAddModel VeskPins)
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/${module}.cmake
+    ${PROJECT_BINARY_DIR}/cmake/${module}.cmake COPYONLY)
+endforeach()
 
 # For pkg-config, with the prefix relative to the file's own place.
 set(VESK_PKGCONFIGDIR ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
