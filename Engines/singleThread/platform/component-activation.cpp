@@ -2,6 +2,7 @@
 #include <iostream>
 
 #include "activation-check.hpp"
+#include "activation-plan.hpp"
 #include "chain.hpp"
 #include "component.hpp"
 #include "connector.hpp"
@@ -11,6 +12,7 @@
 #include "priority.hpp"
 
 using Vesk::Chain;
+using Vesk::LegalConnectors;
 
 namespace {
 
@@ -46,7 +48,7 @@ void dominate(Priority& priority, Interaction& low, Interaction& high) {
 }
 
 // The low interaction gives way to everything else that is legal. False when it cannot be applied.
-bool yieldToAll(Priority& priority, Connector* legals) {
+bool yieldToAll(Priority& priority, const LegalConnectors& legals) {
   Connector* lower = priority.low()->connector();
   if (lower->isSubconnSameHolder()) {
     warnAboutLow(*lower);
@@ -54,7 +56,7 @@ bool yieldToAll(Priority& priority, Connector* legals) {
   }
   for (Interaction* low : Chain(lower->feasibleInter())) {
     if (!contains(*low, *priority.low())) continue;
-    for (Connector* legal : Chain(legals)) {
+    for (Connector* legal = legals.first; legal != legals.end; legal = legal->next()) {
       if (legal == lower) continue;
       for (Interaction* high : Chain(legal->feasibleInter())) dominate(priority, *low, *high);
     }
@@ -86,8 +88,13 @@ bool yieldToHigh(Priority& priority) {
 // 3. The priorities of this compound.
 // 4. What the priorities have changed.
 Connector* Compound::activate(bool incremental) {
-  subactivate(incremental);
-  activateAlone(incremental);
+  Vesk::ActivationPlan* const plan = incremental ? Vesk::ActivationPlan::of(*this) : nullptr;
+  if (plan != nullptr) {
+    plan->run();
+  } else {
+    subactivate(incremental);
+    activateAlone(incremental);
+  }
 #ifdef VESK_VALIDATE
   Vesk::checkActivation(*this);
 #endif
@@ -96,7 +103,7 @@ Connector* Compound::activate(bool incremental) {
 
 void Compound::activateAlone(bool incremental) {
   evaluateConnectors(incremental);
-  applyPriorities();
+  applyPriorities({mLegalHead, nullptr});
   settleConnectors();
 }
 
@@ -157,7 +164,7 @@ void Compound::evaluateConnectors(bool incremental) {
 
 // A priority whose guard does not hold counts as evaluated until the links of its connectors are
 // reset. One that cannot be applied is tried again, with its warning, at every activation.
-void Compound::applyPriorities() {
+void Compound::applyPriorities(const LegalConnectors& legals) {
   for (Priority* priority : mPriorities) {
     if (!priority->guard()) {
       priority->setEvaluated(true);
@@ -165,21 +172,22 @@ void Compound::applyPriorities() {
     }
     if (priority->evaluated()) continue;
     const bool done =
-        priority->high() != nullptr ? yieldToHigh(*priority) : yieldToAll(*priority, mLegalHead);
+        priority->high() != nullptr ? yieldToHigh(*priority) : yieldToAll(*priority, legals);
     if (done) priority->setEvaluated(true);
   }
 }
 
 void Compound::settleConnectors() {
-  for (Connector* connector : mConnectors) {
-    for (Interaction* feasible : Chain(connector->feasibleInter())) {
-      if (feasible->constraint() == nullptr || feasible->dominated()) continue;
-      feasible->constraint()->applyDomination();
-    }
-    if (connector->recomputexPort()) {
-      connector->setRecomputexPort(false);
-      connector->computexPort();
-      connector->resetDependentLinks();
-    }
+  for (Connector* connector : mConnectors) settle(*connector);
+}
+
+void Compound::settle(Connector& connector) {
+  for (Interaction* feasible : Chain(connector.feasibleInter())) {
+    if (feasible->constraint() == nullptr || feasible->dominated()) continue;
+    feasible->constraint()->applyDomination();
   }
+  if (!connector.recomputexPort()) return;
+  connector.setRecomputexPort(false);
+  connector.computexPort();
+  connector.resetDependentLinks();
 }

@@ -8,6 +8,7 @@
 #include <memory>
 #include <unordered_map>
 
+#include "activation-plan.hpp"
 #include "clock.hpp"
 #include "connector.hpp"
 #include "constraint.hpp"
@@ -154,6 +155,7 @@ void Atom::notifyDependentConn() {
 }
 
 void Atom::resetLink() {
+  Vesk::ActivationPlan::noteMoved(*this);
   for (Connector* connector : mLinks) connector->resetLink();
 }
 
@@ -192,7 +194,9 @@ Compound::Compound(const char* name, const Compound* holder)
       mLegalTail(nullptr),
       mInternalTail(nullptr) {}
 
-Compound::~Compound() = default;
+Compound::~Compound() {
+  Vesk::ActivationPlan::drop(*this);
+}
 
 void Compound::initialize() {
   for (int i = 0; i < mComponents.count(); ++i) mComponents[i]->initialize();

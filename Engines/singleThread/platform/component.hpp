@@ -61,7 +61,9 @@ class Scheduler;
 
 namespace Vesk {
 class ActivationCheck;
-}
+class ActivationPlan;
+struct LegalConnectors;
+}  // namespace Vesk
 
 // A node of the component tree.
 class Component {
@@ -249,14 +251,16 @@ class Compound : public Component {
 
  private:
   friend class Vesk::ActivationCheck;
+  friend class Vesk::ActivationPlan;
 
   void setSchedulerOfAtoms(Scheduler* scheduler);
   void activateAlone(bool incremental);
   void takeListsOf(Compound& part);
   void takeInternalsOf(Atom& atom);
   void evaluateConnectors(bool incremental);
-  void applyPriorities();
+  void applyPriorities(const Vesk::LegalConnectors& legals);
   void settleConnectors();
+  static void settle(Connector& connector);
   static bool isTimedInternal(const Port& port);
 
   Connector* mLegalHead;  // the list that activate() is building, and its last element

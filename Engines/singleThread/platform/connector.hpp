@@ -165,12 +165,21 @@ class Connector {
   // activate() returns; connectors come out in reverse order of the walk.
   Connector* next() const { return mNext; }
   void setNext(Connector* connector) { mNext = connector; }
-  // Evaluated since the last resetLink().
+  // Evaluated since the last resetLink(). A class that wants a new evaluation calls
+  // setEvaluated(false): in a system with hundreds of connectors a value written into mEval,
+  // mLegal, mSubconn or mRecomputexPort from outside the hooks of this connector is noticed some
+  // steps later.
   bool evaluated() const { return mEval; }
-  void setEvaluated(bool evaluated) { mEval = evaluated; }
+  void setEvaluated(bool evaluated) {
+    mEval = evaluated;
+    if (!evaluated) noteEvaluation();
+  }
   // A priority has changed the interactions, so the exported port must be computed again.
   bool recomputexPort() const { return mRecomputexPort; }
-  void setRecomputexPort(bool recompute) { mRecomputexPort = recompute; }
+  void setRecomputexPort(bool recompute) {
+    mRecomputexPort = recompute;
+    if (recompute) noteDomination();
+  }
   // The connectors that use the exported port.
   Array<Connector, false>& links() { return mLinks; }
   // What the connector promises about itself, for exploration; see locality.hpp. Called by its
@@ -211,6 +220,8 @@ class Connector {
   Interaction* addFeasible(const BitVector& enabled, const BitVector& set, Interaction* list);
   Interaction* firstPossible(const Vesk::Time& t) const;
   void resetAlone(Vesk::WorkStack<Connector*>& dependent);
+  void noteEvaluation();
+  void noteDomination();
 
   bool mEvaluating;  // in the middle of eval(): exported ports must not form a ring
   bool mReported;    // that a broadcast has very many sets to look at

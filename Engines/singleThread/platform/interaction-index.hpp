@@ -6,6 +6,7 @@
 #include <memory>
 #include <vector>
 
+#include "activation-plan.hpp"
 #include "interaction.hpp"
 
 namespace Vesk {
@@ -18,12 +19,18 @@ class InteractionIndex {
   InteractionIndex(const InteractionIndex&) = delete;
   InteractionIndex& operator=(const InteractionIndex&) = delete;
   ~InteractionIndex() {
+    if (plan != nullptr) plan->forget(rank);
     for (HashTable<Interaction>::Cell* cell : mAll) {
       Interaction* interaction = cell->element();
       Interaction::TABLE.remove(cell);
       delete interaction;
     }
   }
+
+  // The plan of activations that has the connector, which may be none, and its rank there. They
+  // stand here because models that were compiled earlier know the size of a connector.
+  ActivationPlan* plan = nullptr;
+  std::size_t rank = 0;
 
   // Null when there is none.
   Interaction* find(const BitVector& set) {

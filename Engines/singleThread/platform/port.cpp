@@ -5,6 +5,7 @@
 #include <cstring>
 #include <string>
 
+#include "activation-plan.hpp"
 #include "clock.hpp"
 #include "component.hpp"
 #include "connector.hpp"
@@ -118,6 +119,12 @@ GenericClock* Port::displayClock() const {
 bool Port::guard() const {
   if (mAtomHolder != nullptr) return true;
   return mConnHolder != nullptr && mConnHolder->guard();
+}
+
+// ---- Internal ports ----------------------------------------------------------------------------
+
+void Port::noteInternal() {
+  Vesk::ActivationPlan::noteInternalPort();
 }
 
 // ---- Links -------------------------------------------------------------------------------------

@@ -72,7 +72,10 @@ class Port : public Executable {
   // Fired by the atom itself or from the compound's list of internal ports, not through a
   // connector.
   bool isInternal() const { return mInternal; }
-  void setInternal(bool internal = true) { mInternal = internal; }
+  void setInternal(bool internal = true) {
+    mInternal = internal;
+    if (internal) noteInternal();
+  }
   // Link of a compound's list of enabled timed internal ports, rebuilt at every activation. The
   // head is in the compound; ports come out in reverse order of the walk.
   Port* next() const { return mNext; }
@@ -98,6 +101,8 @@ class Port : public Executable {
   Port* mNext;
 
  private:
+  static void noteInternal();
+
   // malloc; a label that does not fit into LABEL, or null; freed by the destructor
   char* mLongLabel;
 };

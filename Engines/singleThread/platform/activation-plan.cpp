@@ -1,0 +1,333 @@
+#include "activation-plan.hpp"
+
+#include <algorithm>
+#include <memory>
+#include <unordered_map>
+
+#include "component.hpp"
+#include "connector.hpp"
+#include "interaction-index.hpp"
+#include "port.hpp"
+
+namespace {
+
+constexpr int FEW_PARTS = 64;              // up to which the walk is as quick
+constexpr std::size_t MANY_TURNS = 256;    // from which a run does not look at all connectors
+constexpr std::size_t LOOKS = 4;           // but at so many
+constexpr unsigned int FEW_RUNS = 4;       // a plan with fewer has not paid
+constexpr unsigned int MOST_WALKS = 1023;  // between two attempts to make a plan
+constexpr unsigned int FOR_EVER = ~0u;
+
+// Counts parts up to a limit, so that the depth of the recursion is limited as well.
+void countParts(Compound& compound, int limit, int& parts) {
+  parts += compound.connectors().count() + compound.components().count();
+  for (int i = 0; i < compound.components().count() && parts <= limit; ++i) {
+    Component* component = compound.components()[i];
+    if (component->isCompound()) countParts(static_cast<Compound&>(*component), limit, parts);
+  }
+}
+
+bool isSmall(Compound& root) {
+  int parts = 0;
+  countParts(root, FEW_PARTS, parts);
+  return parts <= FEW_PARTS;
+}
+
+bool hasInternalPorts(const Atom& atom) {
+  for (const Port* port : const_cast<Atom&>(atom).ports()) {
+    if (port->isInternal()) return true;
+  }
+  return false;
+}
+
+int countOf(Compound& compound) {
+  return compound.components().count() + compound.connectors().count() +
+         compound.priorities().count();
+}
+
+}  // namespace
+
+namespace Vesk {
+
+// ---- The plans of this process -----------------------------------------------------------------
+
+struct ActivationPlan::Registry {
+  struct Entry {
+    std::unique_ptr<ActivationPlan> plan;
+    unsigned int walks = 0;     // to be done before the next attempt
+    unsigned int patience = 0;  // as many were done before the last attempt
+
+    void postpone() { walks = patience = std::min(2 * patience + 1, MOST_WALKS); }
+    ActivationPlan* current(Compound& root);
+    void retire();
+  };
+
+  // Never destroyed: compounds may end after everything else.
+  static std::unordered_map<const Compound*, Entry>& entries() {
+    static auto* all = new std::unordered_map<const Compound*, Entry>;
+    return *all;
+  }
+
+  static unsigned int plans;
+  static unsigned int internalPorts;
+};
+
+unsigned int ActivationPlan::Registry::plans = 0;
+unsigned int ActivationPlan::Registry::internalPorts = 0;
+
+ActivationPlan* ActivationPlan::Registry::Entry::current(Compound& root) {
+  if (plan != nullptr) {
+    if (plan->holds()) return plan.get();
+    retire();
+  }
+  if (walks > 0) {
+    if (walks != FOR_EVER) --walks;
+    return nullptr;
+  }
+  if (isSmall(root)) {
+    postpone();
+    return nullptr;
+  }
+  plan = std::make_unique<ActivationPlan>(root);
+  if (plan->mUsable) return plan.get();
+  plan.reset();
+  walks = FOR_EVER;
+  return nullptr;
+}
+
+void ActivationPlan::Registry::Entry::retire() {
+  if (plan->mWrittenByHand) {
+    walks = FOR_EVER;
+  } else if (plan->mRuns < FEW_RUNS) {
+    postpone();
+  } else {
+    patience = 0;
+  }
+  plan.reset();
+}
+
+ActivationPlan* ActivationPlan::of(Compound& root) {
+  return Registry::entries()[&root].current(root);
+}
+
+void ActivationPlan::drop(const Compound& root) {
+  auto& entries = Registry::entries();
+  if (!entries.empty()) entries.erase(&root);
+}
+
+void ActivationPlan::noteMoved(const Atom& atom) {
+  if (Registry::plans > 0 && hasInternalPorts(atom)) noteInternalPort();
+}
+
+void ActivationPlan::noteInternalPort() {
+  ++Registry::internalPorts;
+}
+
+// ---- Construction ------------------------------------------------------------------------------
+
+// Everything is pending, so that the first run does all that the walk does.
+ActivationPlan::ActivationPlan(Compound& root)
+    : mHead(nullptr),
+      mLookedAt(0),
+      mInternalPorts(Registry::internalPorts),
+      mRuns(0),
+      mUsable(true),
+      mDisturbed(false),
+      mWrittenByHand(false) {
+  ++Registry::plans;
+  rankParts(root);
+  mPending.reset(mTurns.size());
+  mUnsettled.reset(mTurns.size());
+  mListed.reset(mTurns.size());
+  for (std::size_t rank = 0; rank < mTurns.size(); ++rank) mPending.add(rank);
+}
+
+ActivationPlan::~ActivationPlan() {
+  --Registry::plans;
+  for (const Turn& turn : mTurns) {
+    if (turn.connector == nullptr) continue;
+    InteractionIndex& index = turn.connector->interactions();
+    if (index.plan == this) index.plan = nullptr;
+  }
+}
+
+// The order of the walk: the components of a compound, its connectors, its end.
+void ActivationPlan::rankParts(Compound& root) {
+  struct Visit {
+    std::size_t part;
+    int component;  // the next one
+  };
+  std::vector<Visit> visits;
+  const auto enter = [&](Compound& compound) {
+    visits.push_back({mParts.size(), 0});
+    mParts.push_back({&compound, mTurns.size(), 0, 0, countOf(compound)});
+  };
+  enter(root);
+  while (!visits.empty() && mUsable) {
+    Visit& visit = visits.back();
+    Part& part = mParts[visit.part];
+    if (visit.component == part.compound->components().count()) {
+      rankConnectors(part);
+      visits.pop_back();
+      continue;
+    }
+    Component* component = part.compound->components()[visit.component++];
+    if (component->isCompound()) {
+      enter(static_cast<Compound&>(*component));
+    } else if (component->isAtom() && hasInternalPorts(static_cast<Atom&>(*component))) {
+      mUsable = false;
+    }
+  }
+}
+
+// A connector that stands in two places has no single turn.
+void ActivationPlan::rankConnectors(Part& part) {
+  const auto index = static_cast<std::size_t>(&part - mParts.data());
+  part.own = mTurns.size();
+  for (Connector* connector : part.compound->connectors()) {
+    InteractionIndex& place = connector->interactions();
+    if (place.plan == this) mUsable = false;
+    if (place.plan != nullptr) place.plan->disturb();
+    place.plan = this;
+    place.rank = mTurns.size();
+    mTurns.push_back({connector, index});
+  }
+  part.end = mTurns.size();
+  mTurns.push_back({nullptr, index});
+  if (part.compound->priorities().count() > 0) mPriorityEnds.push_back(part.end);
+}
+
+// ---- Whether it still fits ---------------------------------------------------------------------
+
+bool ActivationPlan::holds() {
+  if (mDisturbed || mInternalPorts != Registry::internalPorts || !hasAllParts()) return false;
+  mWrittenByHand = !looksUntouched();
+  return !mWrittenByHand;
+}
+
+bool ActivationPlan::hasAllParts() const {
+  for (const Part& part : mParts) {
+    if (countOf(*part.compound) != part.count) return false;
+  }
+  return true;
+}
+
+bool ActivationPlan::looksUntouched() {
+  const std::size_t looks = mTurns.size() < MANY_TURNS ? mTurns.size() : LOOKS;
+  for (std::size_t i = 0; i < looks; ++i) {
+    if (mLookedAt >= mTurns.size()) mLookedAt = 0;
+    if (!looksUntouched(mLookedAt++)) return false;
+  }
+  return true;
+}
+
+bool ActivationPlan::looksUntouched(std::size_t rank) const {
+  const Connector* connector = mTurns[rank].connector;
+  if (connector == nullptr || mPending.has(rank)) return true;
+  const bool listed = connector->legal() && !connector->isSubconn();
+  if (!connector->evaluated() || listed != mListed.has(rank)) return false;
+  if (connector->recomputexPort() && !mUnsettled.has(rank)) return false;
+  const std::size_t below = listed ? mListed.below(rank) : RankSet::NONE;
+  return connector->next() == connectorAt(below);
+}
+
+void ActivationPlan::noteDomination(std::size_t rank) {
+  mUnsettled.add(rank);
+  mPending.add(mParts[mTurns[rank].compound].end);
+}
+
+void ActivationPlan::forget(std::size_t rank) {
+  mTurns[rank].connector = nullptr;
+  mDisturbed = true;
+}
+
+// ---- The run -----------------------------------------------------------------------------------
+
+// What is noted for a rank that the run has passed waits for the next one, as with the walk.
+Connector* ActivationPlan::run() {
+  ++mRuns;
+  for (const std::size_t end : mPriorityEnds) mPending.add(end);
+  std::size_t rank = mPending.from(0);
+  while (rank != RankSet::NONE) {
+    mPending.remove(rank);
+    if (mTurns[rank].connector != nullptr) {
+      visitConnector(rank);
+    } else {
+      finish(mParts[mTurns[rank].compound]);
+    }
+    rank = mPending.from(rank + 1);
+  }
+  fillEnds();
+  return mHead;
+}
+
+// Its evaluation notes it once more.
+void ActivationPlan::visitConnector(std::size_t rank) {
+  Connector& connector = *mTurns[rank].connector;
+  connector.eval(true);
+  if (connector.evaluated()) mPending.remove(rank);
+  list(rank, connector.legal() && !connector.isSubconn());
+  noteDomination(rank);
+}
+
+// Puts a connector into the list, or takes it out.
+void ActivationPlan::list(std::size_t rank, bool legal) {
+  Connector* connector = mTurns[rank].connector;
+  const std::size_t above = mListed.from(rank + 1);
+  Connector* const next = connectorAt(mListed.below(rank));
+  if (legal) {
+    mListed.add(rank);
+    connector->setNext(next);
+  } else {
+    mListed.remove(rank);
+    connector->setNext(nullptr);
+  }
+  Connector* const first = legal ? connector : next;
+  if (above == RankSet::NONE) {
+    mHead = first;
+  } else {
+    mTurns[above].connector->setNext(first);
+  }
+}
+
+// The priorities of a compound, then what they and evaluations have changed in its connectors.
+void ActivationPlan::finish(const Part& part) {
+  if (part.compound->priorities().count() > 0) part.compound->applyPriorities(legalsOf(part));
+  std::size_t rank = mUnsettled.from(part.own);
+  while (rank < part.end) {
+    mUnsettled.remove(rank);
+    Compound::settle(*mTurns[rank].connector);
+    rank = mUnsettled.from(rank + 1);
+  }
+}
+
+LegalConnectors ActivationPlan::legalsOf(const Part& part) const {
+  const std::size_t last = mListed.below(part.end);
+  const bool none = last == RankSet::NONE || last < part.first;
+  Connector* const end = connectorAt(mListed.below(part.first));
+  return {none ? end : connectorAt(last), end};
+}
+
+Connector* ActivationPlan::connectorAt(std::size_t rank) const {
+  return rank != RankSet::NONE ? mTurns[rank].connector : nullptr;
+}
+
+// What the walk leaves in the compounds. Those below the root need the ends of their lists for the
+// next walk alone, which finds them again, and for the check of the lists.
+void ActivationPlan::fillEnds() {
+#ifdef VESK_VALIDATE
+  const std::size_t count = mParts.size();
+#else
+  const std::size_t count = 1;
+#endif
+  for (std::size_t i = 0; i < count; ++i) {
+    const Part& part = mParts[i];
+    const LegalConnectors legals = legalsOf(part);
+    const bool none = legals.first == legals.end;
+    part.compound->mLegalHead = none ? nullptr : legals.first;
+    part.compound->mLegalTail = none ? nullptr : connectorAt(mListed.from(part.first));
+    part.compound->mInternals = part.compound->mInternalTail = nullptr;
+  }
+}
+
+}  // namespace Vesk

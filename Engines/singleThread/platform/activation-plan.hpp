@@ -1,0 +1,111 @@
+// What activate(true) remembers from one step to the next. Private to the engine.
+#ifndef VESK_ACTIVATION_PLAN_HPP
+#define VESK_ACTIVATION_PLAN_HPP
+
+#include <cstddef>
+#include <vector>
+
+#include "rank-set.hpp"
+
+class Atom;
+class Compound;
+class Connector;
+
+namespace Vesk {
+
+// A part of the list of legal connectors, from its first one to the one behind its last.
+struct LegalConnectors {
+  Connector* first;
+  const Connector* end;
+};
+
+// Does what the walk of the tree does, but visits only what has changed since the last time. Every
+// connector and the end of every compound has a rank, its turn in the walk. Whatever makes a
+// connector evaluate again notes its rank here, and a run goes through the noted ranks in their
+// order: hooks are called as often and in the same order as by the walk, and the lists are the
+// same. The guards of all priorities are asked in every run, as by the walk.
+//
+// The walk is done, and the plan is made again when it pays, when parts have been added, and when
+// something else has walked the connectors. It is always done for
+// - small systems, which gain nothing;
+// - systems with internal ports, which may be enabled in any way at any time;
+// - systems that turn out to write the flags of their connectors by hand. The fields of a connector
+//   are open to the classes of models, and such a write cannot be noted. Before each run the plan
+//   looks for one, at all connectors or, of many, at some in turns; the first one ends the plan.
+class ActivationPlan {
+ public:
+  // The plan for the next activate(true) of a compound, null when it has to walk.
+  static ActivationPlan* of(Compound& root);
+  // Forgets the plan of a compound that ends.
+  static void drop(const Compound& root);
+  // An atom has moved, or a port has been made internal: the list of internal ports may be no
+  // longer empty.
+  static void noteMoved(const Atom& atom);
+  static void noteInternalPort();
+
+  explicit ActivationPlan(Compound& root);
+  ActivationPlan(const ActivationPlan&) = delete;
+  ActivationPlan& operator=(const ActivationPlan&) = delete;
+  ~ActivationPlan();
+
+  // Returns the head of the list of legal connectors. Requires: holds().
+  Connector* run();
+
+  // The connector with this rank evaluates again, or has been evaluated.
+  void noteEvaluation(std::size_t rank) { mPending.add(rank); }
+  // A priority has changed its interactions.
+  void noteDomination(std::size_t rank);
+  // The connector with this rank ends.
+  void forget(std::size_t rank);
+  // Something else has linked connectors.
+  void disturb() { mDisturbed = true; }
+
+ private:
+  struct Registry;
+
+  // The turn of a connector, or without one that of the end of a compound.
+  struct Turn {
+    Connector* connector;
+    std::size_t compound;  // index of the compound that has the connector
+  };
+  // A compound with the ranks of its parts: those of its components from first on, those of its
+  // connectors from own on, its end.
+  struct Part {
+    Compound* compound;
+    std::size_t first;
+    std::size_t own;
+    std::size_t end;
+    int count;  // of everything in its lists
+  };
+
+  void rankParts(Compound& root);
+  void rankConnectors(Part& part);
+  bool holds();
+  bool hasAllParts() const;
+  bool looksUntouched();
+  bool looksUntouched(std::size_t rank) const;
+  void visitConnector(std::size_t rank);
+  void list(std::size_t rank, bool legal);
+  void finish(const Part& part);
+  LegalConnectors legalsOf(const Part& part) const;
+  Connector* connectorAt(std::size_t rank) const;
+  void fillEnds();
+
+  std::vector<Part> mParts;
+  std::vector<Turn> mTurns;
+  std::vector<std::size_t> mPriorityEnds;  // of the compounds that have priorities
+  RankSet mPending;                        // still to be visited
+  RankSet mUnsettled;                      // connectors whose interactions have changed
+  RankSet mListed;
+  Connector* mHead;
+  std::size_t mLookedAt;
+  unsigned int mInternalPorts;  // how often one had been noted when the plan was made
+  unsigned int mRuns;
+  bool mUsable;
+  bool mDisturbed;
+  bool mWrittenByHand;
+};
+
+}  // namespace Vesk
+
+#endif
