@@ -84,7 +84,7 @@ class Engine {
   // MAX when nothing is urgent.
   Interval& wait() { return mWait; }
   // Nothing is left that no filter has removed.
-  bool deadlock() const { return mInteractions.count() == 0; }
+  bool deadlock() const { return mInteractions.begin() == mInteractions.end(); }
 
   Compound& mSystem;
   LogicalClock& mLogicalClock;
