@@ -34,8 +34,7 @@ Vesk::Time driftOf(const Constraint& constraint, const GenericClock* holder) {
 }  // namespace
 
 Port::Port(const char* name, const Atom* holder)
-    : LABEL{},
-      mName(Vesk::duplicate(name)),
+    : mName(Vesk::duplicate(name)),
       mAtomHolder(const_cast<Atom*>(holder)),  // firing the port moves the atom
       mConnHolder(nullptr),
       mSynced(false),
@@ -45,6 +44,7 @@ Port::Port(const char* name, const Atom* holder)
       mInternal(false),
       mNext(nullptr),
       mLongLabel(nullptr) {
+  LABEL[0] = '\0';  // the rest stays untouched until the label is built
   keepOwnConstraint();
 }
 
