@@ -149,7 +149,7 @@ class Model {
       : platform("platform"), logical("logical", platform), root("R"), mDraw(seed) {
     mTimed = mDraw.coin();
     calm = mDraw.coin();
-    mInternals = !calm && mDraw.below(4) == 0;
+    mInternals = mDraw.below(4) == 0;
     mCompounds.push_back(&root);
     const int compounds = mDraw.below(4);
     for (int i = 0; i < compounds; ++i) mCompounds.push_back(addCompound());
@@ -184,7 +184,8 @@ class Model {
         addAtom()->initialize(&logical);
         return addConnector();
       case 6:
-        if (mInternals) mAtoms[static_cast<std::size_t>(below(mAtoms))]->ports()[0]->setInternal();
+        if (mInternals && !calm)
+          mAtoms[static_cast<std::size_t>(below(mAtoms))]->ports()[0]->setInternal();
         return;
       default:
         return;

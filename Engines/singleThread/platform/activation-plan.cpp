@@ -68,12 +68,15 @@ struct ActivationPlan::Registry {
     return *all;
   }
 
-  static unsigned int plans;
-  static unsigned int internalPorts;
+  // The atoms with internal ports that plans look at, and how many plans do.
+  static std::unordered_map<const Atom*, int>& watchedAtoms() {
+    static auto* all = new std::unordered_map<const Atom*, int>;
+    return *all;
+  }
 };
 
-unsigned int ActivationPlan::Registry::plans = 0;
-unsigned int ActivationPlan::Registry::internalPorts = 0;
+unsigned int ActivationPlan::sPlans = 0;
+unsigned int ActivationPlan::sInternalPorts = 0;
 
 ActivationPlan* ActivationPlan::Registry::Entry::current(Compound& root) {
   if (plan != nullptr) {
@@ -91,7 +94,7 @@ ActivationPlan* ActivationPlan::Registry::Entry::current(Compound& root) {
   plan = std::make_unique<ActivationPlan>(root);
   if (plan->mUsable) return plan.get();
   plan.reset();
-  walks = FOR_EVER;
+  walks = FOR_EVER;  // a connector has two places
   return nullptr;
 }
 
@@ -115,12 +118,8 @@ void ActivationPlan::drop(const Compound& root) {
   if (!entries.empty()) entries.erase(&root);
 }
 
-void ActivationPlan::noteMoved(const Atom& atom) {
-  if (Registry::plans > 0 && hasInternalPorts(atom)) noteInternalPort();
-}
-
-void ActivationPlan::noteInternalPort() {
-  ++Registry::internalPorts;
+void ActivationPlan::noteMovedAtom(const Atom& atom) {
+  if (hasInternalPorts(atom) && Registry::watchedAtoms().count(&atom) == 0) noteInternalPort();
 }
 
 // ---- Construction ------------------------------------------------------------------------------
@@ -129,12 +128,12 @@ void ActivationPlan::noteInternalPort() {
 ActivationPlan::ActivationPlan(Compound& root)
     : mHead(nullptr),
       mLookedAt(0),
-      mInternalPorts(Registry::internalPorts),
+      mInternalPorts(sInternalPorts),
       mRuns(0),
       mUsable(true),
       mDisturbed(false),
       mWrittenByHand(false) {
-  ++Registry::plans;
+  ++sPlans;
   rankParts(root);
   mPending.reset(mTurns.size());
   mUnsettled.reset(mTurns.size());
@@ -143,11 +142,15 @@ ActivationPlan::ActivationPlan(Compound& root)
 }
 
 ActivationPlan::~ActivationPlan() {
-  --Registry::plans;
+  --sPlans;
   for (const Turn& turn : mTurns) {
     if (turn.connector == nullptr) continue;
     InteractionIndex& index = turn.connector->interactions();
     if (index.plan == this) index.plan = nullptr;
+  }
+  auto& watched = Registry::watchedAtoms();
+  for (const InternalTurn& turn : mInternalTurns) {
+    if (turn.atom != nullptr && --watched[turn.atom] == 0) watched.erase(turn.atom);
   }
 }
 
@@ -155,34 +158,44 @@ ActivationPlan::~ActivationPlan() {
 void ActivationPlan::rankParts(Compound& root) {
   struct Visit {
     std::size_t part;
-    int component;  // the next one
+    int component;              // the next one
+    std::size_t internalTurns;  // before its first one
   };
-  std::vector<Visit> visits;
-  const auto enter = [&](Compound& compound) {
-    visits.push_back({mParts.size(), 0});
-    mParts.push_back({&compound, mTurns.size(), 0, 0, countOf(compound)});
-  };
-  enter(root);
-  while (!visits.empty() && mUsable) {
+  std::vector<Visit> visits{{enter(root), 0, 0}};
+  while (!visits.empty()) {
     Visit& visit = visits.back();
-    Part& part = mParts[visit.part];
-    if (visit.component == part.compound->components().count()) {
-      rankConnectors(part);
-      visits.pop_back();
+    Compound& compound = *mParts[visit.part].compound;
+    if (visit.component < compound.components().count()) {
+      Component* component = compound.components()[visit.component++];
+      if (component->isCompound()) {
+        visits.push_back({enter(static_cast<Compound&>(*component)), 0, mInternalTurns.size()});
+      } else if (component->isAtom() && hasInternalPorts(static_cast<Atom&>(*component))) {
+        watch(static_cast<Atom&>(*component), compound);
+      }
       continue;
     }
-    Component* component = part.compound->components()[visit.component++];
-    if (component->isCompound()) {
-      enter(static_cast<Compound&>(*component));
-    } else if (component->isAtom() && hasInternalPorts(static_cast<Atom&>(*component))) {
-      mUsable = false;
+    rankConnectors(visit.part);
+    const bool hasInternals = mInternalTurns.size() > visit.internalTurns;
+    visits.pop_back();
+    if (hasInternals && !visits.empty()) {
+      mInternalTurns.push_back({nullptr, &compound, mParts[visits.back().part].compound});
     }
   }
 }
 
+std::size_t ActivationPlan::enter(Compound& compound) {
+  mParts.push_back({&compound, mTurns.size(), 0, 0, countOf(compound)});
+  return mParts.size() - 1;
+}
+
+void ActivationPlan::watch(Atom& atom, Compound& compound) {
+  ++Registry::watchedAtoms()[&atom];
+  mInternalTurns.push_back({&atom, &compound, nullptr});
+}
+
 // A connector that stands in two places has no single turn.
-void ActivationPlan::rankConnectors(Part& part) {
-  const auto index = static_cast<std::size_t>(&part - mParts.data());
+void ActivationPlan::rankConnectors(std::size_t index) {
+  Part& part = mParts[index];
   part.own = mTurns.size();
   for (Connector* connector : part.compound->connectors()) {
     InteractionIndex& place = connector->interactions();
@@ -200,7 +213,7 @@ void ActivationPlan::rankConnectors(Part& part) {
 // ---- Whether it still fits ---------------------------------------------------------------------
 
 bool ActivationPlan::holds() {
-  if (mDisturbed || mInternalPorts != Registry::internalPorts || !hasAllParts()) return false;
+  if (mDisturbed || mInternalPorts != sInternalPorts || !hasAllParts()) return false;
   mWrittenByHand = !looksUntouched();
   return !mWrittenByHand;
 }
@@ -246,6 +259,7 @@ void ActivationPlan::forget(std::size_t rank) {
 // What is noted for a rank that the run has passed waits for the next one, as with the walk.
 Connector* ActivationPlan::run() {
   ++mRuns;
+  listInternals();
   for (const std::size_t end : mPriorityEnds) mPending.add(end);
   std::size_t rank = mPending.from(0);
   while (rank != RankSet::NONE) {
@@ -312,6 +326,19 @@ Connector* ActivationPlan::connectorAt(std::size_t rank) const {
   return rank != RankSet::NONE ? mTurns[rank].connector : nullptr;
 }
 
+// No hook is called for them, so they need not wait for their turns.
+void ActivationPlan::listInternals() {
+  for (const Part& part : mParts)
+    part.compound->mInternals = part.compound->mInternalTail = nullptr;
+  for (const InternalTurn& turn : mInternalTurns) {
+    if (turn.atom != nullptr) {
+      turn.compound->takeInternalsOf(*turn.atom);
+    } else {
+      turn.around->takeInternalsOf(*turn.compound);
+    }
+  }
+}
+
 // What the walk leaves in the compounds. Those below the root need the ends of their lists for the
 // next walk alone, which finds them again, and for the check of the lists.
 void ActivationPlan::fillEnds() {
@@ -326,7 +353,6 @@ void ActivationPlan::fillEnds() {
     const bool none = legals.first == legals.end;
     part.compound->mLegalHead = none ? nullptr : legals.first;
     part.compound->mLegalTail = none ? nullptr : connectorAt(mListed.from(part.first));
-    part.compound->mInternals = part.compound->mInternalTail = nullptr;
   }
 }
 

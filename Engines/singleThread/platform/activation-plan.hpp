@@ -23,12 +23,12 @@ struct LegalConnectors {
 // connector and the end of every compound has a rank, its turn in the walk. Whatever makes a
 // connector evaluate again notes its rank here, and a run goes through the noted ranks in their
 // order: hooks are called as often and in the same order as by the walk, and the lists are the
-// same. The guards of all priorities are asked in every run, as by the walk.
+// same. The guards of all priorities are asked in every run, and all atoms that have internal ports
+// are looked at, as by the walk.
 //
 // The walk is done, and the plan is made again when it pays, when parts have been added, and when
 // something else has walked the connectors. It is always done for
 // - small systems, which gain nothing;
-// - systems with internal ports, which may be enabled in any way at any time;
 // - systems that turn out to write the flags of their connectors by hand. The fields of a connector
 //   are open to the classes of models, and such a write cannot be noted. Before each run the plan
 //   looks for one, at all connectors or, of many, at some in turns; the first one ends the plan.
@@ -38,10 +38,11 @@ class ActivationPlan {
   static ActivationPlan* of(Compound& root);
   // Forgets the plan of a compound that ends.
   static void drop(const Compound& root);
-  // An atom has moved, or a port has been made internal: the list of internal ports may be no
-  // longer empty.
-  static void noteMoved(const Atom& atom);
-  static void noteInternalPort();
+  // An atom has moved, or a port has been made internal: it may be the first one of its atom.
+  static void noteMoved(const Atom& atom) {
+    if (sPlans > 0) noteMovedAtom(atom);
+  }
+  static void noteInternalPort() { ++sInternalPorts; }
 
   explicit ActivationPlan(Compound& root);
   ActivationPlan(const ActivationPlan&) = delete;
@@ -77,9 +78,20 @@ class ActivationPlan {
     std::size_t end;
     int count;  // of everything in its lists
   };
+  // A turn of the walk for internal ports: an atom that has some, or without one the end of the
+  // compound whose ports go over to the compound around it.
+  struct InternalTurn {
+    Atom* atom;
+    Compound* compound;
+    Compound* around;
+  };
+
+  static void noteMovedAtom(const Atom& atom);
 
   void rankParts(Compound& root);
-  void rankConnectors(Part& part);
+  std::size_t enter(Compound& compound);
+  void rankConnectors(std::size_t part);
+  void watch(Atom& atom, Compound& compound);
   bool holds();
   bool hasAllParts() const;
   bool looksUntouched();
@@ -89,10 +101,15 @@ class ActivationPlan {
   void finish(const Part& part);
   LegalConnectors legalsOf(const Part& part) const;
   Connector* connectorAt(std::size_t rank) const;
+  void listInternals();
   void fillEnds();
+
+  static unsigned int sPlans;
+  static unsigned int sInternalPorts;
 
   std::vector<Part> mParts;
   std::vector<Turn> mTurns;
+  std::vector<InternalTurn> mInternalTurns;
   std::vector<std::size_t> mPriorityEnds;  // of the compounds that have priorities
   RankSet mPending;                        // still to be visited
   RankSet mUnsettled;                      // connectors whose interactions have changed

@@ -132,6 +132,10 @@ void Compound::takeListsOf(Compound& part) {
     if (mLegalHead == nullptr) mLegalTail = part.mLegalTail;
     mLegalHead = part.mLegalHead;
   }
+  takeInternalsOf(part);
+}
+
+void Compound::takeInternalsOf(Compound& part) {
   if (part.mInternals != nullptr) {
     part.mInternalTail->setNext(mInternals);
     if (mInternals == nullptr) mInternalTail = part.mInternalTail;

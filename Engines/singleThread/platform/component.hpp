@@ -256,6 +256,7 @@ class Compound : public Component {
   void setSchedulerOfAtoms(Scheduler* scheduler);
   void activateAlone(bool incremental);
   void takeListsOf(Compound& part);
+  void takeInternalsOf(Compound& part);
   void takeInternalsOf(Atom& atom);
   void evaluateConnectors(bool incremental);
   void applyPriorities(const Vesk::LegalConnectors& legals);

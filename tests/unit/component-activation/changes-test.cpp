@@ -128,8 +128,14 @@ TEST_F(ManyPartsTest, AnInternalPortIsSeen) {
   Port* port = static_cast<Atom*>(system.components()[50])->ports()[0];
   port->setConstraint(&within);
   port->setInternal();
-  EXPECT_TRUE(walks());
+  walks();
   EXPECT_EQ(system.internals(), port);
+  for (int i = 0; i < 10; ++i) walks();
+  EXPECT_FALSE(walks());
+  EXPECT_EQ(system.internals(), port);
+  port->setSynced(false);
+  EXPECT_FALSE(walks());
+  EXPECT_EQ(system.internals(), nullptr);
 }
 
 TEST_F(ManyPartsTest, AnAtomThatMovesMayMakeItsPortInternalByHand) {
