@@ -3,8 +3,6 @@
 #include <cstdarg>
 #include <cstring>
 #include <iostream>
-#include <memory>
-#include <utility>
 
 #include "clock.hpp"
 #include "component.hpp"
@@ -58,13 +56,8 @@ Interaction* Interaction::copy() const {
 
 Interaction* Interaction::Create(const Connector* connector, const BitVector& set) {
   Vesk::InteractionIndex& index = connector->interactions();
-  Interaction* interaction = index.find(set);
-  if (interaction == nullptr) {
-    auto made = std::make_unique<Interaction>(connector, set);
-    interaction = made.get();
-    index.add(std::move(made));
-  }
-  return interaction;
+  Interaction* const interaction = index.find(set);
+  return interaction != nullptr ? interaction : index.make(connector, set);
 }
 
 Interaction* Interaction::Create(const Connector* connector, int n, ...) {
