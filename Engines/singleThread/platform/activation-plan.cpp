@@ -13,7 +13,7 @@ namespace {
 
 constexpr int FEW_PARTS = 64;              // up to which the walk is as quick
 constexpr std::size_t MANY_TURNS = 256;    // from which a run does not look at all connectors
-constexpr std::size_t LOOKS = 4;           // but at so many
+constexpr std::size_t LOOKS = 1;           // but at so many
 constexpr unsigned int FEW_RUNS = 4;       // a plan with fewer has not paid
 constexpr unsigned int MOST_WALKS = 1023;  // between two attempts to make a plan
 constexpr unsigned int FOR_EVER = ~0u;
@@ -203,6 +203,7 @@ void ActivationPlan::rankConnectors(std::size_t index) {
     if (place.plan != nullptr) place.plan->disturb();
     place.plan = this;
     place.rank = mTurns.size();
+    connector->setNext(nullptr);
     mTurns.push_back({connector, index});
   }
   part.end = mTurns.size();
@@ -286,6 +287,7 @@ void ActivationPlan::visitConnector(std::size_t rank) {
 
 // Puts a connector into the list, or takes it out.
 void ActivationPlan::list(std::size_t rank, bool legal) {
+  if (legal == mListed.has(rank)) return;
   Connector* connector = mTurns[rank].connector;
   const std::size_t above = mListed.from(rank + 1);
   Connector* const next = connectorAt(mListed.below(rank));
