@@ -90,7 +90,7 @@ class ActivationPlan {
 
   void rankParts(Compound& root);
   std::size_t enter(Compound& compound);
-  void rankConnectors(std::size_t part);
+  void rankConnectors(std::size_t index);
   void watch(Atom& atom, Compound& compound);
   bool holds();
   bool hasAllParts() const;
