@@ -9,6 +9,7 @@
 class Sender : public Atom {
  public:
   Sender(const char* name, const Compound* holder) : Atom(name, holder) {
+    declare(Vesk::Locality::REPEATABLE);
     addPort(new Port("send", this));
   }
 
@@ -33,6 +34,7 @@ class Receiver : public Atom {
  public:
   Receiver(const std::string& name, const Compound* holder, bool listens)
       : Atom(name.c_str(), holder), mListensFirst(listens) {
+    declare(Vesk::Locality::REPEATABLE);
     addPort(new Port("hear", this));
     addPort(new Port("done", this));
   }
@@ -70,7 +72,9 @@ class Receiver : public Atom {
 class Bus : public Connector {
  public:
   Bus(const char* name, const Compound* holder, Port* trigger)
-      : Connector(name, holder, false, 1, trigger) {}
+      : Connector(name, holder, false, 1, trigger) {
+    declare(Vesk::Locality::REPEATABLE);
+  }
   void attach(Port* receiver) { append(1, receiver); }
   bool complete() override { return mPorts[0]->complete(); }
 
@@ -87,7 +91,9 @@ class Bus : public Connector {
 class Done : public Connector {
  public:
   Done(const std::string& name, const Compound* holder, Port* port)
-      : Connector(name.c_str(), holder, false, 1, port) {}
+      : Connector(name.c_str(), holder, false, 1, port) {
+    declare(Vesk::Locality::REPEATABLE);
+  }
   bool isBroadcast() override { return false; }
   using Connector::guard;
   bool guard() override { return maximal(); }

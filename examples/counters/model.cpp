@@ -8,6 +8,7 @@
 class Counter : public Atom {
  public:
   Counter(const std::string& name, const Compound* holder) : Atom(name.c_str(), holder) {
+    declare(Vesk::Locality::REPEATABLE);
     addPort(new Port("step", this));
   }
 
@@ -48,7 +49,9 @@ class Counter : public Atom {
 class Step : public Connector {
  public:
   Step(const std::string& name, const Compound* holder, Port* port)
-      : Connector(name.c_str(), holder, false, 1, port) {}
+      : Connector(name.c_str(), holder, false, 1, port) {
+    declare(Vesk::Locality::REPEATABLE);
+  }
   bool isBroadcast() override { return false; }
   using Connector::guard;
   bool guard() override { return maximal(); }

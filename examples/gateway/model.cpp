@@ -12,6 +12,7 @@ class Alternator : public Atom {
  public:
   Alternator(const std::string& name, const Compound* holder, const char* first, const char* second)
       : Atom(name.c_str(), holder) {
+    declare(Vesk::Locality::REPEATABLE);
     addPort(new Port(first, this));
     addPort(new Port(second, this));
   }
@@ -47,6 +48,7 @@ class Alternator : public Atom {
 class Group : public Connector {
  public:
   Group(const char* name, const Compound* holder) : Connector(name, holder, true) {
+    declare(Vesk::Locality::REPEATABLE);
     mxPort = new Port("out", this);
   }
   void attach(Port* port) { append(1, port); }
@@ -85,7 +87,9 @@ class Any : public Group {
 class Step : public Connector {
  public:
   Step(const std::string& name, const Compound* holder, Port* port)
-      : Connector(name.c_str(), holder, false, 1, port) {}
+      : Connector(name.c_str(), holder, false, 1, port) {
+    declare(Vesk::Locality::REPEATABLE);
+  }
   bool isBroadcast() override { return false; }
   using Connector::guard;
   bool guard() override { return maximal(); }
@@ -95,7 +99,9 @@ class Step : public Connector {
 class Link : public Connector {
  public:
   Link(const char* name, const Compound* holder, Port* one, Port* other)
-      : Connector(name, holder, false, 2, one, other) {}
+      : Connector(name, holder, false, 2, one, other) {
+    declare(Vesk::Locality::REPEATABLE);
+  }
   bool isBroadcast() override { return false; }
   using Connector::guard;
   bool guard() override { return maximal(); }

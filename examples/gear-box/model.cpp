@@ -10,7 +10,9 @@ constexpr int MILLISECOND = 1000;  // in microseconds
 // An atom with one clock, from whose last restart all of its constraints count.
 class TimedAtom : public Atom {
  public:
-  TimedAtom(const char* name, const Compound* holder) : Atom(name, holder) {}
+  TimedAtom(const char* name, const Compound* holder) : Atom(name, holder) {
+    declare(Vesk::Locality::REPEATABLE);  // an exploration has no clock
+  }
 
   void initialize(LogicalClock* clock) override {
     if (clock != nullptr) {
@@ -324,9 +326,13 @@ class Gears : public TimedAtom {
 class Rendezvous : public Connector {
  public:
   Rendezvous(const char* name, const Compound* holder, Port* port)
-      : Connector(name, holder, false, 1, port) {}
+      : Connector(name, holder, false, 1, port) {
+    declare(Vesk::Locality::REPEATABLE);
+  }
   Rendezvous(const char* name, const Compound* holder, Port* first, Port* second, Port* third)
-      : Connector(name, holder, false, 3, first, second, third) {}
+      : Connector(name, holder, false, 3, first, second, third) {
+    declare(Vesk::Locality::REPEATABLE);
+  }
   bool isBroadcast() override { return false; }
   using Connector::guard;
   bool guard() override { return maximal(); }
@@ -337,10 +343,12 @@ class Exporting : public Connector {
  public:
   Exporting(const char* name, const Compound* holder, Port* port)
       : Connector(name, holder, true, 1, port) {
+    declare(Vesk::Locality::REPEATABLE);
     mxPort = new Port(name, this);
   }
   Exporting(const char* name, const Compound* holder, Port* first, Port* second)
       : Connector(name, holder, true, 2, first, second) {
+    declare(Vesk::Locality::REPEATABLE);
     mxPort = new Port(name, this);
   }
   bool isBroadcast() override { return false; }
@@ -355,6 +363,7 @@ class ExportingSelect : public Connector {
       : Connector(name, holder, true, 1, static_cast<Port*>(gears)),
         mGears(gears),
         mExported(new GearPort(name, this, mGear)) {
+    declare(Vesk::Locality::REPEATABLE);
     mxPort = mExported;
   }
 
@@ -380,7 +389,9 @@ class HandGear : public Connector {
   HandGear(const char* name, const Compound* holder, GearPort* from, GearPort* to)
       : Connector(name, holder, false, 2, static_cast<Port*>(from), static_cast<Port*>(to)),
         mFrom(from),
-        mTo(to) {}
+        mTo(to) {
+    declare(Vesk::Locality::REPEATABLE);  // dn() is for timed runs
+  }
   bool isBroadcast() override { return false; }
   using Connector::guard;
   bool guard() override { return maximal() && mFrom->gear() != mTo->gear(); }

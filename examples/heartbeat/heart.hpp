@@ -10,6 +10,7 @@ class Heart : public Atom {
  public:
   Heart(const char* name, const Compound* holder, int period)
       : Atom(name, holder), mPeriod(period) {
+    declare(Vesk::Locality::REPEATABLE);  // an exploration has no clock
     addPort(new Port("beat", this));
   }
 
@@ -51,7 +52,9 @@ class Heart : public Atom {
 class Beat : public Connector {
  public:
   Beat(const char* name, const Compound* holder, Port* port)
-      : Connector(name, holder, false, 1, port) {}
+      : Connector(name, holder, false, 1, port) {
+    declare(Vesk::Locality::REPEATABLE);
+  }
   bool isBroadcast() override { return false; }
   using Connector::guard;
   bool guard() override { return maximal(); }

@@ -11,6 +11,7 @@ class Walker : public Atom {
  public:
   Walker(const char* name, const Compound* holder, int prune, int error)
       : Atom(name, holder), mPrune(prune), mError(error) {
+    declare(Vesk::Locality::REPEATABLE);
     addPort(new Port("left", this));
     addPort(new Port("right", this));
   }
@@ -59,7 +60,9 @@ class Walker : public Atom {
 class Step : public Connector {
  public:
   Step(const char* name, const Compound* holder, Port* port)
-      : Connector(name, holder, false, 1, port) {}
+      : Connector(name, holder, false, 1, port) {
+    declare(Vesk::Locality::REPEATABLE);
+  }
   bool isBroadcast() override { return false; }
   using Connector::guard;
   bool guard() override { return maximal(); }

@@ -17,9 +17,13 @@ char* textOf(Node* state) {
 class Together : public Connector {
  public:
   Together(const char* name, const Compound* holder, Port* port)
-      : Connector(name, holder, false, 1, port) {}
+      : Connector(name, holder, false, 1, port) {
+    declare(Vesk::Locality::REPEATABLE);
+  }
   Together(const char* name, const Compound* holder, Port* one, Port* other)
-      : Connector(name, holder, false, 2, one, other) {}
+      : Connector(name, holder, false, 2, one, other) {
+    declare(Vesk::Locality::REPEATABLE);
+  }
   bool isBroadcast() override { return false; }
   using Connector::guard;
   bool guard() override { return maximal(); }

@@ -11,7 +11,9 @@
 // An atom with one clock, which reads the time since the atom did something.
 class Worker : public Atom {
  public:
-  Worker(const char* name, const Compound* holder) : Atom(name, holder) {}
+  Worker(const char* name, const Compound* holder) : Atom(name, holder) {
+    declare(Vesk::Locality::REPEATABLE);  // an exploration has no clock
+  }
 
  protected:
   // A constraint over the clock; null in a run without time.

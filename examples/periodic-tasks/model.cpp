@@ -22,6 +22,7 @@ class Task : public Atom {
  public:
   Task(const std::string& name, const Compound* holder, int period, int planned, int cost)
       : Atom(name.c_str(), holder), mPeriod(period), mPlanned(planned), mCost(cost) {
+    declare(Vesk::Locality::REPEATABLE);  // an exploration has no clock
     addPort(new CostPort("run", this, mCost));
   }
 
@@ -65,6 +66,7 @@ class Task : public Atom {
 class Processor : public Atom {
  public:
   Processor(const char* name, const Compound* holder) : Atom(name, holder) {
+    declare(Vesk::Locality::REPEATABLE);  // an exploration has no clock
     addPort(new CostPort("use", this, mCost));
   }
 
@@ -101,7 +103,9 @@ class Run : public Connector {
       : Connector(name.c_str(), holder, false, 2, static_cast<Port*>(task),
                   static_cast<Port*>(processor)),
         mTask(task),
-        mProcessor(processor) {}
+        mProcessor(processor) {
+    declare(Vesk::Locality::REPEATABLE);  // dn() is for timed runs
+  }
   bool isBroadcast() override { return false; }
   using Connector::guard;
   bool guard() override { return maximal(); }

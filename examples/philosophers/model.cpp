@@ -9,6 +9,7 @@
 class Fork : public Atom {
  public:
   Fork(const std::string& name, const Compound* holder) : Atom(name.c_str(), holder) {
+    declare(Vesk::Locality::REPEATABLE);
     addPort(new Port("take", this));
     addPort(new Port("drop", this));
   }
@@ -44,6 +45,7 @@ class Fork : public Atom {
 class Philosopher : public Atom {
  public:
   Philosopher(const std::string& name, const Compound* holder) : Atom(name.c_str(), holder) {
+    declare(Vesk::Locality::REPEATABLE);
     addPort(new Port("left", this));
     addPort(new Port("right", this));
     addPort(new Port("release", this));
@@ -84,7 +86,9 @@ class Philosopher : public Atom {
 class Take : public Connector {
  public:
   Take(const std::string& name, const Compound* holder, Port* hand, Port* fork)
-      : Connector(name.c_str(), holder, false, 2, hand, fork) {}
+      : Connector(name.c_str(), holder, false, 2, hand, fork) {
+    declare(Vesk::Locality::REPEATABLE);
+  }
   bool isBroadcast() override { return false; }
   using Connector::guard;
   bool guard() override { return maximal(); }
@@ -94,7 +98,9 @@ class Take : public Connector {
 class Release : public Connector {
  public:
   Release(const std::string& name, const Compound* holder, Port* hands, Port* left, Port* right)
-      : Connector(name.c_str(), holder, false, 3, hands, left, right) {}
+      : Connector(name.c_str(), holder, false, 3, hands, left, right) {
+    declare(Vesk::Locality::REPEATABLE);
+  }
   bool isBroadcast() override { return false; }
   using Connector::guard;
   bool guard() override { return maximal(); }

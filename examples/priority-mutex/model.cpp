@@ -10,6 +10,7 @@
 class Task : public Atom {
  public:
   Task(const std::string& name, const Compound* holder) : Atom(name.c_str(), holder) {
+    declare(Vesk::Locality::REPEATABLE);
     addPort(new Port("enter", this));
     addPort(new Port("leave", this));
     mCtrlStates.add(new CtrlState("ready,"));
@@ -48,6 +49,7 @@ class Task : public Atom {
 class Lock : public Atom {
  public:
   Lock(const char* name, const Compound* holder) : Atom(name, holder) {
+    declare(Vesk::Locality::REPEATABLE);
     addPort(new Port("acquire", this));
     addPort(new Port("release", this));
     mCtrlStates.add(new CtrlState("open,"));
@@ -83,7 +85,9 @@ class Lock : public Atom {
 class Move : public Connector {
  public:
   Move(const std::string& name, const Compound* holder, Port* task, Port* lock)
-      : Connector(name.c_str(), holder, false, 2, task, lock) {}
+      : Connector(name.c_str(), holder, false, 2, task, lock) {
+    declare(Vesk::Locality::REPEATABLE);
+  }
   bool isBroadcast() override { return false; }
   using Connector::guard;
   bool guard() override { return maximal(); }

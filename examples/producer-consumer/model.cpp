@@ -8,6 +8,7 @@ class Producer : public Atom {
  public:
   Producer(const char* name, const Compound* holder, int total)
       : Atom(name, holder), mTotal(total) {
+    declare(Vesk::Locality::REPEATABLE);
     addPort(new Port("put", this));
   }
 
@@ -43,6 +44,7 @@ class Buffer : public Atom {
  public:
   Buffer(const char* name, const Compound* holder, int capacity)
       : Atom(name, holder), mCapacity(capacity) {
+    declare(Vesk::Locality::REPEATABLE);
     addPort(new Port("put", this));
     addPort(new Port("get", this));
   }
@@ -80,6 +82,7 @@ class Buffer : public Atom {
 class Consumer : public Atom {
  public:
   Consumer(const char* name, const Compound* holder) : Atom(name, holder) {
+    declare(Vesk::Locality::REPEATABLE);
     addPort(new Port("get", this));
   }
 
@@ -113,7 +116,9 @@ class Consumer : public Atom {
 class Transfer : public Connector {
  public:
   Transfer(const char* name, const Compound* holder, Port* source, Port* target)
-      : Connector(name, holder, false, 2, source, target) {}
+      : Connector(name, holder, false, 2, source, target) {
+    declare(Vesk::Locality::REPEATABLE);
+  }
   bool isBroadcast() override { return false; }
   using Connector::guard;
   bool guard() override { return maximal(); }

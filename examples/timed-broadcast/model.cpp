@@ -11,6 +11,7 @@ class Sender : public Atom {
  public:
   Sender(const char* name, const Compound* holder, int period)
       : Atom(name, holder), mPeriod(period) {
+    declare(Vesk::Locality::REPEATABLE);  // an exploration has no clock
     addPort(new Port("send", this));
     addPort(new Port("cycle", this));
   }
@@ -69,6 +70,7 @@ class Receiver : public Atom {
  public:
   Receiver(const char* name, const Compound* holder, int from, int to)
       : Atom(name, holder), mFrom(from), mTo(to) {
+    declare(Vesk::Locality::REPEATABLE);  // an exploration has no clock
     addPort(new Port("receive", this));
     addPort(new Port("cycle", this));
   }
@@ -121,7 +123,9 @@ class Receiver : public Atom {
 class Send : public Connector {
  public:
   Send(const char* name, const Compound* holder, Port* sender, Port* near, Port* far)
-      : Connector(name, holder, false, 3, sender, near, far) {}
+      : Connector(name, holder, false, 3, sender, near, far) {
+    declare(Vesk::Locality::REPEATABLE);
+  }
   using Connector::complete;
   bool complete() override { return mPorts[0]->complete(); }
 };
@@ -130,7 +134,9 @@ class Send : public Connector {
 class Cycle : public Connector {
  public:
   Cycle(const char* name, const Compound* holder, Port* sender, Port* near, Port* far)
-      : Connector(name, holder, false, 3, sender, near, far) {}
+      : Connector(name, holder, false, 3, sender, near, far) {
+    declare(Vesk::Locality::REPEATABLE);
+  }
   bool isBroadcast() override { return false; }
   using Connector::guard;
   bool guard() override { return maximal(); }

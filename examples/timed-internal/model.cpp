@@ -11,6 +11,8 @@ struct Rhythm {
   int on, offFrom, offTo, restFrom, restTo;
 };
 
+// Makes no promise about its state, because the text does not tell how many blinks were counted. An
+// exploration finds nothing to fire anyway.
 class Lamp : public Atom {
  public:
   Lamp(const char* name, const Compound* holder, const Rhythm& rhythm, int blinks)

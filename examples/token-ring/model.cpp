@@ -11,6 +11,7 @@ class Station : public Atom {
  public:
   Station(const std::string& name, const Compound* holder, bool first)
       : Atom(name.c_str(), holder), mFirst(first) {
+    declare(Vesk::Locality::REPEATABLE);
     addPort(new Port("want", this));
     addPort(new Port("enter", this));
     addPort(new Port("leave", this));
@@ -70,7 +71,9 @@ class Station : public Atom {
 class Step : public Connector {
  public:
   Step(const std::string& name, const Compound* holder, Port* port)
-      : Connector(name.c_str(), holder, false, 1, port) {}
+      : Connector(name.c_str(), holder, false, 1, port) {
+    declare(Vesk::Locality::REPEATABLE);
+  }
   bool isBroadcast() override { return false; }
   using Connector::guard;
   bool guard() override { return maximal(); }
@@ -80,7 +83,9 @@ class Step : public Connector {
 class Pass : public Connector {
  public:
   Pass(const std::string& name, const Compound* holder, Port* give, Port* get)
-      : Connector(name.c_str(), holder, false, 2, give, get) {}
+      : Connector(name.c_str(), holder, false, 2, give, get) {
+    declare(Vesk::Locality::REPEATABLE);
+  }
   bool isBroadcast() override { return false; }
   using Connector::guard;
   bool guard() override { return maximal(); }

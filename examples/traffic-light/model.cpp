@@ -8,6 +8,7 @@ constexpr int SECOND = 1000000;  // in microseconds
 class Light : public Atom {
  public:
   Light(const char* name, const Compound* holder, int green) : Atom(name, holder), mGreen(green) {
+    declare(Vesk::Locality::REPEATABLE);  // an exploration has no clock
     addPort(new Port("green", this));
     addPort(new Port("yellow", this));
     addPort(new Port("red", this));
@@ -97,6 +98,7 @@ class Light : public Atom {
 class Button : public Atom {
  public:
   Button(const char* name, const Compound* holder) : Atom(name, holder) {
+    declare(Vesk::Locality::REPEATABLE);  // an exploration has no clock
     addPort(new Port("press", this));
   }
 
@@ -134,9 +136,13 @@ class Button : public Atom {
 class Rendezvous : public Connector {
  public:
   Rendezvous(const char* name, const Compound* holder, Port* port)
-      : Connector(name, holder, false, 1, port) {}
+      : Connector(name, holder, false, 1, port) {
+    declare(Vesk::Locality::REPEATABLE);
+  }
   Rendezvous(const char* name, const Compound* holder, Port* first, Port* second)
-      : Connector(name, holder, false, 2, first, second) {}
+      : Connector(name, holder, false, 2, first, second) {
+    declare(Vesk::Locality::REPEATABLE);
+  }
   bool isBroadcast() override { return false; }
   using Connector::guard;
   bool guard() override { return maximal(); }

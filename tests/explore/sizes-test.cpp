@@ -50,7 +50,7 @@ Size reach(const std::string& first, Successors successors) {
       if (known.insert(state).second) waiting.push(state);
     }
   }
-  size.states = known.size();
+  size.states = static_cast<long long>(known.size());
   return size;
 }
 

@@ -6,6 +6,14 @@ cmake_minimum_required(VERSION 3.25)
 # 1. A fresh scratch folder: `work` is where the program runs, `expected` what `work` must become.
 file(REMOVE_RECURSE ${SCRATCH})
 file(MAKE_DIRECTORY ${SCRATCH}/work ${SCRATCH}/expected)
+# Without its clock a run would go by the real one. The folder is empty by now, so that no outcome of an
+# earlier run is taken for one of this.
+if(NOT EXISTS ${PROGRAM})
+  message(FATAL_ERROR "not built: ${PROGRAM}")
+endif()
+if(EXISTS ${CASE}/clock AND NOT EXISTS "${CLOCK}")
+  message(FATAL_ERROR "not built: ${CLOCK} (target scripted-clock)")
+endif()
 # Not by file(COPY), which leaves a file out that has the time of the one it would replace.
 function(copy from to)
   if(EXISTS ${CASE}/${from})

@@ -194,6 +194,30 @@ std::string wideNet(int n) {
   return text + stepText("t", places, {});
 }
 
+// What a wide net is labelled with.
+std::string wideLabel(int n) {
+  std::string label = "n/t/";
+  for (int i = 0; i < n; ++i) {
+    if (i > 0) label += "|";
+    label += indexed("a-place-with-a-rather-long-name-", i) + ":-1";
+  }
+  return label;
+}
+
+// Each process goes alone, and all come back together.
+std::string barrier(int processes) {
+  std::vector<std::string> before;
+  std::vector<std::string> after;
+  std::string text;
+  for (int i = 0; i < processes; ++i) {
+    before.push_back(indexed("a", i));
+    after.push_back(indexed("b", i));
+    text += placeText(before.back(), 1) + placeText(after.back(), 0) +
+            stepText(indexed("go", i), {before.back()}, {after.back()});
+  }
+  return text + stepText("all", after, before);
+}
+
 std::string ring(int n) {
   std::string text;
   for (int i = 0; i < n; ++i) text += placeText(indexed("p", i), i == 0 ? 1 : 0);
@@ -378,22 +402,53 @@ TEST_F(PnmlRunTest, PublishedNetsHaveTheirPublishedSizesDepthFirst) {
 
 TEST_F(PnmlRunTest, ATransitionMayHave128PlacesAndALongLabel) {
   expectSize({2, 1, 1}, wideNet(128));
-  std::string label = "n/t/";
-  for (int i = 0; i < 128; ++i) {
-    if (i > 0) label += "|";
-    label += indexed("a-place-with-a-rather-long-name-", i) + ":-1";
-  }
+  const std::string label = wideLabel(128);
   ASSERT_LT(1023u, label.size());
   const std::string transitions = contents(file("out.aut"));
   EXPECT_NE(std::string::npos, transitions.find("\n(0, " + label + ", 1)\n"));
 }
 
-TEST_F(PnmlRunTest, ATransitionWith129PlacesIsRefused) {
-  save(wideNet(129));
-  EXPECT_EQ(2, run("net.pnml --bfs -o out"));
-  EXPECT_EQ("net.pnml:131:1: transition \"t\" has 129 places, expected at most 128\n",
-            contents(file("error")));
-  EXPECT_FALSE(fs::exists(file("out.aut")));
+TEST_F(PnmlRunTest, ATransitionMayHaveMorePlaces) {
+  for (const int n : {129, 5001}) {
+    expectSize({2, 1, 1}, wideNet(n));
+    const std::string label = wideLabel(n);
+    EXPECT_NE(std::string::npos, contents(file("out.aut")).find("\n(0, " + label + ", 1)\n"));
+    for (const std::string how : {"opt1", "opt2"}) {
+      EXPECT_EQ(0, run("net.pnml --" + how));
+      const std::string expected = "\nscheduler : " + label + "\n";
+      EXPECT_NE(std::string::npos, contents(file("output")).find(expected)) << how;
+      EXPECT_EQ("", contents(file("error"))) << how;
+    }
+    EXPECT_EQ(0, run("net.pnml"));
+    const std::string timed = "\nscheduler [0ms] " + label + " eager (_,_)\n";
+    EXPECT_NE(std::string::npos, contents(file("output")).find(timed));
+  }
+}
+
+// Nobody goes twice before all have come back, with 64 processes by a narrow transition, with more
+// by a wide one.
+TEST_F(PnmlRunTest, TheHeapPlaysWideTransitionsLikeNarrowOnes) {
+  for (const int processes : {64, 65, 150}) {
+    SCOPED_TRACE(processes);
+    save(barrier(processes));
+    EXPECT_EQ(0, run("net.pnml --opt2 --limit " + std::to_string(2 * processes + 2)));
+    EXPECT_EQ("", contents(file("error")));
+    std::istringstream lines(contents(file("output")));
+    std::string line;
+    std::getline(lines, line);  // of the engine
+    for (int round = 0; round < 2; ++round) {
+      std::set<std::string> gone;
+      for (int i = 0; i < processes; ++i) {
+        std::getline(lines, line);
+        EXPECT_EQ(0u, line.find("scheduler : n/go")) << line;
+        gone.insert(line);
+      }
+      EXPECT_EQ(static_cast<std::size_t>(processes), gone.size());
+      std::getline(lines, line);
+      EXPECT_EQ(0u, line.find("scheduler : n/all/b0:-1|b1:-1|")) << line;
+    }
+    EXPECT_FALSE(std::getline(lines, line)) << line;
+  }
 }
 
 TEST_F(PnmlRunTest, LargeNetsAreLoaded) {

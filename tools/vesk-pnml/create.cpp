@@ -17,7 +17,6 @@ const char* const ERROR = "%s:%lu:%lu: %s\n";
 const char* const WARNING = "%s:%lu:%lu: warning: %s\n";
 const char* const CANNOT_OPEN =
     "%s:1:1: the file cannot be opened (%s), expected a PNML document\n";
-const char* const TOO_WIDE = "%s:%lu:%lu: transition \"%s\" has %zu places, expected at most %d\n";
 
 constexpr int FAILURE = 2;
 
@@ -44,16 +43,6 @@ pnml::Net readNetFrom(const char* name) {
   return *std::move(reading.net);
 }
 
-// Ends the program with a message when a transition does not fit into a connector.
-void checkWidths(const char* name, const pnml::Net& net) {
-  for (const pnml::Transition& transition : net.transitions) {
-    if (transition.uses.size() <= Connector::MAX_PORTS) continue;
-    std::fprintf(stderr, TOO_WIDE, name, transition.at.line, transition.at.column,
-                 transition.id.c_str(), transition.uses.size(), Connector::MAX_PORTS);
-    std::exit(FAILURE);
-  }
-}
-
 }  // namespace
 
 Compound* Compound::Create(int argc, char** argv) {
@@ -65,7 +54,5 @@ Compound* Compound::Create(int argc, char** argv) {
     std::exit(FAILURE);
   }
   operands.finish();
-  const pnml::Net net = readNetFrom(name);
-  checkWidths(name, net);
-  return new NetSystem(net);
+  return new NetSystem(readNetFrom(name));
 }

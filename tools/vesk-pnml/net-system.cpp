@@ -1,11 +1,11 @@
 #include "net-system.hpp"
 
 #include <climits>
-#include <cstdarg>
 #include <cstddef>
-#include <map>
+#include <cstdlib>
 #include <stdexcept>
-#include <tuple>
+#include <string>
+#include <utility>
 
 namespace {
 
@@ -17,34 +17,9 @@ std::string nameOf(const pnml::Use& use) {
   return name;
 }
 
-const char* textOf(Node* state) {
-  return static_cast<Leaf*>(state)->getAleaf()->getVal();
-}
-
 bool isSimulated(LogicalClock& clock) {
   return dynamic_cast<const SimuClock*>(&clock.platformClock()) != nullptr;
 }
-
-// A transition: all of its ports together.
-class TransitionConnector : public Connector {
- public:
-  TransitionConnector(const pnml::Transition& transition, const Compound* net)
-      : Connector(transition.id.c_str(), net, false) {}
-
-  void addPort(ArcPort* port) { addPorts(1, static_cast<Port*>(port)); }
-
-  using Connector::guard;
-  bool isBroadcast() override { return false; }
-  bool guard() override { return maximal(); }
-
- private:
-  void addPorts(int n, ...) {
-    va_list ports;
-    va_start(ports, n);
-    setVarPorts(n, ports);
-    va_end(ports);
-  }
-};
 
 }  // namespace
 
@@ -56,14 +31,14 @@ ArcPort::ArcPort(const pnml::Use& use, const Atom* place)
       mProduced(use.produced),
       mBelow(use.below > 0 ? use.below : LLONG_MAX) {}
 
-PlaceAtom::PlaceAtom(const pnml::Place& place, const Compound* net, int index,
-                     std::vector<int>& changed)
+PlaceAtom::PlaceAtom(const pnml::Place& place, const Compound* net)
     : Atom(place.id.c_str(), net),
       mInitialTokens(place.tokens),
       mTokens(0),
-      mIndex(index),
-      mChanged(changed),
-      mAtOnce(nullptr) {}
+      mIsInGroup(false),
+      mAtOnce(nullptr) {
+  declare(Vesk::Locality::REPEATABLE);
+}
 
 void PlaceAtom::initialize(LogicalClock* clock) {
   if (clock != nullptr && mAtOnce == nullptr && isSimulated(*clock)) {
@@ -80,11 +55,18 @@ void PlaceAtom::execute(Port* port) {
                               " tokens, at most " + std::to_string(INT_MAX) + " are possible");
   }
   setTokens(static_cast<int>(tokens));
+  // The heap of an untimed run is told by the engine what depends on the ports of a connector, but
+  // not what depends on those of a group.
+  if (mIsInGroup) notifyDependentConn();
+}
+
+void PlaceAtom::joinThroughGroup(const Connector& transition) {
+  mIsInGroup = true;
+  mLinks.add(&transition);
 }
 
 void PlaceAtom::setTokens(int tokens) {
   mTokens = tokens;
-  mChanged.push_back(mIndex);
   for (int i = 0; i < mPorts.count(); ++i) {
     ArcPort* port = static_cast<ArcPort*>(mPorts[i]);
     const bool enabled = port->enabledBy(tokens);
@@ -95,81 +77,64 @@ void PlaceAtom::setTokens(int tokens) {
 }
 
 Node* PlaceAtom::getState() {
-  std::string text;
-  MarkingText::append(text, mTokens);
-  return new Leaf(new Atomleaf(text.c_str()));
+  return new Leaf(new Atomleaf((std::to_string(mTokens) + ",").c_str()));
 }
 
 void PlaceAtom::setState(Node* state) {
-  const char* cursor = textOf(state);
-  setTokens(MarkingText::read(cursor));
+  const char* text = static_cast<Leaf*>(state)->getAleaf()->getVal();
+  const int tokens = static_cast<int>(std::strtol(text, nullptr, 10));
+  if (tokens != mTokens) setTokens(tokens);
 }
 
 // ---- The net -----------------------------------------------------------------------------------
 
-NetSystem::NetSystem(const pnml::Net& net) : Compound(net.id.c_str(), nullptr), mHasText(false) {
+NetSystem::NetSystem(const pnml::Net& net, int mostPorts) : Compound(net.id.c_str(), nullptr) {
   addPlaces(net);
-  addTransitions(net);
+  addTransitions(net, mostPorts);
+}
+
+// Groups become components unless the heap of an untimed run is used, which would fire them by
+// themselves.
+void NetSystem::initialize(LogicalClock* clock) {
+  if (clock != nullptr || !isRunByHeap()) {
+    for (auto& group : mGroups) mComponents.add(group.release());
+    mGroups.clear();
+  }
+  Compound::initialize(clock);
+}
+
+// Only a scheduler that has a heap to keep makes itself known to atoms without clocks.
+bool NetSystem::isRunByHeap() const {
+  return !mPlaces.empty() && mPlaces.front()->mScheduler != nullptr;
 }
 
 void NetSystem::addPlaces(const pnml::Net& net) {
   mPlaces.reserve(net.places.size());
   for (const pnml::Place& place : net.places) {
-    mPlaces.push_back(new PlaceAtom(place, this, mComponents.count(), mChanged));
+    mPlaces.push_back(new PlaceAtom(place, this));
     mComponents.add(mPlaces.back());
   }
 }
 
-// Transitions that use a place in the same way share a port of it.
-void NetSystem::addTransitions(const pnml::Net& net) {
-  std::map<std::tuple<int, int, int, int>, ArcPort*> ports;
+void NetSystem::addTransitions(const pnml::Net& net, int mostPorts) {
+  std::map<Way, ArcPort*> known;
   for (const pnml::Transition& transition : net.transitions) {
-    TransitionConnector* connector = new TransitionConnector(transition, this);
+    std::vector<Port*> ports;
+    for (const pnml::Use& use : transition.uses) ports.push_back(portFor(use, known));
+    const std::size_t groups = mGroups.size();
+    ports = groupedPorts(std::move(ports), mostPorts, this, mGroups);
+    Connector* connector = new Rendezvous(transition.id, this, false, ports);
     mConnectors.add(connector);
+    if (mGroups.size() == groups) continue;
     for (const pnml::Use& use : transition.uses) {
-      ArcPort*& port = ports[{use.place, use.consumed, use.produced, use.below}];
-      if (port == nullptr) {
-        PlaceAtom* place = mPlaces[static_cast<std::size_t>(use.place)];
-        place->addPort(port = new ArcPort(use, place));
-      }
-      connector->addPort(port);
+      placeOf(use).joinThroughGroup(*connector);
     }
   }
 }
 
-Node* NetSystem::getState() {
-  return new Leaf(new Atomleaf(currentText()));
-}
-
-void NetSystem::setState(Node* state) {
-  const char* cursor = textOf(state);
-  currentText();
-  if (mText.differences(cursor, mRestored)) {
-    for (const MarkingText::Change& change : mRestored) {
-      mPlaces[static_cast<std::size_t>(change.place)]->setTokens(change.tokens);
-    }
-    return;
-  }
-  for (PlaceAtom* place : mPlaces) {
-    const int tokens = MarkingText::read(cursor);
-    if (tokens != place->tokens()) place->setTokens(tokens);
-  }
-}
-
-const char* NetSystem::currentText() {
-  for (int index : mChanged) {
-    if (mHasText && mText.replace({index, mPlaces[static_cast<std::size_t>(index)]->tokens()})) {
-      continue;
-    }
-    writeText();
-    break;
-  }
-  mChanged.clear();
-  return mText.data();
-}
-
-void NetSystem::writeText() {
-  mText.clear();
-  for (const PlaceAtom* place : mPlaces) mText.add(place->tokens());
-  mHasText = true;
+// Transitions that use a place in the same way share a port of it.
+Port* NetSystem::portFor(const pnml::Use& use, std::map<Way, ArcPort*>& known) {
+  ArcPort*& port = known[{use.place, use.consumed, use.produced, use.below}];
+  if (port == nullptr) placeOf(use).addPort(port = new ArcPort(use, &placeOf(use)));
+  return port;
 }

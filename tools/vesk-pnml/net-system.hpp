@@ -3,11 +3,12 @@
 #ifndef VESK_PNML_NET_SYSTEM_HPP
 #define VESK_PNML_NET_SYSTEM_HPP
 
-#include <string>
+#include <map>
+#include <tuple>
 #include <vector>
 
-#include "marking-text.hpp"
 #include "net.hpp"
+#include "port-group.hpp"
 #include "vesk.hpp"
 
 // What one or more transitions do with a place. It is named after that: "-2" consumes two tokens,
@@ -26,10 +27,10 @@ class ArcPort : public Port {
   long long mBelow;
 };
 
+// Its text is the number of its tokens and a comma.
 class PlaceAtom : public Atom {
  public:
-  // The atom appends its index to the list whenever its tokens change.
-  PlaceAtom(const pnml::Place& place, const Compound* net, int index, std::vector<int>& changed);
+  PlaceAtom(const pnml::Place& place, const Compound* net);
 
   // In simulated time transitions fire as soon as they can: a net has no times of its own, and
   // without any the engine would let ever more time pass.
@@ -43,36 +44,37 @@ class PlaceAtom : public Atom {
   int tokens() const { return mTokens; }
   // Announces the ports that become enabled or disabled.
   void setTokens(int tokens);
+  // A transition uses the place through a group of ports.
+  void joinThroughGroup(const Connector& transition);
 
  private:
   int mInitialTokens;
   int mTokens;
-  int mIndex;
-  std::vector<int>& mChanged;
+  bool mIsInGroup;
   Constraint* mAtOnce;  // of all ports, or null; one of mConstraints
 };
 
-// The net. Its state is one leaf with the texts of all places, which prints like a tree of them but
-// is much smaller.
 class NetSystem : public Compound {
  public:
-  // Requires: no transition uses more places than a connector has ports.
-  explicit NetSystem(const pnml::Net& net);
+  // A connector gets at most so many ports: only tests choose less than there can be.
+  explicit NetSystem(const pnml::Net& net, int mostPorts = Connector::MAX_PORTS);
 
-  Node* getState() override;
-  void setState(Node* state) override;
+  void initialize(LogicalClock* clock) override;
+  using Compound::initialize;
 
  private:
-  void addPlaces(const pnml::Net& net);
-  void addTransitions(const pnml::Net& net);
-  const char* currentText();
-  void writeText();
+  using Way = std::tuple<int, int, int, int>;  // the fields of a use
 
-  std::vector<PlaceAtom*> mPlaces;             // the components
-  std::vector<int> mChanged;                   // places that have changed since mText was right
-  MarkingText mText;                           // of the marking at that time
-  bool mHasText;                               // false: before the first one
-  std::vector<MarkingText::Change> mRestored;  // work space
+  void addPlaces(const pnml::Net& net);
+  void addTransitions(const pnml::Net& net, int mostPorts);
+  PlaceAtom& placeOf(const pnml::Use& use) const {
+    return *mPlaces[static_cast<std::size_t>(use.place)];
+  }
+  Port* portFor(const pnml::Use& use, std::map<Way, ArcPort*>& known);
+  bool isRunByHeap() const;
+
+  std::vector<PlaceAtom*> mPlaces;  // the first components
+  PortGroups mGroups;               // those that are no components
 };
 
 #endif

@@ -118,8 +118,9 @@ Port* Atom::sync(int n, ...) {
     if (port->isInternal()) {
       internal = port;
     } else {
-      port->setSynced(true);
-      port->setConstraint(nullptr);
+      // Most ports are announced as they are, and what is not written stays clean in the cache.
+      if (!port->synced()) port->setSynced(true);
+      if (port->constraint() != nullptr) port->setConstraint(nullptr);
     }
   }
   va_end(entries);

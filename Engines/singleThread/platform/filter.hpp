@@ -31,8 +31,12 @@ class Filter {
   // Marks what the filter removes. The lower bound of wait is the current time of the step, the
   // upper bound the latest time to which the engine may still wait, both in microseconds. Called in
   // each step: the scheduling filter once, the semantics up to three times, as the lower bound
-  // moves on. May lower the upper bound. Must clear no mark, change no lower bound and fire
-  // nothing.
+  // moves on. Must clear no mark, change no lower bound and fire nothing.
+  //
+  // May lower the upper bound, but only to a deadline. When the semantics leaves the current time,
+  // the step fires at once; when it leaves a later one and the platform clock has passed that, the
+  // run ends with "urgency violated!". So mark executables to prefer others. The bound is MAX at
+  // the beginning of a step and is kept between the calls of that step.
   virtual void filter(Executables& executables, Interval& wait) const = 0;
 
   // 0 to 31.

@@ -33,6 +33,8 @@ Vesk::Time driftOf(const Constraint& constraint, const GenericClock* holder) {
 
 }  // namespace
 
+unsigned int Port::sReports = 0;
+
 Port::Port(const char* name, const Atom* holder)
     : mName(Vesk::duplicate(name)),
       mAtomHolder(const_cast<Atom*>(holder)),  // firing the port moves the atom
@@ -84,7 +86,10 @@ void Port::execute() {
 
 void Port::execute(const Vesk::Time& t) {
   if (mAtomHolder != nullptr) {
-    if (!mSynced) std::fprintf(stderr, NOT_SYNCED, nameOf(mAtomHolder), textOf(mName));
+    if (!mSynced) {
+      std::fprintf(stderr, NOT_SYNCED, nameOf(mAtomHolder), textOf(mName));
+      ++sReports;
+    }
     mAtomHolder->execute(this);
     mAtomHolder->resetLink();
   } else if (mConnHolder != nullptr) {

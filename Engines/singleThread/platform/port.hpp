@@ -20,6 +20,10 @@
 class Atom;
 class Connector;
 
+namespace Vesk {
+class RepeatableStates;
+}
+
 // Owns no constraint that it is given: those of an atom port are the atom's, that of an exported
 // port is the connector's.
 class Port : public Executable {
@@ -101,6 +105,11 @@ class Port : public Executable {
   Port* mNext;
 
  private:
+  friend class Vesk::RepeatableStates;  // counts the reports
+
+  // How often it was reported that a port has fired that its atom had not announced.
+  static unsigned int sReports;
+
   static void noteInternal();
 
   // malloc; a label that does not fit into LABEL, or null; freed by the destructor

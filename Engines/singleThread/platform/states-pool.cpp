@@ -10,8 +10,12 @@ Vesk::Pooled::Blocks Vesk::Pooled::sPool[] = {};
 // Counts the block when it is there.
 void* Vesk::Pooled::makeBlock(std::size_t size) {
   void* fresh = ::operator new(size);
-  ++sPool[size / sizeof(FreeBlock)].used;
+  if (isPooled(size)) ++sPool[size / sizeof(FreeBlock)].used;
   return fresh;
+}
+
+void Vesk::Pooled::endBlock(void* block) noexcept {
+  ::operator delete(block);
 }
 
 void* Vesk::Pooled::operator new(std::size_t size, const std::nothrow_t&) noexcept {

@@ -1,5 +1,6 @@
-// This source has what is inline elsewhere.
-#define VESK_STATES_INLINE
+// This source has what is inline elsewhere. Here it stays out of line: trees may be very deep, and
+// the frames of what walks them must be small.
+#define VESK_STATES_INLINE __attribute__((noinline))
 #include "states.hpp"
 
 #include <charconv>

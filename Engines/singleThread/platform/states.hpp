@@ -72,23 +72,33 @@ class Pooled {
                        // here
   };
 
+  // Larger objects, and sizes that no class of the engine has, come from the heap and go back to
+  // it.
   static bool isPooled(std::size_t size) {
     return size <= POOLED_SIZE && size % sizeof(FreeBlock) == 0;
   }
+  // From and to the heap. Not inline: compilers that see both halves of the pool at once take it
+  // for a mismatch of new and delete.
   static void* makeBlock(std::size_t size);
+  static void endBlock(void* block) noexcept;
 
+  // Never given back to the heap: the next search needs the same blocks again.
   static Blocks sPool[64 / sizeof(FreeBlock) + 1];  // by size
 };
 
 }  // namespace Vesk
 
-// The state text of one atom. Null texts are allowed and count as empty ones.
+// The state text of one atom: all that a search compares and writes of it, and all from which the
+// atom can be restored. Texts of up to 23 characters need no memory of their own, so short texts
+// make a search faster; a line end in a text makes the list of states hard to read. Null texts are
+// allowed and count as empty ones.
 class Atomleaf : public Vesk::Pooled {
  public:
   // No text: getVal() is null.
   Atomleaf() : value(nullptr) {}
   // Copies the text; null stays null.
   Atomleaf(const char* text);
+  // Copies the other one's text.
   Atomleaf(const Atomleaf& other);
   Atomleaf& operator=(const Atomleaf&) = delete;
   virtual ~Atomleaf();
@@ -101,7 +111,8 @@ class Atomleaf : public Vesk::Pooled {
   int compare(const Atomleaf* other) const;
   // The first character, sign-extended to 32 bits, modulo size; 0 for size 0.
   unsigned int hash(unsigned int size) const;
-  // A new object that the caller owns.
+  // A new object with the same text, which the caller owns. Not virtual: a copy of an object of a
+  // derived class is a plain Atomleaf.
   Atomleaf* copy() const;
 
  protected:
@@ -128,7 +139,9 @@ class Node : public Vesk::Pooled {
   virtual int compare(Node* other) const = 0;
   // A number below size; 0 for size 0.
   virtual unsigned int hash(unsigned int size) const = 0;
-  // A deep copy that the caller owns, with the same index and no outgoing transitions.
+  // A deep copy that the caller owns, with the same index and no outgoing transitions. A model that
+  // wants to keep a state that an exploration gives it keeps a copy: the tree is deleted when the
+  // search has done with the state.
   virtual Node* copy() = 0;
 
   // A number that the owner may give the state; 0 at first. An exploration numbers the states that
@@ -192,7 +205,8 @@ class Leaf : public Node {
 };
 
 // The state of a compound: the states of its parts, in the order of its components, as
-// Compound::getState() makes it. Null children are allowed; in texts they are left out.
+// Compound::getState() makes it. Null children are allowed; in texts they are left out. A model
+// that overrides getState() or setState() of a compound overrides both.
 class Nonleaf : public Node {
  public:
   // A node with n null children, which the owner then sets; none for n below 1.
@@ -209,7 +223,8 @@ class Nonleaf : public Node {
   Node* getChild(int i) const { return children[i]; }
   void setChild(Node* node, int i) { children[i] = node; }
   int getNumChild() const { return numChild; }
-  // Leaves in the whole tree.
+  // Leaves in the whole tree; 0 when there are none.
+  // Null children count as none.
   int getNumLeaf() const;
   // Leaf number pos of a node whose children are all leaves; null when there is none. Deliberate:
   // on deeper trees the index is decreased by the position of a child, not by the leaves before it,
@@ -243,13 +258,16 @@ bool getBoolVariableState(char*& cursor);  // false for "F", true for any other 
 
 // ---- What models call for every state -----------------------------------------------------------
 
-// Inline; the library has each of these too, for models that were compiled without them.
+// A search makes a Leaf and an Atomleaf for every atom whenever it reads a state, and ends them as
+// soon as it has looked the state up. So these are inline: most blocks come from the pool and go
+// back to it without a call, and most texts are a few characters long, which lie in the object
+// itself. The library has each of them too, for models that were compiled without them.
 #ifndef VESK_STATES_INLINE
 #define VESK_STATES_INLINE inline
 #endif
 
 VESK_STATES_INLINE void* Vesk::Pooled::operator new(std::size_t size) {
-  if (!isPooled(size)) return ::operator new(size);
+  if (!isPooled(size)) return makeBlock(size);
   Blocks& blocks = sPool[size / sizeof(FreeBlock)];
   FreeBlock* block = blocks.free;
   if (block == nullptr) return makeBlock(size);
@@ -260,9 +278,9 @@ VESK_STATES_INLINE void* Vesk::Pooled::operator new(std::size_t size) {
 
 VESK_STATES_INLINE void Vesk::Pooled::operator delete(void* block, std::size_t size) noexcept {
   if (block == nullptr) return;
-  if (!isPooled(size)) return ::operator delete(block);
+  if (!isPooled(size)) return endBlock(block);
   Blocks& blocks = sPool[size / sizeof(FreeBlock)];
-  if (blocks.used == 0) return ::operator delete(block);
+  if (blocks.used == 0) return endBlock(block);
   --blocks.used;
   blocks.free = new (block) FreeBlock{blocks.free};
 }

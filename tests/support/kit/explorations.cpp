@@ -73,6 +73,13 @@ std::string summary(int steps, int pruned, int deadlocks, int stored, int size) 
   return text;
 }
 
+std::string withoutRates(std::string text) {
+  for (std::size_t at; (at = text.find(", SPS:")) != std::string::npos;) {
+    text.erase(at, text.find("/s", at) + 2 - at);
+  }
+  return text;
+}
+
 std::string header(const std::string& text) {
   std::string area = text + "\n";
   area.resize(37, ' ');

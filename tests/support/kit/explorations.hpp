@@ -55,6 +55,8 @@ constexpr char INTERRUPTED[] =
     "Exploration was interrupted because an error state was encountered!\n";
 // What it prints at its end, but for the line of an error.
 std::string summary(int steps, int pruned, int deadlocks, int stored, int size);
+// What a search has printed, but for the rates, which depend on the machine.
+std::string withoutRates(std::string text);
 // The first two lines of a transition system, from "des(0, 1, 2)".
 std::string header(const std::string& text);
 

@@ -6,7 +6,10 @@
 #include <utility>
 
 #include "component.hpp"
+#include "exploration/flags.hpp"
+#include "exploration/state-shape.hpp"
 #include "exploration/state-text.hpp"
+#include "markers.hpp"
 #include "states.hpp"
 
 namespace Vesk {
@@ -37,6 +40,17 @@ AtomTexts::Short shortOf(std::string_view text) {
   return start;
 }
 
+// What getState() has raised, and what the engine raises for a marker. Only leaves are searched.
+AtomTexts::Raised raisedFor(Node* node) {
+  AtomTexts::Raised raised{global_prune, global_error, contains(node, faulty_leaf), faulty_leaf};
+  const Marker marker = markerIn(leafText(node));
+  if (marker == Marker::NONE) return raised;
+  (marker == Marker::PRUNE ? raised.prune : raised.error) = true;
+  raised.leaf = static_cast<Leaf*>(node);
+  raised.isOwn = true;
+  return raised;
+}
+
 bool startsWith(std::string_view text, std::string_view start) {
   return text.substr(0, start.size()) == start;
 }
@@ -51,8 +65,9 @@ bool AtomTexts::Backwards::operator()(std::string_view one, std::string_view oth
   return std::lexicographical_compare(one.rbegin(), one.rend(), other.rbegin(), other.rend());
 }
 
-// A flag that is raised for a node that is not kept is raised for the one that is.
 AtomTexts::Number AtomTexts::read() {
+  const KeptFlags kept;
+  clearFlags();
   Tree node(mAtom->getState());
   const char* own = leafText(node.get());
   StateText joined;
@@ -60,11 +75,7 @@ AtomTexts::Number AtomTexts::read() {
   const std::string_view text =
       own != nullptr ? std::string_view(own) : std::string_view(joined.data(), joined.length());
   const Number known = find(text);
-  if (known == count()) return add(std::move(node), text);
-  if (faulty_leaf != nullptr && node.get() == faulty_leaf && mStates[known].node->isLeaf()) {
-    faulty_leaf = static_cast<Leaf*>(mStates[known].node.get());
-  }
-  return known;
+  return known != count() ? known : add(std::move(node), text);
 }
 
 void AtomTexts::restore(Number number) const {
@@ -85,8 +96,8 @@ AtomTexts::Number AtomTexts::find(std::string_view text) const {
 
 AtomTexts::Number AtomTexts::add(Tree node, std::string_view text) {
   const Number number = count();
-  const Marker marker = markerIn(leafText(node.get()));  // only leaves are searched
-  mStates.push_back({std::move(node), mix(mix(mPosition + 1) + number), marker});
+  const Raised raised = raisedFor(node.get());
+  mStates.push_back({std::move(node), mix(mix(mPosition + 1) + number), raised});
   mShorts.push_back(shortOf(text));
   mLongest = std::max(mLongest, text.size());
   mTexts.emplace_back(text);

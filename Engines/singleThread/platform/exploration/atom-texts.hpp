@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "exploration/pending-state.hpp"
-#include "markers.hpp"
 
 class Atom;
 
@@ -27,6 +26,15 @@ class AtomTexts {
     std::uint32_t length;
   };
 
+  // What is raised whenever the text is read: for the marker in it, and by the atom itself.
+  struct Raised {
+    bool prune = false;
+    bool error = false;
+    bool isOwn = false;    // the leaf is one of node(number)
+    Leaf* leaf = nullptr;  // for which it is raised; null: for none
+    bool anything() const { return prune || error || leaf != nullptr; }
+  };
+
   // The position makes the keys of different atoms differ.
   AtomTexts(Atom& atom, std::size_t position) : mAtom(&atom), mPosition(position) {}
   AtomTexts(AtomTexts&&) = default;
@@ -39,10 +47,11 @@ class AtomTexts {
   std::size_t longest() const { return mLongest; }
   // What a text adds to the hash of a state.
   std::uint64_t key(Number number) const { return mStates[number].key; }
-  Marker marker(Number number) const { return mStates[number].marker; }
+  const Raised& raised(Number number) const { return mStates[number].raised; }
   // As the atom gave it first.
   Node* node(Number number) const { return mStates[number].node.get(); }
-  // The number of the text that the atom shows now; new texts get the next one. Calls getState().
+  // The number of the text that the atom shows now; new texts get the next one. Calls getState(),
+  // and leaves the flags as they were.
   Number read();
   // Puts the atom into the state with this text.
   void restore(Number number) const;
@@ -57,7 +66,7 @@ class AtomTexts {
   struct State {
     Tree node;
     std::uint64_t key;
-    Marker marker;
+    Raised raised;
   };
   using Sorted = std::set<std::string_view>;
   struct Backwards {

@@ -26,8 +26,9 @@ void LocalStates::restored() {
   mUnsettled.clear();
 }
 
-std::uint32_t LocalStates::configuration(std::size_t atom) const {
-  return 2 * number(atom) + (mIsUnsettled[atom] ? 1 : 0);
+// What an atom announces after it has been executed may be something else after each firing.
+std::uint64_t LocalStates::configuration(std::size_t atom) const {
+  return mIsUnsettled[atom] ? 2 * mFirings + 1 : 2 * std::uint64_t{number(atom)};
 }
 
 // ---- Connectors ------------------------------------------------------------------------------
@@ -76,6 +77,7 @@ void LocalStates::evaluateFor(std::size_t part) {
 
 void LocalStates::readMembers(std::size_t part) {
   leaveBy(part);
+  ++mFirings;
   std::uint64_t sum = 0;
   for (const Index atom : members(part)) {
     changed(atom);

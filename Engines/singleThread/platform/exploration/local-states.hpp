@@ -23,7 +23,7 @@ class LocalStates : public NumberedStates {
   bool isLegal(std::size_t part) override;
   void changed(std::size_t atom) override;
   void restored() override;
-  std::uint32_t configuration(std::size_t atom) const override;
+  std::uint64_t configuration(std::size_t atom) const override;
   void readMembers(std::size_t part);
   void evaluateFor(std::size_t part);
 
@@ -32,6 +32,7 @@ class LocalStates : public NumberedStates {
   // something else, even if they show the same text.
   std::vector<Index> mUnsettled;
   std::vector<char> mIsUnsettled;
+  std::uint64_t mFirings = 0;
 };
 
 }  // namespace Vesk

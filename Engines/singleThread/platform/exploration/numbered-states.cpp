@@ -40,6 +40,11 @@ NumberedStates::NumberedStates(const Place& place, SystemParts parts)
   }
 }
 
+// A leaf that ends now is no longer the faulty one.
+NumberedStates::~NumberedStates() {
+  if (faulty_leaf == mRaised) faulty_leaf = nullptr;
+}
+
 // ---- Reading and looking up ------------------------------------------------------------------
 
 // The initial state. It counts as restored, so that the next one is compared with it.
@@ -47,7 +52,7 @@ void NumberedStates::read() {
   for (std::size_t atom = 0; atom < mTexts.size(); ++atom) {
     setNumber(atom, readNumber(atom));
     mBaseHash += mTexts[atom].key(number(atom));
-    if (mTexts[atom].marker(number(atom)) != Marker::NONE) ++mMarked;
+    if (mTexts[atom].raised(number(atom)).anything()) ++mRaising;
     changed(atom);
     noteTouched(atom);
   }
@@ -73,7 +78,7 @@ void NumberedStates::takeTextsOf(std::size_t atom) {
   mLongest += texts.longest() - mLengths[atom];
   mLengths[atom] = texts.longest();
   mShorts[atom] = texts.shorts();
-  if (texts.marker(newest) != Marker::NONE) mHaveMarkers = true;
+  if (texts.raised(newest).anything()) mRaiseAnything = true;
   mArePrefixFree = mArePrefixFree && texts.isPrefixFree();
   mAreSuffixFree = mAreSuffixFree && texts.isSuffixFree();
   if (!mArePrefixFree && !mAreSuffixFree && !mByText) goOnByText();
@@ -184,23 +189,24 @@ void NumberedStates::appendText(const unsigned char* key, StateText& text) const
 
 // ---- Flags -----------------------------------------------------------------------------------
 
-// Only the members of the connector that has fired differ from the restored state, which has
-// markers only if it is the initial one.
+// Only the members of the connector that has fired differ from the restored state. That raises
+// something only if it is the initial one, or if there is a leaf without a flag.
 void NumberedStates::raiseFlags() {
-  if (!mHaveMarkers) return;
-  if (mFired != NOTHING && mMarked == 0) {
-    for (const Index atom : members(mFired)) raiseFlag(atom);
+  if (!mRaiseAnything) return;
+  if (mFired != NOTHING && mRaising == 0) {
+    for (const Index atom : members(mFired)) raiseFlagsOf(atom);
   } else {
-    for (std::size_t atom = 0; atom < mTexts.size(); ++atom) raiseFlag(atom);
+    for (std::size_t atom = 0; atom < mTexts.size(); ++atom) raiseFlagsOf(atom);
   }
 }
 
-void NumberedStates::raiseFlag(std::size_t atom) {
-  const Marker marker = mTexts[atom].marker(number(atom));
-  if (marker == Marker::NONE) return;
-  (marker == Marker::PRUNE ? global_prune : global_error) = true;
-  mRaised = static_cast<Leaf*>(mTexts[atom].node(number(atom)));
-  faulty_leaf = mRaised;
+void NumberedStates::raiseFlagsOf(std::size_t atom) {
+  const AtomTexts::Raised& raised = mTexts[atom].raised(number(atom));
+  if (raised.prune) global_prune = true;
+  if (raised.error) global_error = true;
+  if (raised.leaf == nullptr) return;
+  faulty_leaf = raised.leaf;
+  mRaised = raised.isOwn ? raised.leaf : nullptr;
 }
 
 void NumberedStates::drop() {
@@ -253,8 +259,8 @@ void NumberedStates::replace(std::size_t atom, Number number) {
   const AtomTexts& texts = mTexts[atom];
   const Number former = this->number(atom);
   mBaseHash += difference(atom, number);
-  if (texts.marker(former) != Marker::NONE) --mMarked;
-  if (texts.marker(number) != Marker::NONE) ++mMarked;
+  if (texts.raised(former).anything()) --mRaising;
+  if (texts.raised(number).anything()) ++mRaising;
   setNumber(atom, number);
   mLayout.set(mBase.data(), atom, number);
   if (mHaveOneLength && !mRow.empty()) putIntoRow(atom, number, mRow.data());

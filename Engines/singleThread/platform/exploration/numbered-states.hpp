@@ -57,6 +57,7 @@ class BitSet {
 class NumberedStates : public StateSpace {
  public:
   NumberedStates(const Place& place, SystemParts parts);
+  ~NumberedStates() override;
 
   StateNumber count() const override { return mTable.count(); }
   void read() override;
@@ -86,7 +87,7 @@ class NumberedStates : public StateSpace {
   // A state has been restored.
   virtual void restored() {}
   // What the evaluation of connectors depends on: they are evaluated again when it is another one.
-  virtual std::uint32_t configuration(std::size_t atom) const { return number(atom); }
+  virtual std::uint64_t configuration(std::size_t atom) const { return number(atom); }
 
   const SystemParts& parts() const { return mParts; }
   const std::vector<Index>& members(std::size_t part) const {
@@ -113,7 +114,7 @@ class NumberedStates : public StateSpace {
   __attribute__((always_inline)) void expectKey(std::uint64_t difference) const {
     mTable.prefetchKey(mHash + difference);
   }
-  // Raises the flags for the markers in the state that the system is in.
+  // Raises the flags for the state that the system is in.
   void raiseFlags();
   // The atom may have another configuration than at the last activation.
   void noteTouched(std::size_t atom);
@@ -130,7 +131,7 @@ class NumberedStates : public StateSpace {
   void enter(StateNumber number);
   void takeByte(std::size_t byte, const unsigned char* key);
   void replace(std::size_t atom, Number number);
-  void raiseFlag(std::size_t atom);
+  void raiseFlagsOf(std::size_t atom);
   void widen(std::size_t atom);
   void takeTextsOf(std::size_t atom);
   void goOnByText();
@@ -159,16 +160,16 @@ class NumberedStates : public StateSpace {
   bool mIsEvaluatedThere = false;  // activation has looked at the state that it has led to
   StateNumber mFound = 0;
 
-  std::vector<std::uint32_t> mEvaluated;  // per atom, its configuration at the last activation
+  std::vector<std::uint64_t> mEvaluated;  // per atom, its configuration at the last activation
   std::vector<Index> mTouched;            // atoms that may have another one now
   std::vector<char> mIsTouched;
   BitSet mDirty;  // connectors to evaluate
   BitSet mLegal;
 
-  std::size_t mMarked = 0;     // atoms with a marker in the restored state
-  Leaf* mRaised = nullptr;     // for which a flag was raised last
-  bool mHaveMarkers = false;   // in any text
-  bool mArePrefixFree = true;  // the texts of each atom
+  std::size_t mRaising = 0;     // atoms in the restored state for which something is raised
+  Leaf* mRaised = nullptr;      // the last leaf of the states' own for which something was raised
+  bool mRaiseAnything = false;  // any of the texts
+  bool mArePrefixFree = true;   // the texts of each atom
   bool mAreSuffixFree = true;
   bool mByText = false;          // numbers no longer decide whether states are equal
   StateText mText;               // of the state that is looked up or written

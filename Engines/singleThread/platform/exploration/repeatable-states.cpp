@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "exploration/signals.hpp"
+#include "port.hpp"
 
 namespace Vesk {
 
@@ -13,9 +14,10 @@ RepeatableStates::RepeatableStates(const Place& place, SystemParts parts)
 
 // ---- States ----------------------------------------------------------------------------------
 
-// Now, while no outcome is in use and the last label has been written.
+// Outcomes are forgotten while none is in use and the last label has been written. Those of the
+// restored state are in use until another one is restored.
 void RepeatableStates::restore(const PendingState& state) {
-  forgetIfTooMany();
+  if (state.number != restoredState()) forgetIfTooMany();
   NumberedStates::restore(state);
 }
 
@@ -33,7 +35,7 @@ void RepeatableStates::forgetFrozen(Frozen& frozen) {
 }
 
 // Puts the atoms of a connector into the state that the key says.
-void RepeatableStates::settle(std::size_t part) {
+void RepeatableStates::settleAtoms(std::size_t part) {
   for (const Index atom : members(part)) {
     if (mActual[atom] == number(atom)) continue;
     texts(atom).restore(number(atom));
@@ -64,7 +66,7 @@ void RepeatableStates::expectLegal() {
 }
 
 bool RepeatableStates::evaluate(std::size_t part) {
-  settle(part);
+  settleAtoms(part);
   connector(part).eval(false);
   return connector(part).legal();
 }
@@ -134,8 +136,11 @@ bool RepeatableStates::repeat(std::size_t part, Outcomes::Index index, Label& la
   return true;
 }
 
+// What is reported is reported each time, so the connector then fires for real the next time, too.
 bool RepeatableStates::learn(std::size_t part, Outcomes::Index index, Label& label) {
+  const unsigned int reports = Port::sReports;
   if (!fireForReal(part, label)) return false;
+  if (Port::sReports != reports) return true;
   Outcome& outcome = mOutcomes[index];
   Number* after = mOutcomes.after(outcome);
   std::uint64_t sum = 0;

@@ -58,7 +58,7 @@ class RepeatableStates : public NumberedStates {
   Outcome& outcomeOf(std::size_t part);
   void forgetIfTooMany();
   void forgetFrozen(Frozen& frozen);
-  void settle(std::size_t part);
+  void settleAtoms(std::size_t part);
   bool evaluate(std::size_t part);
   bool fireForReal(std::size_t part, Label& label);
   bool learn(std::size_t part, Outcomes::Index index, Label& label);

@@ -33,12 +33,6 @@ const char* textOf(const Leaf& leaf) {
 
 }  // namespace
 
-void clearFlags() {
-  global_error = false;
-  global_prune = false;
-  faulty_leaf = nullptr;
-}
-
 // ---- Path ------------------------------------------------------------------------------------
 
 void Path::backtrack() {
@@ -101,6 +95,7 @@ void Search::run() {
   finish();
 }
 
+// There are no states when the model has thrown before any could be found.
 void Search::finish() {
   printSummary();
   if (mSpace != nullptr) endAll();

@@ -21,24 +21,6 @@ namespace Vesk {
 
 namespace {
 
-// Puts the flags back that are raised while this object lives.
-class KeptFlags {
- public:
-  KeptFlags() : mError(global_error), mPrune(global_prune), mLeaf(faulty_leaf) {}
-  KeptFlags(const KeptFlags&) = delete;
-  KeptFlags& operator=(const KeptFlags&) = delete;
-  ~KeptFlags() {
-    global_error = mError;
-    global_prune = mPrune;
-    faulty_leaf = mLeaf;
-  }
-
- private:
-  const bool mError;
-  const bool mPrune;
-  Leaf* const mLeaf;
-};
-
 bool isComplete(const Node* tree) {
   TreeWalk walk(tree);
   for (const Node* node; walk.next(node);) {

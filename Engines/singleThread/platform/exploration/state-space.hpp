@@ -10,6 +10,7 @@
 #include <memory>
 
 #include "connector.hpp"
+#include "exploration/flags.hpp"
 #include "exploration/labels.hpp"
 #include "exploration/pending-state.hpp"
 
@@ -108,9 +109,6 @@ class StateSpace {
   // last, are going to be taken soon.
   virtual void expectFrozen(std::size_t) {}
 };
-
-// Lowers the flags that model code raises.
-void clearFlags();
 
 }  // namespace Vesk
 

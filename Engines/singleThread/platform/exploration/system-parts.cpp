@@ -32,6 +32,8 @@ SystemParts::SystemParts(Compound& root) {
   const auto count = static_cast<Index>(mConnectors.size());
   std::vector<Index> seen(count, count);
   for (Index i = 0; i < count && mLocality != Locality::UNDECLARED; ++i) findMembers(i, seen);
+  mAtomIndices = {};  // the parts may be kept for as long as a search takes
+  mConnectorIndices = {};
   if (mLocality == Locality::UNDECLARED) return;
   for (Index i = 0; i < count; ++i) {
     for (const Index atom : mConnectors[i].members) mAtoms[atom].connectors.push_back(i);

@@ -31,8 +31,8 @@ class SystemParts {
   // Takes the list of a system. One of the lists may be incomplete when locality() is UNDECLARED.
   explicit SystemParts(Compound& root);
 
-  // What all parts have promised. UNDECLARED also when there are none, or when the promises are not
-  // enough:
+  // What all parts have promised. UNDECLARED also when the promises are not enough:
+  // - there is no part that could have promised anything;
   // - a component is neither atom nor compound, or a connector reaches outside of the system;
   // - exported ports form a ring;
   // - there are timing constraints, whose effect depends on more than texts;

@@ -1,0 +1,81 @@
+#include "exploration/outcomes.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <iterator>
+#include <map>
+#include <utility>
+#include <vector>
+
+using Vesk::Outcomes;
+using Numbers = std::vector<Outcomes::Number>;
+
+namespace {
+
+Outcomes::Key keyOf(Outcomes::Index part, const Numbers& numbers) {
+  return Outcomes::Key(part, numbers.data(), static_cast<Outcomes::Index>(numbers.size()));
+}
+
+}  // namespace
+
+TEST(OutcomesTest, WhatIsAddedIsNotKnownYet) {
+  Outcomes outcomes;
+  const Numbers numbers{1, 2};
+  EXPECT_EQ(nullptr, outcomes.find(keyOf(3, numbers)));
+  const Outcomes::Outcome& added = outcomes.add(keyOf(3, numbers));
+  EXPECT_EQ(3U, added.part);
+  EXPECT_FALSE(added.isLegal);
+  EXPECT_FALSE(added.isKnown);
+  EXPECT_EQ(&added, outcomes.find(keyOf(3, numbers)));
+  EXPECT_EQ(0U, outcomes.indexOf(added));
+}
+
+// Small and large numbers, few and many atoms, with and without leading zeros.
+TEST(OutcomesTest, ConnectorAndNumbersTellOutcomesApart) {
+  Outcomes outcomes;
+  std::map<std::pair<Outcomes::Index, Numbers>, Outcomes::Index> expected;
+  const std::size_t counts[] = {0, 1, 2, 2, 8, 9, 32};  // of the atoms of each connector
+  for (Outcomes::Index part = 0; part < std::size(counts); ++part) {
+    for (const Outcomes::Number number : {0u, 1u, 255u, 256u, 65536u, UINT32_MAX}) {
+      for (std::size_t place = 0; place <= counts[part]; ++place) {
+        Numbers numbers(counts[part], 0);
+        if (place < counts[part]) numbers[place] = number;
+        const Outcomes::Key key = keyOf(part, numbers);
+        const bool isThere = expected.count({part, numbers}) != 0;
+        ASSERT_EQ(isThere, outcomes.find(key) != nullptr);
+        if (!isThere) expected[{part, numbers}] = outcomes.indexOf(outcomes.add(key));
+      }
+    }
+  }
+  for (const auto& [what, index] : expected) {
+    EXPECT_EQ(index, outcomes.indexOf(*outcomes.find(keyOf(what.first, what.second))));
+  }
+}
+
+TEST(OutcomesTest, TheNumbersAfterwardsAreKeptWhileOthersAreAdded) {
+  Outcomes outcomes;
+  for (Outcomes::Number i = 0; i < 5000; ++i) {
+    const Outcomes::Outcome& added = outcomes.add(keyOf(1, {i, i}));
+    outcomes.after(added)[0] = i + 1;
+    outcomes.after(added)[1] = i + 2;
+  }
+  for (Outcomes::Number i = 0; i < 5000; ++i) {
+    const Outcomes::Outcome* found = outcomes.find(keyOf(1, {i, i}));
+    ASSERT_NE(nullptr, found);
+    EXPECT_EQ(i, outcomes.indexOf(*found));
+    EXPECT_EQ(i + 1, outcomes.after(*found)[0]);
+    EXPECT_EQ(i + 2, outcomes.after(*found)[1]);
+  }
+}
+
+TEST(OutcomesTest, NothingIsLeftWhenAllIsForgotten) {
+  Outcomes outcomes;
+  for (Outcomes::Number i = 0; i < 5000; ++i) outcomes.add(keyOf(1, {i}));
+  EXPECT_LT(5000 * sizeof(Outcomes::Outcome), outcomes.bytes());
+  outcomes.clear();
+  EXPECT_EQ(0U, outcomes.bytes());
+  EXPECT_EQ(nullptr, outcomes.find(keyOf(1, {7})));
+  outcomes.add(keyOf(1, {7}));
+  EXPECT_NE(nullptr, outcomes.find(keyOf(1, {7})));
+}

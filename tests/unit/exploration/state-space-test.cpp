@@ -1,0 +1,113 @@
+#include "exploration/state-space.hpp"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+#include "exploration/local-states.hpp"
+#include "exploration/repeatable-states.hpp"
+#include "exploration/text-states.hpp"
+#include "kit/explorations.hpp"
+#include "kit/promised-models.hpp"
+#include "kit/trees.hpp"
+
+using namespace kit;
+
+using Vesk::Locality;
+using Vesk::StateSpace;
+
+namespace {
+
+// The way that a system is explored.
+Locality wayOf(System& system) {
+  Connector* legal = nullptr;
+  Connector* choice = nullptr;
+  system.initialize(nullptr);
+  const std::unique_ptr<StateSpace> space = StateSpace::create({system, legal, choice});
+  if (dynamic_cast<Vesk::RepeatableStates*>(space.get()) != nullptr) return Locality::REPEATABLE;
+  if (dynamic_cast<Vesk::LocalStates*>(space.get()) != nullptr) return Locality::LOCAL;
+  EXPECT_NE(nullptr, dynamic_cast<Vesk::TextStates*>(space.get()));
+  return Locality::UNDECLARED;
+}
+
+Locality wayOf(System& system, Locality declared) {
+  declareAll(system, declared);
+  return wayOf(system);
+}
+
+// A compound whose state says more than those of its atoms.
+class Talkative : public System {
+ public:
+  using System::System;
+  Node* getState() override { return pairOf("more", "a").release(); }
+};
+
+class Unfinished : public TestAtom {
+ public:
+  using TestAtom::TestAtom;
+  Node* getState() override { return nullptr; }
+};
+
+class StateSpaceTest : public testing::Test {
+ protected:
+  StateSpaceTest() {
+    clearGlobals();
+    auto* atom = system.atom("A");
+    atom->state = "a";
+    system.rendezvous("k", atom->enabled("p"));
+  }
+
+  Events events;
+  System system{"s"};
+};
+
+}  // namespace
+
+TEST_F(StateSpaceTest, TheWayIsTheOneThatIsDeclared) {
+  for (const Locality declared : {Locality::UNDECLARED, Locality::LOCAL, Locality::REPEATABLE}) {
+    EXPECT_EQ(declared, wayOf(system, declared)) << nameOf(declared);
+  }
+}
+
+TEST_F(StateSpaceTest, TheSmallestDeclarationOfAllCounts) {
+  declareAll(system, Locality::REPEATABLE);
+  system.compound("C")->atom("B")->declare(Locality::LOCAL);
+  EXPECT_EQ(Locality::LOCAL, wayOf(system));
+  system.atom("D");
+  EXPECT_EQ(Locality::UNDECLARED, wayOf(system));
+}
+
+TEST_F(StateSpaceTest, ACompoundWithAStateOfItsOwnIsExploredByTexts) {
+  system.add(new Talkative("T", &system))->atom("B")->state = "a";
+  EXPECT_EQ(Locality::UNDECLARED, wayOf(system, Locality::REPEATABLE));
+}
+
+TEST_F(StateSpaceTest, AnAtomWithoutStateIsExploredByTextsAndNotReportedMoreOftenForThat) {
+  system.add(new Unfinished("U", &system));
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(Locality::UNDECLARED, wayOf(system, Locality::REPEATABLE));
+  EXPECT_EQ("", testing::internal::GetCapturedStderr());
+}
+
+TEST_F(StateSpaceTest, ASystemThatConnectsFromOutsideIsExploredByTexts) {
+  TestAtom outside("O", nullptr);
+  outside.declare(Locality::REPEATABLE);
+  system.rendezvous("out", outside.enabled("p"));
+  EXPECT_EQ(Locality::UNDECLARED, wayOf(system, Locality::REPEATABLE));
+}
+
+TEST_F(StateSpaceTest, TheChoiceRaisesNoFlags) {
+  auto* marked = system.atom("M");
+  marked->state = "ERROR";
+  EXPECT_EQ(Locality::LOCAL, wayOf(system, Locality::LOCAL));
+  EXPECT_FALSE(global_error);
+  EXPECT_EQ(nullptr, faulty_leaf);
+}
+
+TEST_F(StateSpaceTest, AModelThatDeclaresNothingIsNotReadForTheChoice) {
+  auto* atom = system.atom("B");
+  atom->events = &events;
+  wayOf(system);
+  EXPECT_EQ((Events{"initialize B"}), events);
+}
