@@ -7,13 +7,13 @@
 #include "component.hpp"
 #include "connector.hpp"
 #include "interaction-index.hpp"
-#include "port.hpp"
+#include "priority.hpp"
 
 namespace {
 
 constexpr int FEW_PARTS = 64;              // up to which the walk is as quick
-constexpr std::size_t MANY_TURNS = 256;    // from which a run does not look at all connectors
-constexpr std::size_t LOOKS = 1;           // but at so many
+constexpr std::size_t MANY_TURNS = 512;    // from which a run looks at one in turn, not at all
+constexpr std::size_t MANY_FIRED = 64;     // since the last run; from which it looks at all
 constexpr unsigned int FEW_RUNS = 4;       // a plan with fewer has not paid
 constexpr unsigned int MOST_WALKS = 1023;  // between two attempts to make a plan
 constexpr unsigned int FOR_EVER = ~0u;
@@ -31,13 +31,6 @@ bool isSmall(Compound& root) {
   int parts = 0;
   countParts(root, FEW_PARTS, parts);
   return parts <= FEW_PARTS;
-}
-
-bool hasInternalPorts(const Atom& atom) {
-  for (const Port* port : const_cast<Atom&>(atom).ports()) {
-    if (port->isInternal()) return true;
-  }
-  return false;
 }
 
 int countOf(Compound& compound) {
@@ -67,16 +60,7 @@ struct ActivationPlan::Registry {
     static auto* all = new std::unordered_map<const Compound*, Entry>;
     return *all;
   }
-
-  // The atoms with internal ports that plans look at, and how many plans do.
-  static std::unordered_map<const Atom*, int>& watchedAtoms() {
-    static auto* all = new std::unordered_map<const Atom*, int>;
-    return *all;
-  }
 };
-
-unsigned int ActivationPlan::sPlans = 0;
-unsigned int ActivationPlan::sInternalPorts = 0;
 
 ActivationPlan* ActivationPlan::Registry::Entry::current(Compound& root) {
   if (plan != nullptr) {
@@ -118,23 +102,19 @@ void ActivationPlan::drop(const Compound& root) {
   if (!entries.empty()) entries.erase(&root);
 }
 
-void ActivationPlan::noteMovedAtom(const Atom& atom) {
-  if (hasInternalPorts(atom) && Registry::watchedAtoms().count(&atom) == 0) noteInternalPort();
-}
-
 // ---- Construction ------------------------------------------------------------------------------
 
 // Everything is pending, so that the first run does all that the walk does.
 ActivationPlan::ActivationPlan(Compound& root)
     : mHead(nullptr),
       mLookedAt(0),
-      mInternalPorts(sInternalPorts),
       mRuns(0),
       mUsable(true),
       mDisturbed(false),
       mWrittenByHand(false) {
-  ++sPlans;
+  mFired.reserve(MANY_FIRED + 1);
   rankParts(root);
+  mInternals.begin();
   mPending.reset(mTurns.size());
   mUnsettled.reset(mTurns.size());
   mListed.reset(mTurns.size());
@@ -142,15 +122,10 @@ ActivationPlan::ActivationPlan(Compound& root)
 }
 
 ActivationPlan::~ActivationPlan() {
-  --sPlans;
   for (const Turn& turn : mTurns) {
     if (turn.connector == nullptr) continue;
     InteractionIndex& index = turn.connector->interactions();
     if (index.plan == this) index.plan = nullptr;
-  }
-  auto& watched = Registry::watchedAtoms();
-  for (const InternalTurn& turn : mInternalTurns) {
-    if (turn.atom != nullptr && --watched[turn.atom] == 0) watched.erase(turn.atom);
   }
 }
 
@@ -158,39 +133,32 @@ ActivationPlan::~ActivationPlan() {
 void ActivationPlan::rankParts(Compound& root) {
   struct Visit {
     std::size_t part;
-    int component;              // the next one
-    std::size_t internalTurns;  // before its first one
+    int component;  // the next one
   };
-  std::vector<Visit> visits{{enter(root), 0, 0}};
+  std::vector<Visit> visits{{enter(root), 0}};
   while (!visits.empty()) {
     Visit& visit = visits.back();
     Compound& compound = *mParts[visit.part].compound;
     if (visit.component < compound.components().count()) {
       Component* component = compound.components()[visit.component++];
       if (component->isCompound()) {
-        visits.push_back({enter(static_cast<Compound&>(*component)), 0, mInternalTurns.size()});
-      } else if (component->isAtom() && hasInternalPorts(static_cast<Atom&>(*component))) {
-        watch(static_cast<Atom&>(*component), compound);
+        visits.push_back({enter(static_cast<Compound&>(*component)), 0});
+      } else if (component->isAtom()) {
+        auto& atom = static_cast<Atom&>(*component);
+        if (InternalPorts::hasInternalPorts(atom)) mInternals.add(atom);
       }
       continue;
     }
     rankConnectors(visit.part);
-    const bool hasInternals = mInternalTurns.size() > visit.internalTurns;
+    mInternals.leave();
     visits.pop_back();
-    if (hasInternals && !visits.empty()) {
-      mInternalTurns.push_back({nullptr, &compound, mParts[visits.back().part].compound});
-    }
   }
 }
 
 std::size_t ActivationPlan::enter(Compound& compound) {
   mParts.push_back({&compound, mTurns.size(), 0, 0, countOf(compound)});
+  mInternals.enter(compound);
   return mParts.size() - 1;
-}
-
-void ActivationPlan::watch(Atom& atom, Compound& compound) {
-  ++Registry::watchedAtoms()[&atom];
-  mInternalTurns.push_back({&atom, &compound, nullptr});
 }
 
 // A connector that stands in two places has no single turn.
@@ -214,9 +182,9 @@ void ActivationPlan::rankConnectors(std::size_t index) {
 // ---- Whether it still fits ---------------------------------------------------------------------
 
 bool ActivationPlan::holds() {
-  if (mDisturbed || mInternalPorts != sInternalPorts || !hasAllParts()) return false;
-  mWrittenByHand = !looksUntouched();
-  return !mWrittenByHand;
+  if (mDisturbed || !hasAllParts()) return false;
+  if (!looksUntouched()) mWrittenByHand = true;
+  return !mWrittenByHand && mInternals.update();
 }
 
 bool ActivationPlan::hasAllParts() const {
@@ -227,22 +195,70 @@ bool ActivationPlan::hasAllParts() const {
 }
 
 bool ActivationPlan::looksUntouched() {
-  const std::size_t looks = mTurns.size() < MANY_TURNS ? mTurns.size() : LOOKS;
-  for (std::size_t i = 0; i < looks; ++i) {
-    if (mLookedAt >= mTurns.size()) mLookedAt = 0;
-    if (!looksUntouched(mLookedAt++)) return false;
+  if (mTurns.size() < MANY_TURNS || mFired.size() == MANY_FIRED) {
+    mFired.clear();
+    return allLookUntouched();
+  }
+  mFired.push_back(mLookedAt++);
+  if (mLookedAt == mTurns.size()) mLookedAt = 0;
+  for (const std::size_t rank : mFired) {
+    const std::size_t below = mListed.has(rank) ? mListed.below(rank) : RankSet::NONE;
+    if (!looksUntouched(rank, connectorAt(below))) return false;
+  }
+  mFired.clear();
+  return prioritiesLookUntouched();
+}
+
+bool ActivationPlan::allLookUntouched() const {
+  const Connector* below = nullptr;
+  for (std::size_t rank = 0; rank < mTurns.size(); ++rank) {
+    if (!looksUntouched(rank, below)) return false;
+    if (mListed.has(rank)) below = mTurns[rank].connector;
   }
   return true;
 }
 
-bool ActivationPlan::looksUntouched(std::size_t rank) const {
+// Their guards have run.
+bool ActivationPlan::prioritiesLookUntouched() const {
+  for (const std::size_t end : mPriorityEnds) {
+    for (Priority* priority : mParts[mTurns[end].compound].compound->priorities()) {
+      if (!looksUntouched(*priority->low()->connector())) return false;
+      if (priority->high() == nullptr) continue;
+      if (!looksUntouched(*priority->high()->connector())) return false;
+    }
+  }
+  return true;
+}
+
+bool ActivationPlan::looksUntouched(const Connector& connector) const {
+  const InteractionIndex& place = connector.interactions();
+  if (place.plan != this) return true;
+  const bool listed = mListed.has(place.rank);
+  return looksUntouched(place.rank,
+                        connectorAt(listed ? mListed.below(place.rank) : RankSet::NONE));
+}
+
+// Whether a connector is as the last run has left it, with the given one behind it when it is in
+// the list.
+bool ActivationPlan::looksUntouched(std::size_t rank, const Connector* below) const {
   const Connector* connector = mTurns[rank].connector;
   if (connector == nullptr || mPending.has(rank)) return true;
   const bool listed = connector->legal() && !connector->isSubconn();
   if (!connector->evaluated() || listed != mListed.has(rank)) return false;
   if (connector->recomputexPort() && !mUnsettled.has(rank)) return false;
-  const std::size_t below = listed ? mListed.below(rank) : RankSet::NONE;
-  return connector->next() == connectorAt(below);
+  return connector->next() == (listed ? below : nullptr);
+}
+
+// A write by hand, unless the connector is to be visited anyway. The walk would evaluate it in its
+// turn.
+void ActivationPlan::noteStale(std::size_t rank) {
+  if (mPending.has(rank)) return;
+  mPending.add(rank);
+  mWrittenByHand = true;
+}
+
+void ActivationPlan::noteFired(std::size_t rank) {
+  if (mFired.size() < MANY_FIRED) mFired.push_back(rank);
 }
 
 void ActivationPlan::noteDomination(std::size_t rank) {
@@ -260,15 +276,14 @@ void ActivationPlan::forget(std::size_t rank) {
 // What is noted for a rank that the run has passed waits for the next one, as with the walk.
 Connector* ActivationPlan::run() {
   ++mRuns;
-  listInternals();
   for (const std::size_t end : mPriorityEnds) mPending.add(end);
   std::size_t rank = mPending.from(0);
   while (rank != RankSet::NONE) {
-    mPending.remove(rank);
     if (mTurns[rank].connector != nullptr) {
       visitConnector(rank);
     } else {
       finish(mParts[mTurns[rank].compound]);
+      mPending.remove(rank);
     }
     rank = mPending.from(rank + 1);
   }
@@ -276,11 +291,12 @@ Connector* ActivationPlan::run() {
   return mHead;
 }
 
-// Its evaluation notes it once more.
+// It stays noted when a hook throws.
 void ActivationPlan::visitConnector(std::size_t rank) {
   Connector& connector = *mTurns[rank].connector;
   connector.eval(true);
   if (connector.evaluated()) mPending.remove(rank);
+  if (connector.legal() != (connector.feasibleInter() != nullptr)) mWrittenByHand = true;
   list(rank, connector.legal() && !connector.isSubconn());
   noteDomination(rank);
 }
@@ -326,19 +342,6 @@ LegalConnectors ActivationPlan::legalsOf(const Part& part) const {
 
 Connector* ActivationPlan::connectorAt(std::size_t rank) const {
   return rank != RankSet::NONE ? mTurns[rank].connector : nullptr;
-}
-
-// No hook is called for them, so they need not wait for their turns.
-void ActivationPlan::listInternals() {
-  for (const Part& part : mParts)
-    part.compound->mInternals = part.compound->mInternalTail = nullptr;
-  for (const InternalTurn& turn : mInternalTurns) {
-    if (turn.atom != nullptr) {
-      turn.compound->takeInternalsOf(*turn.atom);
-    } else {
-      turn.around->takeInternalsOf(*turn.compound);
-    }
-  }
 }
 
 // What the walk leaves in the compounds. Those below the root need the ends of their lists for the

@@ -5,9 +5,9 @@
 #include <cstddef>
 #include <vector>
 
+#include "internal-ports.hpp"
 #include "rank-set.hpp"
 
-class Atom;
 class Compound;
 class Connector;
 
@@ -23,26 +23,22 @@ struct LegalConnectors {
 // connector and the end of every compound has a rank, its turn in the walk. Whatever makes a
 // connector evaluate again notes its rank here, and a run goes through the noted ranks in their
 // order: hooks are called as often and in the same order as by the walk, and the lists are the
-// same. The guards of all priorities are asked in every run, and all atoms that have internal ports
-// are looked at, as by the walk.
+// same. The guards of all priorities are asked in every run, as by the walk.
 //
 // The walk is done, and the plan is made again when it pays, when parts have been added, and when
 // something else has walked the connectors. It is always done for
 // - small systems, which gain nothing;
 // - systems that turn out to write the flags of their connectors by hand. The fields of a connector
-//   are open to the classes of models, and such a write cannot be noted. Before each run the plan
-//   looks for one, at all connectors or, of many, at some in turns; the first one ends the plan.
+//   are open to the classes of models, and such a write cannot be noted. So each run begins with a
+//   look at all connectors, or of many, at those that have fired or use a port of an atom that has
+//   moved, at those of all priorities, and at one more in turn. The first write that it finds ends
+//   the plan for good.
 class ActivationPlan {
  public:
   // The plan for the next activate(true) of a compound, null when it has to walk.
   static ActivationPlan* of(Compound& root);
   // Forgets the plan of a compound that ends.
   static void drop(const Compound& root);
-  // An atom has moved, or a port has been made internal: it may be the first one of its atom.
-  static void noteMoved(const Atom& atom) {
-    if (sPlans > 0) noteMovedAtom(atom);
-  }
-  static void noteInternalPort() { ++sInternalPorts; }
 
   explicit ActivationPlan(Compound& root);
   ActivationPlan(const ActivationPlan&) = delete;
@@ -54,6 +50,10 @@ class ActivationPlan {
 
   // The connector with this rank evaluates again, or has been evaluated.
   void noteEvaluation(std::size_t rank) { mPending.add(rank); }
+  // It was to be reset, but is not evaluated any more.
+  void noteStale(std::size_t rank);
+  // It fires: code of the model runs.
+  void noteFired(std::size_t rank);
   // A priority has changed its interactions.
   void noteDomination(std::size_t rank);
   // The connector with this rank ends.
@@ -78,45 +78,33 @@ class ActivationPlan {
     std::size_t end;
     int count;  // of everything in its lists
   };
-  // A turn of the walk for internal ports: an atom that has some, or without one the end of the
-  // compound whose ports go over to the compound around it.
-  struct InternalTurn {
-    Atom* atom;
-    Compound* compound;
-    Compound* around;
-  };
-
-  static void noteMovedAtom(const Atom& atom);
-
   void rankParts(Compound& root);
   std::size_t enter(Compound& compound);
   void rankConnectors(std::size_t index);
-  void watch(Atom& atom, Compound& compound);
   bool holds();
   bool hasAllParts() const;
   bool looksUntouched();
-  bool looksUntouched(std::size_t rank) const;
+  bool allLookUntouched() const;
+  bool prioritiesLookUntouched() const;
+  bool looksUntouched(const Connector& connector) const;
+  bool looksUntouched(std::size_t rank, const Connector* below) const;
   void visitConnector(std::size_t rank);
   void list(std::size_t rank, bool legal);
   void finish(const Part& part);
   LegalConnectors legalsOf(const Part& part) const;
   Connector* connectorAt(std::size_t rank) const;
-  void listInternals();
   void fillEnds();
-
-  static unsigned int sPlans;
-  static unsigned int sInternalPorts;
 
   std::vector<Part> mParts;
   std::vector<Turn> mTurns;
-  std::vector<InternalTurn> mInternalTurns;
+  InternalPorts mInternals;
   std::vector<std::size_t> mPriorityEnds;  // of the compounds that have priorities
+  std::vector<std::size_t> mFired;         // connectors to be looked at; when full, all are
   RankSet mPending;                        // still to be visited
   RankSet mUnsettled;                      // connectors whose interactions have changed
   RankSet mListed;
   Connector* mHead;
   std::size_t mLookedAt;
-  unsigned int mInternalPorts;  // how often one had been noted when the plan was made
   unsigned int mRuns;
   bool mUsable;
   bool mDisturbed;

@@ -7,6 +7,7 @@
 #include "component.hpp"
 #include "connector.hpp"
 #include "constraint.hpp"
+#include "internal-ports.hpp"
 #include "plain-output.hpp"
 #include "port.hpp"
 #include "priority.hpp"
@@ -147,14 +148,13 @@ bool Compound::isTimedInternal(const Port& port) {
   return port.isInternal() && port.synced() && port.constraint() != nullptr;
 }
 
-// Looks at every port at every activation, because a port may become internal at any time and by
-// any way.
 void Compound::takeInternalsOf(Atom& atom) {
   for (Port* port : atom.ports()) {
     if (!isTimedInternal(*port)) continue;
     port->setNext(mInternals);
     if (mInternals == nullptr) mInternalTail = port;
     mInternals = port;
+    Vesk::InternalPorts::noteLinked(atom);
   }
 }
 

@@ -12,6 +12,7 @@
 #include "clock.hpp"
 #include "connector.hpp"
 #include "constraint.hpp"
+#include "internal-ports.hpp"
 #include "markers.hpp"
 #include "plain-output.hpp"
 #include "port.hpp"
@@ -156,7 +157,7 @@ void Atom::notifyDependentConn() {
 }
 
 void Atom::resetLink() {
-  Vesk::ActivationPlan::noteMoved(*this);
+  Vesk::InternalPorts::noteMoved(*this);
   for (Connector* connector : mLinks) connector->resetLink();
 }
 

@@ -62,6 +62,7 @@ class Scheduler;
 namespace Vesk {
 class ActivationCheck;
 class ActivationPlan;
+class InternalPorts;
 struct LegalConnectors;
 }  // namespace Vesk
 
@@ -252,6 +253,7 @@ class Compound : public Component {
  private:
   friend class Vesk::ActivationCheck;
   friend class Vesk::ActivationPlan;
+  friend class Vesk::InternalPorts;
 
   void setSchedulerOfAtoms(Scheduler* scheduler);
   void activateAlone(bool incremental);

@@ -242,6 +242,10 @@ void Connector::noteEvaluation() {
   if (mInteractions->plan != nullptr) mInteractions->plan->noteEvaluation(mInteractions->rank);
 }
 
+void Connector::noteStale() {
+  if (mInteractions->plan != nullptr) mInteractions->plan->noteStale(mInteractions->rank);
+}
+
 void Connector::noteDomination() {
   if (mInteractions->plan != nullptr) mInteractions->plan->noteDomination(mInteractions->rank);
 }
@@ -428,7 +432,7 @@ Interaction* Connector::firstPossible(const Vesk::Time& t) const {
 
 // In any order, since a connector is reset once and resetting a priority twice changes nothing.
 void Connector::resetLink() {
-  if (!mEval) return;
+  if (!mEval) return noteStale();
   if (mLinks.count() + mDominatedPriorities.count() + mDominatorPriorities.count() == 0) {
     mEval = false;
     noteEvaluation();
@@ -438,7 +442,7 @@ void Connector::resetLink() {
   resetAlone(pending);
   while (!pending.empty()) {
     Connector* connector = pending.pop();
-    if (connector->mEval) connector->resetAlone(pending);
+    connector->mEval ? connector->resetAlone(pending) : connector->noteStale();
   }
 }
 

@@ -165,10 +165,12 @@ class Connector {
   // activate() returns; connectors come out in reverse order of the walk.
   Connector* next() const { return mNext; }
   void setNext(Connector* connector) { mNext = connector; }
-  // Evaluated since the last resetLink(). A class that wants a new evaluation calls
-  // setEvaluated(false): in a system with hundreds of connectors a value written into mEval,
-  // mLegal, mSubconn or mRecomputexPort from outside the hooks of this connector is noticed some
-  // steps later.
+  // Evaluated since the last resetLink(). A class that wants a new evaluation calls resetLink() or
+  // setEvaluated(false), which is noted at once. Values that code of a model writes by hand into
+  // mEval, mLegal, mSubconn or mRecomputexPort are found by a look, and then for good: in a system
+  // of up to about 500 connectors before the next activation, and in a larger one as well when the
+  // connector fires, takes part in a priority, or uses a port of an atom that moves in that step.
+  // Elsewhere in a larger system such a value is found some steps later.
   bool evaluated() const { return mEval; }
   void setEvaluated(bool evaluated) {
     mEval = evaluated;
@@ -194,7 +196,7 @@ class Connector {
   Compound* mHolder;
   Array<Port, false> mPorts;
   Port* mxPort;  // new; deleted with its constraint by the destructor, or null
-  bool mLegal;
+  bool mLegal;   // before it is written by hand, see evaluated()
   bool mDominated;
   Array<Priority, false> mDominatedPriorities;
   Array<Priority, false> mDominatorPriorities;
@@ -221,6 +223,7 @@ class Connector {
   Interaction* firstPossible(const Vesk::Time& t) const;
   void resetAlone(Vesk::WorkStack<Connector*>& dependent);
   void noteEvaluation();
+  void noteStale();
   void noteDomination();
 
   bool mEvaluating;  // in the middle of eval(): exported ports must not form a ring

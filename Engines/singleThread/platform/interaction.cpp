@@ -106,7 +106,14 @@ char* Interaction::label() {
   return mConnector->rt_label(mSynced);
 }
 
+// Tells the plan of the activation that code of the model runs.
+void Interaction::noteFired() const {
+  const Vesk::InteractionIndex& place = mConnector->interactions();
+  if (place.plan != nullptr) place.plan->noteFired(place.rank);
+}
+
 void Interaction::execute(const Vesk::Time& t) {
+  noteFired();
   if (mConnector->xPort() != nullptr) mConnector->xPort()->setSynced(false);
   Array<Port, false>& ports = mConnector->ports();
   for (int i = 0; i < ports.count(); ++i) {
@@ -115,6 +122,7 @@ void Interaction::execute(const Vesk::Time& t) {
 }
 
 void Interaction::actuate(const Vesk::Time& t) {
+  noteFired();
   mConnector->dn();
   Array<Port, false>& ports = mConnector->ports();
   for (int i = 0; i < ports.count(); ++i) {

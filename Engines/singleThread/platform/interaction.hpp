@@ -151,6 +151,7 @@ class Interaction : public Executable {
 
  private:
   void intersectPortConstraints();
+  void noteFired() const;
   void resetConstraint();
 };
 

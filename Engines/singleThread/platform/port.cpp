@@ -5,11 +5,11 @@
 #include <cstring>
 #include <string>
 
-#include "activation-plan.hpp"
 #include "clock.hpp"
 #include "component.hpp"
 #include "connector.hpp"
 #include "constraint.hpp"
+#include "internal-ports.hpp"
 #include "structure.hpp"
 
 namespace {
@@ -128,8 +128,8 @@ bool Port::guard() const {
 
 // ---- Internal ports ----------------------------------------------------------------------------
 
-void Port::noteInternal() {
-  Vesk::ActivationPlan::noteInternalPort();
+void Port::noteInternal() const {
+  if (mAtomHolder != nullptr) Vesk::InternalPorts::noteChanged(*mAtomHolder);
 }
 
 // ---- Links -------------------------------------------------------------------------------------

@@ -138,6 +138,101 @@ TEST_F(ManyPartsTest, AnInternalPortIsSeen) {
   EXPECT_EQ(system.internals(), nullptr);
 }
 
+// Each alone in its atom, under a constraint that always holds.
+class ManyInternalPorts : public ManyParts {
+ protected:
+  void makeInternal(int atoms) {
+    make(atoms);
+    for (Component* component : elements(system.components())) {
+      Port* port = static_cast<Atom*>(component)->ports()[0];
+      port->setConstraint(&always);
+      port->setInternal();
+      ports.push_back(port);
+    }
+    walks();
+  }
+  // All ports but one, last one first.
+  std::vector<Port*> allPortsBut(std::size_t out) const {
+    std::vector<Port*> list;
+    for (std::size_t i = ports.size(); i-- > 0;) {
+      if (i != out) list.push_back(ports[i]);
+    }
+    return list;
+  }
+
+  Constraint always{nullptr, 0, 10, LAZY};
+  std::vector<Port*> ports;
+};
+
+using ManyInternalPortsTest = ManyInternalPorts;
+
+TEST_F(ManyInternalPortsTest, OnesThatAreAnnouncedAreSeen) {
+  makeInternal(2000);
+  ports[700]->setSynced(false);
+  EXPECT_FALSE(walks());
+  EXPECT_EQ(listOf(system.internals()), allPortsBut(700));
+  ports[700]->setSynced(true);
+  EXPECT_FALSE(walks());
+  EXPECT_EQ(listOf(system.internals()), allPortsBut(2000));
+  ports[1999]->setInternal(false);
+  EXPECT_FALSE(walks());
+  EXPECT_EQ(listOf(system.internals()), allPortsBut(1999));
+}
+
+TEST_F(ManyInternalPortsTest, ASetConstraintIsSeenAtOnceAmongHundreds) {
+  makeInternal(500);
+  ports[70]->setConstraint(nullptr);
+  EXPECT_FALSE(walks());
+  EXPECT_EQ(listOf(system.internals()), allPortsBut(70));
+}
+
+// The check of every activation refuses the steps in between.
+#ifndef VESK_VALIDATE
+TEST_F(ManyInternalPortsTest, ASetConstraintIsSeenLaterAmongThousandsAndThenAtOnce) {
+  makeInternal(2000);
+  ports[70]->setConstraint(nullptr);
+  for (int i = 0; i < 2000; ++i) walks();
+  EXPECT_EQ(listOf(system.internals()), allPortsBut(70));
+  ports[70]->setConstraint(&always);
+  ports[1070]->setConstraint(nullptr);
+  EXPECT_FALSE(walks());
+  EXPECT_EQ(listOf(system.internals()), allPortsBut(1070));
+}
+#endif
+
+TEST_F(ManyInternalPortsTest, APortThatIsAddedIsSeenWhenItsAtomMoves) {
+  makeInternal(2000);
+  auto* atom = static_cast<Atom*>(system.components()[1000]);
+  auto* port = new Port("added", atom);
+  port->setInternal();
+  atom->addPort(port);
+  port->setConstraint(&always);
+  port->setSynced(true);
+  atom->resetLink();
+  walks();
+  EXPECT_EQ(listOf(system.internals())[999], port);
+  EXPECT_EQ(listOf(system.internals()).size(), 2001u);
+}
+
+TEST_F(ManyInternalPortsTest, AWalkOfAnInnerCompoundIsSeen) {
+  System* inner = system.compound("Inner");
+  auto* atom = inner->atom("B");
+  auto* port = new Port("b", atom);
+  atom->addPort(port);
+  port->setInternal();
+  port->setConstraint(&always);
+  port->setSynced(true);
+  make(500);
+  walks();
+  for (int i = 0; i < 5; ++i) EXPECT_FALSE(walks());
+  EXPECT_EQ(listOf(system.internals()), std::vector<Port*>{port});
+  static_cast<TestAtom*>(system.components()[300])->ports()[0]->setInternal();
+  inner->activate(true);
+  walks();
+  EXPECT_EQ(listOf(system.internals()), std::vector<Port*>{port});
+  EXPECT_EQ(inner->internals(), port);
+}
+
 TEST_F(ManyPartsTest, AnAtomThatMovesMayMakeItsPortInternalByHand) {
   class Switching : public Port {
    public:
@@ -166,21 +261,98 @@ TEST_F(ManyPartsTest, AFlagThatIsClearedByItsOperationIsSeen) {
   EXPECT_EQ(events, (Events{"guard k700", "up k700"}));
 }
 
-TEST_F(ManyPartsTest, AFlagThatIsWrittenByHandIsSeenAtOnceAmongHundredConnectors) {
-  make(100);
+TEST_F(ManyPartsTest, ALinkThatIsResetIsSeen) {
+  make(1000);
+  walks();
+  connectors[700]->resetLink();
+  EXPECT_FALSE(walks());
+  EXPECT_EQ(events, (Events{"guard k700", "up k700"}));
+}
+
+TEST_F(ManyPartsTest, AFlagThatIsWrittenByHandIsSeenAtOnceAmongHundredsOfConnectors) {
+  make(500);
   walks();
   connectors[70]->clearEvaluated();
   EXPECT_TRUE(walks());
   EXPECT_EQ(events, (Events{"guard k70", "up k70"}));
+  for (int i = 0; i < 100; ++i) ASSERT_TRUE(walks()) << "it may do so again";
+}
+
+TEST_F(ManyPartsTest, AFlagThatAnAtomWritesByHandWhileItMovesIsSeenAtOnceAmongThousands) {
+  make(2000);
+  WrittenConnector* const written = connectors[1500];
+  auto* atom = static_cast<TestAtom*>(system.components()[1500]);
+  atom->onExecute = [written](Port*) { written->clearEvaluated(); };
+  walks();
+  fire(1500);
+  EXPECT_TRUE(walks());
+  EXPECT_EQ(events, (Events{"guard k1500"}));
+  EXPECT_EQ(listOf(head), allBut({1500}));
+  for (int i = 0; i < 100; ++i) ASSERT_TRUE(walks());
+}
+
+// Its ports stay as they are, so that nothing resets it.
+TEST_F(ManyPartsTest, AFlagThatAConnectorWritesByHandWhileItFiresIsSeenAtOnceAmongThousands) {
+  make(2000);
+  WrittenConnector* const written = connectors[1500];
+  written->onDn = [written] { written->clearEvaluated(); };
+  walks();
+  written->feasibleInter()->actuate(Vesk::Time(0));
+  EXPECT_TRUE(walks());
+  EXPECT_EQ(events, (Events{"guard k1500", "up k1500"}));
+}
+
+TEST_F(ManyPartsTest, AFlagThatThePriorityOfAConnectorWritesByHandIsSeenAtOnceAmongThousands) {
+  make(2000);
+  WrittenConnector* const written = connectors[1500];
+  auto* priority = new TestPriority("y", &system, Interaction::Create(written, 1, 0),
+                                    Interaction::Create(connectors[3], 1, 0));
+  system.priorities().add(priority);
+  system.setup(nullptr);
+  int writes = 0;
+  walks();
+  priority->onGuard = [written, &writes] {
+    if (writes-- == 1) written->clearEvaluated();
+    return false;
+  };
+  for (int i = 0; i < 5; ++i) EXPECT_FALSE(walks()) << i;
+  writes = 1;
+  EXPECT_FALSE(walks());
+  EXPECT_TRUE(walks());
+  EXPECT_EQ(events, (Events{"guard k1500", "up k1500"}));
+}
+
+TEST_F(ManyPartsTest, AConnectorWhoseGuardThrowsIsAskedAgain) {
+  make(1000);
+  walks();
+  connectors[500]->beforeGuard = [] { throw 1; };
+  connectors[500]->resetLink();
+  EXPECT_THROW(walks(), int);
+  connectors[500]->beforeGuard = nullptr;
+  walks();
+  EXPECT_EQ(events, (Events{"guard k500", "up k500"}));
+  EXPECT_EQ(listOf(head), allBut({}));
 }
 
 // The check of every activation refuses such a connector.
 #ifndef VESK_VALIDATE
-TEST_F(ManyPartsTest, AMarkAsLegalThatIsWrittenByHandIsSeenAtOnceAmongHundredConnectors) {
-  make(100);
+TEST_F(ManyPartsTest, AMarkAsLegalThatIsWrittenByHandIsSeenAtOnceAmongHundredsOfConnectors) {
+  make(500);
   walks();
   connectors[30]->clearLegal();
   EXPECT_TRUE(walks());
+  EXPECT_EQ(listOf(head), allBut({30}));
+}
+
+TEST_F(ManyPartsTest, AMarkAsLegalThatUpWritesByHandHoldsAndEndsTheShortWay) {
+  make(2000);
+  walks();
+  WrittenConnector* const written = connectors[30];
+  written->onUp = [written] { written->clearLegal(); };
+  written->resetLink();
+  EXPECT_FALSE(walks());
+  EXPECT_EQ(listOf(head), allBut({30}));
+  for (int i = 0; i < 10; ++i) EXPECT_TRUE(walks());
   EXPECT_EQ(listOf(head), allBut({30}));
 }
 #endif
