@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr int FEW_PARTS = 64;              // up to which the walk is as quick
+constexpr int FEW_PARTS = 16;              // up to which the walk is as quick
 constexpr std::size_t MANY_TURNS = 512;    // from which a run looks at one in turn, not at all
 constexpr std::size_t MANY_FIRED = 64;     // since the last run; from which it looks at all
 constexpr unsigned int FEW_RUNS = 4;       // a plan with fewer has not paid
@@ -60,7 +60,26 @@ struct ActivationPlan::Registry {
     static auto* all = new std::unordered_map<const Compound*, Entry>;
     return *all;
   }
+  // Most steps ask for one compound all the time.
+  static Entry& of(const Compound& root) {
+    if (sLastRoot != &root) {
+      sLast = &entries()[&root];
+      sLastRoot = &root;
+    }
+    return *sLast;
+  }
+  static void drop(const Compound& root) {
+    if (sLastRoot == &root) sLastRoot = nullptr;
+    if (!entries().empty()) entries().erase(&root);
+  }
+
+  static const Compound* sLastRoot;
+  static Entry* sLast;
 };
+
+unsigned long long ActivationPlan::sPlans = 0;
+const Compound* ActivationPlan::Registry::sLastRoot = nullptr;
+ActivationPlan::Registry::Entry* ActivationPlan::Registry::sLast = nullptr;
 
 ActivationPlan* ActivationPlan::Registry::Entry::current(Compound& root) {
   if (plan != nullptr) {
@@ -94,24 +113,29 @@ void ActivationPlan::Registry::Entry::retire() {
 }
 
 ActivationPlan* ActivationPlan::of(Compound& root) {
-  return Registry::entries()[&root].current(root);
+  return Registry::of(root).current(root);
+}
+
+ActivationPlan* ActivationPlan::lastOf(const Compound& root) {
+  return Registry::of(root).plan.get();
 }
 
 void ActivationPlan::drop(const Compound& root) {
-  auto& entries = Registry::entries();
-  if (!entries.empty()) entries.erase(&root);
+  Registry::drop(root);
 }
 
 // ---- Construction ------------------------------------------------------------------------------
 
 // Everything is pending, so that the first run does all that the walk does.
 ActivationPlan::ActivationPlan(Compound& root)
-    : mHead(nullptr),
+    : mNumber(++sPlans),
+      mHead(nullptr),
       mLookedAt(0),
       mRuns(0),
       mUsable(true),
       mDisturbed(false),
-      mWrittenByHand(false) {
+      mWrittenByHand(false),
+      mRecords(false) {
   mFired.reserve(MANY_FIRED + 1);
   rankParts(root);
   mInternals.begin();
@@ -202,8 +226,7 @@ bool ActivationPlan::looksUntouched() {
   mFired.push_back(mLookedAt++);
   if (mLookedAt == mTurns.size()) mLookedAt = 0;
   for (const std::size_t rank : mFired) {
-    const std::size_t below = mListed.has(rank) ? mListed.below(rank) : RankSet::NONE;
-    if (!looksUntouched(rank, connectorAt(below))) return false;
+    if (!looksUntouched(rank)) return false;
   }
   mFired.clear();
   return prioritiesLookUntouched();
@@ -212,8 +235,9 @@ bool ActivationPlan::looksUntouched() {
 bool ActivationPlan::allLookUntouched() const {
   const Connector* below = nullptr;
   for (std::size_t rank = 0; rank < mTurns.size(); ++rank) {
-    if (!looksUntouched(rank, below)) return false;
-    if (mListed.has(rank)) below = mTurns[rank].connector;
+    const bool listed = mListed.has(rank);
+    if (!looksUntouched(rank, listed, listed ? below : nullptr)) return false;
+    if (listed) below = mTurns[rank].connector;
   }
   return true;
 }
@@ -232,21 +256,24 @@ bool ActivationPlan::prioritiesLookUntouched() const {
 
 bool ActivationPlan::looksUntouched(const Connector& connector) const {
   const InteractionIndex& place = connector.interactions();
-  if (place.plan != this) return true;
-  const bool listed = mListed.has(place.rank);
-  return looksUntouched(place.rank,
-                        connectorAt(listed ? mListed.below(place.rank) : RankSet::NONE));
+  return place.plan != this || looksUntouched(place.rank);
 }
 
-// Whether a connector is as the last run has left it, with the given one behind it when it is in
-// the list.
-bool ActivationPlan::looksUntouched(std::size_t rank, const Connector* below) const {
-  const Connector* connector = mTurns[rank].connector;
-  if (connector == nullptr || mPending.has(rank)) return true;
-  const bool listed = connector->legal() && !connector->isSubconn();
-  if (!connector->evaluated() || listed != mListed.has(rank)) return false;
-  if (connector->recomputexPort() && !mUnsettled.has(rank)) return false;
-  return connector->next() == (listed ? below : nullptr);
+bool ActivationPlan::looksUntouched(std::size_t rank) const {
+  const bool listed = mListed.has(rank);
+  const std::size_t below = listed ? mListed.below(rank) : RankSet::NONE;
+  return looksUntouched(rank, listed, connectorAt(below));
+}
+
+// Whether a connector is as the last run has left it: in the list or not, with the given one behind
+// it. One that is visited anyway may be in any state.
+bool ActivationPlan::looksUntouched(std::size_t rank, bool listed, const Connector* below) const {
+  const Connector* const connector = mTurns[rank].connector;
+  if (connector == nullptr) return true;
+  const bool same =
+      connector->evaluated() && (!connector->recomputexPort() || mUnsettled.has(rank)) &&
+      listed == (connector->legal() && !connector->isSubconn()) && connector->next() == below;
+  return same || mPending.has(rank);
 }
 
 // A write by hand, unless the connector is to be visited anyway. The walk would evaluate it in its
@@ -264,6 +291,14 @@ void ActivationPlan::noteFired(std::size_t rank) {
 void ActivationPlan::noteDomination(std::size_t rank) {
   mUnsettled.add(rank);
   mPending.add(mParts[mTurns[rank].compound].end);
+  if (!mRecords) return;
+  mRecords = mChanged.size() < mTurns.size();
+  mChanged.push_back(rank);
+}
+
+void ActivationPlan::record() {
+  mChanged.clear();
+  mRecords = true;
 }
 
 void ActivationPlan::forget(std::size_t rank) {

@@ -37,6 +37,8 @@ class ActivationPlan {
  public:
   // The plan for the next activate(true) of a compound, null when it has to walk.
   static ActivationPlan* of(Compound& root);
+  // The one that the last activate(true) of a compound has run, null when it has walked.
+  static ActivationPlan* lastOf(const Compound& root);
   // Forgets the plan of a compound that ends.
   static void drop(const Compound& root);
 
@@ -60,6 +62,20 @@ class ActivationPlan {
   void forget(std::size_t rank);
   // Something else has linked connectors.
   void disturb() { mDisturbed = true; }
+
+  // For who keeps something about what a run has found. No two plans have the same number.
+  unsigned long long number() const { return mNumber; }
+  std::size_t ranks() const { return mTurns.size(); }
+  // Null when it is not in the list of legal connectors, or the turn is no connector's.
+  Connector* listed(std::size_t rank) const {
+    return mListed.has(rank) ? mTurns[rank].connector : nullptr;
+  }
+  const InternalPorts& internals() const { return mInternals; }
+  // Begins to record the ranks of the connectors that may have changed; empties the record.
+  void record();
+  // What has been recorded, some perhaps more than once; all may have changed when it is not whole.
+  const std::vector<std::size_t>& changed() const { return mChanged; }
+  bool recordIsWhole() const { return mRecords; }
 
  private:
   struct Registry;
@@ -87,7 +103,8 @@ class ActivationPlan {
   bool allLookUntouched() const;
   bool prioritiesLookUntouched() const;
   bool looksUntouched(const Connector& connector) const;
-  bool looksUntouched(std::size_t rank, const Connector* below) const;
+  bool looksUntouched(std::size_t rank) const;
+  bool looksUntouched(std::size_t rank, bool listed, const Connector* below) const;
   void visitConnector(std::size_t rank);
   void list(std::size_t rank, bool legal);
   void finish(const Part& part);
@@ -95,11 +112,15 @@ class ActivationPlan {
   Connector* connectorAt(std::size_t rank) const;
   void fillEnds();
 
+  static unsigned long long sPlans;  // how many have been made
+
+  const unsigned long long mNumber;
   std::vector<Part> mParts;
   std::vector<Turn> mTurns;
   InternalPorts mInternals;
   std::vector<std::size_t> mPriorityEnds;  // of the compounds that have priorities
   std::vector<std::size_t> mFired;         // connectors to be looked at; when full, all are
+  std::vector<std::size_t> mChanged;       // see record()
   RankSet mPending;                        // still to be visited
   RankSet mUnsettled;                      // connectors whose interactions have changed
   RankSet mListed;
@@ -109,6 +130,7 @@ class ActivationPlan {
   bool mUsable;
   bool mDisturbed;
   bool mWrittenByHand;
+  bool mRecords;
 };
 
 }  // namespace Vesk

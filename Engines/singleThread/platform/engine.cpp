@@ -4,11 +4,13 @@
 
 #include <cstdlib>
 #include <iostream>
+#include <typeinfo>
 
 #include "clock.hpp"
 #include "component.hpp"
 #include "filter.hpp"
 #include "plain-output.hpp"
+#include "selection.hpp"
 
 namespace {
 
@@ -96,32 +98,43 @@ void Executer::initialize() {
   std::srand(static_cast<unsigned int>(mRandSeed));
 }
 
+// A policy of this engine draws from the selection; one of a program looks at what the filters have
+// left, and may do whatever it likes with it.
 void Executer::run() {
   unsigned int steps = 0;
+  Vesk::Selection selection(
+      {system(), logicalClock(), interactions(), wait(), semantics(), scheduler()},
+      drawsByChance());
   for (;;) {
-    beginStep();
-    if (!semanticsLeavesSomething()) return;
-    catchUpWithPlatform();
+    beginStep(selection);
+    if (!semanticsLeavesSomething(selection)) return;
+    catchUpWithPlatform(selection);
     if (!urgencyIsRespected()) return;
     if (!driftIsBounded()) return;
-    if (!pickExecutable()) return;
+    if (!pickExecutable(selection)) return;
     waitAndFire();
     if (limitReached(steps)) return;
   }
 }
 
-void Executer::beginStep() {
+// Whether the class is one of those below; a random time is drawn from what the semantics leaves.
+bool Executer::drawsByChance() const {
+  if (typeid(*this) == typeid(StandardExecuter)) return true;
+  return typeid(*this) == typeid(RandomExecuter) && typeid(mScheduler) == typeid(EmptyScheduler);
+}
+
+void Executer::beginStep(Vesk::Selection& selection) {
   Connector* legals = system().activate(true);
   interactions().initialize(legals, system().internals());
-  interactions().unmarkAll();
+  selection.begin();
   Trace(simout(), quiet()) << STEP << logicalClock().time();
 }
 
-bool Executer::semanticsLeavesSomething() {
+bool Executer::semanticsLeavesSomething(Vesk::Selection& selection) {
   wait().setLow(logicalClock().time());
   wait().setHigh(Vesk::Time::MAX);
-  semantics().filter(interactions(), wait());
-  if (!deadlock()) return true;
+  selection.applySemantics();
+  if (!selection.empty()) return true;
   const Trace trace(simout(), quiet());
   trace << DEADLOCK;
   trace.endLine();
@@ -131,13 +144,13 @@ bool Executer::semanticsLeavesSomething() {
 // A step that must fire at once goes on at the logical time, however late the platform is; one that
 // may wait goes on at the platform's time. Marks of the first filtering stay, so the step can only
 // become narrower.
-void Executer::catchUpWithPlatform() {
+void Executer::catchUpWithPlatform(Vesk::Selection& selection) {
   const Trace trace(simout(), quiet());
   const Vesk::Time now = logicalClock().time();
   if (wait().high() > now) {
     logicalClock().update();
     wait().setLow(logicalClock().time());
-    semantics().filter(interactions(), wait());
+    selection.applySemantics();
     if (logicalClock().time() != now) trace << CAUGHT_UP << logicalClock().time();
   } else if (!quiet()) {
     const Vesk::Time platform = platformClock().time();
@@ -166,9 +179,13 @@ bool Executer::driftIsBounded() {
 // Deliberate: the message of an empty choice is written in quiet runs too. It also ends every
 // interactive run that the user leaves, and programs that drive the dialogue look for it.
 // (docs/decisions/0008-an-interactive-run-ends-with-a-bug-line.md)
-bool Executer::pickExecutable() {
-  mScheduler.filter(interactions(), wait());
-  choose();
+bool Executer::pickExecutable(Vesk::Selection& selection) {
+  selection.applyScheduler();
+  if (selection.byChance()) {
+    chooseFrom(selection);
+  } else {
+    choose();
+  }
   if (mChoice != nullptr) return true;
   const Trace trace(simout(), false);
   trace << NO_CHOICE;
@@ -211,19 +228,34 @@ Executable* Executer::pickAtRandom() {
   return *(interactions().begin() + index);
 }
 
-void StandardExecuter::choose() {
+// What choose() of the two classes below does.
+void Executer::chooseFrom(Vesk::Selection& selection) {
+  if (typeid(*this) == typeid(RandomExecuter)) {
+    wait().setLow(drawTime());
+    selection.applySemantics();
+  }
   const Vesk::Time now = wait().low();
-  setChoice(pickAtRandom());
+  setChoice(selection.pick());
   setTime(choice() != nullptr ? choice()->next(now) : now);
 }
 
 // Deliberate: the latest possible time is never drawn unless it is the only one, because a seed
 // gives the times that it has always given.
 // (docs/decisions/0013-the-latest-time-of-a-random-draw.md)
-void RandomExecuter::choose() {
-  const Vesk::Time width = wait().high() - wait().low();
+Vesk::Time Executer::drawTime() const {
+  const Vesk::Time width = mWait.high() - mWait.low();
   const long double offset = randomFraction() * width.microseconds();
-  const Vesk::Time chosen = wait().low() + Vesk::Time(static_cast<long long>(offset));
+  return mWait.low() + Vesk::Time(static_cast<long long>(offset));
+}
+
+void StandardExecuter::choose() {
+  const Vesk::Time now = wait().low();
+  setChoice(pickAtRandom());
+  setTime(choice() != nullptr ? choice()->next(now) : now);
+}
+
+void RandomExecuter::choose() {
+  const Vesk::Time chosen = drawTime();
   wait().setLow(chosen);
   semantics().filter(interactions(), wait());
   setChoice(pickAtRandom());

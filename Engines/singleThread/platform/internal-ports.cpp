@@ -97,7 +97,7 @@ void InternalPorts::add(Atom& atom) {
   if (const Registry::Entry* entry = Registry::find(atom)) entry->ports->mDisturbed = true;
   Registry::entries()[&atom] = {this, mAtoms.size()};
   mAtoms.push_back({&atom, mPorts.size(), atom.ports().count(), false});
-  for (Port* port : atom.ports()) mPorts.push_back({port, mLevel});
+  for (Port* port : atom.ports()) mPorts.push_back({port, mLevel, nullptr});
 }
 
 void InternalPorts::leave() {
@@ -119,7 +119,7 @@ bool InternalPorts::update() {
   bool differs = false;
   for (const std::size_t index : mNoted) {
     mAtoms[index].noted = false;
-    if (!refresh(index, differs)) return false;
+    if (!refresh(mAtoms[index], true, differs)) return false;
   }
   mNoted.clear();
   if (!look()) return false;
@@ -134,7 +134,7 @@ bool InternalPorts::look() {
   std::size_t looks = mUnnoted || mAtoms.size() < MANY_ATOMS ? mAtoms.size() : LOOKS;
   for (std::size_t i = 0; i < looks; ++i) {
     if (mLookedAt >= mAtoms.size()) mLookedAt = 0;
-    if (!refresh(mLookedAt++, differs)) return false;
+    if (!refresh(mAtoms[mLookedAt++], false, differs)) return false;
     if (!differs || mUnnoted) continue;
     mUnnoted = true;
     looks = i + 1 + mAtoms.size();
@@ -143,19 +143,22 @@ bool InternalPorts::look() {
 }
 
 // Looks at the ports of an atom. False when they are not those that it had.
-bool InternalPorts::refresh(std::size_t index, bool& differs) {
-  const Watched& watched = mAtoms[index];
+bool InternalPorts::refresh(const Watched& watched, bool noted, bool& differs) {
   if (watched.atom->ports().count() != watched.ports) return false;
   for (int i = 0; i < watched.ports; ++i) {
     const std::size_t rank = watched.first + static_cast<std::size_t>(i);
-    const Port& port = *mPorts[rank].port;
-    if (!port.isInternal() && !mListed.has(rank)) continue;
-    mChanged.push_back(rank);
-    const bool enabled = isListed(port);
-    if (enabled != mListed.has(rank)) {
+    Place& place = mPorts[rank];
+    if (!place.port->isInternal() && !mListed.has(rank)) continue;
+    const bool enabled = isListed(*place.port);
+    const bool same = enabled == mListed.has(rank) && place.port->constraint() == place.constraint;
+    if (!same) {
       differs = true;
+      place.constraint = place.port->constraint();
+    }
+    if (noted || !same) mChanged.push_back(rank);
+    if (enabled != mListed.has(rank)) {
       list(rank, enabled);
-    } else if (enabled && port.next() != portAt(mListed.below(rank))) {
+    } else if (enabled && place.port->next() != portAt(mListed.below(rank))) {
       return false;
     }
   }

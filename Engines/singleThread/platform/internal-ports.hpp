@@ -10,6 +10,7 @@
 
 class Atom;
 class Compound;
+class Constraint;
 class Port;
 
 namespace Vesk {
@@ -54,7 +55,7 @@ class InternalPorts {
   // somebody else has linked the ports.
   bool update();
 
-  // The ports that the last update() has looked at because something was noted or found, by rank.
+  // The ports, by rank, of which something was noted or found in the last update().
   const std::vector<std::size_t>& changed() const { return mChanged; }
   std::size_t ranks() const { return mPorts.size(); }
   // Null when the port is not in the list.
@@ -66,6 +67,7 @@ class InternalPorts {
   struct Place {
     Port* port;
     std::size_t level;  // of the compound that has its atom
+    const Constraint* constraint;
   };
   // A compound with the ranks of all ports below it.
   struct Level {
@@ -87,7 +89,7 @@ class InternalPorts {
 
   void note(std::size_t index);
   bool look();
-  bool refresh(std::size_t index, bool& differs);
+  bool refresh(const Watched& watched, bool noted, bool& differs);
   void list(std::size_t rank, bool listed);
   void setHeads(std::size_t rank);
   void setEnds();

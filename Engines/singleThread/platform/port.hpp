@@ -79,7 +79,8 @@ class Port : public Executable {
   // Fired by the atom itself or from the compound's list of internal ports, not through a
   // connector. A class that writes mInternal or mSynced by hand does so while its atom moves, or
   // calls the operation: in a system of hundreds of atoms with internal ports a value written at
-  // another time is noticed some steps later, and so is a constraint that is set then.
+  // another time is noticed some steps later. So is another constraint; and what is changed within
+  // a constraint while its atom does not move counts from the atom's next move on.
   bool isInternal() const { return mInternal; }
   void setInternal(bool internal = true) {
     mInternal = internal;
