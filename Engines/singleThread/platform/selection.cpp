@@ -139,6 +139,7 @@ bool PortTimes::shift(const Port& port, const LogicalClock& clock, Number& resul
 Selection::Selection(const Run& run, bool byChance)
     : mRun(run),
       mByChance(byChance),
+      mForetells(false),
       mPlan(nullptr),
       mPlanNumber(0),
       mConnectors(0),
@@ -147,13 +148,22 @@ Selection::Selection(const Run& run, bool byChance)
       mWalks(0),
       mPatience(0),
       mSteps(0),
+      mAsked(0),
       mScheduled(false) {
   Agenda::Policy policy;
   Number margin;
-  if (!byChance || ClockChanges::recording() || !isPlainSemantics(run.semantics)) return;
-  if (!isPlainScheduler(run.scheduler, policy, margin)) return;
+  mForetells = byChance && isPlainSemantics(run.semantics) &&
+               isPlainScheduler(run.scheduler, policy, margin);
+}
+
+// Small systems go without. There is one at a time, which the changes of clocks are recorded for.
+bool Selection::makeAgenda() {
+  Agenda::Policy policy;
+  Number margin;
+  if (ClockChanges::recording() || !isPlainScheduler(mRun.scheduler, policy, margin)) return false;
   mAgenda = std::make_unique<Agenda>(policy, margin);
   ClockChanges::setRecording(true);
+  return true;
 }
 
 // A run that ends before the scheduler of a step leaves the marks of the semantics alone.
@@ -163,15 +173,15 @@ Selection::~Selection() {
 }
 
 void Selection::begin() {
-  mTimes.clear();
+  mAsked = 0;
   mScheduled = false;
-  mQuick = mAgenda != nullptr && takeUp();
-  ClockChanges::record().clear();
+  mQuick = mForetells && takeUp();
+  if (mAgenda != nullptr) ClockChanges::record().clear();
   if (!mQuick) mRun.executables.unmarkAll();
 }
 
 void Selection::applySemantics() {
-  mTimes.push_back(mRun.wait.low());
+  if (mAsked < mTimes.size()) mTimes[mAsked++] = mRun.wait.low();
   if (!mQuick) {
     mRun.semantics.filter(mRun.executables, mRun.wait);
   } else if (!openAt(mRun.wait.low())) {
@@ -226,6 +236,7 @@ bool Selection::takeUp() {
     mPlanNumber = 0;
     return false;
   }
+  if (mAgenda == nullptr && !makeAgenda()) return mForetells = false;
   const bool done = goesOn ? takeUpChanges(*plan, now) : takeUpAll(*plan, now);
   plan->record();
   if (!done) giveUp();
@@ -342,8 +353,8 @@ void Selection::walkAgain() {
   mQuick = false;
   mRun.executables.unmarkAll();
   mRun.wait.setHigh(Time::MAX);
-  for (const Time& t : mTimes) {
-    mRun.wait.setLow(t);
+  for (std::size_t i = 0; i < mAsked; ++i) {
+    mRun.wait.setLow(mTimes[i]);
     mRun.semantics.filter(mRun.executables, mRun.wait);
   }
   if (mScheduled) mRun.scheduler.filter(mRun.executables, mRun.wait);

@@ -2,6 +2,7 @@
 #ifndef VESK_SELECTION_HPP
 #define VESK_SELECTION_HPP
 
+#include <array>
 #include <cstddef>
 #include <memory>
 #include <unordered_map>
@@ -71,6 +72,7 @@ class Selection {
   Executable* pick();
 
  private:
+  bool makeAgenda();
   bool takeUp();
   bool takeUpAll(ActivationPlan& plan, const Time& now);
   bool takeUpChanges(ActivationPlan& plan, const Time& now);
@@ -87,18 +89,20 @@ class Selection {
 
   const Run mRun;
   const bool mByChance;
-  std::unique_ptr<Agenda> mAgenda;  // null when all steps are walked
+  bool mForetells;                  // it knows the policy and the filters
+  std::unique_ptr<Agenda> mAgenda;  // null until it is needed
   const ActivationPlan* mPlan;      // of this step
   unsigned long long mPlanNumber;   // whose connectors the agenda has; 0: none
   std::size_t mConnectors;          // slots for connectors, which come first
   std::size_t mPorts;
   Time mOpened;  // the last semantics of the agenda, and what it has returned
   Time mLatest;
-  bool mQuick;               // this step goes by the agenda
-  unsigned int mWalks;       // steps before the next attempt
-  unsigned int mPatience;    // as many there were before the last one
-  unsigned int mSteps;       // since then
-  std::vector<Time> mTimes;  // of the semantics of this step
+  bool mQuick;                 // this step goes by the agenda
+  unsigned int mWalks;         // steps before the next attempt
+  unsigned int mPatience;      // as many there were before the last one
+  unsigned int mSteps;         // since then
+  std::array<Time, 3> mTimes;  // of the semantics of this step, which is asked once to three times
+  std::size_t mAsked;
   bool mScheduled;
   std::vector<std::size_t> mExpired;
   std::unordered_multimap<const GenericClock*, std::size_t> mUsers;  // slots, perhaps former ones
