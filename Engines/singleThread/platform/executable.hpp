@@ -67,8 +67,8 @@ class Executable {
   virtual GenericClock* displayClock() const = 0;
 
   // Bit k is set by the filter of level k; filters remove by marking. A run of the timed engine
-  // makes the marks of each step, but in a large system it writes only those that change: one that a
-  // model sets by itself may last longer than the step.
+  // makes the marks of each step, but in a large system it writes only those that change: one that
+  // a model sets by itself may last longer than the step.
   unsigned int mark() const { return mMark; }
   void setMark(unsigned int mark) { mMark = mark; }
   // When it is enabled; null: time never restricts it. Setting one transfers no ownership by

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
-#include <typeinfo>
 
 #include "activation-plan.hpp"
 #include "chain.hpp"
@@ -15,6 +13,7 @@
 #include "executables.hpp"
 #include "filter.hpp"
 #include "port.hpp"
+#include "virtual-table.hpp"
 
 using Number = Vesk::Times::Number;
 using Vesk::Time;
@@ -45,16 +44,10 @@ Number shifted(const Time& t, Number shift) {
 constexpr std::size_t FIRST_ASKED = 5;
 constexpr std::size_t END_ASKED = 7;
 
-const void* const* tableOf(const Executable& executable) {
-  const void* const* table;
-  std::memcpy(&table, static_cast<const void*>(&executable), sizeof table);
-  return table;
-}
-
 // Whether the class of an executable leaves deadline() and next() as they are in another class.
 bool answersAs(const Executable& executable, const Executable& other) {
-  const void* const* const table = tableOf(executable);
-  const void* const* const expected = tableOf(other);
+  const auto* const table = static_cast<const void* const*>(Vesk::tableOf(executable));
+  const auto* const expected = static_cast<const void* const*>(Vesk::tableOf(other));
   return table == expected ||
          std::equal(table + FIRST_ASKED, table + END_ASKED, expected + FIRST_ASKED);
 }
@@ -101,20 +94,32 @@ bool foretell(const Constraint& constraint, Number shift, const Time& now, Times
   return result.deadline <= maximum() && (!result.eager || result.low < maximum());
 }
 
+// Whether an object is of the class of another one. Models may be built without run-time type
+// information.
+template <class Base>
+bool isLike(const Base& object, const Base& other) {
+  return Vesk::tableOf(object) == Vesk::tableOf(other);
+}
+
 bool isPlainScheduler(const Filter& scheduler, Vesk::Agenda::Policy& policy, Number& margin) {
   margin = maximum();
   policy = Vesk::Agenda::Policy::EVERYTHING;
   if (scheduler.level() != 1) return false;
-  if (typeid(scheduler) == typeid(EmptyScheduler)) return true;
+  if (isLike<Filter>(scheduler, EmptyScheduler())) return true;
   policy = Vesk::Agenda::Policy::EARLIEST_DEADLINE;
-  if (typeid(scheduler) == typeid(EDFScheduler)) return true;
-  if (typeid(scheduler) != typeid(EDFdeltaScheduler)) return false;
+  if (isLike<Filter>(scheduler, EDFScheduler())) return true;
+  if (!isLike<Filter>(scheduler, EDFdeltaScheduler(Time::MAX))) return false;
   margin = static_cast<const EDFdeltaScheduler&>(scheduler).delta().microseconds();
   return 0 <= margin && margin <= maximum();
 }
 
 bool isPlainSemantics(const Filter& semantics) {
-  return typeid(semantics) == typeid(StandardSemantics) && semantics.level() == 0;
+  return isLike<Filter>(semantics, StandardSemantics()) && semantics.level() == 0;
+}
+
+bool isPlain(const GenericClock& clock) {
+  static const Clock* const plain = new Clock("", static_cast<const LogicalClock*>(nullptr));
+  return isLike<GenericClock>(clock, *plain);
 }
 
 }  // namespace
@@ -127,7 +132,7 @@ bool PortTimes::shift(const Port& port, const LogicalClock& clock, Number& resul
   result = 0;
   if (own == nullptr || shown == nullptr || own == shown) return true;
   if (shown != &clock) return false;
-  if (typeid(*own) != typeid(Clock)) return false;
+  if (!isPlain(*own)) return false;
   const auto& running = static_cast<const Clock&>(*own);
   if (running.isStopped() || &running.mLogicalClock != &clock) return false;
   result = own->drift(shown).microseconds();

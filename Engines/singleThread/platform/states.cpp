@@ -111,10 +111,6 @@ int clampToInt(long value) {
 
 Atomleaf::Atomleaf(const Atomleaf& other) : Pooled(), value(copyOf(other.value)) {}
 
-Atomleaf::~Atomleaf() {
-  if (value != mShort) delete[] value;
-}
-
 void Atomleaf::setVal(const char* text) {
   char* former = value;
   value = copyOf(text);
@@ -186,10 +182,6 @@ bool Node::string2bool(const char* text) {
 Leaf::Leaf(const Leaf& other)
     : Node(other), aleaf(other.aleaf != nullptr ? other.aleaf->copy() : nullptr) {}
 
-Leaf::~Leaf() {
-  delete aleaf;
-}
-
 int Leaf::compare(Node* other) const {
   if (other == nullptr || !other->isLeaf()) return 1;
   return differ(textOf(this), textOf(other));
@@ -224,11 +216,6 @@ Nonleaf::Nonleaf(const Nonleaf& other) : Nonleaf(other.numChild) {
   for (int i = 0; i < numChild; ++i) {
     if (other.children[i] != nullptr) children[i] = other.children[i]->copy();
   }
-}
-
-Nonleaf::~Nonleaf() {
-  for (int i = 0; i < numChild; ++i) delete children[i];
-  delete[] children;
 }
 
 int Nonleaf::compare(Node* other) const {

@@ -366,7 +366,9 @@ Explored exploredAs(Locality declared, Traversal traversal,
   System system("s");
   fill(system);
   declareAll(system, declared);
-  return explored(system, traversal, limit);
+  Explored found = explored(system, traversal, limit);
+  found.out = withoutRates(found.out);
+  return found;
 }
 
 void declareAll(Compound& system, Locality locality) {

@@ -93,7 +93,8 @@ class PromisedModel {
   unsigned int mSeed;
 };
 
-// What an exploration of a model leaves behind that is declared like this.
+// What an exploration of a model leaves behind that is declared like this, without the rates that a
+// busy machine makes it show.
 Explored exploredAs(Vesk::Locality declared, Traversal traversal,
                     const std::function<void(System&)>& fill, int limit = 0);
 

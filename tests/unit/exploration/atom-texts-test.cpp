@@ -77,9 +77,11 @@ TEST_F(AtomTextsTest, KeysDifferByNumberAndByPosition) {
   std::set<std::uint64_t> keys;
   for (int i = 0; i < 100; ++i) {
     const std::string text = std::to_string(i);
-    keys.insert(texts.key(read(text)));
+    const AtomTexts::Number number = read(text);
+    keys.insert(texts.shorts()[number].key);
     other.state = text;
-    keys.insert(others.key(others.read()));
+    const AtomTexts::Number otherNumber = others.read();
+    keys.insert(others.shorts()[otherNumber].key);
   }
   EXPECT_EQ(200U, keys.size());
 }

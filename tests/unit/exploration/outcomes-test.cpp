@@ -22,13 +22,14 @@ Outcomes::Key keyOf(Outcomes::Index part, const Numbers& numbers) {
 TEST(OutcomesTest, WhatIsAddedIsNotKnownYet) {
   Outcomes outcomes;
   const Numbers numbers{1, 2};
-  EXPECT_EQ(nullptr, outcomes.find(keyOf(3, numbers)));
-  const Outcomes::Outcome& added = outcomes.add(keyOf(3, numbers));
-  EXPECT_EQ(3U, added.part);
-  EXPECT_FALSE(added.isLegal);
-  EXPECT_FALSE(added.isKnown);
-  EXPECT_EQ(&added, outcomes.find(keyOf(3, numbers)));
-  EXPECT_EQ(0U, outcomes.indexOf(added));
+  EXPECT_EQ(Outcomes::NONE, outcomes.find(keyOf(3, numbers)));
+  EXPECT_EQ(0U, outcomes.add(keyOf(3, numbers), true));
+  EXPECT_EQ(1U, outcomes.add(keyOf(4, numbers), false));
+  EXPECT_EQ(3U, outcomes[0].part);
+  EXPECT_TRUE(outcomes[0].isLegal);
+  EXPECT_FALSE(outcomes[0].isKnown);
+  EXPECT_FALSE(outcomes[1].isLegal);
+  EXPECT_EQ(0U, outcomes.find(keyOf(3, numbers)));
 }
 
 // Small and large numbers, few and many atoms, with and without leading zeros.
@@ -43,39 +44,37 @@ TEST(OutcomesTest, ConnectorAndNumbersTellOutcomesApart) {
         if (place < counts[part]) numbers[place] = number;
         const Outcomes::Key key = keyOf(part, numbers);
         const bool isThere = expected.count({part, numbers}) != 0;
-        ASSERT_EQ(isThere, outcomes.find(key) != nullptr);
-        if (!isThere) expected[{part, numbers}] = outcomes.indexOf(outcomes.add(key));
+        ASSERT_EQ(isThere, outcomes.find(key) != Outcomes::NONE);
+        if (!isThere) expected[{part, numbers}] = outcomes.add(key, true);
       }
     }
   }
   for (const auto& [what, index] : expected) {
-    EXPECT_EQ(index, outcomes.indexOf(*outcomes.find(keyOf(what.first, what.second))));
+    EXPECT_EQ(index, outcomes.find(keyOf(what.first, what.second)));
   }
 }
 
 TEST(OutcomesTest, TheNumbersAfterwardsAreKeptWhileOthersAreAdded) {
   Outcomes outcomes;
   for (Outcomes::Number i = 0; i < 5000; ++i) {
-    const Outcomes::Outcome& added = outcomes.add(keyOf(1, {i, i}));
+    const Outcomes::Outcome& added = outcomes[outcomes.add(keyOf(1, {i, i}), true)];
     outcomes.after(added)[0] = i + 1;
     outcomes.after(added)[1] = i + 2;
   }
   for (Outcomes::Number i = 0; i < 5000; ++i) {
-    const Outcomes::Outcome* found = outcomes.find(keyOf(1, {i, i}));
-    ASSERT_NE(nullptr, found);
-    EXPECT_EQ(i, outcomes.indexOf(*found));
-    EXPECT_EQ(i + 1, outcomes.after(*found)[0]);
-    EXPECT_EQ(i + 2, outcomes.after(*found)[1]);
+    ASSERT_EQ(i, outcomes.find(keyOf(1, {i, i})));
+    EXPECT_EQ(i + 1, outcomes.after(outcomes[i])[0]);
+    EXPECT_EQ(i + 2, outcomes.after(outcomes[i])[1]);
   }
 }
 
 TEST(OutcomesTest, NothingIsLeftWhenAllIsForgotten) {
   Outcomes outcomes;
-  for (Outcomes::Number i = 0; i < 5000; ++i) outcomes.add(keyOf(1, {i}));
+  for (Outcomes::Number i = 0; i < 5000; ++i) outcomes.add(keyOf(1, {i}), true);
   EXPECT_LT(5000 * sizeof(Outcomes::Outcome), outcomes.bytes());
   outcomes.clear();
   EXPECT_EQ(0U, outcomes.bytes());
-  EXPECT_EQ(nullptr, outcomes.find(keyOf(1, {7})));
-  outcomes.add(keyOf(1, {7}));
-  EXPECT_NE(nullptr, outcomes.find(keyOf(1, {7})));
+  EXPECT_EQ(Outcomes::NONE, outcomes.find(keyOf(1, {7})));
+  EXPECT_EQ(0U, outcomes.add(keyOf(1, {7}), true));
+  EXPECT_EQ(0U, outcomes.find(keyOf(1, {7})));
 }

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+
 #include <cstring>
 
 using Vesk::WORD;
@@ -44,5 +46,24 @@ TEST(WordsTest, AWordWithoutZeroIsFull) {
     unsigned char bytes[WORD];
     std::memset(bytes, filler, WORD);
     EXPECT_EQ(WORD, Vesk::bytesBeforeZero(wordAt(bytes))) << filler;
+  }
+}
+
+TEST(WordsTest, TextsOfAllLengthsAreCopied) {
+  const std::string text =
+      "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789abcdefghijkl";
+  for (std::size_t length = 0; length <= text.size(); ++length) {
+    std::string copy(text.size() + 1, '.');
+    EXPECT_EQ(copy.data() + length, Vesk::putText(copy.data(), text.data(), length));
+    EXPECT_EQ(text.substr(0, length), copy.substr(0, length));
+    EXPECT_EQ(std::string(copy.size() - length, '.'), copy.substr(length));
+  }
+}
+
+TEST(WordsTest, OnlySoManyBytesAreReplaced) {
+  for (std::size_t count = 0; count <= Vesk::WORD; ++count) {
+    char bytes[] = "........";
+    Vesk::putBytes(bytes, "abcdefgh", count);
+    EXPECT_EQ(std::string("abcdefgh", count) + std::string(Vesk::WORD - count, '.'), bytes);
   }
 }

@@ -34,8 +34,8 @@ const char* leafText(const Node* node) {
   return atom != nullptr ? atom->getVal() : nullptr;
 }
 
-AtomTexts::Short shortOf(std::string_view text) {
-  AtomTexts::Short start{{}, static_cast<std::uint32_t>(text.size())};
+AtomTexts::Short shortOf(std::string_view text, std::uint64_t key) {
+  AtomTexts::Short start{{}, static_cast<std::uint32_t>(text.size()), key};
   std::copy_n(text.begin(), std::min(text.size(), sizeof start.text), start.text);
   return start;
 }
@@ -97,8 +97,8 @@ AtomTexts::Number AtomTexts::find(std::string_view text) const {
 AtomTexts::Number AtomTexts::add(Tree node, std::string_view text) {
   const Number number = count();
   const Raised raised = raisedFor(node.get());
-  mStates.push_back({std::move(node), mix(mix(mPosition + 1) + number), raised});
-  mShorts.push_back(shortOf(text));
+  mStates.push_back({std::move(node), raised});
+  mShorts.push_back(shortOf(text, mix(mix(mPosition + 1) + number)));
   mLongest = std::max(mLongest, text.size());
   mTexts.emplace_back(text);
   compareWithAll(mTexts.back());

@@ -20,10 +20,12 @@ class AtomTexts {
  public:
   using Number = std::uint32_t;
 
-  // The beginning of a text, the whole of a short one.
+  // What is needed of a text all the time: its beginning, the whole of a short one, and what it
+  // adds to the hash of a state.
   struct Short {
     char text[12];
     std::uint32_t length;
+    std::uint64_t key;
   };
 
   // What is raised whenever the text is read: for the marker in it, and by the atom itself.
@@ -45,8 +47,6 @@ class AtomTexts {
   // By number. Valid until there is a new text.
   const Short* shorts() const { return mShorts.data(); }
   std::size_t longest() const { return mLongest; }
-  // What a text adds to the hash of a state.
-  std::uint64_t key(Number number) const { return mStates[number].key; }
   const Raised& raised(Number number) const { return mStates[number].raised; }
   // As the atom gave it first.
   Node* node(Number number) const { return mStates[number].node.get(); }
@@ -65,7 +65,6 @@ class AtomTexts {
  private:
   struct State {
     Tree node;
-    std::uint64_t key;
     Raised raised;
   };
   using Sorted = std::set<std::string_view>;

@@ -9,12 +9,18 @@ namespace Vesk {
 void BreadthFirst::begin() {
   mSpace->read();
   mSpace->find();
-  mQueue.push_back(mSpace->keep());
+  put(mSpace->keep());
+}
+
+void BreadthFirst::put(PendingState state) {
+  mQueue.push_back(std::move(state));
+  ++mStored;
 }
 
 void BreadthFirst::takeOne() {
   PendingState state = std::move(mQueue.front());
   mQueue.pop_front();
+  --mStored;
   mSpace->restore(state);
   mSpace->activate();
   if (enumerationCut) return mSpace->end(std::move(state));
@@ -31,6 +37,7 @@ void BreadthFirst::takeOne() {
 void BreadthFirst::endAll() {
   for (PendingState& state : mQueue) mSpace->end(std::move(state));
   mQueue.clear();
+  mStored = 0;
 }
 
 // The text that the state has after the model has restored it.
@@ -79,7 +86,7 @@ bool BreadthFirst::follow(const PendingState& state, const Transition& transitio
 
 void BreadthFirst::arrive() {
   if (!global_prune) {
-    mQueue.push_back(mSpace->keep());
+    put(mSpace->keep());
     return;
   }
   writePath(mFiles.prunedPaths());

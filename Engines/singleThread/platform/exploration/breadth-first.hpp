@@ -14,9 +14,9 @@ class BreadthFirst : public Search {
 
  private:
   void begin() override;
-  Count stored() const override { return mQueue.size(); }
   void takeOne() override;
   void endAll() override;
+  void put(PendingState state);
   void writeState(const PendingState& state);
   void meetDeadlock(const PendingState& state);
   void expand(const PendingState& state, Transition& transition);

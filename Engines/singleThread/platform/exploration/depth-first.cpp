@@ -23,13 +23,13 @@ void DepthFirst::begin() {
 
 void DepthFirst::push(PendingState& state, const Transition& legal) {
   mSpace->freeze(&legal);
-  ++mPending;
+  ++mStored;
   mSpace->addTransition(state);
 }
 
 void DepthFirst::takeOne() {
   Transition transition = mSpace->thaw();
-  --mPending;
+  --mStored;
   if (transition.connector != nullptr) mSpace->takeTransition(mSources.back());
   if (mSources.back().outTrans != 0) {
     PendingState& state = mSources.back();
@@ -37,6 +37,7 @@ void DepthFirst::takeOne() {
     mSpace->settle(state);
   } else {
     PendingState state = popSource();
+    if (!mSources.empty()) expect(mSources.back());
     take(state, transition);
     mSpace->end(std::move(state));
   }
@@ -50,7 +51,7 @@ PendingState DepthFirst::popSource() {
 
 void DepthFirst::endAll() {
   mSpace->dropFrozen();
-  mPending = 0;
+  mStored = 0;
   while (!mSources.empty()) mSpace->end(popSource());
 }
 
@@ -72,8 +73,8 @@ void DepthFirst::meetDeadlock(StateNumber state) {
 }
 
 void DepthFirst::follow(PendingState& state, Transition& transition) {
-  mSpace->restore(state);
   expectTransitionsOf(state);
+  mSpace->restore(state);
   if (!mSpace->fireFrozen(state, transition, mLabel)) return;
   ++mCounters.transitions;
   const StateSpace::Found target = mSpace->find();
@@ -85,14 +86,21 @@ void DepthFirst::follow(PendingState& state, Transition& transition) {
   }
 }
 
+// When the last transition of a state leads to a known one, the state below is looked at next.
+void DepthFirst::expect(const PendingState& state) {
+  mExpected = state.number;
+  mSpace->expectFrozen(state.outTrans);
+}
+
 // The first transition of a state mostly leads to a new one, and on from there. When the search is
 // here again, the others mostly lead to known states, so that they are taken one after the other.
 void DepthFirst::expectTransitionsOf(const PendingState& state) {
   const bool isFirst = state.number == mArrived;
   mArrived = NO_STATE;
-  if (isFirst || state.number == mExpected) return;
-  mExpected = state.number;
-  mSpace->expectFrozen(state.outTrans);
+  if (isFirst || state.number == mExpectedNow) return;
+  mExpectedNow = state.number;
+  if (state.number != mExpected) mSpace->expectFrozen(state.outTrans);
+  mSpace->expectFrozenNow(state.outTrans);
 }
 
 void DepthFirst::arrive(StateNumber number) {
@@ -105,7 +113,7 @@ void DepthFirst::arrive(StateNumber number) {
   Transition transition;
   if (!mSpace->firstLegal(transition)) {
     mSpace->freeze(nullptr);
-    ++mPending;
+    ++mStored;
     return;
   }
   for (bool legal = true; legal && !transition.connector->dominated() && !global_error;

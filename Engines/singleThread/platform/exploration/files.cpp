@@ -8,9 +8,9 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
 #include <cstring>
 
+#include "exploration/decimal.hpp"
 #include "exploration/signals.hpp"
 #include "reports.hpp"
 
@@ -20,7 +20,6 @@ namespace {
 
 constexpr std::size_t BUFFER = std::size_t{1} << 18;
 constexpr std::size_t PAGE = 4096;
-constexpr std::size_t MAX_DIGITS = 20;
 constexpr std::size_t PUNCTUATION = 8;  // of a line, or less
 
 // The header is written over this much room at the start of the file. A longer one would run into
@@ -32,15 +31,6 @@ constexpr char NO_HEADER[] = "vesk: the transition system has no header: %s\n";
 
 constexpr int PIPE_ATTEMPTS = 21;
 constexpr useconds_t PIPE_PAUSE = 50000;  // microseconds
-
-char* putNumber(char* to, std::uint64_t number) {
-  return std::to_chars(to, to + MAX_DIGITS, number).ptr;
-}
-
-char* putText(char* to, const char* text, std::size_t length) {
-  if (length != 0) std::memcpy(to, text, length);
-  return to + length;
-}
 
 // Writes out what the stream has buffered, and moves the descriptor to the position of the stream.
 int takeDescriptor(FILE* file) {
@@ -110,11 +100,6 @@ void OutputBuffer::put(std::uint64_t number) {
   char digits[MAX_DIGITS];
   const char* end = putNumber(digits, number);
   put(digits, static_cast<std::size_t>(end - digits));
-}
-
-void OutputBuffer::endLine() {
-  put("\n", 1);
-  if (mFile != nullptr) mEnds.push_back(mLength);
 }
 
 // A line that is longer than the buffer makes it grow. False when the file takes no more.
@@ -239,13 +224,14 @@ void ExplorationFiles::writeState(std::uint64_t number, const char* text, std::s
 
 void ExplorationFiles::writeTransition(std::uint64_t source, const Label& label,
                                        std::uint64_t target) {
-  if (char* const line = mTransitions.room(label.length + 2 * MAX_DIGITS + PUNCTUATION)) {
+  if (char* const line =
+          mTransitions.room(sizeof mStart + label.length + MAX_DIGITS + PUNCTUATION)) {
     beginWith(source);
-    char* end = putText(line, mStart, mStartLength);
-    end = putText(end, label.text, label.length);
+    std::memcpy(line, mStart, sizeof mStart);
+    char* end = putText(line + mStartLength, label.text, label.length);
     end = putText(end, ", ", 2);
     end = putNumber(end, target);
-    end = putText(end, ")", 1);
+    *end++ = ')';
     mTransitions.take(static_cast<std::size_t>(end - line));
     mTransitions.endLine();
   }

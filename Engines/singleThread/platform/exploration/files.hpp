@@ -31,7 +31,11 @@ class OutputBuffer {
   void put(const char* text, std::size_t length);
   void put(const char* text);
   void put(std::uint64_t number);
-  void endLine();
+  void endLine() {
+    if (mFile == nullptr || (mLength == mCapacity && !makeRoom(1))) return;
+    mData[mLength++] = '\n';
+    mEnds.push_back(mLength);
+  }
   // Room for so many characters, which become part of a line when take() says how many there are.
   // Null when the file takes no more.
   char* room(std::size_t length) {

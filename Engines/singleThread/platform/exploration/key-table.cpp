@@ -11,7 +11,8 @@ namespace Vesk {
 
 namespace {
 
-constexpr std::size_t CHUNK = std::size_t{1} << 21;  // bytes, or one key when it is longer
+constexpr std::size_t CHUNK = std::size_t{1} << 24;  // bytes, or one key when it is longer
+constexpr std::size_t SMALL = std::size_t{1} << 21;  // bytes of the first chunk in small pages
 constexpr std::size_t FIRST_SLOTS = 1024;
 
 const char TOO_MANY_STATES[] = "too many states";
@@ -46,10 +47,11 @@ std::unique_ptr<KeyTable::Slot[]> KeyTable::makeSlots(std::size_t count) {
   return slots;
 }
 
-// A small search never touches most of its only chunk.
+// A small search never touches most of its only chunk, and would pay for a large page.
 void KeyTable::addChunk() {
   Chunk chunk(new unsigned char[chunkBytes()]);
-  if (!mChunks.empty()) preferLargePages(chunk.get(), chunkBytes());
+  const std::size_t small = mChunks.empty() ? std::min(SMALL, chunkBytes()) : 0;
+  preferLargePages(chunk.get() + small, chunkBytes() - small);
   mChunks.push_back(std::move(chunk));
 }
 

@@ -26,14 +26,17 @@ class KeyTable {
   const unsigned char* key(StateNumber number) const {
     return mChunks[number >> mShift].get() + (number & ((1u << mShift) - 1)) * mBytes;
   }
-  // Bring what find() is going to look at into the cache: first the slot of a hash, then, when that
-  // is there, the key that it names. A call that is not inline would be removed, since it has no
-  // result.
-  __attribute__((always_inline)) void prefetchSlot(std::uint64_t hash) const {
-    __builtin_prefetch(&mSlots[folded(hash) & mLast]);
+  // What is kept of a hash.
+  static std::uint32_t folded(std::uint64_t hash) {
+    return static_cast<std::uint32_t>(hash ^ (hash >> 32));
   }
-  __attribute__((always_inline)) void prefetchKey(std::uint64_t hash) const {
-    const std::uint32_t wanted = folded(hash);
+  // Bring what find() is going to look at into the cache: first the slot of a folded hash, then,
+  // when that is there, the key that it names. A call that is not inline would be removed, since it
+  // has no result.
+  __attribute__((always_inline)) void prefetchSlot(std::uint32_t wanted) const {
+    __builtin_prefetch(&mSlots[wanted & mLast]);
+  }
+  __attribute__((always_inline)) void prefetchKey(std::uint32_t wanted) const {
     std::size_t slot = wanted & mLast;
     while (mSlots[slot].used != 0 && mSlots[slot].hash != wanted) slot = (slot + 1) & mLast;
     if (mSlots[slot].used == 0) return;
@@ -74,9 +77,6 @@ class KeyTable {
   };
   using Chunk = std::unique_ptr<unsigned char[]>;
 
-  static std::uint32_t folded(std::uint64_t hash) {
-    return static_cast<std::uint32_t>(hash ^ (hash >> 32));
-  }
   static std::unique_ptr<Slot[]> makeSlots(std::size_t count);
   void addChunk();
   void put(const Slot& added);

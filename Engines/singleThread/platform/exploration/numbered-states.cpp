@@ -51,7 +51,7 @@ NumberedStates::~NumberedStates() {
 void NumberedStates::read() {
   for (std::size_t atom = 0; atom < mTexts.size(); ++atom) {
     setNumber(atom, readNumber(atom));
-    mBaseHash += mTexts[atom].key(number(atom));
+    mBaseHash += mShorts[atom][number(atom)].key;
     if (mTexts[atom].raised(number(atom)).anything()) ++mRaising;
     changed(atom);
     noteTouched(atom);
@@ -145,8 +145,9 @@ StateSpace::Text NumberedStates::text(StateNumber number) {
   mText.clear();
   if (mHaveOneLength && mFired != NOTHING && number == mFound) {
     if (mRow.empty()) makeRow();
-    mText.append(mRow.data(), mLongest);
-    char* row = mText.room(0) - mLongest;
+    char* const row = mText.room(mRow.size());
+    std::memcpy(row, mRow.data(), mRow.size());
+    mText.take(mLongest);
     for (const Index atom : members(mFired)) putIntoRow(atom, this->number(atom), row);
   } else {
     appendText(mTable.key(number), mText);
@@ -155,7 +156,7 @@ StateSpace::Text NumberedStates::text(StateNumber number) {
 }
 
 void NumberedStates::makeRow() {
-  mRow.assign(mLongest + 1, '\0');
+  mRow.assign(mLongest + WORD, '\0');
   mPlaces.clear();
   std::size_t place = 0;
   for (std::size_t atom = 0; atom < mTexts.size(); ++atom) {
@@ -166,8 +167,13 @@ void NumberedStates::makeRow() {
 }
 
 void NumberedStates::putIntoRow(std::size_t atom, Number number, char* row) const {
-  const std::string& text = mTexts[atom].text(number);
-  std::copy(text.begin(), text.end(), row + mPlaces[atom]);
+  char* const to = row + mPlaces[atom];
+  const AtomTexts::Short& own = mShorts[atom][number];
+  if (own.length <= WORD) {
+    putBytes(to, own.text, own.length);
+  } else {
+    std::memcpy(to, mTexts[atom].text(number).data(), own.length);
+  }
 }
 
 // Short texts are copied with what stands behind them, which the next one overwrites.
@@ -191,8 +197,7 @@ void NumberedStates::appendText(const unsigned char* key, StateText& text) const
 
 // Only the members of the connector that has fired differ from the restored state. That raises
 // something only if it is the initial one, or if there is a leaf without a flag.
-void NumberedStates::raiseFlags() {
-  if (!mRaiseAnything) return;
+void NumberedStates::raiseWhatIsThere() {
   if (mFired != NOTHING && mRaising == 0) {
     for (const Index atom : members(mFired)) raiseFlagsOf(atom);
   } else {
@@ -256,11 +261,11 @@ void NumberedStates::takeByte(std::size_t byte, const unsigned char* key) {
 }
 
 void NumberedStates::replace(std::size_t atom, Number number) {
-  const AtomTexts& texts = mTexts[atom];
-  const Number former = this->number(atom);
   mBaseHash += difference(atom, number);
-  if (texts.raised(former).anything()) --mRaising;
-  if (texts.raised(number).anything()) ++mRaising;
+  if (mRaiseAnything) {
+    if (mTexts[atom].raised(this->number(atom)).anything()) --mRaising;
+    if (mTexts[atom].raised(number).anything()) ++mRaising;
+  }
   setNumber(atom, number);
   mLayout.set(mBase.data(), atom, number);
   if (mHaveOneLength && !mRow.empty()) putIntoRow(atom, number, mRow.data());
@@ -269,7 +274,8 @@ void NumberedStates::replace(std::size_t atom, Number number) {
 }
 
 std::uint64_t NumberedStates::difference(std::size_t atom, Number number) const {
-  return mTexts[atom].key(number) - mTexts[atom].key(mLayout.get(mBase.data(), atom));
+  const AtomTexts::Short* texts = mShorts[atom];
+  return texts[number].key - texts[mLayout.get(mBase.data(), atom)].key;
 }
 
 // ---- Activation ------------------------------------------------------------------------------
@@ -291,8 +297,9 @@ void NumberedStates::activate() {
   }
   for (const Index atom : mTouched) {
     mIsTouched[atom] = false;
-    if (mEvaluated[atom] == configuration(atom)) continue;
-    mEvaluated[atom] = configuration(atom);
+    const std::uint64_t shown = configuration(atom);
+    if (mEvaluated[atom] == shown) continue;
+    mEvaluated[atom] = shown;
     for (const Index part : mParts.atoms()[atom].connectors) mDirty.set(part);
   }
   mTouched.clear();

@@ -107,15 +107,22 @@ class NumberedStates : public StateSpace {
   // The sum of the differences that new numbers make to the hash of the restored state.
   void setHash(std::uint64_t difference) { mHash = mBaseHash + difference; }
   std::uint64_t difference(std::size_t atom, Number number) const;
-  // The state that differs by so much from the one that the system is in is going to be looked up.
-  __attribute__((always_inline)) void expectSlot(std::uint64_t difference) const {
-    mTable.prefetchSlot(mHash + difference);
+  // The state that differs by so much from the one that the system is in, for expectSlot() and
+  // expectKey().
+  std::uint32_t expectation(std::uint64_t difference) const {
+    return KeyTable::folded(mHash + difference);
   }
-  __attribute__((always_inline)) void expectKey(std::uint64_t difference) const {
-    mTable.prefetchKey(mHash + difference);
+  // The state is going to be looked up: some time before that, and soon.
+  __attribute__((always_inline)) void expectSlot(std::uint32_t expected) const {
+    mTable.prefetchSlot(expected);
+  }
+  __attribute__((always_inline)) void expectKey(std::uint32_t expected) const {
+    mTable.prefetchKey(expected);
   }
   // Raises the flags for the state that the system is in.
-  void raiseFlags();
+  void raiseFlags() {
+    if (mRaiseAnything) raiseWhatIsThere();
+  }
   // The atom may have another configuration than at the last activation.
   void noteTouched(std::size_t atom);
   // Evaluates the connector at the next activation in any case.
@@ -131,6 +138,7 @@ class NumberedStates : public StateSpace {
   void enter(StateNumber number);
   void takeByte(std::size_t byte, const unsigned char* key);
   void replace(std::size_t atom, Number number);
+  void raiseWhatIsThere();
   void raiseFlagsOf(std::size_t atom);
   void widen(std::size_t atom);
   void takeTextsOf(std::size_t atom);

@@ -4,33 +4,25 @@
 
 namespace Vesk {
 
-// A few small numbers are their own code, in eight bits each.
-Outcomes::Key::Key(Index part, const Number* numbers, Index members)
-    : mNumbers(numbers), mMembers(members), mPart(part), mKind(2 * part + EXACT), mCode(0) {
-  Number bits = 0;
-  for (Index i = 0; i < members; ++i) {
-    bits |= numbers[i];
-    mCode = mCode << 8 | numbers[i];
-  }
-  if (members <= sizeof mCode && bits <= UINT8_MAX) return;
-  mKind = 2 * part;
+void Outcomes::Key::mix() {
+  mKind = 2 * mPart;
   mCode = 0;
-  for (Index i = 0; i < members; ++i) {
-    mCode = (mCode ^ numbers[i]) * 0xFF51AFD7ED558CCDu;
+  for (Index i = 0; i < mMembers; ++i) {
+    mCode = (mCode ^ mNumbers[i]) * 0xFF51AFD7ED558CCDu;
     mCode ^= mCode >> 32;
   }
 }
 
-Outcomes::Outcome& Outcomes::add(const Key& key) {
+Outcomes::Index Outcomes::add(const Key& key, bool isLegal) {
   if (2 * (mOutcomes.size() + 1) > mCells.size()) grow();
   const auto place = static_cast<Index>(mNumbers.size());
   mNumbers.insert(mNumbers.end(), key.mNumbers, key.mNumbers + key.mMembers);
   mNumbers.resize(mNumbers.size() + key.mMembers);
-  mOutcomes.push_back({key.mPart, place, key.mMembers, false, false, 0, {}});
+  mOutcomes.push_back({key.mPart, place, key.mMembers, isLegal, false, 0, {}});
   mCells[cellOf(key)] = {key.mCode, key.mKind, static_cast<Index>(mOutcomes.size())};
   mBytes = mOutcomes.size() * sizeof(Outcome) + mNumbers.size() * sizeof(Number) +
            mCells.size() * sizeof(Cell);
-  return mOutcomes.back();
+  return static_cast<Index>(mOutcomes.size() - 1);
 }
 
 bool Outcomes::hasNumbers(const Outcome& outcome, const Key& key) const {

@@ -13,6 +13,7 @@ namespace Vesk {
 class Outcomes {
  public:
   using Index = std::uint32_t;
+  static constexpr Index NONE = UINT32_MAX;
   using Number = std::uint32_t;
 
   struct Outcome {
@@ -25,13 +26,24 @@ class Outcomes {
     Label label;
   };
 
-  // The connector and the numbers of its atoms: what an outcome is remembered for.
+  // The connector and the numbers of its atoms: what an outcome is remembered for. A few small
+  // numbers are their own code, in eight bits each.
   class Key {
    public:
-    Key(Index part, const Number* numbers, Index members);
+    Key(Index part, const Number* numbers, Index members)
+        : mNumbers(numbers), mMembers(members), mPart(part), mKind(2 * part + EXACT), mCode(0) {
+      Number bits = 0;
+      for (Index i = 0; i < members; ++i) {
+        bits |= numbers[i];
+        mCode = mCode << 8 | numbers[i];
+      }
+      if (members > sizeof mCode || bits > UINT8_MAX) mix();
+    }
 
    private:
     friend class Outcomes;
+
+    void mix();
 
     const Number* mNumbers;
     Index mMembers;
@@ -40,18 +52,14 @@ class Outcomes {
     std::uint64_t mCode;  // of the numbers
   };
 
-  // What is remembered; null when nothing is.
-  Outcome* find(const Key& key) {
-    const Cell& cell = mCells[cellOf(key)];
-    return cell.used != 0 ? &mOutcomes[cell.used - 1] : nullptr;
-  }
-  // Remembers something new, which is not legal and not known. Valid until the next one is added.
-  Outcome& add(const Key& key);
+  // What is remembered; NONE when nothing is.
+  Index find(const Key& key) const { return mCells[cellOf(key)].used - 1; }
+  // Remembers something new, which is not known.
+  Index add(const Key& key, bool isLegal);
 
+  // Valid until one is added.
   Outcome& operator[](Index index) { return mOutcomes[index]; }
-  Index indexOf(const Outcome& outcome) const {
-    return static_cast<Index>(&outcome - mOutcomes.data());
-  }
+  const Outcome& operator[](Index index) const { return mOutcomes[index]; }
   // The numbers of the atoms when the connector has fired.
   Number* after(const Outcome& outcome) {
     return mNumbers.data() + outcome.numbers + outcome.members;

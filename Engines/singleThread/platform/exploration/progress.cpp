@@ -1,7 +1,9 @@
 #include "exploration/progress.hpp"
 
+#include <algorithm>
 #include <cstdio>
 
+#include "exploration/decimal.hpp"
 #include "exploration/standard-output.hpp"
 
 namespace Vesk {
@@ -9,10 +11,7 @@ namespace Vesk {
 namespace {
 
 constexpr char SPINNER[] = "|/-\\";
-constexpr char PROGRESS[] =
-    "%c Count : %10llu [pruned : %10llu] [deadlocks : %10llu] [stored states: %10llu]";
 constexpr char RATE[] = ", SPS: %5lds/s\r";
-constexpr char NO_RATE[] = "\r";
 constexpr char LIMIT_REACHED[] = "\nState exploration limit size reached...";
 
 constexpr std::size_t LINE = 256;  // no line of the progress is longer
@@ -21,13 +20,37 @@ constexpr Count STEPS_PER_SPIN = 20;
 constexpr Count STEPS_PER_REPORT = 50;
 constexpr std::time_t SECONDS_PER_RATE = 3;
 
+constexpr std::size_t COUNT_WIDTH = 10;
+
+template <std::size_t SIZE>
+char* putText(char* to, const char (&text)[SIZE]) {
+  return std::copy_n(text, SIZE - 1, to);
+}
+
+// One line for every fifty transitions: printf() would take a good part of a fast search.
+std::size_t putProgress(char* line, char spin, const Counters& counters, Count stored) {
+  char* end = line;
+  *end++ = spin;
+  end = putText(end, " Count : ");
+  end = putNumber(end, counters.steps, COUNT_WIDTH);
+  end = putText(end, " [pruned : ");
+  end = putNumber(end, counters.pruned, COUNT_WIDTH);
+  end = putText(end, "] [deadlocks : ");
+  end = putNumber(end, counters.deadlocks, COUNT_WIDTH);
+  end = putText(end, "] [stored states: ");
+  end = putNumber(end, stored, COUNT_WIDTH);
+  *end++ = ']';
+  return static_cast<std::size_t>(end - line);
+}
+
 }  // namespace
 
 void Progress::start() {
   mFlushed = mRateShown = std::time(nullptr);
 }
 
-Progress::Event Progress::show(const Counters& counters, Count stored) {
+Progress::Event Progress::showDue(const Counters& counters, Count stored) {
+  mNext = nextDue(counters.steps);
   const bool limit = mLimited && counters.steps == mLimit;
   Event event = NOTHING;
   if (counters.steps % STEPS_PER_SPIN == 0 || limit) makeOutputRoom(LINE);
@@ -36,6 +59,13 @@ Progress::Event Progress::show(const Counters& counters, Count stored) {
   if (!limit) return event;
   std::puts(LIMIT_REACHED);
   return LIMIT;
+}
+
+Count Progress::nextDue(Count steps) const {
+  const Count spin = steps - steps % STEPS_PER_SPIN + STEPS_PER_SPIN;
+  const Count report = steps - steps % STEPS_PER_REPORT + STEPS_PER_REPORT;
+  const Count next = std::min(spin, report);
+  return mLimited && mLimit > steps ? std::min(next, mLimit) : next;
 }
 
 void Progress::printSpin() {
@@ -51,7 +81,8 @@ char Progress::spin() {
 
 Progress::Event Progress::report(const Counters& counters, Count stored) {
   makeOutputRoom(LINE);
-  std::printf(PROGRESS, spin(), counters.steps, counters.pruned, counters.deadlocks, stored);
+  char line[LINE];
+  std::fwrite(line, 1, putProgress(line, spin(), counters, stored), stdout);
   const std::time_t now = std::time(nullptr);
   const std::time_t elapsed = now - mRateShown;
   const bool rate = elapsed >= SECONDS_PER_RATE;
@@ -60,7 +91,7 @@ Progress::Event Progress::report(const Counters& counters, Count stored) {
     mRateShown = now;
     mReports = 1;
   } else {
-    std::printf(NO_RATE);
+    std::putchar('\r');
     ++mReports;
   }
   if (now != mFlushed) flushOutput();

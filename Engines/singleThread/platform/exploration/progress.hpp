@@ -25,15 +25,20 @@ class Progress {
       : mLimited(limited), mLimit(static_cast<Count>(static_cast<long long>(limit))) {}
   void start();
   // After the step was counted; stored: how many are waiting in the queue or stack.
-  Event show(const Counters& counters, Count stored);
+  Event show(const Counters& counters, Count stored) {
+    return counters.steps == mNext ? showDue(counters, stored) : NOTHING;
+  }
 
  private:
+  Event showDue(const Counters& counters, Count stored);
+  Count nextDue(Count steps) const;
   void printSpin();
   char spin();
   Event report(const Counters& counters, Count stored);
 
   bool mLimited;
   Count mLimit;
+  Count mNext = 1;  // the next step that something may have to be shown for
   std::size_t mSpinner = 0;
   Count mReports = 1;  // since the last rate
   std::time_t mRateShown = 0;

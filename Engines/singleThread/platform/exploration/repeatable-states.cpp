@@ -48,9 +48,8 @@ void RepeatableStates::settleAtoms(std::size_t part) {
 bool RepeatableStates::isLegal(std::size_t part) {
   if (connector(part).isSubconn()) return false;
   if (!isRemembered(part)) return evaluate(part);
-  Outcome& outcome = outcomeOf(part);
-  mCurrent[part] = mOutcomes.indexOf(outcome);
-  return outcome.isLegal;
+  mCurrent[part] = outcomeOf(part);
+  return mOutcomes[mCurrent[part]].isLegal;
 }
 
 void RepeatableStates::expectLegal() {
@@ -58,11 +57,11 @@ void RepeatableStates::expectLegal() {
   for (bool more = firstLegal(legal); more; more = nextLegal(legal)) {
     const Outcome* outcome = isRemembered(legal.part) ? &mOutcomes[mCurrent[legal.part]] : nullptr;
     if (outcome == nullptr || !outcome->isKnown) continue;
-    expectSlot(outcome->difference);
-    mDifferences.push_back(outcome->difference);
+    mExpected.push_back(expectation(outcome->difference));
+    expectSlot(mExpected.back());
   }
-  for (const std::uint64_t difference : mDifferences) expectKey(difference);
-  mDifferences.clear();
+  for (const std::uint32_t expected : mExpected) expectKey(expected);
+  mExpected.clear();
 }
 
 bool RepeatableStates::evaluate(std::size_t part) {
@@ -72,16 +71,13 @@ bool RepeatableStates::evaluate(std::size_t part) {
 }
 
 // The outcome for the state that the system is in.
-RepeatableStates::Outcome& RepeatableStates::outcomeOf(std::size_t part) {
+Outcomes::Index RepeatableStates::outcomeOf(std::size_t part) {
   Number numbers[MOST_MEMBERS];
   Index count = 0;
   for (const Index atom : members(part)) numbers[count++] = number(atom);
   const Outcomes::Key key(static_cast<Index>(part), numbers, count);
-  if (Outcome* known = mOutcomes.find(key)) return *known;
-  const bool isLegal = evaluate(part);
-  Outcome& added = mOutcomes.add(key);
-  added.isLegal = isLegal;
-  return added;
+  const Outcomes::Index known = mOutcomes.find(key);
+  return known != Outcomes::NONE ? known : mOutcomes.add(key, evaluate(part));
 }
 
 // ---- Firing ----------------------------------------------------------------------------------
@@ -99,9 +95,7 @@ bool RepeatableStates::fireFrozen(const PendingState&, Transition& transition, L
   const std::size_t part = transition.part;
   if (!isRemembered(part)) return fireForReal(part, label);
   const bool isKept = !mThawed.isPart();
-  const Outcomes::Index outcome = isKept ? mThawed.number() : mOutcomes.indexOf(outcomeOf(part));
-  for (const std::uint64_t difference : mDifferences) expectKey(difference);
-  mDifferences.clear();
+  const Outcomes::Index outcome = isKept ? mThawed.number() : outcomeOf(part);
   return repeat(part, outcome, label);
 }
 
@@ -160,10 +154,16 @@ void RepeatableStates::freeze(const Transition* legal) {
   if (legal == nullptr) {
     mFrozen.push_back(Frozen::none());
   } else if (isRemembered(legal->part)) {
-    mFrozen.push_back(Frozen::outcome(mCurrent[legal->part]));
+    mFrozen.push_back(frozenOutcome(legal->part));
   } else {
     mFrozen.push_back(Frozen::part(legal->part));
   }
+}
+
+RepeatableStates::Frozen RepeatableStates::frozenOutcome(std::size_t part) const {
+  const Outcome& outcome = mOutcomes[mCurrent[part]];
+  const std::uint32_t expected = outcome.isKnown ? expectation(outcome.difference) : 0;
+  return Frozen::outcome(mCurrent[part], expected);
 }
 
 Transition RepeatableStates::thaw() {
@@ -176,14 +176,13 @@ Transition RepeatableStates::thaw() {
   return transition;
 }
 
-void RepeatableStates::expectFrozen(std::size_t count) {
-  for (std::size_t i = mFrozen.size() - count; i < mFrozen.size(); ++i) {
-    if (mFrozen[i].isPart()) continue;
-    const Outcome& outcome = mOutcomes[mFrozen[i].number()];
-    if (!outcome.isKnown) continue;
-    expectSlot(outcome.difference);
-    mDifferences.push_back(outcome.difference);
-  }
+void RepeatableStates::expectFrozen(std::size_t count) const {
+  for (std::size_t i = mFrozen.size(); count != 0; --count) expectSlot(mFrozen[--i].expected());
+}
+
+void RepeatableStates::expectFrozenNow(std::size_t count) const {
+  expectKey(mThawed.expected());
+  for (std::size_t i = mFrozen.size(); count != 0; --count) expectKey(mFrozen[--i].expected());
 }
 
 }  // namespace Vesk

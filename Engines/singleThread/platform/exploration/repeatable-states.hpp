@@ -4,7 +4,7 @@
 #ifndef VESK_EXPLORATION_REPEATABLE_STATES_HPP
 #define VESK_EXPLORATION_REPEATABLE_STATES_HPP
 
-#include <deque>
+#include <vector>
 
 #include "exploration/numbered-states.hpp"
 #include "exploration/outcomes.hpp"
@@ -32,32 +32,39 @@ class RepeatableStates : public NumberedStates {
   void freeze(const Transition* legal) override;
   Transition thaw() override;
   void dropFrozen() override { mFrozen.clear(); }
-  void expectFrozen(std::size_t count) override;
+  void expectFrozen(std::size_t count) const override;
+  void expectFrozenNow(std::size_t count) const override;
 
  private:
   using Outcome = Outcomes::Outcome;
 
-  // A frozen transition: the number of its outcome, or of its connector.
+  // A frozen transition: the number of its outcome, or of its connector; and where it leads, as
+  // far as that is expected.
   class Frozen {
    public:
-    static Frozen none() { return Frozen(UINT32_MAX); }
-    static Frozen outcome(Outcomes::Index index) { return Frozen(index); }
-    static Frozen part(std::size_t part) { return Frozen(static_cast<Index>(part) | IS_PART); }
+    static Frozen none() { return Frozen(UINT32_MAX, 0); }
+    static Frozen outcome(Outcomes::Index index, std::uint32_t expected) {
+      return Frozen(index, expected);
+    }
+    static Frozen part(std::size_t part) { return Frozen(static_cast<Index>(part) | IS_PART, 0); }
     bool isNone() const { return mNumber == UINT32_MAX; }
     bool isPart() const { return (mNumber & IS_PART) != 0; }
     Index number() const { return mNumber & ~IS_PART; }
+    std::uint32_t expected() const { return mExpected; }
 
    private:
     static constexpr Index IS_PART = Index{1} << 31;
-    explicit Frozen(Index number) : mNumber(number) {}
+    Frozen(Index number, std::uint32_t expected) : mNumber(number), mExpected(expected) {}
     Index mNumber;
+    std::uint32_t mExpected;
   };
 
   bool isLegal(std::size_t part) override;
   bool isRemembered(std::size_t part) const { return members(part).size() <= MOST_MEMBERS; }
-  Outcome& outcomeOf(std::size_t part);
+  Outcomes::Index outcomeOf(std::size_t part);
   void forgetIfTooMany();
   void forgetFrozen(Frozen& frozen);
+  Frozen frozenOutcome(std::size_t part) const;
   void settleAtoms(std::size_t part);
   bool evaluate(std::size_t part);
   bool fireForReal(std::size_t part, Label& label);
@@ -69,10 +76,10 @@ class RepeatableStates : public NumberedStates {
   std::vector<Number> mActual;  // per atom: the text that setState has given it last, or UNKNOWN
   Outcomes mOutcomes;
   std::vector<Outcomes::Index> mCurrent;  // per connector, its outcome at the last activation
-  std::deque<Frozen> mFrozen;
+  std::vector<Frozen> mFrozen;
   Frozen mThawed = Frozen::none();
-  std::vector<std::uint64_t> mDifferences;  // of the outcomes that are expected
-  Labels mKeptLabels{SIZE_MAX};             // of the outcomes
+  std::vector<std::uint32_t> mExpected;  // of legal connectors
+  Labels mKeptLabels{SIZE_MAX};          // of the outcomes
 };
 
 }  // namespace Vesk

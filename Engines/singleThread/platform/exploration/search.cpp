@@ -35,13 +35,6 @@ const char* textOf(const Leaf& leaf) {
 
 // ---- Path ------------------------------------------------------------------------------------
 
-void Path::backtrack() {
-  while (!mEntries.empty() && mEntries.back().pending == 0) {
-    mEntries.pop_back();
-    if (!mEntries.empty()) --mEntries.back().pending;
-  }
-}
-
 void Path::write(OutputBuffer& file) const {
   for (const Entry& entry : mEntries) {
     file.put(entry.state);
@@ -107,9 +100,9 @@ void Search::explore() {
   mFiles.begin();
   begin();
   mProgress.start();
-  while (stored() != 0 && !global_error && !isStopped()) {
+  while (mStored != 0 && !global_error && !isStopped()) {
     ++mCounters.steps;
-    const Progress::Event event = mProgress.show(mCounters, stored());
+    const Progress::Event event = mProgress.show(mCounters, mStored);
     if (event == Progress::LIMIT) return;
     if (event == Progress::RATE_SHOWN) complete(mCounters.transitions);
     takeOne();
@@ -118,7 +111,7 @@ void Search::explore() {
 
 void Search::printSummary() const {
   makeOutputRoom(SUMMARY_SIZE);
-  std::printf(SUMMARY, mCounters.steps, mCounters.pruned, mCounters.deadlocks, stored());
+  std::printf(SUMMARY, mCounters.steps, mCounters.pruned, mCounters.deadlocks, mStored);
   std::printf(FINAL_SIZE, Count{found()});
   if (global_error) printError();
   flushOutput();

@@ -4,8 +4,8 @@
 #define VESK_EXPLORATION_SEARCH_HPP
 
 #include <cstdint>
-#include <deque>
 #include <memory>
+#include <vector>
 
 #include "exploration/files.hpp"
 #include "exploration/progress.hpp"
@@ -26,7 +26,12 @@ class Path {
   // Deliberate: a state without transitions leaves the path like any other, though it was never
   // counted among the pending ones of the entry before it. That entry may leave too early; readers
   // of the files know such paths. (docs/decisions/0004-the-path-to-a-deadlock.md)
-  void backtrack();
+  void backtrack() {
+    while (!mEntries.empty() && mEntries.back().pending == 0) {
+      mEntries.pop_back();
+      if (!mEntries.empty()) --mEntries.back().pending;
+    }
+  }
   void write(OutputBuffer& file) const;
   // To standard output.
   void print() const;
@@ -37,7 +42,7 @@ class Path {
     StateNumber state;
     std::uint64_t pending;  // transitions below this point that have still to be taken
   };
-  std::deque<Entry> mEntries;
+  std::vector<Entry> mEntries;
 };
 
 // Enumerates the reachable states, prints the summary and fills the files. The two kinds of search
@@ -57,8 +62,6 @@ class Search {
  protected:
   // Finds the initial state.
   virtual void begin() = 0;
-  // How many are waiting in the queue or stack.
-  virtual Count stored() const = 0;
   // Takes one of them. Requires: there is one.
   virtual void takeOne() = 0;
   virtual const Path* path() const { return nullptr; }
@@ -70,7 +73,8 @@ class Search {
   std::unique_ptr<StateSpace> mSpace;  // made when the system has been initialised
   ExplorationFiles& mFiles;
   Counters mCounters;
-  Label mLabel;  // of the transition that was taken last
+  Count mStored = 0;  // how many are waiting in the queue or stack
+  Label mLabel;       // of the transition that was taken last
 
  private:
   // Ends all states that are still waiting.

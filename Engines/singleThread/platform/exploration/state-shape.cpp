@@ -2,12 +2,12 @@
 
 #include <cstdint>
 #include <cstring>
-#include <functional>
 #include <string>
 #include <utility>
 
 #include "exploration/tree-walk.hpp"
 #include "exploration/words.hpp"
+#include "virtual-table.hpp"
 #include "work-stack.hpp"
 
 namespace Vesk {
@@ -20,8 +20,7 @@ constexpr unsigned char LONG = 255;  // stands before the length of a text of so
 
 // ---- Classes of nodes ------------------------------------------------------------------------
 
-// Tells the engine's own classes from those that a model derives, by their tables of virtual
-// operations: models may be built without run-time type information.
+// Tells the engine's own classes from those that a model derives.
 class PlainClasses {
  public:
   PlainClasses()
@@ -30,18 +29,23 @@ class PlainClasses {
   bool has(const Leaf& leaf) const { return tableOf(leaf) == mLeaf; }
   bool has(const Nonleaf& inner) const { return tableOf(inner) == mInner; }
 
+  // Whether the text lies in the object itself, where a whole word can be read.
+  bool isInside(const char* text, const Atomleaf& atom) const {
+    return offset(text, atom) == mOffset;
+  }
+
  private:
-  // An object with virtual operations begins with the address of their table.
-  template <class T>
-  static const void* tableOf(const T& object) {
-    const void* table;
-    std::memcpy(&table, static_cast<const void*>(&object), sizeof table);
-    return table;
+  static std::uintptr_t offset(const char* text, const Atomleaf& atom) {
+    return reinterpret_cast<std::uintptr_t>(text) - reinterpret_cast<std::uintptr_t>(&atom);
+  }
+  static std::uintptr_t offsetOfShortText(const Atomleaf& atom) {
+    return offset(atom.getVal(), atom);
   }
 
   const void* mAtom;
   const void* mLeaf;
   const void* mInner;
+  const std::uintptr_t mOffset = offsetOfShortText(Atomleaf(""));
 };
 
 // Made at the first use, when exhausted memory can be reported.
@@ -153,14 +157,10 @@ class LeafPacker {
     return child;
   }
 
-  // The text of a leaf that lies in the object itself, where a whole word can be read; else null.
+  // The text of a leaf when it lies in the object itself, else null.
   const char* shortText(const Leaf& leaf) const {
     const char* own = hasNumbers(leaf) ? nullptr : plainText(leaf, mPlain);
-    if (own == nullptr) return nullptr;
-    const auto* object = reinterpret_cast<const char*>(leaf.getAleaf());
-    const bool isInside =
-        !std::less<>()(own, object) && !std::less<>()(object + sizeof(Atomleaf), own + WORD);
-    return isInside ? own : nullptr;
+    return own != nullptr && mPlain.isInside(own, *leaf.getAleaf()) ? own : nullptr;
   }
 
   StateText& mText;

@@ -105,9 +105,10 @@ class StateSpace {
   // ---- Hints, which have no effect that can be seen
   // All legal connectors are going to be fired soon.
   virtual void expectLegal() {}
-  // So many transitions from the top of the stack, all of them out of the state that was restored
-  // last, are going to be taken soon.
-  virtual void expectFrozen(std::size_t) {}
+  // So many transitions from the top of the stack are going to be taken: some time from now, or,
+  // with the one that was taken from it last, at once.
+  virtual void expectFrozen(std::size_t) const {}
+  virtual void expectFrozenNow(std::size_t) const {}
 };
 
 }  // namespace Vesk

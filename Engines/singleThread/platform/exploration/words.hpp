@@ -25,6 +25,38 @@ inline std::size_t firstByte(std::uint64_t word) {
 #endif
 }
 
+// Copies a text and returns where it ends. A short one is copied without a call, which would take
+// longer: in pieces that may overlap.
+inline char* putText(char* to, const char* text, std::size_t length) {
+  constexpr std::size_t HALF = WORD / 2;
+  constexpr std::size_t SHORT = 8 * WORD;
+  if (length > SHORT) {
+    std::memcpy(to, text, length);
+  } else if (length >= WORD) {
+    for (std::size_t i = 0; i + WORD < length; i += WORD) std::memcpy(to + i, text + i, WORD);
+    std::memcpy(to + length - WORD, text + length - WORD, WORD);
+  } else if (length >= HALF) {
+    std::memcpy(to, text, HALF);
+    std::memcpy(to + length - HALF, text + length - HALF, HALF);
+  } else if (length != 0) {
+    to[0] = text[0];
+    to[length / 2] = text[length / 2];
+    to[length - 1] = text[length - 1];
+  }
+  return to + length;
+}
+
+// Replaces so many bytes, at most WORD, by others. Requires: WORD bytes can be read at both places.
+inline void putBytes(char* to, const char* bytes, std::size_t count) {
+#if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+  const std::uint64_t kept = count < WORD ? ~std::uint64_t{0} << (8 * count) : 0;
+  const std::uint64_t word = (wordAt(to) & kept) | (wordAt(bytes) & ~kept);
+  std::memcpy(to, &word, WORD);
+#else
+  std::memcpy(to, bytes, count);
+#endif
+}
+
 // How many bytes stand before the first one in memory that is 0; WORD when none is.
 inline std::size_t bytesBeforeZero(std::uint64_t word) {
 #if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
