@@ -10,9 +10,11 @@
 #include <unordered_set>
 #include <vector>
 
+#include "activation-plan.hpp"
 #include "clock.hpp"
 #include "connector.hpp"
 #include "constraint.hpp"
+#include "internal-ports.hpp"
 #include "markers.hpp"
 #include "plain-output.hpp"
 #include "port.hpp"
@@ -160,6 +162,7 @@ void Atom::notifyDependentConn() {
 }
 
 void Atom::resetLink() {
+  Vesk::InternalPorts::noteMoved(*this);
   for (Connector* connector : mLinks) connector->resetLink();
 }
 
@@ -223,6 +226,7 @@ Compound::Compound(const char* name, const Compound* holder)
       mInternalTail(nullptr) {}
 
 Compound::~Compound() {
+  Vesk::ActivationPlan::drop(*this);
   if (everywhere != nullptr) everywhere->erase(this);
 }
 

@@ -64,6 +64,9 @@ class Scheduler;
 namespace Vesk {
 
 class ActivationCheck;
+class ActivationPlan;
+class InternalPorts;
+struct LegalConnectors;
 enum class Priorities : signed char;  // see priority.hpp
 
 // A port and whether it is enabled, for Atom::sync.
@@ -283,14 +286,18 @@ class Compound : public Component {
 
  private:
   friend class Vesk::ActivationCheck;
+  friend class Vesk::ActivationPlan;
+  friend class Vesk::InternalPorts;
 
   void setSchedulerOfAtoms(Scheduler* scheduler);
   void activateAlone(bool incremental);
   void takeListsOf(Compound& part);
+  void takeInternalsOf(Compound& part);
   void takeInternalsOf(Atom& atom);
   void evaluateConnectors(bool incremental);
-  void applyPriorities();
+  void applyPriorities(const Vesk::LegalConnectors& legals);
   void settleConnectors();
+  static void settle(Connector& connector);
   static bool isTimedInternal(const Port& port);
 
   Connector* mLegalHead;  // the list that activate() is building, and its last element

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <string>
 
+#include "activation-plan.hpp"
 #include "chain.hpp"
 #include "clock.hpp"
 #include "component.hpp"
@@ -216,6 +217,7 @@ void Connector::evalDepthFirst(bool incremental) {
 
 Connector* Connector::evaluate(Connector* list, bool subconn, bool incremental) {
   eval(incremental);
+  if (mInteractions->plan != nullptr) mInteractions->plan->disturb();
   if (!subconn && mLegal) {
     mNext = list;
     return this;
@@ -240,6 +242,20 @@ void Connector::evalAlone() {
   computexPort();
   if (mLegal) up();
   mEval = true;
+  noteEvaluation();
+}
+
+// Tells the plan of the activation that this connector evaluates again, or has been evaluated.
+void Connector::noteEvaluation() {
+  if (mInteractions->plan != nullptr) mInteractions->plan->noteEvaluation(mInteractions->rank);
+}
+
+void Connector::noteStale() {
+  if (mInteractions->plan != nullptr) mInteractions->plan->noteStale(mInteractions->rank);
+}
+
+void Connector::noteDomination() {
+  if (mInteractions->plan != nullptr) mInteractions->plan->noteDomination(mInteractions->rank);
 }
 
 bool Connector::maximal() const {
@@ -424,17 +440,23 @@ Interaction* Connector::firstPossible(const Vesk::Time& t) const {
 
 // In any order, since a connector is reset once and resetting a priority twice changes nothing.
 void Connector::resetLink() {
-  if (!mEval) return;
+  if (!mEval) return noteStale();
+  if (mLinks.count() + mDominatedPriorities.count() + mDominatorPriorities.count() == 0) {
+    mEval = false;
+    noteEvaluation();
+    return;
+  }
   Vesk::WorkStack<Connector*> pending;
   resetAlone(pending);
   while (!pending.empty()) {
     Connector* connector = pending.pop();
-    if (connector->mEval) connector->resetAlone(pending);
+    connector->mEval ? connector->resetAlone(pending) : connector->noteStale();
   }
 }
 
 void Connector::resetAlone(Vesk::WorkStack<Connector*>& dependent) {
   mEval = false;
+  noteEvaluation();
   for (Priority* priority : mDominatedPriorities) priority->reset();
   for (Priority* priority : mDominatorPriorities) {
     if (priority->applied()) dependent.push(priority->low()->connector());

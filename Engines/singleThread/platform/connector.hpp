@@ -169,12 +169,23 @@ class Connector {
   // activate() returns; connectors come out in reverse order of the walk.
   Connector* next() const { return mNext; }
   void setNext(Connector* connector) { mNext = connector; }
-  // Evaluated since the last resetLink().
+  // Evaluated since the last resetLink(). A class that wants a new evaluation calls resetLink() or
+  // setEvaluated(false), which is noted at once. Values that code of a model writes by hand into
+  // mEval, mLegal, mSubconn or mRecomputexPort are found by a look, and then for good: in a system
+  // of up to about 500 connectors before the next activation, and in a larger one as well when the
+  // connector fires, takes part in a priority, or uses a port of an atom that moves in that step.
+  // Elsewhere in a larger system such a value is found some steps later.
   bool evaluated() const { return mEval; }
-  void setEvaluated(bool evaluated) { mEval = evaluated; }
+  void setEvaluated(bool evaluated) {
+    mEval = evaluated;
+    if (!evaluated) noteEvaluation();
+  }
   // A priority has changed the interactions, so the exported port must be computed again.
   bool recomputexPort() const { return mRecomputexPort; }
-  void setRecomputexPort(bool recompute) { mRecomputexPort = recompute; }
+  void setRecomputexPort(bool recompute) {
+    mRecomputexPort = recompute;
+    if (recompute) noteDomination();
+  }
   // The connectors that use the exported port.
   Array<Connector, false>& links() { return mLinks; }
   // What the connector promises about itself, for exploration; see locality.hpp. Called by its
@@ -189,7 +200,7 @@ class Connector {
   Compound* mHolder;
   Array<Port, false> mPorts;
   Port* mxPort;  // new; deleted with its constraint by the destructor, or null
-  bool mLegal;
+  bool mLegal;   // before it is written by hand, see evaluated()
   bool mDominated;
   Array<Priority, false> mDominatedPriorities;
   Array<Priority, false> mDominatorPriorities;
@@ -215,6 +226,9 @@ class Connector {
   Interaction* addFeasible(const BitVector& enabled, const BitVector& set, Interaction* list);
   Interaction* firstPossible(const Vesk::Time& t) const;
   void resetAlone(Vesk::WorkStack<Connector*>& dependent);
+  void noteEvaluation();
+  void noteStale();
+  void noteDomination();
 
   bool mEvaluating;  // in the middle of eval(): exported ports must not form a ring
   bool mReported;    // that a broadcast has very many sets to look at

@@ -55,20 +55,28 @@ class HashTable {
   // Stores an element at the front of a chain. The cell stays valid until it is removed.
   Cell* add(unsigned int number, T* element) {
     Cell* cell = new Cell;
-    cell->mNext = mHeads[number];
-    cell->mElement = element;
-    cell->mLink = &mHeads[number];
-    if (cell->mNext != nullptr) cell->mNext->mLink = &cell->mNext;
-    mHeads[number] = cell;
-    ++mCount;
+    add(number, element, *cell);
     return cell;
+  }
+  // The same with a cell that belongs to the caller.
+  void add(unsigned int number, T* element, Cell& cell) {
+    cell.mNext = mHeads[number];
+    cell.mElement = element;
+    cell.mLink = &mHeads[number];
+    if (cell.mNext != nullptr) cell.mNext->mLink = &cell.mNext;
+    mHeads[number] = &cell;
+    ++mCount;
   }
   // Takes an element out; the element itself stays.
   void remove(Cell* cell) {
-    *cell->mLink = cell->mNext;
-    if (cell->mNext != nullptr) cell->mNext->mLink = cell->mLink;
-    --mCount;
+    takeOut(*cell);
     delete cell;
+  }
+  // The same for a cell that belongs to the caller.
+  void takeOut(Cell& cell) {
+    *cell.mLink = cell.mNext;
+    if (cell.mNext != nullptr) cell.mNext->mLink = cell.mLink;
+    --mCount;
   }
 
  private:
@@ -147,6 +155,7 @@ class Interaction : public Executable {
 
  private:
   void intersectPortConstraints();
+  void noteFired() const;
   void resetConstraint();
 };
 
