@@ -7,6 +7,7 @@
 #include "clock.hpp"
 #include "component.hpp"
 #include "connector.hpp"
+#include "exploration/untimed-priorities.hpp"
 #include "plain-output.hpp"
 #include "port.hpp"
 #include "reports.hpp"
@@ -159,9 +160,10 @@ void Scheduler::traceFired(Connector& connector) {
 
 void Scheduler::runOptimizedExecution() {
   mSystem->initialize(nullptr);
+  const bool underPriorities = Vesk::prioritiesActEverywhere(*mSystem);
   Vesk::tellStarted(*mSystem, nullptr);
   do {
-    mLegal = mSystem->activate(true);
+    mLegal = underPriorities ? Vesk::activateUnderPriorities(*mSystem) : mSystem->activate(true);
     Vesk::tellStep(mLegal, nullptr);
   } while (execMaxSynchronize(mLegal));
 }
