@@ -127,11 +127,12 @@ TEST_P(RecordingTest, HasStepsThatFitTogether) {
 
 INSTANTIATE_TEST_SUITE_P(
     Examples, RecordingTest,
-    testing::Combine(
-        testing::Values("broadcast-bus", "counters", "gateway", "gear-box", "heartbeat", "markers",
-                        "periodic-tasks", "philosophers", "priority-mutex", "producer-consumer",
-                        "timed-broadcast", "timed-internal", "token-ring", "traffic-light"),
-        testing::ValuesIn(std::vector<const char*>(std::begin(MODES), std::end(MODES)))));
+    testing::Combine(testing::Values("broadcast-bus", "counters", "elevator", "gateway", "gear-box",
+                                     "heartbeat", "markers", "periodic-tasks", "philosophers",
+                                     "priority-mutex", "producer-consumer", "timed-broadcast",
+                                     "timed-internal", "token-ring", "traffic-light"),
+                     testing::ValuesIn(std::vector<const char*>(std::begin(MODES),
+                                                                std::end(MODES)))));
 
 // ---- The ends of a recording -----------------------------------------------------------------
 

@@ -222,7 +222,7 @@ void addConnectors(Compound* system, Counter* a, Counter* b) {
   system->connectors().add(k);
   if (is("exports-alone") || isSub) k->exportPort();
   if (is("same-connector-names")) {
-    system->connectors().add(new Rendezvous("k", system, b->step(), a->step()));
+    system->connectors().add(new Rendezvous("k", system, a->step(), b->step()));
   }
   if (is("twice-in-a-step") || is("priority-index") || is("mutual-priority")) {
     auto* other = new Rendezvous("m", system, a->step(), b->step());

@@ -44,7 +44,22 @@ class StructureCheck {
 
   void checkNames(const Parts::Placed<Compound>& placed) {
     checkTwice(placed.path, placed.part->components(), "components");
-    checkTwice(placed.path, placed.part->connectors(), "connectors");
+    checkLabels(placed);
+  }
+
+  // Connectors may share a name as long as their labels, which have the ports as well, differ.
+  void checkLabels(const Parts::Placed<Compound>& placed) {
+    std::map<std::string, int> counts;
+    for (Connector* connector : placed.part->connectors()) {
+      std::string label = std::string(textOf(connector->name())) + "/";
+      for (Port* port : connector->ports()) label += port->label() + std::string("|");
+      if (++counts[label] != 2) continue;
+      mFindings.add({placed.path,
+                     "several connectors over the same ports are called \"" +
+                         std::string(textOf(connector->name())) + "\"",
+                     "traces and files of explorations cannot tell them apart",
+                     "give each of them a name of its own"});
+    }
   }
 
   void checkPortNames(const Parts::Placed<Atom>& placed) {

@@ -74,7 +74,7 @@ std::optional<BrokenPromise> PromiseCheck::walk(std::size_t steps, unsigned int 
     if (mNext.empty()) {
       state = mFirst;
     } else {
-      state = mNext[(std::uint64_t{random} * mNext.size()) >> 32];
+      state = mNext[static_cast<std::size_t>((std::uint64_t{random} * mNext.size()) >> 32)];
     }
   }
   return mBroken;
