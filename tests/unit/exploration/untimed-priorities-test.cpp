@@ -246,3 +246,25 @@ TEST(UntimedPrioritiesTest, MaximalStepLeavesOutWhatIsDominated) {
             "scheduler : s/high/H:go\nscheduler : s/high/H:go\nscheduler : s/low/L:go\n"
             "scheduler : deadlock\n");
 }
+
+// What a large system remembers from one activation to the next must not know the old list.
+TEST(UntimedPrioritiesTest, LargeSystemsAreJudgedAfreshInEveryStep) {
+  constexpr int PAIRS = 400;
+  System system("s");
+  for (int i = 0; i < PAIRS; ++i) {
+    TestAtom* l = system.counter(("L" + std::to_string(i)).c_str(), "low", 1);
+    TestAtom* h = system.counter(("H" + std::to_string(i)).c_str(), "high", i % 3);
+    system.priority(Interaction::Create(l->links()[0], {0}),
+                    Interaction::Create(h->links()[0], {0}));
+  }
+  system.declare(Priorities::EVERYWHERE);
+  std::string expected;
+  for (int step = 0; step < 3; ++step) {
+    for (int i = PAIRS - 1; i >= 0; --i) {
+      const std::string number = std::to_string(i);
+      if (step < i % 3) expected += "scheduler : s/high/H" + number + ":go\n";
+      if (step == i % 3) expected += "scheduler : s/low/L" + number + ":go\n";
+    }
+  }
+  EXPECT_EQ(maximalTrace(system), expected + "scheduler : deadlock\n");
+}

@@ -64,6 +64,13 @@ void putFirst(Connector& connector) {
   connector.setFeasibleInter(heads[0] != nullptr ? heads[0] : heads[1]);
 }
 
+// Takes the link of a connector away by an evaluation that finds everything done, so that what
+// activation keeps about its lists is given up: the list is another one now.
+void unlist(Connector& connector) {
+  connector.setEvaluated(true);
+  connector.evaluate(nullptr, true, true);
+}
+
 // The list without the connectors that may fire nothing.
 Connector* withoutDominated(Connector* list) {
   Connector* head = nullptr;
@@ -71,14 +78,13 @@ Connector* withoutDominated(Connector* list) {
   while (list != nullptr) {
     Connector* const connector = list;
     list = connector->next();
-    connector->setNext(nullptr);
-    if (!mayFire(*connector->feasibleInter())) continue;
-    if (tail != nullptr) {
-      tail->setNext(connector);
+    if (!mayFire(*connector->feasibleInter())) {
+      unlist(*connector);
+      if (tail != nullptr) tail->setNext(list);
     } else {
-      head = connector;
+      if (tail == nullptr) head = connector;
+      tail = connector;
     }
-    tail = connector;
   }
   return head;
 }
