@@ -35,6 +35,10 @@ function(vesk_install_tool tool)
   vesk_install_manual(${CMAKE_CURRENT_SOURCE_DIR}/${tool}.1.in tools)
   install(FILES ${PROJECT_SOURCE_DIR}/completion/${completion}
     DESTINATION ${VESK_INSTALL_COMPLETIONDIR} RENAME ${tool} COMPONENT tools)
+  # The program that inspects it, of the tools that are models.
+  if(TARGET ${tool}-inspect)
+    vesk_install_tool(${tool}-inspect)
+  endif()
 endfunction()
 
 # For CMake: the target vesk::vesk and vesk_add_model.
@@ -80,7 +84,7 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples ${PROJECT_SOURCE_DIR}/support
   DESTINATION ${VESK_INSTALL_DOCDIR} COMPONENT development)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs
   DESTINATION ${VESK_INSTALL_DOCDIR} COMPONENT development
-  FILES_MATCHING PATTERN *.md PATTERN *.dot PATTERN *.svg PATTERN man EXCLUDE)
+  FILES_MATCHING PATTERN *.md PATTERN *.dot PATTERN *.svg PATTERN *.cpp PATTERN man EXCLUDE)
 install(FILES ${PROJECT_SOURCE_DIR}/CHANGELOG.md
   DESTINATION ${VESK_INSTALL_DOCDIR} COMPONENT development)
 vesk_install_manual(${PROJECT_SOURCE_DIR}/docs/man/vesk-model.7.in development)

@@ -15,6 +15,8 @@
 
 using namespace kit;
 
+using Vesk::Time;
+
 namespace {
 
 // What a run counts.
@@ -135,7 +137,7 @@ TEST(GuardCountTest, StepsOfTheTimedEngineEvaluateThreeConnectors) {
     StandardSemantics semantics;
     EDFScheduler scheduler;
     StandardExecuter executer(ring, logical, semantics, scheduler, true,
-                              static_cast<unsigned int>(limit), std::cout, 1, Vesk::Time(0));
+                              static_cast<unsigned int>(limit), std::cout, 1, Time(0));
     executer.initialize();
     executer.run();
   };
@@ -158,6 +160,86 @@ TEST(GuardCountTest, StepsOfTheSchedulersTimedLoopEvaluateThreeConnectors) {
   for (int stations : {10, 1000}) {
     const Tally tally = runRing(stations, 100, 300, runTimed);
     EXPECT_EQ(tally.guardsAtLast - tally.guardsAtFirst, 3 * 200) << stations;
+  }
+}
+
+// Tells how often it is read: a walk of the executables reads it for each internal port.
+class ReadClock : public LogicalClock {
+ public:
+  explicit ReadClock(PlatformClock& platform) : LogicalClock("logical", platform) {}
+  Time time() const override {
+    ++readings;
+    return LogicalClock::time();
+  }
+
+  mutable long readings = 0;
+};
+
+// Atoms that tick in turn, each alone in a connector or through an internal port.
+struct Timers {
+  Timers(int number, bool internal) : root("R"), platform("platform"), clock(platform) {
+    for (int i = 0; i < number; ++i) {
+      TestAtom* atom = root.atom("T");
+      Port* tick = atom->timedRule(
+          "t", within(100 + i, 100 + i, EAGER), [] { return true; }, [this] { ++ticks; });
+      internal ? tick->setInternal() : void(root.rendezvous("k", tick));
+      atom->onExecute = [this](Port*) { note(); };
+    }
+  }
+  template <class Policy>
+  void run(Filter&& scheduler) {
+    StandardSemantics semantics;
+    Policy executer(root, clock, semantics, scheduler, true, LAST, std::cout, 1, Time(0));
+    executer.initialize();
+    executer.run();
+  }
+  void note() {
+    if (ticks == FIRST) {
+      readings = clock.readings;
+      made = Allocations::made;
+    }
+    if (ticks + 1 == LAST) {
+      readings = clock.readings - readings;
+      made = Allocations::made - made;
+    }
+  }
+
+  static constexpr int FIRST = 4000;
+  static constexpr int LAST = 5000;
+
+  System root;
+  SimuClock platform;
+  ReadClock clock;
+  int ticks = 0;
+  long readings = 0;
+  long made = 0;
+};
+
+// A step reads the clock some ten times for the engine, and for the atom that moves.
+TEST(ReadingCountTest, StepsOfTheTimedEngineDoNotAskAllInternalPorts) {
+  for (const int number : {20, 1000}) {
+    Timers timers(number, true);
+    timers.run<StandardExecuter>(EDFScheduler());
+    EXPECT_EQ(timers.ticks, Timers::LAST);
+    EXPECT_LT(timers.readings, 40 * (Timers::LAST - Timers::FIRST)) << number;
+  }
+}
+
+TEST(ReadingCountTest, StepsAtRandomTimesDoNotAskAllInternalPorts) {
+  for (const int number : {20, 1000}) {
+    Timers timers(number, true);
+    timers.run<RandomExecuter>(EmptyScheduler());
+    EXPECT_EQ(timers.ticks, Timers::LAST);
+    EXPECT_LT(timers.readings, 40 * (Timers::LAST - Timers::FIRST)) << number;
+  }
+}
+
+TEST(AllocationCountTest, StepsOfTheTimedEngineAllocateNothing) {
+  for (const bool internal : {false, true}) {
+    Timers timers(1000, internal);
+    timers.run<StandardExecuter>(EDFdeltaScheduler(Time(10)));
+    EXPECT_EQ(timers.ticks, Timers::LAST);
+    EXPECT_EQ(timers.made, 0) << internal;
   }
 }
 
@@ -217,7 +299,7 @@ TEST(FlatMemoryTest, ADominatedUntimedPortKeepsItsNumberOfBlocks) {
   for (int round = 0; round < 100000; ++round) {
     high->setConstraint(&above);
     low->setConstraint(nullptr);
-    high->dominate(*low, Vesk::Time(0));
+    high->dominate(*low, Time(0));
     low->setSynced(true);
     atom.sync(1, low, 1);
     if (round == 100) live = Allocations::live();

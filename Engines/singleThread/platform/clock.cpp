@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 
+#include "clock-changes.hpp"
 #include "structure.hpp"
 
 namespace {
@@ -15,6 +16,13 @@ const LogicalClock& stillClock() {
 }
 
 }  // namespace
+
+bool Vesk::ClockChanges::sRecording = false;
+
+std::vector<const GenericClock*>& Vesk::ClockChanges::record() {
+  static auto* changes = new std::vector<const GenericClock*>;
+  return *changes;
+}
 
 GenericClock::GenericClock(const char* name) : mName(Vesk::duplicate(name)) {}
 
@@ -59,6 +67,7 @@ Clock::Clock(const char* name, const LogicalClock* logical)
     : Clock(name, logical != nullptr ? *logical : stillClock()) {}
 
 void Clock::setTime(const Vesk::Time& t) {
+  Vesk::ClockChanges::note(*this);
   if (mStopped) {
     mIntermediateTime = t;
   } else {
@@ -71,6 +80,7 @@ Vesk::Time Clock::time() const {
 }
 
 void Clock::reset() {
+  Vesk::ClockChanges::note(*this);
   if (mStopped) {
     mIntermediateTime = Vesk::Time(0);
   } else {
@@ -80,12 +90,14 @@ void Clock::reset() {
 
 void Clock::stop() {
   if (mStopped) return;
+  Vesk::ClockChanges::note(*this);
   mIntermediateTime = time();
   mStopped = true;
 }
 
 void Clock::go() {
   if (!mStopped) return;
+  Vesk::ClockChanges::note(*this);
   mResetTime = mLogicalClock.time() - mIntermediateTime;
   mStopped = false;
 }

@@ -25,6 +25,10 @@
 
 #include "vesk-time.hpp"
 
+namespace Vesk {
+class PortTimes;
+}  // namespace Vesk
+
 // Anything that tells a time. A Constraint is expressed in the values of such a clock.
 class GenericClock {
  public:
@@ -133,10 +137,14 @@ class Clock : public GenericClock {
   void setIntermediateTime(const Vesk::Time& t) { mIntermediateTime = t; }
   void setStopped(bool stopped) { mStopped = stopped; }
 
+  // Written by hand by derived classes alone: runs ask executables over their clocks in every step.
   const LogicalClock& mLogicalClock;  // not owned
   Vesk::Time mResetTime;              // logical time of the last reset
   bool mStopped;
   Vesk::Time mIntermediateTime;  // the reading frozen by stop()
+
+ private:
+  friend class Vesk::PortTimes;
 };
 
 #endif

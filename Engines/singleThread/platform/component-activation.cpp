@@ -2,15 +2,18 @@
 #include <iostream>
 
 #include "activation-check.hpp"
+#include "activation-plan.hpp"
 #include "chain.hpp"
 #include "component.hpp"
 #include "connector.hpp"
 #include "constraint.hpp"
+#include "internal-ports.hpp"
 #include "plain-output.hpp"
 #include "port.hpp"
 #include "priority.hpp"
 
 using Vesk::Chain;
+using Vesk::LegalConnectors;
 
 namespace {
 
@@ -46,7 +49,7 @@ void dominate(Priority& priority, Interaction& low, Interaction& high) {
 }
 
 // The low interaction gives way to everything else that is legal. False when it cannot be applied.
-bool yieldToAll(Priority& priority, Connector* legals) {
+bool yieldToAll(Priority& priority, const LegalConnectors& legals) {
   Connector* lower = priority.low()->connector();
   if (lower->isSubconnSameHolder()) {
     warnAboutLow(*lower);
@@ -54,7 +57,7 @@ bool yieldToAll(Priority& priority, Connector* legals) {
   }
   for (Interaction* low : Chain(lower->feasibleInter())) {
     if (!contains(*low, *priority.low())) continue;
-    for (Connector* legal : Chain(legals)) {
+    for (Connector* legal = legals.first; legal != legals.end; legal = legal->next()) {
       if (legal == lower) continue;
       for (Interaction* high : Chain(legal->feasibleInter())) dominate(priority, *low, *high);
     }
@@ -86,8 +89,13 @@ bool yieldToHigh(Priority& priority) {
 // 3. The priorities of this compound.
 // 4. What the priorities have changed.
 Connector* Compound::activate(bool incremental) {
-  subactivate(incremental);
-  activateAlone(incremental);
+  Vesk::ActivationPlan* const plan = incremental ? Vesk::ActivationPlan::of(*this) : nullptr;
+  if (plan != nullptr) {
+    plan->run();
+  } else {
+    subactivate(incremental);
+    activateAlone(incremental);
+  }
 #ifdef VESK_VALIDATE
   Vesk::checkActivation(*this);
 #endif
@@ -96,7 +104,7 @@ Connector* Compound::activate(bool incremental) {
 
 void Compound::activateAlone(bool incremental) {
   evaluateConnectors(incremental);
-  applyPriorities();
+  applyPriorities({mLegalHead, nullptr});
   settleConnectors();
 }
 
@@ -125,6 +133,10 @@ void Compound::takeListsOf(Compound& part) {
     if (mLegalHead == nullptr) mLegalTail = part.mLegalTail;
     mLegalHead = part.mLegalHead;
   }
+  takeInternalsOf(part);
+}
+
+void Compound::takeInternalsOf(Compound& part) {
   if (part.mInternals != nullptr) {
     part.mInternalTail->setNext(mInternals);
     if (mInternals == nullptr) mInternalTail = part.mInternalTail;
@@ -136,14 +148,13 @@ bool Compound::isTimedInternal(const Port& port) {
   return port.isInternal() && port.synced() && port.constraint() != nullptr;
 }
 
-// Looks at every port at every activation, because a port may become internal at any time and by
-// any way.
 void Compound::takeInternalsOf(Atom& atom) {
   for (Port* port : atom.ports()) {
     if (!isTimedInternal(*port)) continue;
     port->setNext(mInternals);
     if (mInternals == nullptr) mInternalTail = port;
     mInternals = port;
+    Vesk::InternalPorts::noteLinked(atom);
   }
 }
 
@@ -157,7 +168,7 @@ void Compound::evaluateConnectors(bool incremental) {
 
 // A priority whose guard does not hold counts as evaluated until the links of its connectors are
 // reset. One that cannot be applied is tried again, with its warning, at every activation.
-void Compound::applyPriorities() {
+void Compound::applyPriorities(const LegalConnectors& legals) {
   for (Priority* priority : mPriorities) {
     if (!priority->guard()) {
       priority->setEvaluated(true);
@@ -165,21 +176,22 @@ void Compound::applyPriorities() {
     }
     if (priority->evaluated()) continue;
     const bool done =
-        priority->high() != nullptr ? yieldToHigh(*priority) : yieldToAll(*priority, mLegalHead);
+        priority->high() != nullptr ? yieldToHigh(*priority) : yieldToAll(*priority, legals);
     if (done) priority->setEvaluated(true);
   }
 }
 
 void Compound::settleConnectors() {
-  for (Connector* connector : mConnectors) {
-    for (Interaction* feasible : Chain(connector->feasibleInter())) {
-      if (feasible->constraint() == nullptr || feasible->dominated()) continue;
-      feasible->constraint()->applyDomination();
-    }
-    if (connector->recomputexPort()) {
-      connector->setRecomputexPort(false);
-      connector->computexPort();
-      connector->resetDependentLinks();
-    }
+  for (Connector* connector : mConnectors) settle(*connector);
+}
+
+void Compound::settle(Connector& connector) {
+  for (Interaction* feasible : Chain(connector.feasibleInter())) {
+    if (feasible->constraint() == nullptr || feasible->dominated()) continue;
+    feasible->constraint()->applyDomination();
   }
+  if (!connector.recomputexPort()) return;
+  connector.setRecomputexPort(false);
+  connector.computexPort();
+  connector.resetDependentLinks();
 }

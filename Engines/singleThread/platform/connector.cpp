@@ -5,6 +5,7 @@
 #include <cstring>
 #include <string>
 
+#include "activation-plan.hpp"
 #include "chain.hpp"
 #include "clock.hpp"
 #include "component.hpp"
@@ -36,6 +37,12 @@ void checkPortCount(const char* name, int count) {
   if (count <= Connector::MAX_PORTS) return;
   std::fprintf(stderr, TOO_MANY_PORTS, textOf(name), count, Connector::MAX_PORTS);
   std::abort();
+}
+
+void connect(Connector& connector, Port* port) {
+  port->setConnected();
+  connector.ports().add(port);
+  port->setLink(&connector);
 }
 
 const GenericClock* clockOf(const Compound* compound) {
@@ -121,6 +128,13 @@ Connector::Connector(const char* name, const Compound* holder, bool subconn, int
   va_end(ports);
 }
 
+Connector::Connector(const char* name, const Compound* holder, bool subconn,
+                     std::initializer_list<Port*> ports)
+    : Connector(name, holder, subconn) {
+  checkPortCount(mName, static_cast<int>(ports.size()));
+  for (Port* port : ports) connect(*this, port);
+}
+
 Connector::~Connector() {
   delete mInteractions;
   if (mxPort != nullptr) mxPort->dropConstraint();
@@ -130,12 +144,7 @@ Connector::~Connector() {
 
 void Connector::setVarPorts(int n, va_list ports) {
   checkPortCount(mName, mPorts.count() + n);
-  for (int i = 0; i < n; ++i) {
-    Port* port = va_arg(ports, Port*);
-    port->setConnected();
-    mPorts.add(port);
-    port->setLink(this);
-  }
+  for (int i = 0; i < n; ++i) connect(*this, va_arg(ports, Port*));
 }
 
 void Connector::setDominatedPriority(Priority* priority) {
@@ -208,6 +217,7 @@ void Connector::evalDepthFirst(bool incremental) {
 
 Connector* Connector::evaluate(Connector* list, bool subconn, bool incremental) {
   eval(incremental);
+  if (mInteractions->plan != nullptr) mInteractions->plan->disturb();
   if (!subconn && mLegal) {
     mNext = list;
     return this;
@@ -232,6 +242,20 @@ void Connector::evalAlone() {
   computexPort();
   if (mLegal) up();
   mEval = true;
+  noteEvaluation();
+}
+
+// Tells the plan of the activation that this connector evaluates again, or has been evaluated.
+void Connector::noteEvaluation() {
+  if (mInteractions->plan != nullptr) mInteractions->plan->noteEvaluation(mInteractions->rank);
+}
+
+void Connector::noteStale() {
+  if (mInteractions->plan != nullptr) mInteractions->plan->noteStale(mInteractions->rank);
+}
+
+void Connector::noteDomination() {
+  if (mInteractions->plan != nullptr) mInteractions->plan->noteDomination(mInteractions->rank);
 }
 
 bool Connector::maximal() const {
@@ -416,17 +440,23 @@ Interaction* Connector::firstPossible(const Vesk::Time& t) const {
 
 // In any order, since a connector is reset once and resetting a priority twice changes nothing.
 void Connector::resetLink() {
-  if (!mEval) return;
+  if (!mEval) return noteStale();
+  if (mLinks.count() + mDominatedPriorities.count() + mDominatorPriorities.count() == 0) {
+    mEval = false;
+    noteEvaluation();
+    return;
+  }
   Vesk::WorkStack<Connector*> pending;
   resetAlone(pending);
   while (!pending.empty()) {
     Connector* connector = pending.pop();
-    if (connector->mEval) connector->resetAlone(pending);
+    connector->mEval ? connector->resetAlone(pending) : connector->noteStale();
   }
 }
 
 void Connector::resetAlone(Vesk::WorkStack<Connector*>& dependent) {
   mEval = false;
+  noteEvaluation();
   for (Priority* priority : mDominatedPriorities) priority->reset();
   for (Priority* priority : mDominatorPriorities) {
     if (priority->applied()) dependent.push(priority->low()->connector());

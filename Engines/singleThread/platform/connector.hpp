@@ -7,7 +7,7 @@
 //     class Rendezvous : public Connector {
 //      public:
 //       Rendezvous(const char* name, const Compound* holder, Port* one, Port* other)
-//           : Connector(name, holder, false, 2, one, other) {}
+//           : Connector(name, holder, false, {one, other}) {}
 //       bool isBroadcast() override { return false; }
 //       using Connector::guard;
 //       bool guard() override { return maximal(); }
@@ -17,7 +17,7 @@
 //     class Broadcast : public Connector {
 //      public:
 //       Broadcast(const char* name, const Compound* holder, Port* trigger, Port* a, Port* b)
-//           : Connector(name, holder, false, 3, trigger, a, b) {}
+//           : Connector(name, holder, false, {trigger, a, b}) {}
 //       bool complete() override { return mPorts[0]->complete(); }
 //     };
 //
@@ -29,6 +29,7 @@
 #define VESK_CONNECTOR_HPP
 
 #include <cstdarg>
+#include <initializer_list>
 
 #include "interaction.hpp"
 #include "locality.hpp"
@@ -57,9 +58,12 @@ class Connector {
   static char LABEL[1024];
 
   // Copies the name. A sub-connector takes part in another connector through its exported port and
-  // never fires by itself. The second form takes the n ports as Port*.
+  // never fires by itself. The second form takes the n ports as Port*; the third takes them in a
+  // list, in which ports of derived classes need no cast: Connector(name, holder, false, {a, b}).
   Connector(const char* name, const Compound* holder, bool subconn);
   Connector(const char* name, const Compound* holder, bool subconn, int n, ...);
+  Connector(const char* name, const Compound* holder, bool subconn,
+            std::initializer_list<Port*> ports);
   Connector(const Connector&) = delete;
   Connector& operator=(const Connector&) = delete;
   virtual ~Connector();
@@ -165,12 +169,23 @@ class Connector {
   // activate() returns; connectors come out in reverse order of the walk.
   Connector* next() const { return mNext; }
   void setNext(Connector* connector) { mNext = connector; }
-  // Evaluated since the last resetLink().
+  // Evaluated since the last resetLink(). A class that wants a new evaluation calls resetLink() or
+  // setEvaluated(false), which is noted at once. Values that code of a model writes by hand into
+  // mEval, mLegal, mSubconn or mRecomputexPort are found by a look, and then for good: in a system
+  // of up to about 500 connectors before the next activation, and in a larger one as well when the
+  // connector fires, takes part in a priority, or uses a port of an atom that moves in that step.
+  // Elsewhere in a larger system such a value is found some steps later.
   bool evaluated() const { return mEval; }
-  void setEvaluated(bool evaluated) { mEval = evaluated; }
+  void setEvaluated(bool evaluated) {
+    mEval = evaluated;
+    if (!evaluated) noteEvaluation();
+  }
   // A priority has changed the interactions, so the exported port must be computed again.
   bool recomputexPort() const { return mRecomputexPort; }
-  void setRecomputexPort(bool recompute) { mRecomputexPort = recompute; }
+  void setRecomputexPort(bool recompute) {
+    mRecomputexPort = recompute;
+    if (recompute) noteDomination();
+  }
   // The connectors that use the exported port.
   Array<Connector, false>& links() { return mLinks; }
   // What the connector promises about itself, for exploration; see locality.hpp. Called by its
@@ -185,7 +200,7 @@ class Connector {
   Compound* mHolder;
   Array<Port, false> mPorts;
   Port* mxPort;  // new; deleted with its constraint by the destructor, or null
-  bool mLegal;
+  bool mLegal;   // before it is written by hand, see evaluated()
   bool mDominated;
   Array<Priority, false> mDominatedPriorities;
   Array<Priority, false> mDominatorPriorities;
@@ -211,6 +226,9 @@ class Connector {
   Interaction* addFeasible(const BitVector& enabled, const BitVector& set, Interaction* list);
   Interaction* firstPossible(const Vesk::Time& t) const;
   void resetAlone(Vesk::WorkStack<Connector*>& dependent);
+  void noteEvaluation();
+  void noteStale();
+  void noteDomination();
 
   bool mEvaluating;  // in the middle of eval(): exported ports must not form a ring
   bool mReported;    // that a broadcast has very many sets to look at

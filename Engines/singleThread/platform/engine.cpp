@@ -9,6 +9,9 @@
 #include "component.hpp"
 #include "filter.hpp"
 #include "plain-output.hpp"
+#include "run-observer.hpp"
+#include "selection.hpp"
+#include "virtual-table.hpp"
 
 namespace {
 
@@ -29,7 +32,7 @@ constexpr char NO_CHOICE[] =
 constexpr char LIMIT[] = "Execution limit size (";
 constexpr char LIMIT_END[] = ") reached!";
 
-// What a run writes unless it is quiet.
+// What a run writes unless it is quiet. Who watches the run gets it in any case.
 class Trace {
  public:
   Trace(std::ostream& out, bool quiet) : mOut(quiet ? nullptr : &out) {}
@@ -37,10 +40,12 @@ class Trace {
   template <class T>
   const Trace& operator<<(const T& item) const {
     if (mOut != nullptr) Vesk::PlainOutput(*mOut) << item;
+    if (Vesk::runObserver != nullptr) Vesk::PlainOutput(Vesk::runObserver->line()) << item;
     return *this;
   }
   void endLine() const {
     if (mOut != nullptr) Vesk::PlainOutput(*mOut) << Vesk::PlainOutput::END_LINE;
+    if (Vesk::runObserver != nullptr) Vesk::runObserver->lineEnds();
   }
 
  private:
@@ -96,32 +101,70 @@ void Executer::initialize() {
   std::srand(static_cast<unsigned int>(mRandSeed));
 }
 
+// A policy of this engine draws from the selection; one of a program looks at what the filters have
+// left, and may do whatever it likes with it.
 void Executer::run() {
   unsigned int steps = 0;
+  Vesk::Selection selection(
+      {system(), logicalClock(), interactions(), wait(), semantics(), scheduler()},
+      drawsByChance());
+  Vesk::tellStarted(system(), &logicalClock());
   for (;;) {
-    beginStep();
-    if (!semanticsLeavesSomething()) return;
-    catchUpWithPlatform();
-    if (!urgencyIsRespected()) return;
-    if (!driftIsBounded()) return;
-    if (!pickExecutable()) return;
+    beginStep(selection);
+    if (!semanticsLeavesSomething(selection)) return Vesk::tellEnd(Vesk::RunEnd::DEADLOCK);
+    catchUpWithPlatform(selection);
+    if (!urgencyIsRespected()) return Vesk::tellEnd(Vesk::RunEnd::URGENCY);
+    if (!driftIsBounded()) return Vesk::tellEnd(Vesk::RunEnd::DRIFT);
+    if (!pickExecutable(selection)) return Vesk::tellEnd(Vesk::RunEnd::NO_CHOICE);
     waitAndFire();
-    if (limitReached(steps)) return;
+    if (limitReached(steps)) return Vesk::tellEnd(Vesk::RunEnd::LIMIT);
   }
 }
 
-void Executer::beginStep() {
+namespace {
+
+// One of each policy by chance, to tell their class by: never destroyed, and never run.
+struct Examples {
+  Compound root{"", nullptr};
+  SimuClock platform{""};
+  LogicalClock clock{"", platform};
+  StandardSemantics semantics;
+  EmptyScheduler scheduler;
+  StandardExecuter standard{root, clock, semantics, scheduler, true, 1, std::cout, 1, 0};
+  RandomExecuter random{root, clock, semantics, scheduler, true, 1, std::cout, 1, 0};
+};
+
+const Examples& examples() {
+  static const Examples* const made = new Examples;
+  return *made;
+}
+
+bool isOf(const Executer& executer, const Executer& example) {
+  return Vesk::tableOf(executer) == Vesk::tableOf(example);
+}
+
+}  // namespace
+
+// Whether the class is one of those below; a random time is drawn from what the semantics leaves.
+bool Executer::drawsByChance() const {
+  if (isOf(*this, examples().standard)) return true;
+  return isOf(*this, examples().random) &&
+         Vesk::tableOf(mScheduler) == Vesk::tableOf<Filter>(examples().scheduler);
+}
+
+void Executer::beginStep(Vesk::Selection& selection) {
   Connector* legals = system().activate(true);
   interactions().initialize(legals, system().internals());
-  interactions().unmarkAll();
+  selection.begin();
+  Vesk::tellStep(legals, system().internals());
   Trace(simout(), quiet()) << STEP << logicalClock().time();
 }
 
-bool Executer::semanticsLeavesSomething() {
+bool Executer::semanticsLeavesSomething(Vesk::Selection& selection) {
   wait().setLow(logicalClock().time());
   wait().setHigh(Vesk::Time::MAX);
-  semantics().filter(interactions(), wait());
-  if (!deadlock()) return true;
+  selection.applySemantics();
+  if (!selection.empty()) return true;
   const Trace trace(simout(), quiet());
   trace << DEADLOCK;
   trace.endLine();
@@ -131,13 +174,13 @@ bool Executer::semanticsLeavesSomething() {
 // A step that must fire at once goes on at the logical time, however late the platform is; one that
 // may wait goes on at the platform's time. Marks of the first filtering stay, so the step can only
 // become narrower.
-void Executer::catchUpWithPlatform() {
+void Executer::catchUpWithPlatform(Vesk::Selection& selection) {
   const Trace trace(simout(), quiet());
   const Vesk::Time now = logicalClock().time();
   if (wait().high() > now) {
     logicalClock().update();
     wait().setLow(logicalClock().time());
-    semantics().filter(interactions(), wait());
+    selection.applySemantics();
     if (logicalClock().time() != now) trace << CAUGHT_UP << logicalClock().time();
   } else if (!quiet()) {
     const Vesk::Time platform = platformClock().time();
@@ -166,9 +209,13 @@ bool Executer::driftIsBounded() {
 // Deliberate: the message of an empty choice is written in quiet runs too. It also ends every
 // interactive run that the user leaves, and programs that drive the dialogue look for it.
 // (docs/decisions/0008-an-interactive-run-ends-with-a-bug-line.md)
-bool Executer::pickExecutable() {
-  mScheduler.filter(interactions(), wait());
-  choose();
+bool Executer::pickExecutable(Vesk::Selection& selection) {
+  selection.applyScheduler();
+  if (selection.byChance()) {
+    chooseFrom(selection);
+  } else {
+    choose();
+  }
   if (mChoice != nullptr) return true;
   const Trace trace(simout(), false);
   trace << NO_CHOICE;
@@ -184,8 +231,10 @@ void Executer::waitAndFire() {
   }
   trace << mChoice;
   trace.endLine();
+  Vesk::tellFiring(*mChoice, mTime);
   mChoice->actuate(mTime);
   mChoice->execute(mTime);
+  Vesk::tellStepEnd();
 }
 
 bool Executer::limitReached(unsigned int& steps) {
@@ -211,19 +260,34 @@ Executable* Executer::pickAtRandom() {
   return *(interactions().begin() + index);
 }
 
-void StandardExecuter::choose() {
+// What choose() of the two classes below does.
+void Executer::chooseFrom(Vesk::Selection& selection) {
+  if (isOf(*this, examples().random)) {
+    wait().setLow(drawTime());
+    selection.applySemantics();
+  }
   const Vesk::Time now = wait().low();
-  setChoice(pickAtRandom());
+  setChoice(selection.pick());
   setTime(choice() != nullptr ? choice()->next(now) : now);
 }
 
 // Deliberate: the latest possible time is never drawn unless it is the only one, because a seed
 // gives the times that it has always given.
 // (docs/decisions/0013-the-latest-time-of-a-random-draw.md)
-void RandomExecuter::choose() {
-  const Vesk::Time width = wait().high() - wait().low();
+Vesk::Time Executer::drawTime() const {
+  const Vesk::Time width = mWait.high() - mWait.low();
   const long double offset = randomFraction() * width.microseconds();
-  const Vesk::Time chosen = wait().low() + Vesk::Time(static_cast<long long>(offset));
+  return mWait.low() + Vesk::Time(static_cast<long long>(offset));
+}
+
+void StandardExecuter::choose() {
+  const Vesk::Time now = wait().low();
+  setChoice(pickAtRandom());
+  setTime(choice() != nullptr ? choice()->next(now) : now);
+}
+
+void RandomExecuter::choose() {
+  const Vesk::Time chosen = drawTime();
   wait().setLow(chosen);
   semantics().filter(interactions(), wait());
   setChoice(pickAtRandom());

@@ -45,6 +45,10 @@ class Compound;
 class LogicalClock;
 class PlatformClock;
 
+namespace Vesk {
+class Selection;
+}  // namespace Vesk
+
 // What all timed engines have in common. Owns none of the objects it is given; they must outlive
 // it.
 class Engine {
@@ -84,7 +88,7 @@ class Engine {
   // MAX when nothing is urgent.
   Interval& wait() { return mWait; }
   // Nothing is left that no filter has removed.
-  bool deadlock() const { return mInteractions.count() == 0; }
+  bool deadlock() const { return mInteractions.begin() == mInteractions.end(); }
 
   Compound& mSystem;
   LogicalClock& mLogicalClock;
@@ -149,6 +153,8 @@ class Executer : public Engine {
   // One of what the filters left, drawn uniformly with one rand(); null, and no draw, when there is
   // nothing.
   Executable* pickAtRandom();
+  // A time of wait(), drawn uniformly with one rand().
+  Vesk::Time drawTime() const;
 
   Filter& mScheduler;
   Executable* mChoice;  // fires in this step; null: nothing chosen
@@ -157,12 +163,14 @@ class Executer : public Engine {
   int mRandSeed;
 
  private:
-  void beginStep();
-  bool semanticsLeavesSomething();
-  void catchUpWithPlatform();
+  bool drawsByChance() const;
+  void beginStep(Vesk::Selection& selection);
+  bool semanticsLeavesSomething(Vesk::Selection& selection);
+  void catchUpWithPlatform(Vesk::Selection& selection);
   bool urgencyIsRespected();
   bool driftIsBounded();
-  bool pickExecutable();
+  bool pickExecutable(Vesk::Selection& selection);
+  void chooseFrom(Vesk::Selection& selection);
   void waitAndFire();
   bool limitReached(unsigned int& steps);
 };

@@ -66,7 +66,9 @@ class Executable {
   // The clock in whose values its constraint is printed; null: no translation.
   virtual GenericClock* displayClock() const = 0;
 
-  // Bit k is set by the filter of level k; filters remove by marking.
+  // Bit k is set by the filter of level k; filters remove by marking. A run of the timed engine
+  // makes the marks of each step, but in a large system it writes only those that change: one that
+  // a model sets by itself may last longer than the step.
   unsigned int mark() const { return mMark; }
   void setMark(unsigned int mark) { mMark = mark; }
   // When it is enabled; null: time never restricts it. Setting one transfers no ownership by

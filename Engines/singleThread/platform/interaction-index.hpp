@@ -6,9 +6,19 @@
 #include <memory>
 #include <vector>
 
+#include "activation-plan.hpp"
 #include "interaction.hpp"
 
 namespace Vesk {
+
+// An interaction with its place in the table and in the list of its connector, in one block.
+struct StoredInteraction : Interaction {
+  StoredInteraction(const Connector* connector, const BitVector& set)
+      : Interaction(connector, set) {}
+
+  HashTable<Interaction>::Cell cell;
+  StoredInteraction* later = nullptr;  // the next one that was made for this connector
+};
 
 // Owns the interactions of one connector and finds them by their set: a few one by one, more by a
 // table of open addressing.
@@ -18,12 +28,18 @@ class InteractionIndex {
   InteractionIndex(const InteractionIndex&) = delete;
   InteractionIndex& operator=(const InteractionIndex&) = delete;
   ~InteractionIndex() {
-    for (HashTable<Interaction>::Cell* cell : mAll) {
-      Interaction* interaction = cell->element();
-      Interaction::TABLE.remove(cell);
+    if (plan != nullptr) plan->forget(rank);
+    while (StoredInteraction* interaction = mFirst) {
+      mFirst = interaction->later;
+      Interaction::TABLE.takeOut(interaction->cell);
       delete interaction;
     }
   }
+
+  // The plan of activations that has the connector, which may be none, and its rank there. They
+  // stand here because models that were compiled earlier know the size of a connector.
+  ActivationPlan* plan = nullptr;
+  std::size_t rank = 0;
 
   // Null when there is none.
   Interaction* find(const BitVector& set) {
@@ -31,15 +47,18 @@ class InteractionIndex {
     return mLast;
   }
 
-  // Takes ownership of an interaction whose set is not in the index, and puts it into the table.
-  // Changes nothing when there is no memory for that.
-  void add(std::unique_ptr<Interaction> interaction) {
+  // Makes the interaction of a set that is not in the index, and puts it into the table. Changes
+  // nothing when there is no memory for that.
+  Interaction* make(const Connector* connector, const BitVector& set) {
+    auto made = std::make_unique<StoredInteraction>(connector, set);
     makeRoom();
-    HashTable<Interaction>::Cell* cell = Interaction::TABLE.add(
-        interaction->hash(HashTable<Interaction>::CHAINS), interaction.get());
-    Interaction* const owned = interaction.release();  // there is room for it
-    mAll.push_back(cell);
-    if (!mSlots.empty()) mSlots[slotOf(owned->synced())] = owned;
+    StoredInteraction* const owned = made.release();
+    Interaction::TABLE.add(owned->hash(HashTable<Interaction>::CHAINS), owned, owned->cell);
+    (mFirst == nullptr ? mFirst : mNewest->later) = owned;
+    mNewest = owned;
+    ++mCount;
+    if (!mSlots.empty()) mSlots[slotOf(set)] = owned;
+    return owned;
   }
 
  private:
@@ -47,10 +66,9 @@ class InteractionIndex {
 
   Interaction* search(const BitVector& set) const {
     if (!mSlots.empty()) return mSlots[slotOf(set)];
-    for (const HashTable<Interaction>::Cell* cell : mAll) {
-      if (cell->element()->synced() == set) return cell->element();
-    }
-    return nullptr;
+    StoredInteraction* interaction = mFirst;
+    while (interaction != nullptr && interaction->synced() != set) interaction = interaction->later;
+    return interaction;
   }
 
   // Where the set is, or would be. Requires: there are free slots.
@@ -62,18 +80,19 @@ class InteractionIndex {
   }
 
   void makeRoom() {
-    const std::size_t count = mAll.size() + 1;
-    if (count > mAll.capacity()) mAll.reserve(2 * count);
+    const std::size_t count = mCount + 1;
     if (count <= FEW || 2 * count <= mSlots.size()) return;
     std::vector<Interaction*> slots(mSlots.empty() ? 4 * FEW : 2 * mSlots.size());
     mSlots.swap(slots);
-    for (const HashTable<Interaction>::Cell* cell : mAll) {
-      mSlots[slotOf(cell->element()->synced())] = cell->element();
+    for (StoredInteraction* it = mFirst; it != nullptr; it = it->later) {
+      mSlots[slotOf(it->synced())] = it;
     }
   }
 
   Interaction* mLast = nullptr;  // that was found last; a rendezvous asks for one set all the time
-  std::vector<HashTable<Interaction>::Cell*> mAll;  // in the order of their making
+  StoredInteraction* mFirst = nullptr;  // of all, in the order of their making
+  StoredInteraction* mNewest = nullptr;
+  std::size_t mCount = 0;
   std::vector<Interaction*> mSlots;  // a power of two, at most half full; empty while there are few
 };
 

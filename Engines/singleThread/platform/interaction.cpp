@@ -3,8 +3,6 @@
 #include <cstdarg>
 #include <cstring>
 #include <iostream>
-#include <memory>
-#include <utility>
 
 #include "clock.hpp"
 #include "component.hpp"
@@ -58,13 +56,8 @@ Interaction* Interaction::copy() const {
 
 Interaction* Interaction::Create(const Connector* connector, const BitVector& set) {
   Vesk::InteractionIndex& index = connector->interactions();
-  Interaction* interaction = index.find(set);
-  if (interaction == nullptr) {
-    auto made = std::make_unique<Interaction>(connector, set);
-    interaction = made.get();
-    index.add(std::move(made));
-  }
-  return interaction;
+  Interaction* const interaction = index.find(set);
+  return interaction != nullptr ? interaction : index.make(connector, set);
 }
 
 Interaction* Interaction::Create(const Connector* connector, int n, ...) {
@@ -73,6 +66,12 @@ Interaction* Interaction::Create(const Connector* connector, int n, ...) {
   va_start(indices, n);
   for (int i = 0; i < n; ++i) set.add(va_arg(indices, int));
   va_end(indices);
+  return Create(connector, set);
+}
+
+Interaction* Interaction::Create(const Connector* connector, std::initializer_list<int> indices) {
+  BitVector set;
+  for (int index : indices) set.add(index);
   return Create(connector, set);
 }
 
@@ -113,7 +112,14 @@ char* Interaction::label() {
   return mConnector->rt_label(mSynced);
 }
 
+// Tells the plan of the activation that code of the model runs.
+void Interaction::noteFired() const {
+  const Vesk::InteractionIndex& place = mConnector->interactions();
+  if (place.plan != nullptr) place.plan->noteFired(place.rank);
+}
+
 void Interaction::execute(const Vesk::Time& t) {
+  noteFired();
   if (mConnector->xPort() != nullptr) mConnector->xPort()->setSynced(false);
   Array<Port, false>& ports = mConnector->ports();
   for (int i = 0; i < ports.count(); ++i) {
@@ -122,6 +128,7 @@ void Interaction::execute(const Vesk::Time& t) {
 }
 
 void Interaction::actuate(const Vesk::Time& t) {
+  noteFired();
   mConnector->dn();
   Array<Port, false>& ports = mConnector->ports();
   for (int i = 0; i < ports.count(); ++i) {

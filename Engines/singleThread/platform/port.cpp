@@ -9,6 +9,7 @@
 #include "component.hpp"
 #include "connector.hpp"
 #include "constraint.hpp"
+#include "internal-ports.hpp"
 #include "structure.hpp"
 
 namespace {
@@ -35,8 +36,7 @@ Vesk::Time driftOf(const Constraint& constraint, const GenericClock* holder) {
 unsigned int Port::sReports = 0;
 
 Port::Port(const char* name, const Atom* holder)
-    : LABEL{},
-      mName(Vesk::duplicate(name)),
+    : mName(Vesk::duplicate(name)),
       mAtomHolder(const_cast<Atom*>(holder)),  // firing the port moves the atom
       mConnHolder(nullptr),
       mSynced(false),
@@ -46,6 +46,7 @@ Port::Port(const char* name, const Atom* holder)
       mInternal(false),
       mNext(nullptr),
       mLongLabel(nullptr) {
+  LABEL[0] = '\0';  // the rest stays untouched until the label is built
   keepOwnConstraint();
 }
 
@@ -123,6 +124,12 @@ GenericClock* Port::displayClock() const {
 bool Port::guard() const {
   if (mAtomHolder != nullptr) return true;
   return mConnHolder != nullptr && mConnHolder->guard();
+}
+
+// ---- Internal ports ----------------------------------------------------------------------------
+
+void Port::noteInternal() const {
+  if (mAtomHolder != nullptr) Vesk::InternalPorts::noteChanged(*mAtomHolder);
 }
 
 // ---- Links -------------------------------------------------------------------------------------

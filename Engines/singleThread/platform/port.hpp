@@ -66,7 +66,10 @@ class Port : public Executable {
   // Enabled in the current state. The engine does not clear it after a step: the model does, before
   // it announces.
   bool synced() const { return mSynced; }
-  void setSynced(bool synced) { mSynced = synced; }
+  void setSynced(bool synced) {
+    mSynced = synced;
+    if (mInternal) noteInternal();
+  }
   // Elected: chosen to fire in the current step. A mark for model code that chooses; the engine
   // neither sets nor reads it.
   bool elected() const { return mElected; }
@@ -74,9 +77,15 @@ class Port : public Executable {
   bool isConnected() const { return mConnected; }
   void setConnected(bool connected = true) { mConnected = connected; }
   // Fired by the atom itself or from the compound's list of internal ports, not through a
-  // connector.
+  // connector. A class that writes mInternal or mSynced by hand does so while its atom moves, or
+  // calls the operation: in a system of hundreds of atoms with internal ports a value written at
+  // another time is noticed some steps later. So is another constraint; and what is changed within
+  // a constraint while its atom does not move counts from the atom's next move on.
   bool isInternal() const { return mInternal; }
-  void setInternal(bool internal = true) { mInternal = internal; }
+  void setInternal(bool internal = true) {
+    mInternal = internal;
+    noteInternal();
+  }
   // Link of a compound's list of enabled timed internal ports, rebuilt at every activation. The
   // head is in the compound; ports come out in reverse order of the walk.
   Port* next() const { return mNext; }
@@ -106,6 +115,8 @@ class Port : public Executable {
 
   // How often it was reported that a port has fired that its atom had not announced.
   static unsigned int sReports;
+
+  void noteInternal() const;
 
   // malloc; a label that does not fit into LABEL, or null; freed by the destructor
   char* mLongLabel;

@@ -1,0 +1,104 @@
+// A heap of numbered things by a key, from which any of them can be taken out. Private to the
+// engine.
+#ifndef VESK_KEYED_HEAP_HPP
+#define VESK_KEYED_HEAP_HPP
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace Vesk {
+
+// The smallest key is at the top. Things are numbered from 0, and the heap remembers where each of
+// them is, so that it keeps room for the largest number it has seen. Each cell has four below it: a
+// way down is half as long as with two and meets fewer lines of the cache.
+template <class Key>
+class KeyedHeap {
+ public:
+  using Id = std::uint32_t;
+
+  bool empty() const { return mCells.empty(); }
+  std::size_t size() const { return mCells.size(); }
+  bool has(Id id) const { return id < mPlaces.size() && mPlaces[id] != NOWHERE; }
+  // Requires: not empty.
+  Id top() const { return mCells[0].id; }
+  const Key& topKey() const { return mCells[0].key; }
+
+  void clear() {
+    mCells.clear();
+    mPlaces.clear();
+  }
+  // Requires: it is not in the heap.
+  void add(Id id, const Key& key) {
+    if (id >= mPlaces.size()) mPlaces.resize(id + std::size_t{1}, NOWHERE);
+    mCells.push_back({key, id});
+    rise(mCells.size() - 1, {key, id});
+  }
+  // Nothing when it is not in the heap.
+  void remove(Id id) {
+    if (!has(id)) return;
+    const std::size_t gap = mPlaces[id];
+    mPlaces[id] = NOWHERE;
+    const Cell last = mCells.back();
+    mCells.pop_back();
+    if (gap == mCells.size()) return;
+    if (gap > 0 && last.key < mCells[(gap - 1) / WAYS].key) {
+      rise(gap, last);
+    } else {
+      sink(gap, last);
+    }
+  }
+  // Appends the things that have the key of the top, in any order. Requires: not empty.
+  void gatherTop(std::vector<Id>& found) const {
+    const std::size_t begin = found.size();
+    const Key key = topKey();
+    found.push_back(0);  // places first, which are replaced by the things at the end
+    for (std::size_t next = begin; next < found.size(); ++next) {
+      const std::size_t below = WAYS * std::size_t{found[next]} + 1;
+      for (std::size_t place = below; place < below + WAYS && place < mCells.size(); ++place) {
+        if (!(key < mCells[place].key)) found.push_back(static_cast<Id>(place));
+      }
+    }
+    for (std::size_t i = begin; i < found.size(); ++i) found[i] = mCells[found[i]].id;
+  }
+
+ private:
+  static constexpr std::size_t WAYS = 4;
+  static constexpr Id NOWHERE = ~Id{0};
+
+  struct Cell {
+    Key key;
+    Id id;
+  };
+
+  void put(std::size_t place, const Cell& cell) {
+    mCells[place] = cell;
+    mPlaces[cell.id] = static_cast<Id>(place);
+  }
+  void rise(std::size_t place, const Cell& cell) {
+    while (place > 0 && cell.key < mCells[(place - 1) / WAYS].key) {
+      put(place, mCells[(place - 1) / WAYS]);
+      place = (place - 1) / WAYS;
+    }
+    put(place, cell);
+  }
+  void sink(std::size_t place, const Cell& cell) {
+    for (std::size_t below = WAYS * place + 1; below < mCells.size(); below = WAYS * place + 1) {
+      std::size_t least = below;
+      for (std::size_t other = below + 1; other < below + WAYS && other < mCells.size(); ++other) {
+        if (mCells[other].key < mCells[least].key) least = other;
+      }
+      if (!(mCells[least].key < cell.key)) break;
+      put(place, mCells[least]);
+      place = least;
+    }
+    put(place, cell);
+  }
+
+  std::vector<Cell> mCells;
+  std::vector<Id> mPlaces;  // by number
+};
+
+}  // namespace Vesk
+
+#endif

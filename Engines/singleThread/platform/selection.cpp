@@ -1,0 +1,368 @@
+#include "selection.hpp"
+
+#include <algorithm>
+#include <cstdlib>
+
+#include "activation-plan.hpp"
+#include "chain.hpp"
+#include "clock-changes.hpp"
+#include "clock.hpp"
+#include "component.hpp"
+#include "connector.hpp"
+#include "constraint.hpp"
+#include "executables.hpp"
+#include "filter.hpp"
+#include "port.hpp"
+#include "virtual-table.hpp"
+
+using Number = Vesk::Times::Number;
+using Vesk::Time;
+using Vesk::Times;
+
+namespace {
+
+constexpr unsigned int FEW_STEPS = 8;      // an agenda that has served fewer has not paid
+constexpr unsigned int MOST_WALKS = 1023;  // between two attempts
+
+Number maximum() {
+  return Time::MAX.microseconds();
+}
+
+// Whether a time is none of those that the operations of times treat in a special way.
+bool isOrdinary(Number t) {
+  return Time::MIN.microseconds() < t && t < maximum();
+}
+
+// Later by some time; infinite times stay as they are.
+Number shifted(const Time& t, Number shift) {
+  const bool infinite = t == Time::MIN || t == Time::MAX;
+  return infinite ? t.microseconds() : t.microseconds() + shift;
+}
+
+// The operations deadline() and next() of an executable's class stand in these slots of its table,
+// behind the destructors and the three operations before them.
+constexpr std::size_t FIRST_ASKED = 5;
+constexpr std::size_t END_ASKED = 7;
+
+// Whether the class of an executable leaves deadline() and next() as they are in another class.
+bool answersAs(const Executable& executable, const Executable& other) {
+  const auto* const table = static_cast<const void* const*>(Vesk::tableOf(executable));
+  const auto* const expected = static_cast<const void* const*>(Vesk::tableOf(other));
+  return table == expected ||
+         std::equal(table + FIRST_ASKED, table + END_ASKED, expected + FIRST_ASKED);
+}
+
+bool isPlain(const Interaction& interaction) {
+  static const Interaction* const plain = new Interaction(nullptr, BitVector::EMPTY);
+  return answersAs(interaction, *plain);
+}
+
+bool isPlain(const Port& port) {
+  static const Port* const plain = new Port("", static_cast<const Atom*>(nullptr));
+  return answersAs(port, *plain);
+}
+
+// The deadline under the intervals from one of them on, none of them being eager and current.
+Time deadlineFrom(const Constraint& constraint, unsigned int index) {
+  for (; index < constraint.size(); ++index) {
+    const Interval interval = constraint[index];
+    if (interval.urgency() == LAZY) continue;
+    return interval.urgency() == DELAYABLE ? interval.high() : interval.low();
+  }
+  return Time::MAX;
+}
+
+// What a constraint says from now on, with the values of its clock so much later in those of the
+// run's clock. False when it has times that cannot be foretold in this way.
+bool foretell(const Constraint& constraint, Number shift, const Time& now, Times& result) {
+  const Number t = now.microseconds() - shift;
+  if (!isOrdinary(t) || (constraint.size() > 1 && !constraint.check())) return false;
+  unsigned int index = 0;
+  while (index < constraint.size() && constraint[index].high() < Time(static_cast<long long>(t))) {
+    ++index;
+  }
+  result = {maximum(), maximum(), maximum(), false};
+  if (index == constraint.size()) return true;
+  const Interval interval = constraint[index];
+  const bool unbounded = interval.high() == Time::MAX;
+  result.low = shifted(interval.low(), shift);
+  result.eager = interval.urgency() == EAGER;
+  result.deadline = shifted(deadlineFrom(constraint, index), shift);
+  if (unbounded && shift < 0) result.until = maximum() + shift - 1;
+  if (!unbounded && interval.urgency() == LAZY)
+    result.until = interval.high().microseconds() + shift;
+  return result.deadline <= maximum() && (!result.eager || result.low < maximum());
+}
+
+// Whether an object is of the class of another one. Models may be built without run-time type
+// information.
+template <class Base>
+bool isLike(const Base& object, const Base& other) {
+  return Vesk::tableOf(object) == Vesk::tableOf(other);
+}
+
+bool isPlainScheduler(const Filter& scheduler, Vesk::Agenda::Policy& policy, Number& margin) {
+  margin = maximum();
+  policy = Vesk::Agenda::Policy::EVERYTHING;
+  if (scheduler.level() != 1) return false;
+  if (isLike<Filter>(scheduler, EmptyScheduler())) return true;
+  policy = Vesk::Agenda::Policy::EARLIEST_DEADLINE;
+  if (isLike<Filter>(scheduler, EDFScheduler())) return true;
+  if (!isLike<Filter>(scheduler, EDFdeltaScheduler(Time::MAX))) return false;
+  margin = static_cast<const EDFdeltaScheduler&>(scheduler).delta().microseconds();
+  return 0 <= margin && margin <= maximum();
+}
+
+bool isPlainSemantics(const Filter& semantics) {
+  return isLike<Filter>(semantics, StandardSemantics()) && semantics.level() == 0;
+}
+
+bool isPlain(const GenericClock& clock) {
+  static const Clock* const plain = new Clock("", static_cast<const LogicalClock*>(nullptr));
+  return isLike<GenericClock>(clock, *plain);
+}
+
+}  // namespace
+
+namespace Vesk {
+
+bool PortTimes::shift(const Port& port, const LogicalClock& clock, Number& result) {
+  const GenericClock* const own = port.constraint()->clock();
+  const GenericClock* const shown = port.displayClock();
+  result = 0;
+  if (own == nullptr || shown == nullptr || own == shown) return true;
+  if (shown != &clock) return false;
+  if (!isPlain(*own)) return false;
+  const auto& running = static_cast<const Clock&>(*own);
+  if (running.isStopped() || &running.mLogicalClock != &clock) return false;
+  result = own->drift(shown).microseconds();
+  return isOrdinary(result);
+}
+
+// ---- Selection ---------------------------------------------------------------------------------
+
+Selection::Selection(const Run& run, bool byChance)
+    : mRun(run),
+      mByChance(byChance),
+      mForetells(false),
+      mPlan(nullptr),
+      mPlanNumber(0),
+      mConnectors(0),
+      mPorts(0),
+      mQuick(false),
+      mWalks(0),
+      mPatience(0),
+      mSteps(0),
+      mAsked(0),
+      mScheduled(false) {
+  Agenda::Policy policy;
+  Number margin;
+  mForetells = byChance && isPlainSemantics(run.semantics) &&
+               isPlainScheduler(run.scheduler, policy, margin);
+}
+
+// Small systems go without. There is one at a time, which the changes of clocks are recorded for.
+bool Selection::makeAgenda() {
+  Agenda::Policy policy;
+  Number margin;
+  if (ClockChanges::recording() || !isPlainScheduler(mRun.scheduler, policy, margin)) return false;
+  mAgenda = std::make_unique<Agenda>(policy, margin);
+  ClockChanges::setRecording(true);
+  return true;
+}
+
+// A run that ends before the scheduler of a step leaves the marks of the semantics alone.
+Selection::~Selection() {
+  if (mQuick && !mScheduled) walkAgain();
+  if (mAgenda != nullptr) ClockChanges::setRecording(false);
+}
+
+void Selection::begin() {
+  mAsked = 0;
+  mScheduled = false;
+  mQuick = mForetells && takeUp();
+  if (mAgenda != nullptr) ClockChanges::record().clear();
+  if (!mQuick) mRun.executables.unmarkAll();
+}
+
+void Selection::applySemantics() {
+  if (mAsked < mTimes.size()) mTimes[mAsked++] = mRun.wait.low();
+  if (!mQuick) {
+    mRun.semantics.filter(mRun.executables, mRun.wait);
+  } else if (!openAt(mRun.wait.low())) {
+    walkAgain();
+  }
+}
+
+bool Selection::empty() const {
+  if (mQuick) return mAgenda->empty();
+  return mRun.executables.begin() == mRun.executables.end();
+}
+
+void Selection::applyScheduler() {
+  mScheduled = true;
+  if (mQuick) {
+    mAgenda->choose();
+  } else {
+    mRun.scheduler.filter(mRun.executables, mRun.wait);
+  }
+}
+
+Executable* Selection::pick() {
+  const bool quick = mQuick;
+  std::size_t count = quick ? mAgenda->count() : static_cast<std::size_t>(mRun.executables.count());
+  if (count == 0) return nullptr;
+  const long double fraction = std::rand() * 0x1p-31L;
+  if (quick) {
+    Executable* const picked = mAgenda->at(static_cast<std::size_t>(count * fraction));
+    if (picked != nullptr) return picked;
+    walkAgain();
+    count = static_cast<std::size_t>(mRun.executables.count());
+  }
+  if (count == 0) return nullptr;
+  return *(mRun.executables.begin() + static_cast<int>(count * fraction));
+}
+
+// ---- What has changed --------------------------------------------------------------------------
+
+// False when this step is to be walked.
+bool Selection::takeUp() {
+  ActivationPlan* const plan = ActivationPlan::lastOf(mRun.system);
+  mPlan = plan;
+  const Time now = mRun.clock.time();
+  if (plan == nullptr || !isOrdinary(now.microseconds())) {
+    mPlanNumber = 0;
+    return false;
+  }
+  const bool goesOn =
+      plan->number() == mPlanNumber && plan->recordIsWhole() && mOpened <= now && now <= mLatest;
+  if (!goesOn && mWalks > 0) {
+    --mWalks;
+    mPlanNumber = 0;
+    return false;
+  }
+  if (mAgenda == nullptr && !makeAgenda()) return mForetells = false;
+  const bool done = goesOn ? takeUpChanges(*plan, now) : takeUpAll(*plan, now);
+  plan->record();
+  if (!done) giveUp();
+  ++mSteps;
+  return done;
+}
+
+bool Selection::takeUpAll(ActivationPlan& plan, const Time& now) {
+  mPlanNumber = plan.number();
+  mConnectors = plan.ranks();
+  mPorts = plan.internals().ranks();
+  mSteps = 0;
+  mUsers.clear();
+  mClockOf.assign(mPorts, nullptr);
+  mAgenda->reset(mConnectors + mPorts);
+  mOpened = now;
+  for (std::size_t slot = 0; slot < mConnectors + mPorts; ++slot) {
+    if (!refresh(slot, now)) return false;
+  }
+  return true;
+}
+
+bool Selection::takeUpChanges(ActivationPlan& plan, const Time& now) {
+  for (const std::size_t rank : plan.changed()) {
+    if (!refresh(slotOfConnector(rank), now)) return false;
+  }
+  for (const std::size_t rank : plan.internals().changed()) {
+    if (!refresh(slotOfPort(rank), now)) return false;
+  }
+  return takeUpClocks(now);
+}
+
+bool Selection::takeUpClocks(const Time& now) {
+  for (const GenericClock* clock : ClockChanges::record()) {
+    const auto users = mUsers.equal_range(clock);
+    for (auto user = users.first; user != users.second; ++user) {
+      if (!refresh(user->second, now)) return false;
+    }
+  }
+  return true;
+}
+
+bool Selection::refresh(std::size_t slot, const Time& now) {
+  mAgenda->clear(slot);
+  return slot < mConnectors ? refreshConnector(slot, now) : refreshPort(slot, now);
+}
+
+bool Selection::refreshConnector(std::size_t slot, const Time& now) {
+  const Connector* const connector = mPlan->listed(mConnectors - 1 - slot);
+  if (connector == nullptr) return true;
+  Agenda::Id before = Agenda::NONE;
+  for (Interaction* feasible : Chain(connector->feasibleInter())) {
+    if (feasible->dominated()) continue;
+    if (!isPlain(*feasible)) return false;
+    Times times{Time::MIN.microseconds(), maximum(), maximum(), false};
+    const Constraint* const constraint = feasible->constraint();
+    if (constraint != nullptr && !foretell(*constraint, 0, now, times)) return false;
+    before = mAgenda->add(slot, before, *feasible, times);
+  }
+  return true;
+}
+
+bool Selection::refreshPort(std::size_t slot, const Time& now) {
+  Port* const port = mPlan->internals().listed(mConnectors + mPorts - 1 - slot);
+  if (port == nullptr || port->dominated()) return true;
+  Number shift = 0;
+  Times times{};
+  if (!isPlain(*port) || !PortTimes::shift(*port, mRun.clock, shift)) return false;
+  if (!foretell(*port->constraint(), shift, now, times)) return false;
+  watchClock(slot, *port);
+  mAgenda->add(slot, Agenda::NONE, *port, times);
+  return true;
+}
+
+// From now on the port is looked at when its clock changes.
+void Selection::watchClock(std::size_t slot, const Port& port) {
+  const GenericClock* const clock = port.constraint()->clock();
+  const GenericClock*& known = mClockOf[slot - mConnectors];
+  if (clock == nullptr || clock == known) return;
+  known = clock;
+  const auto users = mUsers.equal_range(clock);
+  for (auto user = users.first; user != users.second; ++user) {
+    if (user->second == slot) return;
+  }
+  mUsers.emplace(clock, slot);
+}
+
+// ---- The quick way, and back -------------------------------------------------------------------
+
+bool Selection::openAt(const Time& t) {
+  if (t < mOpened || t > mRun.wait.high() || !isOrdinary(t.microseconds())) return false;
+  mExpired.clear();
+  mAgenda->expire(t.microseconds(), mExpired);
+  for (const std::size_t slot : mExpired) {
+    if (!refresh(slot, t)) return false;
+  }
+  mOpened = t;
+  mLatest = Time(
+      static_cast<long long>(mAgenda->open(t.microseconds(), mRun.wait.high().microseconds())));
+  mRun.wait.setHigh(mLatest);
+  return true;
+}
+
+// The marks are no longer those that the agenda knows.
+void Selection::giveUp() {
+  mPlanNumber = 0;
+  mPatience = mSteps < FEW_STEPS ? std::min(2 * mPatience + 1, MOST_WALKS) : 1;
+  mWalks = mPatience;
+}
+
+// Does what has been done in this step once more, by asking the filters.
+void Selection::walkAgain() {
+  giveUp();
+  mQuick = false;
+  mRun.executables.unmarkAll();
+  mRun.wait.setHigh(Time::MAX);
+  for (std::size_t i = 0; i < mAsked; ++i) {
+    mRun.wait.setLow(mTimes[i]);
+    mRun.semantics.filter(mRun.executables, mRun.wait);
+  }
+  if (mScheduled) mRun.scheduler.filter(mRun.executables, mRun.wait);
+}
+
+}  // namespace Vesk

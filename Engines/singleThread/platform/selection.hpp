@@ -1,0 +1,114 @@
+// How the steps of a run filter and draw. Private to the engine.
+#ifndef VESK_SELECTION_HPP
+#define VESK_SELECTION_HPP
+
+#include <array>
+#include <cstddef>
+#include <memory>
+#include <unordered_map>
+#include <vector>
+
+#include "agenda.hpp"
+#include "vesk-time.hpp"
+
+class Compound;
+class Connector;
+class Constraint;
+class Executables;
+class Executable;
+class Filter;
+class GenericClock;
+class Interval;
+class LogicalClock;
+class Port;
+
+namespace Vesk {
+
+class ActivationPlan;
+
+// What the times of a port are said by.
+class PortTimes {
+ public:
+  // How much later the values of the constraint's clock are in those of the run's clock. False when
+  // that may change without anybody noting it.
+  static bool shift(const Port& port, const LogicalClock& clock, Times::Number& result);
+};
+
+// Does for a step what the filters and the draw do, either by asking them, which walks all
+// executables, or from an agenda, which looks only at what has changed. Marks, the interval of
+// times and the choice are the same.
+//
+// The agenda is used in large systems, by policies that draw by chance with the filters of this
+// engine, and while every executable can be foretold: as long as its atom does not move, its times
+// follow from its constraint and a running clock. Those of ports over clocks that stand still or
+// have a class of the model are not foretold, nor those of executables whose class has a deadline()
+// or next() of its own. Such a step is walked, and so are some after it.
+class Selection {
+ public:
+  // What the run has. Without chance the policy walks by itself.
+  struct Run {
+    Compound& system;
+    const LogicalClock& clock;
+    Executables& executables;
+    Interval& wait;
+    const Filter& semantics;
+    const Filter& scheduler;
+  };
+
+  Selection(const Run& run, bool byChance);
+  bool byChance() const { return mByChance; }
+  Selection(const Selection&) = delete;
+  Selection& operator=(const Selection&) = delete;
+  ~Selection();
+
+  // After an activation whose result the executables have: no marks are left.
+  void begin();
+  // The filter of level 0 for the times of wait.
+  void applySemantics();
+  bool empty() const;
+  // The filter of level 1.
+  void applyScheduler();
+  // One of what is left, drawn uniformly with one rand(); null, and no draw, when there is nothing.
+  Executable* pick();
+
+ private:
+  bool makeAgenda();
+  bool takeUp();
+  bool takeUpAll(ActivationPlan& plan, const Time& now);
+  bool takeUpChanges(ActivationPlan& plan, const Time& now);
+  bool takeUpClocks(const Time& now);
+  bool refresh(std::size_t slot, const Time& now);
+  bool refreshConnector(std::size_t slot, const Time& now);
+  bool refreshPort(std::size_t slot, const Time& now);
+  void watchClock(std::size_t slot, const Port& port);
+  std::size_t slotOfConnector(std::size_t rank) const { return mConnectors - 1 - rank; }
+  std::size_t slotOfPort(std::size_t rank) const { return mConnectors + mPorts - 1 - rank; }
+  bool openAt(const Time& t);
+  void giveUp();
+  void walkAgain();
+
+  const Run mRun;
+  const bool mByChance;
+  bool mForetells;                  // it knows the policy and the filters
+  std::unique_ptr<Agenda> mAgenda;  // null until it is needed
+  const ActivationPlan* mPlan;      // of this step
+  unsigned long long mPlanNumber;   // whose connectors the agenda has; 0: none
+  std::size_t mConnectors;          // slots for connectors, which come first
+  std::size_t mPorts;
+  Time mOpened;  // the last semantics of the agenda, and what it has returned
+  Time mLatest;
+  bool mQuick;                 // this step goes by the agenda
+  unsigned int mWalks;         // steps before the next attempt
+  unsigned int mPatience;      // as many there were before the last one
+  unsigned int mSteps;         // since then
+  std::array<Time, 3> mTimes;  // of the semantics of this step, which is asked once to three times
+  std::size_t mAsked;
+  bool mScheduled;
+  std::vector<std::size_t> mExpired;
+  std::unordered_multimap<const GenericClock*, std::size_t> mUsers;  // slots, perhaps former ones
+  std::vector<const GenericClock*> mClockOf;  // of the ports by slot, behind the connectors
+};
+
+}  // namespace Vesk
+
+#endif
