@@ -105,13 +105,11 @@ Outcomes::Outcome& LocalSystem::outcome(Index connector, const Number* state) {
   mBefore.clear();
   for (const Index member : members(connector)) mBefore.push_back(state[member]);
   const Outcomes::Key key(connector, mBefore.data(), static_cast<Index>(mBefore.size()));
-  Outcomes::Outcome* known = mOutcomes.find(key);
-  if (known != nullptr) return *known;
+  const Outcomes::Index known = mOutcomes.find(key);
+  if (known != Outcomes::NONE) return mOutcomes[known];
   if (mOutcomes.bytes() > MOST_BYTES) mOutcomes.clear();
   const bool isLegal = evaluate(connector, state);
-  Outcomes::Outcome& added = mOutcomes.add(key);
-  added.isLegal = isLegal;
-  return added;
+  return mOutcomes[mOutcomes.add(key, isLegal)];
 }
 
 bool LocalSystem::evaluate(Index connector, const Number* state) {

@@ -6,6 +6,7 @@
 #include "connector.hpp"
 #include "exploration/flags.hpp"
 #include "exploration/system-parts.hpp"
+#include "exploration/untimed-priorities.hpp"
 #include "fault.hpp"
 #include "local-system.hpp"
 #include "whole-system.hpp"
@@ -24,6 +25,7 @@ bool hasDominated(const SystemParts& parts) {
 }  // namespace
 
 std::unique_ptr<System> System::create(Compound& root, bool oneGroup) {
+  if (prioritiesActEverywhere(root)) return std::make_unique<WholeSystem>(root);
   SystemParts parts(root);
   if (parts.locality() == Locality::UNDECLARED || hasDominated(parts)) {
     return std::make_unique<WholeSystem>(root);

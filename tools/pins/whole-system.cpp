@@ -7,6 +7,7 @@
 #include "connector.hpp"
 #include "exploration/flags.hpp"
 #include "exploration/tree-walk.hpp"
+#include "exploration/untimed-priorities.hpp"
 #include "fault.hpp"
 #include "work-stack.hpp"
 
@@ -58,7 +59,7 @@ void addPaths(Compound& root, std::vector<std::string>& paths) {
 
 }  // namespace
 
-WholeSystem::WholeSystem(Compound& root) : mRoot(root) {
+WholeSystem::WholeSystem(Compound& root) : mRoot(root), mPriorities(prioritiesActEverywhere(root)) {
   clearFlags();
   mInitialTree.reset(mRoot.getState());
   mShape = shapeOf(mInitialTree.get());
@@ -115,7 +116,7 @@ std::vector<Number> WholeSystem::read() {
 // restored before each but the first one.
 void WholeSystem::visitTransitions(const Number* state, EdgeVisitor& visitor) {
   restore(state);
-  Connector* legal = mRoot.activate(false);
+  Connector* legal = activate();
   while (legal != nullptr && !legal->dominated()) {
     fire(*legal, visitor);
     legal = legal->next();
@@ -125,7 +126,11 @@ void WholeSystem::visitTransitions(const Number* state, EdgeVisitor& visitor) {
 
 bool WholeSystem::canMove(const Number* state) {
   restore(state);
-  return mRoot.activate(false) != nullptr;
+  return activate() != nullptr;
+}
+
+Connector* WholeSystem::activate() {
+  return mPriorities ? activateUnderPriorities(mRoot) : mRoot.activate(false);
 }
 
 void WholeSystem::fire(Connector& connector, EdgeVisitor& visitor) {

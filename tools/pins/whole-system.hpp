@@ -32,11 +32,13 @@ class WholeSystem : public System {
   void visitTransitions(const Number* state, EdgeVisitor& visitor) override;
   bool canMove(const Number* state) override;
   void nameSlots();
+  Connector* activate();
   void restore(const Number* state);
   void fire(Connector& connector, EdgeVisitor& visitor);
   std::vector<Number> read();
 
   Compound& mRoot;
+  const bool mPriorities;  // these act in explorations
   Tree mInitialTree;
   std::vector<int> mShape;  // of the initial tree
   std::vector<Index> mSlots;
