@@ -35,6 +35,10 @@ function(vesk_install_tool tool)
   vesk_install_manual(${CMAKE_CURRENT_SOURCE_DIR}/${tool}.1.in tools)
   install(FILES ${PROJECT_SOURCE_DIR}/completion/${completion}
     DESTINATION ${VESK_INSTALL_COMPLETIONDIR} RENAME ${tool} COMPONENT tools)
+  # The program that inspects it, of the tools that are models.
+  if(TARGET ${tool}-inspect)
+    vesk_install_tool(${tool}-inspect)
+  endif()
 endfunction()
 
 # For CMake: the target vesk::vesk and vesk_add_model.
@@ -48,14 +52,26 @@ install(FILES
   ${PROJECT_BINARY_DIR}/cmake/vesk-config.cmake
   ${PROJECT_BINARY_DIR}/cmake/vesk-config-version.cmake
   ${PROJECT_SOURCE_DIR}/cmake/VeskAddModel.cmake
+  ${PROJECT_SOURCE_DIR}/cmake/VeskPins.cmake
   DESTINATION ${VESK_INSTALL_CMAKEDIR} COMPONENT development)
+# The plugins for LTSmin are compiled with the headers that the user has.
+foreach(kind PINS PINS_ENGINE)
+  foreach(file ${VESK_${kind}_FILES})
+    cmake_path(GET file PARENT_PATH folder)
+    install(FILES ${VESK_${kind}_FOLDER}/${file}
+      DESTINATION ${VESK_INSTALL_CMAKEDIR}/pins/${folder} COMPONENT development)
+    configure_file(${VESK_${kind}_FOLDER}/${file} ${PROJECT_BINARY_DIR}/cmake/pins/${file} COPYONLY)
+  endforeach()
+endforeach()
 install(EXPORT vesk-targets NAMESPACE vesk::
   DESTINATION ${VESK_INSTALL_CMAKEDIR} COMPONENT development)
 
 # The build can be used like an installation: -D vesk_DIR=<build>/cmake.
 export(EXPORT vesk-targets NAMESPACE vesk:: FILE ${PROJECT_BINARY_DIR}/cmake/vesk-targets.cmake)
-configure_file(${PROJECT_SOURCE_DIR}/cmake/VeskAddModel.cmake
-  ${PROJECT_BINARY_DIR}/cmake/VeskAddModel.cmake COPYONLY)
+foreach(module VeskAddModel VeskPins)
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/${module}.cmake
+    ${PROJECT_BINARY_DIR}/cmake/${module}.cmake COPYONLY)
+endforeach()
 
 # For pkg-config, with the prefix relative to the file's own place.
 set(VESK_PKGCONFIGDIR ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
@@ -68,7 +84,7 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples ${PROJECT_SOURCE_DIR}/support
   DESTINATION ${VESK_INSTALL_DOCDIR} COMPONENT development)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs
   DESTINATION ${VESK_INSTALL_DOCDIR} COMPONENT development
-  FILES_MATCHING PATTERN *.md PATTERN *.dot PATTERN *.svg PATTERN man EXCLUDE)
+  FILES_MATCHING PATTERN *.md PATTERN *.dot PATTERN *.svg PATTERN *.cpp PATTERN man EXCLUDE)
 install(FILES ${PROJECT_SOURCE_DIR}/CHANGELOG.md
   DESTINATION ${VESK_INSTALL_DOCDIR} COMPONENT development)
 vesk_install_manual(${PROJECT_SOURCE_DIR}/docs/man/vesk-model.7.in development)

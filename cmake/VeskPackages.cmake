@@ -52,11 +52,12 @@ the programs that run models.")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME vesk-tools)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION science)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_TOOLS_PACKAGE_SUGGESTS "graphviz, gnuplot-nox")
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SUGGESTS "graphviz, gnuplot-nox, gtkwave")
 set(CPACK_DEBIAN_TOOLS_DESCRIPTION "execution engine for component systems, programs
 ${about}
 
 This package has programs that run models in other formats, such as Petri
-nets in PNML, and one that reads what explorations have found.")
+nets in PNML, one that reads what explorations have found, and one that
+shows what runs have done, as tables, waves and timelines.")
 
 include(CPack)

@@ -15,6 +15,9 @@
 _vesk_options='--execute --explore --realtime --random --quiet --trace --dfs --bfs --interactive
   --opt1 --opt2 --disable-output --output --limit --help --simout --seed -o -l -s'
 
+# Those of the programs that inspect models, besides.
+_vesk_inspect_options='--dot --json --record --why --replay --check --promises --steps --version'
+
 # _vesk_files <beginning> [<suffix>]: folders, and the files of the suffix.
 _vesk_files() {
   compopt -o filenames 2>/dev/null
@@ -37,14 +40,15 @@ _vesk_output_names() {
 # _vesk_operands <program> <beginning>
 _vesk_operands() {
   case ${1##*/} in
-    vesk-pnml) _vesk_files "$2" .pnml ;;
+    vesk-pnml | vesk-pnml-inspect) _vesk_files "$2" .pnml ;;
     *) _vesk_files "$2" ;;
   esac
 }
 
 # _vesk_model <program> <word> <word before>: bash calls it with the cursor at the end of the word.
 _vesk_model() {
-  local word=$2 before=$3 i
+  local word=$2 before=$3 i options=$_vesk_options
+  case $1 in *-inspect) options+=" $_vesk_inspect_options" ;; esac
   COMPREPLY=()
   # --name=value are three words for bash.
   if [ "$word" = = ]; then
@@ -61,10 +65,11 @@ _vesk_model() {
   case $before in
     -s | --simout) _vesk_files "$word" ;;
     -o | --output) _vesk_output_names "$word" ;;
-    -l | --limit | --seed) ;;
+    --record | --replay) _vesk_files "$word" ;;
+    -l | --limit | --seed | --steps) ;;
     *)
       case $word in
-        -*) mapfile -t COMPREPLY < <(compgen -W "$_vesk_options" -- "$word") ;;
+        -*) mapfile -t COMPREPLY < <(compgen -W "$options" -- "$word") ;;
         *) _vesk_operands "$1" "$word" ;;
       esac
       ;;

@@ -23,6 +23,8 @@ class Operands {
   bool engineEndsProgram() const { return mEngineEndsProgram; }
   // The next operand, or null when there is none left.
   const char* word();
+  // Whether the next operand is this one, which is then taken.
+  bool takes(const char* expected);
   // The next operand, a number from low to high; the given value when there is none left.
   int number(const char* meaning, int value, int low, int high);
   // To be called last: complains about an operand that is left over.
@@ -71,6 +73,12 @@ inline Operands::Operands(const char* model, int argc, char** argv) : mModel(mod
 
 inline const char* Operands::word() {
   return mNext < mWords.size() ? mWords[mNext++] : nullptr;
+}
+
+inline bool Operands::takes(const char* expected) {
+  const bool isNext = mNext < mWords.size() && std::strcmp(mWords[mNext], expected) == 0;
+  if (isNext) ++mNext;
+  return isNext;
 }
 
 inline int Operands::number(const char* meaning, int value, int low, int high) {

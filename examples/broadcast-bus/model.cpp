@@ -25,7 +25,7 @@ class Sender : public Atom {
  private:
   void announce() {
     send()->setSynced(false);
-    sync(1, send(), 1);
+    sync({{send(), true}});
   }
 };
 
@@ -60,7 +60,7 @@ class Receiver : public Atom {
   void enter(State state) {
     mState = state;
     for (int i = 0; i < mPorts.count(); ++i) mPorts[i]->setSynced(false);
-    sync(2, hear(), int(mState == LISTENING), done(), int(mState == BUSY));
+    sync({{hear(), mState == LISTENING}, {done(), mState == BUSY}});
   }
 
   const bool mListensFirst;
@@ -72,7 +72,7 @@ class Receiver : public Atom {
 class Bus : public Connector {
  public:
   Bus(const char* name, const Compound* holder, Port* trigger)
-      : Connector(name, holder, false, 1, trigger) {
+      : Connector(name, holder, false, {trigger}) {
     declare(Vesk::Locality::REPEATABLE);
   }
   void attach(Port* receiver) { append(1, receiver); }
@@ -91,7 +91,7 @@ class Bus : public Connector {
 class Done : public Connector {
  public:
   Done(const std::string& name, const Compound* holder, Port* port)
-      : Connector(name.c_str(), holder, false, 1, port) {
+      : Connector(name.c_str(), holder, false, {port}) {
     declare(Vesk::Locality::REPEATABLE);
   }
   bool isBroadcast() override { return false; }

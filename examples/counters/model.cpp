@@ -39,7 +39,7 @@ class Counter : public Atom {
  private:
   void announce() {
     step()->setSynced(false);
-    sync(1, step(), 1);
+    sync({{step(), true}});
   }
 
   int mValue = 0;
@@ -49,7 +49,7 @@ class Counter : public Atom {
 class Step : public Connector {
  public:
   Step(const std::string& name, const Compound* holder, Port* port)
-      : Connector(name.c_str(), holder, false, 1, port) {
+      : Connector(name.c_str(), holder, false, {port}) {
     declare(Vesk::Locality::REPEATABLE);
   }
   bool isBroadcast() override { return false; }

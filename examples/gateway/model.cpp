@@ -38,7 +38,7 @@ class Alternator : public Atom {
   void enter(State state) {
     mState = state;
     for (int i = 0; i < mPorts.count(); ++i) mPorts[i]->setSynced(false);
-    sync(2, first(), int(mState == BEFORE_FIRST), second(), int(mState == BEFORE_SECOND));
+    sync({{first(), mState == BEFORE_FIRST}, {second(), mState == BEFORE_SECOND}});
   }
 
   State mState = BEFORE_FIRST;
@@ -87,7 +87,7 @@ class Any : public Group {
 class Step : public Connector {
  public:
   Step(const std::string& name, const Compound* holder, Port* port)
-      : Connector(name.c_str(), holder, false, 1, port) {
+      : Connector(name.c_str(), holder, false, {port}) {
     declare(Vesk::Locality::REPEATABLE);
   }
   bool isBroadcast() override { return false; }
@@ -99,7 +99,7 @@ class Step : public Connector {
 class Link : public Connector {
  public:
   Link(const char* name, const Compound* holder, Port* one, Port* other)
-      : Connector(name, holder, false, 2, one, other) {
+      : Connector(name, holder, false, {one, other}) {
     declare(Vesk::Locality::REPEATABLE);
   }
   bool isBroadcast() override { return false; }

@@ -41,7 +41,7 @@ class Heart : public Atom {
 
   void announce() {
     beat()->setSynced(false);
-    rt_sync(1, beat(), 1, mDue);
+    rt_sync({{beat(), true, mDue}});
   }
 
   const Vesk::Time mPeriod;
@@ -52,7 +52,7 @@ class Heart : public Atom {
 class Beat : public Connector {
  public:
   Beat(const char* name, const Compound* holder, Port* port)
-      : Connector(name, holder, false, 1, port) {
+      : Connector(name, holder, false, {port}) {
     declare(Vesk::Locality::REPEATABLE);
   }
   bool isBroadcast() override { return false; }

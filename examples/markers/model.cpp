@@ -48,7 +48,7 @@ class Walker : public Atom {
     left()->setSynced(false);
     right()->setSynced(false);
     const bool inside = mPlace < FIRST_END;
-    sync(2, left(), int(inside), right(), int(inside));
+    sync({{left(), inside}, {right(), inside}});
   }
 
   const int mPrune;  // the place where the word stands; 0: nowhere
@@ -60,7 +60,7 @@ class Walker : public Atom {
 class Step : public Connector {
  public:
   Step(const char* name, const Compound* holder, Port* port)
-      : Connector(name, holder, false, 1, port) {
+      : Connector(name, holder, false, {port}) {
     declare(Vesk::Locality::REPEATABLE);
   }
   bool isBroadcast() override { return false; }

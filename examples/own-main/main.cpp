@@ -2,26 +2,13 @@
 // what for; the options of the engine follow.
 
 #include <cstdio>
-#include <cstring>
 #include <exception>
 #include <memory>
 
-#include "model.hpp"
+#include "uses.hpp"
+#include "vesk.hpp"
 
 namespace {
-
-struct Use {
-  const char* name;
-  int mode;    // of choice: 0 by deadlines, 1 by the user, 2 by deadlines after a random wait
-  bool shown;  // the model has debug support
-};
-
-constexpr Use USES[] = {
-    {"random", 0, true},
-    {"waiting", 2, true},
-    {"step", 1, true},
-    {"plain", 1, false},
-};
 
 constexpr int SIMULATED_TIME = 1;
 constexpr int NO_TRAVERSAL = -1;
@@ -29,26 +16,6 @@ constexpr int NO_OPTIMISATION = 0;
 
 constexpr int WRONG_USE = 2;  // exit statuses
 constexpr int EXCEPTION = 3;
-
-// Null when the command line does not start with a use.
-const Use* findUse(int argc, char** argv) {
-  for (const Use& use : USES) {
-    if (argc > 1 && std::strcmp(argv[1], use.name) == 0) return &use;
-  }
-  return nullptr;
-}
-
-}  // namespace
-
-// The library needs this hook, whoever calls it.
-Compound* Compound::Create(int argc, char** argv) {
-  const Use* use = findUse(argc, argv);
-  if (use == nullptr) return nullptr;
-  if (use->shown) return new ShownBakery("bakery");
-  return new Bakery("bakery");
-}
-
-namespace {
 
 void run(const Use& use, int argc, char** argv) {
   const std::unique_ptr<Compound> system(Compound::Create(argc, argv));

@@ -6,8 +6,6 @@ namespace {
 
 const int PLANNED = 3;  // loaves
 
-constexpr int MILLISECOND = 1000;  // in the unit of Vesk::Time
-
 // The text of an atom's state, from behind its first separator on.
 char* textOf(Node* state) {
   return static_cast<Leaf*>(state)->getAleaf()->getVal() + 1;
@@ -17,11 +15,11 @@ char* textOf(Node* state) {
 class Together : public Connector {
  public:
   Together(const char* name, const Compound* holder, Port* port)
-      : Connector(name, holder, false, 1, port) {
+      : Connector(name, holder, false, {port}) {
     declare(Vesk::Locality::REPEATABLE);
   }
   Together(const char* name, const Compound* holder, Port* one, Port* other)
-      : Connector(name, holder, false, 2, one, other) {
+      : Connector(name, holder, false, {one, other}) {
     declare(Vesk::Locality::REPEATABLE);
   }
   bool isBroadcast() override { return false; }
@@ -58,7 +56,7 @@ void Oven::initialize() {
 
 // A loaf takes two milliseconds, and dough does not keep longer than a hundred.
 void Oven::initialize(LogicalClock* clock) {
-  mBaking = since(clock, Vesk::Time(2 * MILLISECOND), Vesk::Time(100 * MILLISECOND), DELAYABLE);
+  mBaking = since(clock, Vesk::Time::milliseconds(2), Vesk::Time::milliseconds(100), DELAYABLE);
   initialize();
 }
 
@@ -85,7 +83,7 @@ void Oven::setState(Node* state) {
 
 void Oven::announce() {
   bake()->setSynced(false);
-  rt_sync(1, bake(), int(mDough > 0), mBaking);
+  rt_sync({{bake(), mDough > 0, mBaking}});
 }
 
 Shelf::Shelf(const char* name, const Compound* holder) : Worker(name, holder) {
@@ -101,7 +99,7 @@ void Shelf::initialize() {
 
 // A customer comes a millisecond after the last change at the earliest.
 void Shelf::initialize(LogicalClock* clock) {
-  mSelling = since(clock, Vesk::Time(MILLISECOND), Vesk::Time::MAX, LAZY);
+  mSelling = since(clock, Vesk::Time::milliseconds(1), Vesk::Time::MAX, LAZY);
   initialize();
 }
 
@@ -133,7 +131,7 @@ void Shelf::setState(Node* state) {
 void Shelf::announce() {
   store()->setSynced(false);
   sell()->setSynced(false);
-  rt_sync(2, store(), 1, static_cast<Constraint*>(nullptr), sell(), int(mLoaves > 0), mSelling);
+  rt_sync({{store(), true, nullptr}, {sell(), mLoaves > 0, mSelling}});
 }
 
 // ---- The bakery ------------------------------------------------------------------------------

@@ -52,7 +52,7 @@ class Task : public Atom {
  private:
   void announce() {
     run()->setSynced(false);
-    rt_sync(1, static_cast<Port*>(run()), 1, mWindow);
+    rt_sync({{run(), true, mWindow}});
   }
 
   const int mPeriod;
@@ -89,7 +89,7 @@ class Processor : public Atom {
  private:
   void announce() {
     use()->setSynced(false);
-    sync(1, static_cast<Port*>(use()), 1);
+    sync({{use(), true}});
   }
 
   int mCost = 0;
@@ -100,8 +100,7 @@ class Processor : public Atom {
 class Run : public Connector {
  public:
   Run(const std::string& name, const Compound* holder, CostPort* task, CostPort* processor)
-      : Connector(name.c_str(), holder, false, 2, static_cast<Port*>(task),
-                  static_cast<Port*>(processor)),
+      : Connector(name.c_str(), holder, false, {task, processor}),
         mTask(task),
         mProcessor(processor) {
     declare(Vesk::Locality::REPEATABLE);  // dn() is for timed runs

@@ -35,7 +35,7 @@ class Fork : public Atom {
   void enter(State state) {
     mState = state;
     for (int i = 0; i < mPorts.count(); ++i) mPorts[i]->setSynced(false);
-    sync(2, take(), int(mState == FREE), drop(), int(mState == USED));
+    sync({{take(), mState == FREE}, {drop(), mState == USED}});
   }
 
   State mState = FREE;
@@ -75,8 +75,7 @@ class Philosopher : public Atom {
   void enter(State state) {
     mState = state;
     for (int i = 0; i < mPorts.count(); ++i) mPorts[i]->setSynced(false);
-    sync(3, left(), int(mState == THINKING), right(), int(mState == LEFT), release(),
-         int(mState == EATING));
+    sync({{left(), mState == THINKING}, {right(), mState == LEFT}, {release(), mState == EATING}});
   }
 
   State mState = THINKING;
@@ -86,7 +85,7 @@ class Philosopher : public Atom {
 class Take : public Connector {
  public:
   Take(const std::string& name, const Compound* holder, Port* hand, Port* fork)
-      : Connector(name.c_str(), holder, false, 2, hand, fork) {
+      : Connector(name.c_str(), holder, false, {hand, fork}) {
     declare(Vesk::Locality::REPEATABLE);
   }
   bool isBroadcast() override { return false; }
@@ -98,7 +97,7 @@ class Take : public Connector {
 class Release : public Connector {
  public:
   Release(const std::string& name, const Compound* holder, Port* hands, Port* left, Port* right)
-      : Connector(name.c_str(), holder, false, 3, hands, left, right) {
+      : Connector(name.c_str(), holder, false, {hands, left, right}) {
     declare(Vesk::Locality::REPEATABLE);
   }
   bool isBroadcast() override { return false; }

@@ -42,7 +42,7 @@ class Task : public Atom {
     VESK_STATE = state;
     enter()->setSynced(false);
     leave()->setSynced(false);
-    sync(2, enter(), int(state == ready()), leave(), int(state == critical()));
+    sync({{enter(), state == ready()}, {leave(), state == critical()}});
   }
 };
 
@@ -77,7 +77,7 @@ class Lock : public Atom {
     VESK_STATE = state;
     acquire()->setSynced(false);
     release()->setSynced(false);
-    sync(2, acquire(), int(state == open()), release(), int(state == shut()));
+    sync({{acquire(), state == open()}, {release(), state == shut()}});
   }
 };
 
@@ -85,7 +85,7 @@ class Lock : public Atom {
 class Move : public Connector {
  public:
   Move(const std::string& name, const Compound* holder, Port* task, Port* lock)
-      : Connector(name.c_str(), holder, false, 2, task, lock) {
+      : Connector(name.c_str(), holder, false, {task, lock}) {
     declare(Vesk::Locality::REPEATABLE);
   }
   bool isBroadcast() override { return false; }
@@ -113,12 +113,15 @@ class Mutex : public Compound {
 
  private:
   // The interaction of both ports.
-  static Interaction* both(Connector* move) { return Interaction::Create(move, 2, 0, 1); }
+  static Interaction* both(Connector* move) { return Interaction::Create(move, {0, 1}); }
 };
 
 Compound* Compound::Create(int argc, char** argv) {
   Operands operands("priority-mutex", argc, argv);
   const int tasks = operands.number("number of tasks", 3, 1, 10000);
+  const bool everywhere = operands.takes("everywhere");
   operands.finish();
-  return new Mutex("mutex", tasks);
+  Mutex* mutex = new Mutex("mutex", tasks);
+  if (everywhere) mutex->declare(Vesk::Priorities::EVERYWHERE);
+  return mutex;
 }

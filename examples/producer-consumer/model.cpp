@@ -32,7 +32,7 @@ class Producer : public Atom {
   void setMade(int made) {
     mMade = made;
     put()->setSynced(false);
-    sync(1, put(), int(mMade < mTotal));
+    sync({{put(), mMade < mTotal}});
   }
 
   const int mTotal;
@@ -71,7 +71,7 @@ class Buffer : public Atom {
     mHeld = held;
     put()->setSynced(false);
     get()->setSynced(false);
-    sync(2, put(), int(mHeld < mCapacity), get(), int(mHeld > 0));
+    sync({{put(), mHeld < mCapacity}, {get(), mHeld > 0}});
   }
 
   const int mCapacity;
@@ -106,7 +106,7 @@ class Consumer : public Atom {
   void setUsed(int used) {
     mUsed = used;
     get()->setSynced(false);
-    sync(1, get(), 1);
+    sync({{get(), true}});
   }
 
   int mUsed = 0;
@@ -116,7 +116,7 @@ class Consumer : public Atom {
 class Transfer : public Connector {
  public:
   Transfer(const char* name, const Compound* holder, Port* source, Port* target)
-      : Connector(name, holder, false, 2, source, target) {
+      : Connector(name, holder, false, {source, target}) {
     declare(Vesk::Locality::REPEATABLE);
   }
   bool isBroadcast() override { return false; }

@@ -4,8 +4,6 @@
 #include "../../support/operands.hpp"
 #include "vesk.hpp"
 
-constexpr int MILLISECOND = 1000;  // in microseconds
-
 // Sends between 10 and 30 milliseconds after the start of a cycle, and must send at 30.
 class Sender : public Atom {
  public:
@@ -44,18 +42,18 @@ class Sender : public Atom {
   void makeClock(const LogicalClock& clock) {
     mCycle = new Clock("cycle", clock);
     mClocks.add(mCycle);
-    const Vesk::Time latest(30 * MILLISECOND);
-    mMaySend = new Constraint(mCycle, Vesk::Time(10 * MILLISECOND), latest - Vesk::Time(1), LAZY);
+    const Vesk::Time latest = Vesk::Time::milliseconds(30);
+    mMaySend = new Constraint(mCycle, Vesk::Time::milliseconds(10), latest - Vesk::Time(1), LAZY);
     *mMaySend |= Constraint(mCycle, latest, latest, EAGER);
     mConstraints.add(mMaySend);
-    mNextCycle = new Constraint(mCycle, Vesk::Time(mPeriod * MILLISECOND), Vesk::Time::MAX, EAGER);
+    mNextCycle = new Constraint(mCycle, Vesk::Time::milliseconds(mPeriod), Vesk::Time::MAX, EAGER);
     mConstraints.add(mNextCycle);
   }
 
   void enter(State state) {
     mState = state;
     for (int i = 0; i < mPorts.count(); ++i) mPorts[i]->setSynced(false);
-    rt_sync(2, send(), int(mState == READY), mMaySend, cycle(), int(mState == SENT), mNextCycle);
+    rt_sync({{send(), mState == READY, mMaySend}, {cycle(), mState == SENT, mNextCycle}});
   }
 
   const int mPeriod;  // of a cycle, in milliseconds
@@ -82,8 +80,8 @@ class Receiver : public Atom {
     if (clock != nullptr) {
       mCycle = new Clock("cycle", clock);
       mClocks.add(mCycle);
-      mListening = new Constraint(mCycle, Vesk::Time(mFrom * MILLISECOND),
-                                  Vesk::Time(mTo * MILLISECOND), LAZY);
+      mListening = new Constraint(mCycle, Vesk::Time::milliseconds(mFrom),
+                                  Vesk::Time::milliseconds(mTo), LAZY);
       mConstraints.add(mListening);
     }
     Atom::initialize(clock);
@@ -109,8 +107,7 @@ class Receiver : public Atom {
   void enter(State state) {
     mState = state;
     for (int i = 0; i < mPorts.count(); ++i) mPorts[i]->setSynced(false);
-    rt_sync(2, receive(), int(mState == LISTENING), mListening,  //
-            cycle(), 1, static_cast<Constraint*>(nullptr));
+    rt_sync({{receive(), mState == LISTENING, mListening}, {cycle(), true, nullptr}});
   }
 
   const int mFrom, mTo;
@@ -123,7 +120,7 @@ class Receiver : public Atom {
 class Send : public Connector {
  public:
   Send(const char* name, const Compound* holder, Port* sender, Port* near, Port* far)
-      : Connector(name, holder, false, 3, sender, near, far) {
+      : Connector(name, holder, false, {sender, near, far}) {
     declare(Vesk::Locality::REPEATABLE);
   }
   using Connector::complete;
@@ -134,7 +131,7 @@ class Send : public Connector {
 class Cycle : public Connector {
  public:
   Cycle(const char* name, const Compound* holder, Port* sender, Port* near, Port* far)
-      : Connector(name, holder, false, 3, sender, near, far) {
+      : Connector(name, holder, false, {sender, near, far}) {
     declare(Vesk::Locality::REPEATABLE);
   }
   bool isBroadcast() override { return false; }

@@ -4,8 +4,6 @@
 #include "../../support/operands.hpp"
 #include "vesk.hpp"
 
-constexpr int MILLISECOND = 1000;  // in microseconds
-
 // How long a lamp is on, and how long it is off between two blinks and between two groups.
 struct Rhythm {
   int on, offFrom, offTo, restFrom, restTo;
@@ -63,12 +61,12 @@ class Lamp : public Atom {
   }
   Constraint* constraint(int from, Urgency urgency) {
     mConstraints.add(
-        new Constraint(mSince, Vesk::Time(from * MILLISECOND), Vesk::Time::MAX, urgency));
+        new Constraint(mSince, Vesk::Time::milliseconds(from), Vesk::Time::MAX, urgency));
     return mConstraints[mConstraints.count() - 1];
   }
   Constraint* constraint(int from, Urgency urgency, int to) {
     Constraint* bounded = constraint(from, urgency);
-    (*bounded)[0].setHigh(Vesk::Time(to * MILLISECOND));
+    (*bounded)[0].setHigh(Vesk::Time::milliseconds(to));
     return bounded;
   }
 
@@ -89,12 +87,9 @@ class Lamp : public Atom {
     Port* untimed = nullptr;
     do {
       for (int i = 0; i < mPorts.count(); ++i) mPorts[i]->setSynced(false);
-      untimed =
-          rt_sync(3,                                                 //
-                  rest(), int(mState == DARK && mCount == mBlinks),  //
-                  static_cast<Constraint*>(nullptr),                 //
-                  off(), int(timed && mState == LIT), mSwitchOff,    //
-                  on(), int(timed && mState != LIT), mState == DARK ? mSwitchOn : mStartAgain);
+      untimed = rt_sync({{rest(), mState == DARK && mCount == mBlinks, nullptr},
+                         {off(), timed && mState == LIT, mSwitchOff},
+                         {on(), timed && mState != LIT, mState == DARK ? mSwitchOn : mStartAgain}});
       if (untimed != nullptr) take(untimed);
     } while (untimed != nullptr);
   }

@@ -58,8 +58,11 @@ class Station : public Atom {
 
   void announce() {
     for (int i = 0; i < mPorts.count(); ++i) mPorts[i]->setSynced(false);
-    sync(5, want(), int(mState == IDLE), enter(), int(mState == WAITING && mToken), leave(),
-         int(mState == CRITICAL), give(), int(mState == IDLE && mToken), get(), int(!mToken));
+    sync({{want(), mState == IDLE},
+          {enter(), mState == WAITING && mToken},
+          {leave(), mState == CRITICAL},
+          {give(), mState == IDLE && mToken},
+          {get(), !mToken}});
   }
 
   const bool mFirst;  // has the token at the start
@@ -71,7 +74,7 @@ class Station : public Atom {
 class Step : public Connector {
  public:
   Step(const std::string& name, const Compound* holder, Port* port)
-      : Connector(name.c_str(), holder, false, 1, port) {
+      : Connector(name.c_str(), holder, false, {port}) {
     declare(Vesk::Locality::REPEATABLE);
   }
   bool isBroadcast() override { return false; }
@@ -83,7 +86,7 @@ class Step : public Connector {
 class Pass : public Connector {
  public:
   Pass(const std::string& name, const Compound* holder, Port* give, Port* get)
-      : Connector(name.c_str(), holder, false, 2, give, get) {
+      : Connector(name.c_str(), holder, false, {give, get}) {
     declare(Vesk::Locality::REPEATABLE);
   }
   bool isBroadcast() override { return false; }

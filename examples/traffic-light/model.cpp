@@ -3,7 +3,7 @@
 #include "../../support/operands.hpp"
 #include "vesk.hpp"
 
-constexpr int SECOND = 1000000;  // in microseconds
+constexpr int SECOND = 1000;  // in milliseconds
 
 class Light : public Atom {
  public:
@@ -56,14 +56,14 @@ class Light : public Atom {
     mLeaveRed = within(8, EAGER);
     mLeaveGreen = within(mGreen, LAZY);
     mLeaveGreenOnRequest = within(4, EAGER);
-    mLeaveYellow =
-        new Constraint(mPhase, Vesk::Time(2 * SECOND), Vesk::Time(3 * SECOND), DELAYABLE);
+    mLeaveYellow = new Constraint(mPhase, Vesk::Time::milliseconds(2 * SECOND),
+                                  Vesk::Time::milliseconds(3 * SECOND), DELAYABLE);
     mConstraints.add(mLeaveYellow);
   }
   // From so many seconds of the phase on.
   Constraint* within(int seconds, Urgency urgency) {
-    Constraint* constraint =
-        new Constraint(mPhase, Vesk::Time(seconds * SECOND), Vesk::Time::MAX, urgency);
+    Constraint* constraint = new Constraint(mPhase, Vesk::Time::milliseconds(seconds * SECOND),
+                                            Vesk::Time::MAX, urgency);
     mConstraints.add(constraint);
     return constraint;
   }
@@ -77,11 +77,10 @@ class Light : public Atom {
 
   void announce() {
     for (int i = 0; i < mPorts.count(); ++i) mPorts[i]->setSynced(false);
-    rt_sync(4,                                                                                //
-            green(), int(mState == RED), mLeaveRed,                                           //
-            yellow(), int(mState == GREEN), mRequested ? mLeaveGreenOnRequest : mLeaveGreen,  //
-            red(), int(mState == YELLOW), mLeaveYellow,                                       //
-            request(), int(!mRequested), static_cast<Constraint*>(nullptr));
+    rt_sync({{green(), mState == RED, mLeaveRed},
+             {yellow(), mState == GREEN, mRequested ? mLeaveGreenOnRequest : mLeaveGreen},
+             {red(), mState == YELLOW, mLeaveYellow},
+             {request(), !mRequested, nullptr}});
   }
 
   const int mGreen;  // shortest green phase without a request, in seconds
@@ -108,7 +107,7 @@ class Button : public Atom {
     if (clock != nullptr) {
       mIdle = new Clock("idle", clock);
       mClocks.add(mIdle);
-      mPause = new Constraint(mIdle, Vesk::Time(5 * SECOND), Vesk::Time::MAX, LAZY);
+      mPause = new Constraint(mIdle, Vesk::Time::milliseconds(5 * SECOND), Vesk::Time::MAX, LAZY);
       mConstraints.add(mPause);
     }
     Atom::initialize(clock);
@@ -126,7 +125,7 @@ class Button : public Atom {
  private:
   void announce() {
     press()->setSynced(false);
-    rt_sync(1, press(), 1, mPause);
+    rt_sync({{press(), true, mPause}});
   }
 
   Clock* mIdle = nullptr;  // since the last press
@@ -136,11 +135,11 @@ class Button : public Atom {
 class Rendezvous : public Connector {
  public:
   Rendezvous(const char* name, const Compound* holder, Port* port)
-      : Connector(name, holder, false, 1, port) {
+      : Connector(name, holder, false, {port}) {
     declare(Vesk::Locality::REPEATABLE);
   }
   Rendezvous(const char* name, const Compound* holder, Port* first, Port* second)
-      : Connector(name, holder, false, 2, first, second) {
+      : Connector(name, holder, false, {first, second}) {
     declare(Vesk::Locality::REPEATABLE);
   }
   bool isBroadcast() override { return false; }

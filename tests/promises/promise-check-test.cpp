@@ -103,6 +103,27 @@ TEST_F(PromiseCheckTest, WhoPromisesNothingBreaksNothing) {
   EXPECT_EQ(0U, check.states());
 }
 
+// The fault shows in the state ",2", which a search of one state does not come to.
+TEST_F(PromiseCheckTest, AWalkAtRandomFindsWhatLiesBehindTheStatesOfTheSearch) {
+  int global = 0;
+  faulty->step = [this, &global] { return faulty->count < 2 ? 1 : 1 + global++ % 2; };
+  declareAll(system, Locality::REPEATABLE);
+  PromiseCheck check(system);
+  EXPECT_FALSE(check.run(1).has_value());
+  EXPECT_TRUE(check.isUnfinished());
+  const auto broken = check.walk(MANY, 1);
+  ASSERT_TRUE(broken.has_value());
+  EXPECT_EQ("atom s/F", broken->part);
+}
+
+TEST_F(PromiseCheckTest, AWalkThroughAModelThatKeepsItsPromiseFindsNothing) {
+  declareAll(system, Locality::REPEATABLE);
+  PromiseCheck check(system);
+  check.run(1);
+  EXPECT_FALSE(check.walk(MANY, 7).has_value());
+  EXPECT_EQ(MANY + 1, check.states());
+}
+
 // ---- Atoms -------------------------------------------------------------------------------------
 
 TEST_F(PromiseCheckTest, FindsAnExecuteThatReadsAGlobalVariable) {

@@ -1,5 +1,6 @@
 # Runs one case: cmake -D PROGRAM=<executable> -D CASE=<folder> -D SCRATCH=<folder> -P run-case.cmake
-# A case with a scripted clock needs -D CLOCK=<library to preload>, too.
+# A case with a scripted clock needs -D CLOCK=<library to preload>, too. With -D OPTIONS=<words> these stand in
+# front of the arguments.
 # The layout of a case folder is described in README.md beside this file.
 cmake_minimum_required(VERSION 3.25)
 
@@ -64,7 +65,7 @@ if(EXISTS ${CASE}/clock)
   set(clock "env LD_PRELOAD=${CLOCK}")
 endif()
 execute_process(
-  COMMAND sh -c "exec ${clock} ${name} ${args}"
+  COMMAND sh -c "exec ${clock} ${name} ${OPTIONS} ${args}"
   WORKING_DIRECTORY ${SCRATCH}/work
   INPUT_FILE ${stdin}
   OUTPUT_FILE ${SCRATCH}/stdout

@@ -196,6 +196,14 @@ TEST_F(InteractionTableTest, CreateFromIndicesFindsTheSameObject) {
   EXPECT_EQ(Interaction::Create(connector, 0), Interaction::Create(connector, BitVector::EMPTY));
 }
 
+TEST_F(InteractionTableTest, CreateFromAListFindsTheSameObject) {
+  TestConnector* connector = over(RENDEZVOUS, synced({nullptr, nullptr, nullptr}));
+  EXPECT_EQ(Interaction::Create(connector, {2, 0}), Interaction::Create(connector, 2, 0, 2));
+  EXPECT_EQ(Interaction::Create(connector, {0}), Interaction::Create(connector, 1, 0));
+  EXPECT_EQ(Interaction::Create(connector, {2, 2}), Interaction::Create(connector, 1, 2));
+  EXPECT_EQ(Interaction::Create(connector, {}), Interaction::Create(connector, 0));
+}
+
 TEST_F(InteractionTableTest, ConnectorsOfTheSameNameHaveTheirOwn) {
   TestConnector *one = over(RENDEZVOUS, {}, "k"), *two = over(RENDEZVOUS, {}, "k");
   EXPECT_NE(Interaction::Create(one, setOf({0})), Interaction::Create(two, setOf({0})));

@@ -184,8 +184,8 @@ TEST(SlotTest, OfComponentsAtomsAndCompoundsAreInTheirFixedOrder) {
   EXPECT_EQ(slotOf(static_cast<void (Atom::*)()>(&Atom::initialize)), FIRST + 2);
   EXPECT_EQ(slotOf(static_cast<void (Atom::*)(LogicalClock*)>(&Atom::initialize)), FIRST + 3);
   EXPECT_EQ(slotOf(&Atom::execute), FIRST + 6);
-  EXPECT_EQ(slotOf(&Atom::sync), FIRST + 7);
-  EXPECT_EQ(slotOf(&Atom::rt_sync), FIRST + 8);
+  EXPECT_EQ(slotOf(static_cast<Port* (Atom::*)(int, ...)>(&Atom::sync)), FIRST + 7);
+  EXPECT_EQ(slotOf(static_cast<Port* (Atom::*)(int, ...)>(&Atom::rt_sync)), FIRST + 8);
 
   EXPECT_EQ(slotOf(&Compound::isCompound), FIRST + 1);
   EXPECT_EQ(slotOf(static_cast<void (Compound::*)()>(&Compound::initialize)), FIRST + 2);
@@ -201,6 +201,73 @@ TEST(SlotTest, OfClocksAndStatesAreInTheirFixedOrder) {
   EXPECT_EQ(slotOf(&Node::compare), FIRST);
   EXPECT_EQ(slotOf(&Node::hash), FIRST + 1);
   EXPECT_EQ(slotOf(&Node::copy), FIRST + 2);
+}
+
+// ---- calls that generated code may have --------------------------------------------------------
+
+namespace {
+
+// Counts what reaches the forms with a variable number of arguments.
+class CountingAtom : public TestAtom {
+ public:
+  using Atom::rt_sync;
+  using Atom::sync;
+  using TestAtom::TestAtom;
+  Port* sync(int n, ...) override {
+    synced += n;
+    return nullptr;
+  }
+  Port* rt_sync(int n, ...) override {
+    timed += n;
+    return nullptr;
+  }
+
+  int synced = 0;
+  int timed = 0;
+};
+
+}  // namespace
+
+// Each of these calls compiles, so that none has become ambiguous, and means what it meant.
+TEST(CallTest, FormsWithAVariableNumberOfArgumentsAreStillTheOnesThatAreCalled) {
+  System system;
+  CountingAtom* atom = system.add(new CountingAtom("A", &system));
+  Port* p = atom->port("p");
+  Constraint* const untimed = nullptr;
+  atom->sync(0);
+  atom->rt_sync(0);
+  atom->sync(0, nullptr, 0);
+  atom->rt_sync(0, nullptr, 0, nullptr);
+  EXPECT_EQ(atom->synced, 0);
+  atom->sync(2, p, 0, static_cast<Port*>(nullptr), 0);
+  atom->rt_sync(1, p, 0, untimed);
+  atom->rt_sync(1, p, 0, nullptr);
+  atom->sync('\1', p, 0);
+  EXPECT_EQ(atom->synced, 3);
+  EXPECT_EQ(atom->timed, 2);
+}
+
+TEST(CallTest, OfConnectorsInteractionsAndConstraintsMeanWhatTheyMeant) {
+  System system;
+  Port* p = system.atom("A")->port("p");
+  Connector* none = system.add(new Connector("none", &system, false, 0));
+  Connector* zero = system.add(new Connector("zero", &system, false, 0, nullptr));
+  Connector* one = system.add(new Connector(nullptr, nullptr, false, 1, p));
+  EXPECT_EQ(none->ports().count(), 0);
+  EXPECT_EQ(zero->ports().count(), 0);
+  EXPECT_EQ(one->ports().count(), 1);
+  const BitVector port(0);
+  EXPECT_EQ(Interaction::Create(one, 0), Interaction::Create(one, BitVector::EMPTY));
+  EXPECT_EQ(Interaction::Create(one, 1, 0), Interaction::Create(one, port));
+  EXPECT_EQ(Interaction::Create(one, 0, nullptr), Interaction::Create(one, {}));
+  EXPECT_EQ(Interaction::Create(one, {port}), Interaction::Create(one, port));
+  Atom::computePortConstraint(nullptr);
+  Atom::computePortConstraint(0);
+  Atom::computePortConstraint({});
+  Constraint constraint(nullptr, 3, 5, LAZY);
+  Constraint* list[] = {&constraint, nullptr};
+  Atom::computePortConstraint(list);
+  EXPECT_EQ(constraint[0].low(), 3);
 }
 
 // ---- hooks through their bases -----------------------------------------------------------------
@@ -420,6 +487,12 @@ TEST(LayoutTest, FieldsStandInTheirFixedOrder) {
 
 namespace {
 
+// Compiles when one of the forms of an operation is exactly this one.
+template <class Form>
+constexpr bool isForm(Form) {
+  return true;
+}
+
 template <class T>
 constexpr bool COPYABLE = std::is_copy_constructible_v<T> || std::is_copy_assignable_v<T> ||
                           std::is_move_constructible_v<T> || std::is_move_assignable_v<T>;
@@ -490,11 +563,11 @@ static_assert(std::is_same_v<decltype(&Component::isCompound), bool (Component::
 static_assert(std::is_same_v<decltype(&Component::getState), Node* (Component::*)()>);
 static_assert(std::is_same_v<decltype(&Component::setState), void (Component::*)(Node*)>);
 static_assert(std::is_same_v<decltype(&Atom::execute), void (Atom::*)(Port*)>);
-static_assert(std::is_same_v<decltype(&Atom::sync), Port* (Atom::*)(int, ...)>);
-static_assert(std::is_same_v<decltype(&Atom::rt_sync), Port* (Atom::*)(int, ...)>);
+static_assert(isForm<Port* (Atom::*)(int, ...)>(&Atom::sync));
+static_assert(isForm<Port* (Atom::*)(int, ...)>(&Atom::rt_sync));
 static_assert(std::is_same_v<decltype(&Atom::notifyDependentConn), void (Atom::*)()>);
 static_assert(std::is_same_v<decltype(&Atom::resetLink), void (Atom::*)()>);
-static_assert(std::is_same_v<decltype(&Atom::computePortConstraint), void (*)(Constraint**)>);
+static_assert(isForm<void (*)(Constraint**)>(&Atom::computePortConstraint));
 static_assert(std::is_same_v<decltype(&Atom::applyPriority),
                              void (Atom::*)(Port*, Constraint*, Port*, Constraint*)>);
 static_assert(std::is_same_v<decltype(Atom::VESK_STATE), CtrlState*>);

@@ -34,9 +34,18 @@ std::string lineOf(const pnml::Message& message) {
          message.text;
 }
 
+// All of them, in their order.
+std::string linesOf(const std::vector<pnml::Message>& messages) {
+  std::string lines;
+  for (const pnml::Message& message : messages) {
+    lines += (lines.empty() ? "" : "\n") + lineOf(message);
+  }
+  return lines;
+}
+
 Net netOf(const std::string& document) {
   Reading reading = read(document);
-  EXPECT_TRUE(reading.net.has_value()) << lineOf(reading.error);
+  EXPECT_TRUE(reading.net.has_value()) << linesOf(reading.errors);
   EXPECT_TRUE(reading.warnings.empty()) << lineOf(reading.warnings.front());
   return reading.net.value_or(Net());
 }
@@ -48,7 +57,7 @@ Net netWith(const std::string& body) {
 std::string errorOf(const std::string& document) {
   const Reading reading = read(document);
   EXPECT_FALSE(reading.net.has_value());
-  return lineOf(reading.error);
+  return linesOf(reading.errors);
 }
 
 std::string errorWith(const std::string& body) {
@@ -350,7 +359,9 @@ TEST(PnmlReaderErrorTest, PropertiesThatMeanSomethingAreRefused) {
   EXPECT_EQ("2:30: priority \"2\", expected transitions without priority (0 or 1)",
             errorWith("<transition id='t'><priority><value>2</value></priority></transition>"));
   EXPECT_EQ(
-      "2:32: <initialMarking> belongs to a differently marked net" + std::string(PT_NET_WANTED),
+      "2:1: reference \"r\" names no place: \"p\", expected the id of a place\n"
+      "2:32: <initialMarking> belongs to a differently marked net" +
+          std::string(PT_NET_WANTED),
       errorWith("<referencePlace id='r' ref='p'><initialMarking/></referencePlace>"));
 }
 
@@ -493,8 +504,10 @@ TEST(PnmlReaderErrorTest, ThereIsOneNet) {
 }
 
 TEST(PnmlReaderErrorTest, MalformedDocumentsAreRefused) {
-  EXPECT_EQ("2:3: malformed XML: mismatched tag, expected well-formed XML",
-            errorOf("<pnml>\n</net></pnml>"));
+  EXPECT_EQ(
+      "2:3: malformed XML: mismatched tag </net>, expected </pnml> for the element that begins at "
+      "1:1",
+      errorOf("<pnml>\n</net></pnml>"));
   EXPECT_EQ("2:21: malformed XML: duplicate attribute, expected well-formed XML",
             errorWith("<place id='p' x='1' x='2'/>"));
   EXPECT_EQ("2:1: malformed XML: unbound prefix, expected well-formed XML",
@@ -566,5 +579,111 @@ TEST(PnmlReaderErrorTest, EndlessTagsAndGapsAreRefused) {
 TEST(PnmlReaderErrorTest, AFolderIsNoDocument) {
   const std::unique_ptr<std::FILE, CloseFile> folder(std::fopen(".", "rb"));
   EXPECT_EQ("1:1: the file cannot be read (Is a directory), expected a PNML document",
-            lineOf(pnml::readNet(folder.get()).error));
+            linesOf(pnml::readNet(folder.get()).errors));
+}
+
+// ---- several faults ----------------------------------------------------------------------------
+
+TEST(PnmlReaderErrorTest, MismatchedTagIsNamedWithTheElementThatIsOpen) {
+  EXPECT_EQ(
+      "3:3: malformed XML: mismatched tag </plase>, expected </place> for the element that "
+      "begins at 2:1",
+      errorWith("<place id='p'>\n</plase>"));
+  EXPECT_EQ(
+      "3:3: malformed XML: mismatched tag </x:b>, expected </a> for the element that begins "
+      "at 2:15",
+      errorWith("<toolspecific><a>\n</x:b></toolspecific>"));
+}
+
+TEST(PnmlReaderErrorTest, MismatchedTagOfWiderCharactersIsNamed) {
+  for (bool bigEndian : {false, true}) {
+    const std::string error = errorOf(utf16("<pnml></net>", bigEndian));
+    EXPECT_NE(std::string::npos, error.find("mismatched tag </net>, expected </pnml>")) << error;
+  }
+}
+
+TEST(PnmlReaderErrorTest, MisspeltElementIsRefusedByItsName) {
+  const std::string wanted = ">, expected that or another element of a place/transition net";
+  const std::vector<std::pair<std::string, std::string>> cases = {
+      {"plase", "place"},
+      {"Place", "place"},
+      {"palce", "place"},
+      {"places", "place"},
+      {"transtion", "transition"},
+      {"trasnitions", "transition"},
+      {"Arc", "arc"},
+      {"referenceplace", "referencePlace"},
+  };
+  for (const auto& [name, known] : cases) {
+    EXPECT_EQ("2:1: element \"" + name + "\" looks like a misspelt <" + known + wanted,
+              errorWith("<" + name + " id='p'/>"));
+  }
+  EXPECT_EQ("2:15: element \"initialmarking\" looks like a misspelt <initialMarking" + wanted,
+            errorWith("<place id='p'><initialmarking><text>5</text></initialmarking></place>"));
+  EXPECT_EQ("2:15: element \"graphic\" looks like a misspelt <graphics" + wanted,
+            errorWith("<place id='p'><graphic/></place>"));
+}
+
+// A short name is near to many words, and what another tool calls its own is nobody's mistake.
+TEST(PnmlReaderErrorTest, OtherUnknownElementsAreNotTakenForMisspeltOnes) {
+  for (const char* body :
+       {"<place id='p'><date/></place>", "<place id='p'><note/></place>", "<labels/>", "<ark/>",
+        "<x:plase xmlns:x='http://example.org'/>", "<inscription/>", "<animation/>"}) {
+    const Reading reading = read(netDocument(body));
+    EXPECT_TRUE(reading.net.has_value()) << linesOf(reading.errors);
+    EXPECT_EQ(1u, reading.warnings.size()) << body;
+  }
+}
+
+TEST(PnmlReaderErrorTest, AllFaultsAreFoundInTheOrderOfTheirPlaces) {
+  EXPECT_EQ(
+      "2:1: the source \"q\" of the arc does not exist, expected the id of a place or transition\n"
+      "4:32: initial marking \"x\", expected a number from 0 to 2147483647\n"
+      "5:1: id \"t\" is taken, expected an id of its own for each element\n"
+      "6:28: unknown arc type \"odd\", expected \"normal\" or \"inhibitor\"\n"
+      "7:1: reference \"r\" names no place: \"none\", expected the id of a place\n"
+      "8:1: the arc joins two transitions \"t\" and \"t\", expected one end at a place and one at "
+      "a "
+      "transition",
+      errorWith("<arc source='q' target='t'/>\n"
+                "<transition id='t'/>\n"
+                "<place id='p'><initialMarking> <text>x</text></initialMarking></place>\n"
+                "<place id='t'/>\n"
+                "<arc source='p' target='t'><type value='odd'/></arc>\n"
+                "<referencePlace id='r' ref='none'/>\n"
+                "<arc source='t' target='t'/>"));
+}
+
+TEST(PnmlReaderErrorTest, WhoNamesAnElementWithAFaultIsNotAtFault) {
+  EXPECT_EQ(
+      "2:1: element \"plase\" looks like a misspelt <place>, expected that or another element "
+      "of a place/transition net",
+      errorWith("<plase id='p'><initialMarking><text>x</text></initialMarking></plase>"
+                "<plase id='q'/><transition id='t'/><referencePlace id='r' ref='p'/>"
+                "<arc source='p' target='t'/><arc source='t' target='q'/>"
+                "<arc source='r' target='t'/>"));
+}
+
+TEST(PnmlReaderErrorTest, RefusedElementsAreReportedOnceForEachName) {
+  EXPECT_EQ("2:15: <type> belongs to a coloured net" + std::string(PT_NET_WANTED),
+            errorWith("<place id='p'><type/></place><place id='q'><type/></place>"));
+}
+
+TEST(PnmlReaderErrorTest, ReportsTwentyFaultsAtMost) {
+  std::string arcs;
+  for (int i = 0; i < 50; ++i) arcs += "<arc source='x' target='y'/>\n";
+  EXPECT_EQ(20u, read(netDocument(arcs)).errors.size());
+  std::string places;
+  for (int i = 0; i < 50; ++i) places += "<place/>\n";
+  const Reading reading = read(netDocument(places));
+  ASSERT_EQ(20u, reading.errors.size());
+  EXPECT_EQ(21u, reading.errors.back().at.line);
+}
+
+// What a part of a document lacks is no fault of the part that is there.
+TEST(PnmlReaderErrorTest, DanglingArcsOfADocumentThatBreaksOffAreNotReported) {
+  EXPECT_EQ(
+      "1:49: malformed XML: mismatched tag </place>, expected </net> for the element that "
+      "begins at 1:7",
+      errorOf("<pnml><net id='n'><arc source='p' target='t'/></place>"));
 }

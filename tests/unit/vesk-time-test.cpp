@@ -23,6 +23,8 @@ std::string text(const Time& t) {
   return out.str();
 }
 
+static_assert(Time::milliseconds(25).microseconds() == 25000);
+
 // A number in all operations, on both sides, against the time that stands for it.
 template <class Number>
 void expectToMeanMicroseconds(Number n, const Time& meant) {
@@ -314,4 +316,37 @@ TEST(VeskTimeTest, GlobalsOfOtherTranslationUnitsMayUseTheInfinities) {
 TEST(VeskTimeTest, TheInfinitiesStandBeforeAnyConstructorHasRun) {
   EXPECT_EQ(firstMin, LEAST);
   EXPECT_EQ(firstMax, GREATEST);
+}
+
+// ---- milliseconds ------------------------------------------------------------------------------
+
+TEST(VeskTimeTest, MillisecondsAreThousandsOfMicroseconds) {
+  EXPECT_EQ(Time::milliseconds(0), 0);
+  EXPECT_EQ(Time::milliseconds(-3), -3000);
+  EXPECT_EQ(Time::milliseconds(short{7}), 7000);
+  EXPECT_EQ(Time::milliseconds(7u), 7000);
+  EXPECT_EQ(Time::milliseconds(3000000000ull).microseconds(), 3000000000000LL);
+  EXPECT_EQ(Time::milliseconds(0.5), 500);
+  EXPECT_EQ(Time::milliseconds(-2.5f), -2500);
+  EXPECT_EQ(text(Time::milliseconds(25)), "25ms");
+}
+
+// No thousandfold of a whole number is one of the two infinities.
+TEST(VeskTimeTest, WholeMillisecondsAreFinite) {
+  EXPECT_EQ(text(Time::milliseconds(2147483)), "2147483ms");
+  EXPECT_EQ(text(Time::milliseconds(2147484)), "2147484ms");
+  EXPECT_EQ(text(Time::milliseconds(-2147484)), "-2147484ms");
+}
+
+TEST(VeskTimeTest, MillisecondsBeyondTheRangeAreItsLimits) {
+  EXPECT_EQ(Time::milliseconds(HIGHEST).microseconds(), HIGHEST);
+  EXPECT_EQ(Time::milliseconds(LOWEST).microseconds(), LOWEST);
+  EXPECT_EQ(Time::milliseconds(HIGHEST / 1000).microseconds(), HIGHEST / 1000 * 1000);
+  EXPECT_EQ(Time::milliseconds(HIGHEST / 1000 + 1).microseconds(), HIGHEST);
+  EXPECT_EQ(Time::milliseconds(-(HIGHEST / 1000) - 1).microseconds(), LOWEST);
+  EXPECT_EQ(Time::milliseconds(std::numeric_limits<unsigned long long>::max()).microseconds(),
+            HIGHEST);
+  EXPECT_EQ(Time::milliseconds(1e300).microseconds(), HIGHEST);
+  EXPECT_EQ(Time::milliseconds(-1e300).microseconds(), LOWEST);
+  EXPECT_EQ(Time::milliseconds(std::numeric_limits<double>::quiet_NaN()), 0);
 }

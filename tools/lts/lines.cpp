@@ -34,6 +34,20 @@ Lines::Lines(const std::string& path, const std::string& expected, Progress& pro
   mProgress.start("reading " + path);
 }
 
+// What is closed at the end is a copy.
+Lines::Lines(StandardInput, const std::string& name, Progress& progress)
+    : mPath(name),
+      mProgress(progress),
+      mDescriptor(fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0)),
+      mBlock(BLOCK) {
+  if (mDescriptor == -1) {
+    const std::string reason = std::strerror(errno);
+    throw Fault(name, 1, "it cannot be read (" + reason + "), expected an open standard input");
+  }
+  mBegin = mEnd = mBlock.data();
+  mProgress.start("reading " + name);
+}
+
 Lines::~Lines() {
   close(mDescriptor);
   mProgress.finish();

@@ -16,6 +16,10 @@ class Lines {
  public:
   // Throws a Fault when the file cannot be opened; expected says what it should hold.
   Lines(const std::string& path, const std::string& expected, Progress& progress);
+  // Standard input, under this name in messages.
+  struct StandardInput {};
+  static constexpr StandardInput standardInput{};
+  Lines(StandardInput, const std::string& name, Progress& progress);
   ~Lines();
   Lines(const Lines&) = delete;
   Lines& operator=(const Lines&) = delete;

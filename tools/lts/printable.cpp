@@ -46,18 +46,26 @@ bool isSecond(unsigned char first, unsigned char second) {
   return second >= 0x80 && second < 0xC0;
 }
 
-// The bytes of the character that starts here; 0 when it is none that can be shown.
-std::size_t characterAt(std::string_view text, std::size_t at) {
+// The bytes of the UTF-8 character that starts here; 0 when there is none.
+std::size_t lengthAt(std::string_view text, std::size_t at) {
   const unsigned char first = byteAt(text, at);
   const int more = continuations(first);
-  if (first < 0x20 || first == 0x7F || more < 0) return 0;
+  if (more < 0) return 0;
   const auto length = static_cast<std::size_t>(more) + 1;
   if (length > text.size() - at) return 0;
   if (more > 0 && !isSecond(first, byteAt(text, at + 1))) return 0;
   for (std::size_t i = 2; i < length; ++i) {
     if ((byteAt(text, at + i) & 0xC0u) != 0x80u) return 0;
   }
-  if (first == 0xC2 && byteAt(text, at + 1) < 0xA0) return 0;  // controls of ISO 8859
+  return length;
+}
+
+// The same; 0 when it is none that can be shown.
+std::size_t characterAt(std::string_view text, std::size_t at) {
+  const unsigned char first = byteAt(text, at);
+  const std::size_t length = lengthAt(text, at);
+  if (first < 0x20 || first == 0x7F) return 0;
+  if (length > 1 && first == 0xC2 && byteAt(text, at + 1) < 0xA0) return 0;  // controls of ISO 8859
   return length;
 }
 
@@ -91,6 +99,15 @@ std::string printable(std::string_view text) {
     }
   }
   return result;
+}
+
+bool isUtf8(std::string_view text) {
+  for (std::size_t at = 0; at < text.size();) {
+    const std::size_t length = lengthAt(text, at);
+    if (length == 0) return false;
+    at += length;
+  }
+  return true;
 }
 
 std::size_t columns(std::string_view printableText) {

@@ -13,6 +13,9 @@ namespace Vesk::Lts {
 // stays, so the result is UTF-8 and one line.
 std::string printable(std::string_view text);
 
+// Whether all of it is UTF-8; control characters are.
+bool isUtf8(std::string_view text);
+
 // The columns that printable UTF-8 takes, one for each character.
 std::size_t columns(std::string_view printableText);
 

@@ -20,7 +20,8 @@ double secondsSince(const std::timespec& past) {
 
 }  // namespace
 
-Progress::Progress(std::FILE* stream) : mStream(isatty(fileno(stream)) != 0 ? stream : nullptr) {}
+Progress::Progress(std::FILE* stream)
+    : mStream(stream != nullptr && isatty(fileno(stream)) != 0 ? stream : nullptr) {}
 
 void Progress::start(const std::string& what) {
   if (mStream == nullptr) return;

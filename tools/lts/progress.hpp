@@ -12,6 +12,7 @@ namespace Vesk::Lts {
 // Writes nothing to a stream that is no terminal, and nothing about work that is done at once.
 class Progress {
  public:
+  // Null is no terminal.
   explicit Progress(std::FILE* stream);
   ~Progress() { finish(); }
   Progress(const Progress&) = delete;

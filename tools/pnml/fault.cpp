@@ -15,6 +15,15 @@ bool isContinuation(char c) {
 
 }  // namespace
 
+std::vector<Fault> Faults::inOrder() const {
+  std::vector<Fault> sorted = mFaults;
+  std::stable_sort(sorted.begin(), sorted.end(), [](const Fault& one, const Fault& other) {
+    return std::make_pair(one.at().line, one.at().column) <
+           std::make_pair(other.at().line, other.at().column);
+  });
+  return sorted;
+}
+
 std::string quoted(const std::string& text) {
   std::size_t end = std::min(text.size(), MAX_QUOTED);
   while (end > 0 && end < text.size() && isContinuation(text[end])) --end;

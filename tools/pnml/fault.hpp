@@ -2,8 +2,10 @@
 #ifndef VESK_PNML_FAULT_HPP
 #define VESK_PNML_FAULT_HPP
 
+#include <cstddef>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "net.hpp"
 
@@ -19,6 +21,30 @@ class Fault {
  private:
   Position mAt;
   std::string mText;
+};
+
+// One behind which nothing in the document can be understood.
+class FinalFault : public Fault {
+ public:
+  using Fault::Fault;
+};
+
+// The faults of one document, up to a number that a reader can use.
+class Faults {
+ public:
+  static constexpr std::size_t MOST = 20;
+
+  // Those after the last one that there is room for are left out.
+  void add(const Fault& fault) {
+    if (!full()) mFaults.push_back(fault);
+  }
+  bool empty() const { return mFaults.empty(); }
+  bool full() const { return mFaults.size() == MOST; }
+  // By their positions.
+  std::vector<Fault> inOrder() const;
+
+ private:
+  std::vector<Fault> mFaults;
 };
 
 // A text of the document between quotes, fit for one line of a terminal: control characters become

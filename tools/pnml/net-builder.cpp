@@ -5,8 +5,6 @@
 #include <cstddef>
 #include <utility>
 
-#include "fault.hpp"
-
 namespace pnml {
 
 namespace {
@@ -54,18 +52,28 @@ void NetBuilder::addArc(const Arc& arc) {
 
 // ---- References --------------------------------------------------------------------------------
 
-void NetBuilder::resolveAll(std::vector<Reference>& references, Kind node, Kind reference) {
-  for (Reference& each : references) resolve(references, each, node, reference);
+// Every element of a chain gets the node at its end, so that each reference is followed once, and
+// each fault found once.
+void NetBuilder::resolveAll(std::vector<Reference>& references, Kind node, Kind reference,
+                            Faults& faults) {
+  for (Reference& first : references) {
+    Chain chain;
+    int end = NOWHERE;
+    try {
+      end = resolve(references, first, node, reference, chain);
+    } catch (const Fault& fault) {
+      faults.add(fault);
+    }
+    for (Reference* each : chain) each->node = end;
+  }
 }
 
-// Follows the chain that starts at a reference and gives every element of it the node at its end,
-// so that each reference is followed once.
-void NetBuilder::resolve(std::vector<Reference>& references, Reference& first, Kind node,
-                         Kind reference) {
+// Follows the chain that starts at a reference.
+int NetBuilder::resolve(std::vector<Reference>& references, Reference& first, Kind node,
+                        Kind reference, Chain& chain) {
   const char* const wanted = node == Kind::PLACE ? "place" : "transition";
-  std::vector<Reference*> chain;
   int end = first.node;
-  for (Reference* at = &first; end < 0;) {
+  for (Reference* at = &first; end == UNRESOLVED;) {
     if (chain.size() == references.size()) {
       throw Fault(first.at, "reference " + quoted(first.id) + " leads back to itself, expected a " +
                                 wanted + " at the end of the chain");
@@ -77,12 +85,14 @@ void NetBuilder::resolve(std::vector<Reference>& references, Reference& first, K
     } else if (target != mNodes.end() && target->second.kind == reference) {
       at = &references[static_cast<std::size_t>(target->second.index)];
       end = at->node;
+    } else if (target != mNodes.end() && target->second.kind == Kind::LOST) {
+      end = NOWHERE;
     } else {
       throw Fault(at->at, "reference " + quoted(at->id) + " names no " + wanted + ": " +
                               quoted(at->target) + ", expected the id of a " + wanted);
     }
   }
-  for (Reference* each : chain) each->node = end;
+  return end;
 }
 
 // ---- Arcs --------------------------------------------------------------------------------------
@@ -97,6 +107,7 @@ NetBuilder::Node NetBuilder::endOf(const Arc& arc, const std::string& id, const 
     if (node.kind == Kind::REFERENCE_TRANSITION) {
       return {Kind::TRANSITION, mReferenceTransitions[index].node};
     }
+    if (node.kind == Kind::LOST) return {Kind::LOST, NOWHERE};
     if (node.kind != Kind::ARC) return node;
   }
   throw Fault(arc.at, "the " + std::string(role) + " " + quoted(id) + " of the arc does not exist" +
@@ -107,6 +118,7 @@ void NetBuilder::linkArc(int number, std::vector<std::vector<Link>>& links) cons
   const Arc& arc = mArcs[static_cast<std::size_t>(number)];
   const Node source = endOf(arc, arc.source, "source");
   const Node target = endOf(arc, arc.target, "target");
+  if (source.index == NOWHERE || target.index == NOWHERE) return;
   if (source.kind == target.kind) {
     const char* const kind = source.kind == Kind::PLACE ? "places" : "transitions";
     throw Fault(arc.at, "the arc joins two " + std::string(kind) + " " + quoted(arc.source) +
@@ -142,7 +154,7 @@ void NetBuilder::addToUse(Use& use, const Link& link) const {
 // `slots` holds, for each place, where its use stands in the transition, if it is in there: what
 // other transitions have left is told apart by the place of that use.
 void NetBuilder::addUses(Transition& transition, const std::vector<Link>& links,
-                         std::vector<int>& slots) {
+                         std::vector<int>& slots, Faults& faults) {
   for (const Link& link : links) {
     int& slot = slots[static_cast<std::size_t>(link.place)];
     const auto index = static_cast<std::size_t>(slot);
@@ -150,17 +162,29 @@ void NetBuilder::addUses(Transition& transition, const std::vector<Link>& links,
       slot = static_cast<int>(transition.uses.size());
       transition.uses.push_back({link.place, 0, 0, 0});
     }
-    addToUse(transition.uses[static_cast<std::size_t>(slot)], link);
+    try {
+      addToUse(transition.uses[static_cast<std::size_t>(slot)], link);
+    } catch (const Fault& fault) {
+      faults.add(fault);
+    }
   }
 }
 
-Net NetBuilder::build() {
-  resolveAll(mReferencePlaces, Kind::PLACE, Kind::REFERENCE_PLACE);
-  resolveAll(mReferenceTransitions, Kind::TRANSITION, Kind::REFERENCE_TRANSITION);
+Net NetBuilder::build(Faults& faults) {
+  resolveAll(mReferencePlaces, Kind::PLACE, Kind::REFERENCE_PLACE, faults);
+  resolveAll(mReferenceTransitions, Kind::TRANSITION, Kind::REFERENCE_TRANSITION, faults);
   std::vector<std::vector<Link>> links(mNet.transitions.size());
-  for (std::size_t i = 0; i < mArcs.size(); ++i) linkArc(static_cast<int>(i), links);
+  for (std::size_t i = 0; i < mArcs.size() && !faults.full(); ++i) {
+    try {
+      linkArc(static_cast<int>(i), links);
+    } catch (const Fault& fault) {
+      faults.add(fault);
+    }
+  }
   std::vector<int> slots(mNet.places.size(), 0);
-  for (std::size_t i = 0; i < links.size(); ++i) addUses(mNet.transitions[i], links[i], slots);
+  for (std::size_t i = 0; i < links.size(); ++i) {
+    addUses(mNet.transitions[i], links[i], slots, faults);
+  }
   return std::move(mNet);
 }
 

@@ -6,6 +6,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "fault.hpp"
 #include "net.hpp"
 
 namespace pnml {
@@ -20,7 +21,7 @@ struct Arc {
   bool inhibitor = false;
 };
 
-// Every operation throws a Fault when the net has one.
+// Every operation but lose() and build() throws a Fault when the net has one.
 class NetBuilder {
  public:
   void setId(const std::string& id) { mNet.id = id; }
@@ -32,23 +33,29 @@ class NetBuilder {
   void addReferencePlace(const std::string& id, const std::string& target, Position at);
   void addReferenceTransition(const std::string& id, const std::string& target, Position at);
   void addArc(const Arc& arc);
+  // Something with this id could not be understood: who names it is not at fault.
+  void lose(const std::string& id) { mNodes.emplace(id, Node{Kind::LOST, 0}); }
   // Resolves the references and joins the arcs between the same nodes: their weights add up, and
-  // of several inhibitor arcs the strictest counts. To be called once, last.
-  Net build();
+  // of several inhibitor arcs the strictest counts. To be called once, last. The net is of use only
+  // when no fault was added.
+  Net build(Faults& faults);
 
  private:
-  enum class Kind { PLACE, TRANSITION, REFERENCE_PLACE, REFERENCE_TRANSITION, ARC };
+  enum class Kind { PLACE, TRANSITION, REFERENCE_PLACE, REFERENCE_TRANSITION, ARC, LOST };
 
   struct Node {
     Kind kind;
     int index;  // into the list of its kind
   };
 
+  static constexpr int UNRESOLVED = -1;
+  static constexpr int NOWHERE = -2;  // it leads to something at fault
+
   struct Reference {
     std::string id;
     std::string target;
     Position at;
-    int node = -1;  // the place or transition, once resolved
+    int node = UNRESOLVED;  // the place or transition, once resolved, or NOWHERE
   };
 
   // An arc seen from its transition.
@@ -59,11 +66,14 @@ class NetBuilder {
   };
 
   void add(const std::string& id, Kind kind, std::size_t index, Position at);
-  void resolveAll(std::vector<Reference>& references, Kind node, Kind reference);
-  void resolve(std::vector<Reference>& references, Reference& first, Kind node, Kind reference);
+  using Chain = std::vector<Reference*>;
+  void resolveAll(std::vector<Reference>& references, Kind node, Kind reference, Faults& faults);
+  int resolve(std::vector<Reference>& references, Reference& first, Kind node, Kind reference,
+              Chain& chain);
   Node endOf(const Arc& arc, const std::string& id, const char* role) const;
   void linkArc(int arc, std::vector<std::vector<Link>>& links) const;
-  void addUses(Transition& transition, const std::vector<Link>& links, std::vector<int>& slots);
+  void addUses(Transition& transition, const std::vector<Link>& links, std::vector<int>& slots,
+               Faults& faults);
   void addToUse(Use& use, const Link& link) const;
   void addWeight(int& sum, const Arc& arc) const;
 

@@ -35,6 +35,7 @@ constexpr int CHUNK = 1 << 16;           // bytes read at once
 constexpr int MAX_TOKEN = 1 << 24;       // bytes of a single tag, comment or run of blanks
 constexpr std::size_t MAX_DEPTH = 1000;  // of nested elements
 constexpr std::size_t MAX_VALUE = 1000;  // bytes kept of the text of a label
+constexpr std::size_t MAX_NAME = 60;     // bytes kept of the name of an element, for messages
 constexpr std::size_t MAX_WARNINGS = 10;
 
 const char* const BLANKS = " \t\r\n";
@@ -174,7 +175,49 @@ void checkNetType(const std::string& type, Position at) {
   } else if (containsAny(text, PLAIN_NETS)) {
     return;
   }
-  throw Fault(at, "net of the " + std::string(kind) + " type " + quoted(type) + NET_TYPE_WANTED);
+  throw FinalFault(at,
+                   "net of the " + std::string(kind) + " type " + quoted(type) + NET_TYPE_WANTED);
+}
+
+// ---- Misspelt names ----------------------------------------------------------------------------
+
+char lower(char c) {
+  return 'A' <= c && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+bool same(char one, char other) {
+  return lower(one) == lower(other);
+}
+
+// How many letters must be added, left out, replaced or exchanged with their neighbour, whatever
+// their case; more than any limit when the lengths differ much.
+std::size_t distance(const std::string& one, const std::string& other) {
+  constexpr std::size_t FAR = 100;
+  if (one.size() > other.size() + 2 || other.size() > one.size() + 2) return FAR;
+  std::vector<std::vector<std::size_t>> steps(one.size() + 1,
+                                              std::vector<std::size_t>(other.size() + 1));
+  for (std::size_t i = 0; i <= one.size(); ++i) {
+    for (std::size_t j = 0; j <= other.size(); ++j) {
+      std::size_t& best = steps[i][j];
+      if (i == 0 || j == 0) {
+        best = i + j;
+        continue;
+      }
+      const bool equal = same(one[i - 1], other[j - 1]);
+      best = std::min(
+          {steps[i - 1][j] + 1, steps[i][j - 1] + 1, steps[i - 1][j - 1] + (equal ? 0 : 1)});
+      const bool exchanged =
+          i > 1 && j > 1 && same(one[i - 1], other[j - 2]) && same(one[i - 2], other[j - 1]);
+      if (exchanged) best = std::min(best, steps[i - 2][j - 2] + 1);
+    }
+  }
+  return steps[one.size()][other.size()];
+}
+
+// Short names are near to many words, so only a letter of the wrong case counts there.
+bool looksLike(const char* name, const std::string& known) {
+  const std::size_t most = known.size() <= 4 ? 0 : known.size() <= 8 ? 1 : 2;
+  return strnlen(name, MAX_NAME) < MAX_NAME && distance(name, known) <= most;
 }
 
 // ---- The reader --------------------------------------------------------------------------------
@@ -203,9 +246,12 @@ class Reader {
   struct Open {
     Element element;
     Position at;
+    std::string name;      // its beginning, for messages
+    bool hasText = false;  // which is a fault; reported
   };
 
-  // The handlers that the parser calls; a fault stops the parser.
+  // The handlers that the parser calls. After a fault the element is passed over; a final fault
+  // stops the parser.
   static void XMLCALL onStart(void* reader, const XML_Char* name, const XML_Char** attributes);
   static void XMLCALL onEnd(void* reader, const XML_Char* name);
   static void XMLCALL onText(void* reader, const XML_Char* text, int length);
@@ -214,12 +260,14 @@ class Reader {
                                       const XML_Char* base, const XML_Char* system,
                                       const XML_Char* publicName);
   template <class Action>
-  void guarded(Action action);
-  void stop(Position at, const std::string& text);
+  bool guarded(Action action);
+  void stop();
 
-  void feed(std::FILE* document);
-  void feedChunk(std::FILE* document, int size, bool& last);
+  bool feed(std::FILE* document);
+  bool feedChunk(std::FILE* document, int size, bool& last);
   Fault faultOfParser() const;
+  Fault mismatch() const;
+  std::string nameHere() const;
   Position here() const;
 
   void start(const char* qualifiedName, const char** attributes);
@@ -229,9 +277,11 @@ class Reader {
   void openArc(const char** attributes);
   void openLabel(const Rule& rule, const char** attributes);
   void openText();
-  void refuse(Element parent, const char* name, bool ours) const;
+  bool refuse(Element parent, const char* name, bool ours);
+  bool isMisspelt(Element parent, const char* name);
   void warn(const char* name);
-  void push(Element element);
+  void push(Element element, const char* name);
+  void passOver(const char* qualifiedName, const char** attributes);
   void end();
   void closeProperty();
   void text(const char* text, int length);
@@ -251,13 +301,18 @@ class Reader {
   Arc mArc;                               // the arc that is open
   unsigned int mSeen;                     // the labels of the object that is open
   bool mHasNet;
-  std::set<std::string> mUnknown;  // names of elements that were warned about
+  std::set<std::string> mUnknown;  // names of elements that were warned about or refused
   std::vector<Message> mWarnings;
-  std::optional<Fault> mFault;  // why the parser was stopped
+  Faults mFaults;
+  bool mStopped;  // the rest of the document cannot be understood, or there are enough faults
 };
 
 Reader::Reader()
-    : mParser(XML_ParserCreateNS(nullptr, ' ')), mProperty(nullptr), mSeen(0), mHasNet(false) {
+    : mParser(XML_ParserCreateNS(nullptr, ' ')),
+      mProperty(nullptr),
+      mSeen(0),
+      mHasNet(false),
+      mStopped(false) {
   if (mParser == nullptr) throw std::bad_alloc();
   XML_Parser parser = mParser.get();
   XML_SetUserData(parser, this);
@@ -265,14 +320,18 @@ Reader::Reader()
   XML_SetCharacterDataHandler(parser, onText);
   XML_SetSkippedEntityHandler(parser, onSkippedEntity);
   XML_SetExternalEntityRefHandler(parser, onExternalEntity);
-  mOpen.push_back({Element::DOCUMENT, {}});
+  mOpen.push_back({Element::DOCUMENT, {}, ""});
 }
 
+// What the parts of the net have to do with each other is looked at when all are there.
 void Reader::read(std::FILE* document, Reading& reading) {
-  feed(document);
-  if (!mHasNet) throw Fault(here(), "the document has no net, expected one <net>");
-  reading.net = mBuilder.build();
-  reading.warnings = std::move(mWarnings);
+  if (feed(document)) {
+    if (!mHasNet) mFaults.add({here(), "the document has no net, expected one <net>"});
+    Net net = mBuilder.build(mFaults);
+    if (mFaults.empty()) reading.net = std::move(net);
+  }
+  for (const Fault& fault : mFaults.inOrder()) reading.errors.push_back({fault.at(), fault.text()});
+  if (reading.net) reading.warnings = std::move(mWarnings);
 }
 
 // ---- Input -------------------------------------------------------------------------------------
@@ -283,32 +342,37 @@ Position Reader::here() const {
 }
 
 // The parser looks again at a token that it has not seen the end of. Chunks as long as that token
-// keep the time in proportion to the document.
-void Reader::feed(std::FILE* document) {
+// keep the time in proportion to the document. False when the end was not reached.
+bool Reader::feed(std::FILE* document) {
   XML_Index fed = 0;
   XML_Index pending = 0;
   for (bool last = false; !last;) {
     const int size = std::max(CHUNK, static_cast<int>(pending));
-    feedChunk(document, size, last);
+    if (!feedChunk(document, size, last)) return false;
     fed += size;
     pending = fed - (mNamespace ? XML_GetCurrentByteIndex(mParser.get()) : 0);
     if (!last && pending > MAX_TOKEN) {
-      throw Fault(here(), "a tag, comment or gap is longer than 16 MiB, expected a PNML document");
+      mFaults.add(
+          {here(), "a tag, comment or gap is longer than 16 MiB, expected a PNML document"});
+      return false;
     }
   }
+  return true;
 }
 
-void Reader::feedChunk(std::FILE* document, int size, bool& last) {
+bool Reader::feedChunk(std::FILE* document, int size, bool& last) {
   void* buffer = XML_GetBuffer(mParser.get(), size);
   if (buffer == nullptr) throw std::bad_alloc();
   const std::size_t got = std::fread(buffer, 1, static_cast<std::size_t>(size), document);
   if (std::ferror(document)) {
-    throw Fault(here(), "the file cannot be read (" + std::string(std::strerror(errno)) +
-                            "), expected a PNML document");
+    mFaults.add({here(), "the file cannot be read (" + std::string(std::strerror(errno)) +
+                             "), expected a PNML document"});
+    return false;
   }
   last = got < static_cast<std::size_t>(size);
-  if (XML_ParseBuffer(mParser.get(), static_cast<int>(got), last) == XML_STATUS_OK) return;
-  throw mFault ? *mFault : faultOfParser();
+  if (XML_ParseBuffer(mParser.get(), static_cast<int>(got), last) == XML_STATUS_OK) return true;
+  if (!mStopped) mFaults.add(faultOfParser());
+  return false;
 }
 
 Fault Reader::faultOfParser() const {
@@ -317,6 +381,7 @@ Fault Reader::faultOfParser() const {
   if (code == XML_ERROR_AMPLIFICATION_LIMIT_BREACH) {
     return {here(), "entities grow beyond all bounds, expected a document without such entities"};
   }
+  if (code == XML_ERROR_TAG_MISMATCH && mOpen.size() > 1) return mismatch();
   const bool early = code == XML_ERROR_NO_ELEMENTS || code == XML_ERROR_UNCLOSED_TOKEN ||
                      code == XML_ERROR_PARTIAL_CHAR || code == XML_ERROR_UNCLOSED_CDATA_SECTION;
   if (!early) {
@@ -329,29 +394,60 @@ Fault Reader::faultOfParser() const {
                       std::to_string(at.line) + ":" + std::to_string(at.column)};
 }
 
+// An end tag that is not that of the element that is open.
+Fault Reader::mismatch() const {
+  const Open& open = mOpen.back();
+  return {here(), "malformed XML: mismatched tag </" + nameHere() + ">, expected </" + open.name +
+                      "> for the element that begins at " + std::to_string(open.at.line) + ":" +
+                      std::to_string(open.at.column)};
+}
+
+// The name at which the parser has stopped, as the document has it. Of wider characters the bytes
+// that are 0 are left out.
+std::string Reader::nameHere() const {
+  int at = 0;
+  int size = 0;
+  const char* const input = XML_GetInputContext(mParser.get(), &at, &size);
+  std::string name;
+  for (; input != nullptr && at < size && name.size() < MAX_NAME; ++at) {
+    const char c = input[at];
+    if (c == '>' || (c != '\0' && std::strchr(BLANKS, c) != nullptr)) break;
+    if (c != '\0') name += static_cast<unsigned char>(c) < 0x20 || c == 0x7F ? '?' : c;
+  }
+  return name;
+}
+
 // ---- Handlers ----------------------------------------------------------------------------------
 
-void Reader::stop(Position at, const std::string& text) {
-  mFault.emplace(at, text);
+void Reader::stop() {
+  mStopped = true;
   XML_StopParser(mParser.get(), XML_FALSE);
 }
 
-// Runs an action of the reader; after a fault none is run.
+// Runs an action of the reader; after a final fault none is run. False when there was a fault.
 template <class Action>
-void Reader::guarded(Action action) {
-  if (mFault) return;
+bool Reader::guarded(Action action) {
+  if (mStopped) return false;
   try {
     action();
+    return true;
+  } catch (const FinalFault& fault) {
+    mFaults.add(fault);
+    stop();
   } catch (const Fault& fault) {
-    stop(fault.at(), fault.text());
+    mFaults.add(fault);
+    if (mFaults.full()) stop();
   } catch (const std::bad_alloc&) {
-    stop(here(), OUT_OF_MEMORY);
+    mFaults.add({here(), OUT_OF_MEMORY});
+    stop();
   }
+  return false;
 }
 
 void Reader::onStart(void* reader, const XML_Char* name, const XML_Char** attributes) {
   Reader& self = *static_cast<Reader*>(reader);
-  self.guarded([&] { self.start(name, attributes); });
+  if (self.guarded([&] { self.start(name, attributes); })) return;
+  self.guarded([&] { self.passOver(name, attributes); });
 }
 
 void Reader::onEnd(void* reader, const XML_Char*) {
@@ -377,7 +473,7 @@ int Reader::onExternalEntity(XML_Parser parser, const XML_Char*, const XML_Char*
                              const XML_Char*) {
   Reader& self = *static_cast<Reader*>(XML_GetUserData(parser));
   self.guarded([&] {
-    throw Fault(self.here(), "an entity is outside the document, expected one inside it");
+    throw FinalFault(self.here(), "an entity is outside the document, expected one inside it");
   });
   return XML_STATUS_ERROR;
 }
@@ -389,6 +485,12 @@ const char* attribute(const char** attributes, const char* name) {
     if (std::strcmp(attributes[0], name) == 0) return attributes[1];
   }
   return nullptr;
+}
+
+// Behind the namespace and a blank.
+const char* localName(const char* qualifiedName) {
+  const char* const blank = std::strchr(qualifiedName, ' ');
+  return blank != nullptr ? blank + 1 : qualifiedName;
 }
 
 const char* Reader::required(const char** attributes, const char* name, const char* element) const {
@@ -412,45 +514,71 @@ bool Reader::isOurs(const std::string& space) const {
   return space.empty() || space == *mNamespace || space.rfind(PNML_NAMESPACE, 0) == 0;
 }
 
-void Reader::push(Element element) {
+void Reader::push(Element element, const char* name) {
   if (mOpen.size() > MAX_DEPTH) {
-    throw Fault(here(), "too many elements within each other, expected at most " +
-                            std::to_string(MAX_DEPTH));
+    throw FinalFault(here(), "too many elements within each other, expected at most " +
+                                 std::to_string(MAX_DEPTH));
   }
-  mOpen.push_back({element, here()});
+  mOpen.push_back({element, here(), std::string(name, strnlen(name, MAX_NAME))});
+}
+
+// An element with a fault is as if it were not there, and who names it is not at fault.
+void Reader::passOver(const char* qualifiedName, const char** attributes) {
+  if (const char* id = attribute(attributes, "id")) mBuilder.lose(id);
+  push(Element::SKIPPED, localName(qualifiedName));
 }
 
 void Reader::start(const char* qualifiedName, const char** attributes) {
   const Element parent = mOpen.back().element;
+  const char* const name = localName(qualifiedName);
   if (parent == Element::SKIPPED) {
-    push(Element::SKIPPED);
+    push(Element::SKIPPED, name);
     return;
   }
-  const char* const blank = std::strchr(qualifiedName, ' ');
-  const char* const name = blank != nullptr ? blank + 1 : qualifiedName;
-  const std::string space = blank != nullptr ? std::string(qualifiedName, blank) : "";
+  const std::string space =
+      name != qualifiedName ? std::string(qualifiedName, name - 1) : std::string();
   if (parent == Element::DOCUMENT) mNamespace = space;
   const bool ours = isOurs(space);
-  refuse(parent, name, ours);
-  for (const Rule& rule : RULES) {
-    if (!ours || (rule.parents & bit(parent)) == 0 || std::strcmp(rule.name, name) != 0) continue;
-    open(rule, attributes);
-    return;
+  if (!refuse(parent, name, ours)) {
+    for (const Rule& rule : RULES) {
+      if (!ours || (rule.parents & bit(parent)) == 0 || std::strcmp(rule.name, name) != 0) continue;
+      open(rule, attributes);
+      return;
+    }
+    if (!ours || !isMisspelt(parent, name)) {
+      warn(name);
+      push(Element::SKIPPED, name);
+      return;
+    }
   }
-  warn(name);
-  push(Element::SKIPPED);
+  passOver(qualifiedName, attributes);
 }
 
-void Reader::refuse(Element parent, const char* name, bool ours) const {
+// Whether an element changes what the net means. The first one of each name is a fault.
+bool Reader::refuse(Element parent, const char* name, bool ours) {
   if (parent == Element::DOCUMENT && std::strcmp(name, "pnml") != 0) {
-    throw Fault(here(), "the document is a " + quoted(name) + ", expected <pnml>");
+    throw FinalFault(here(), "the document is a " + quoted(name) + ", expected <pnml>");
   }
   for (const Refusal& refusal : REFUSALS) {
     if (!ours || (refusal.parents & bit(parent)) == 0) continue;
     if (std::strcmp(refusal.name, name) != 0) continue;
+    if (!mUnknown.insert(name).second) return true;
     throw Fault(here(), "<" + std::string(name) + "> belongs to a " + refusal.meaning + " net" +
                             NET_TYPE_WANTED);
   }
+  return false;
+}
+
+// Whether an unknown element looks like one that may stand here. The first one of each name is a
+// fault.
+bool Reader::isMisspelt(Element parent, const char* name) {
+  for (const Rule& rule : RULES) {
+    if ((rule.parents & bit(parent)) == 0 || !looksLike(name, rule.name)) continue;
+    if (!mUnknown.insert(name).second) return true;
+    throw Fault(here(), "element " + quoted(name) + " looks like a misspelt <" + rule.name +
+                            ">, expected that or another element of a place/transition net");
+  }
+  return false;
 }
 
 void Reader::warn(const char* name) {
@@ -486,7 +614,7 @@ void Reader::open(const Rule& rule, const char** attributes) {
     default:
       break;
   }
-  push(rule.element);
+  push(rule.element, rule.name);
 }
 
 void Reader::openNet(const char** attributes) {
@@ -553,7 +681,8 @@ void Reader::text(const char* text, int length) {
   if (element == Element::SKIPPED) return;
   const std::string piece(text, static_cast<std::size_t>(length));
   if (element != Element::TEXT) {
-    if (piece.find_first_not_of(BLANKS) == std::string::npos) return;
+    if (mOpen.back().hasText || piece.find_first_not_of(BLANKS) == std::string::npos) return;
+    mOpen.back().hasText = true;
     throw Fault(here(),
                 "text " + quoted(trimmed(piece)) + " between elements, expected an element");
   }
@@ -565,8 +694,10 @@ void Reader::text(const char* text, int length) {
 
 void Reader::end() {
   const Element element = mOpen.back().element;
+  const bool hasText = mOpen.back().hasText;
   mOpen.pop_back();
   if ((bit(element) & LABELS) != 0 && mValue.count == 0) {
+    if (hasText) return;
     throw Fault(mValue.at, "a label without text" + std::string(ONE_TEXT_WANTED));
   }
   switch (element) {
@@ -620,10 +751,9 @@ Reading readNet(std::FILE* document) {
   try {
     Reader reader;
     reader.read(document, reading);
-  } catch (const Fault& fault) {
-    reading.error = {fault.at(), fault.text()};
   } catch (const std::bad_alloc&) {
-    reading.error = {{}, OUT_OF_MEMORY};
+    reading = Reading();
+    reading.errors.push_back({{}, OUT_OF_MEMORY});
   }
   return reading;
 }

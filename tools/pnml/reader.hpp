@@ -20,13 +20,14 @@ struct Message {
 };
 
 struct Reading {
-  std::optional<Net> net;         // empty: there is an error
-  Message error;                  // of use only without a net
+  std::optional<Net> net;         // empty: there are errors
+  std::vector<Message> errors;    // up to twenty, by position; empty: there is a net
   std::vector<Message> warnings;  // about elements that were left out of account
 };
 
-// Reads the document from the present position of the file to its end, or to its first error. The
-// file stays the caller's. Never throws, needs memory in proportion to the net, not to the
+// Reads the document from the present position of the file to its end, or to an error behind which
+// nothing can be understood. What stands inside of something wrong is not looked at. The file stays
+// the caller's. Never throws, needs memory in proportion to the net, not to the
 // document, and gives up on documents that are made to exhaust it.
 Reading readNet(std::FILE* document);
 

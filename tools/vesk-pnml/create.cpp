@@ -36,8 +36,9 @@ pnml::Net readNetFrom(const char* name) {
     std::fprintf(stderr, WARNING, name, warning.at.line, warning.at.column, warning.text.c_str());
   }
   if (!reading.net) {
-    const pnml::Message& error = reading.error;
-    std::fprintf(stderr, ERROR, name, error.at.line, error.at.column, error.text.c_str());
+    for (const pnml::Message& error : reading.errors) {
+      std::fprintf(stderr, ERROR, name, error.at.line, error.at.column, error.text.c_str());
+    }
     std::exit(FAILURE);
   }
   return *std::move(reading.net);

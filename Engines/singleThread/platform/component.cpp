@@ -7,6 +7,8 @@
 #include <iostream>
 #include <memory>
 #include <unordered_map>
+#include <unordered_set>
+#include <vector>
 
 #include "activation-plan.hpp"
 #include "clock.hpp"
@@ -52,6 +54,9 @@ void noteMarker(Leaf* leaf) {
 // the size of an atom. Null as long as none has declared anything. Never destroyed: atoms may end
 // after everything else.
 std::unordered_map<const Atom*, Vesk::Locality>* declarations = nullptr;
+
+// The compounds that have declared Vesk::Priorities::EVERYWHERE, in the same way.
+std::unordered_set<const Compound*>* everywhere = nullptr;
 
 void enqueue(Scheduler& scheduler, Connector* connector) {
   scheduler.prioHeap().put(connector);
@@ -161,6 +166,30 @@ void Atom::resetLink() {
   for (Connector* connector : mLinks) connector->resetLink();
 }
 
+Port* Atom::sync(std::initializer_list<Vesk::PortGuard> entries) {
+  Port* internal = nullptr;
+  for (const Vesk::PortGuard& entry : entries) {
+    internal = sync(1, entry.port, int{entry.enabled});
+    if (internal != nullptr) break;
+  }
+  return internal;
+}
+
+Port* Atom::rt_sync(std::initializer_list<Vesk::TimedPortGuard> entries) {
+  Port* internal = nullptr;
+  for (const Vesk::TimedPortGuard& entry : entries) {
+    internal = rt_sync(1, entry.port, int{entry.enabled}, entry.constraint);
+    if (internal != nullptr) break;
+  }
+  return internal;
+}
+
+void Atom::computePortConstraint(std::initializer_list<Constraint*> list) {
+  std::vector<Constraint*> terminated(list);
+  terminated.push_back(nullptr);
+  computePortConstraint(terminated.data());
+}
+
 void Atom::computePortConstraint(Constraint** list) {
   if (list == nullptr || list[0] == nullptr || list[1] == nullptr) return;
   Constraint& result = *list[0];
@@ -198,6 +227,21 @@ Compound::Compound(const char* name, const Compound* holder)
 
 Compound::~Compound() {
   Vesk::ActivationPlan::drop(*this);
+  if (everywhere != nullptr) everywhere->erase(this);
+}
+
+void Compound::declare(Vesk::Priorities priorities) {
+  if (everywhere == nullptr) everywhere = new std::unordered_set<const Compound*>;
+  if (priorities == Vesk::Priorities::EVERYWHERE) {
+    everywhere->insert(this);
+  } else {
+    everywhere->erase(this);
+  }
+}
+
+Vesk::Priorities Compound::declaredPriorities() const {
+  const bool declared = everywhere != nullptr && everywhere->count(this) != 0;
+  return declared ? Vesk::Priorities::EVERYWHERE : Vesk::Priorities::UNDECLARED;
 }
 
 void Compound::initialize() {

@@ -31,7 +31,7 @@
 //      private:
 //       void announce() {
 //         mPorts[0]->setSynced(false);
-//         sync(1, mPorts[0], int(mCount < 3));
+//         sync({{mPorts[0], mCount < 3}});
 //       }
 //
 //       int mCount = 0;
@@ -44,6 +44,8 @@
 // it.
 #ifndef VESK_COMPONENT_HPP
 #define VESK_COMPONENT_HPP
+
+#include <initializer_list>
 
 #include "locality.hpp"
 #include "structure.hpp"
@@ -60,10 +62,26 @@ class Priority;
 class Scheduler;
 
 namespace Vesk {
+
 class ActivationCheck;
 class ActivationPlan;
 class InternalPorts;
 struct LegalConnectors;
+enum class Priorities : signed char;  // see priority.hpp
+
+// A port and whether it is enabled, for Atom::sync.
+struct PortGuard {
+  Port* port;
+  bool enabled;
+};
+
+// The same with the constraint under which it is enabled, for Atom::rt_sync; null for any time.
+struct TimedPortGuard {
+  Port* port;
+  bool enabled;
+  Constraint* constraint = nullptr;
+};
+
 }  // namespace Vesk
 
 // A node of the component tree.
@@ -157,6 +175,15 @@ class Atom : public Component {
   // constraint, which never restricts the port, needs its type: static_cast<Constraint*>(nullptr).
   virtual Port* rt_sync(int n, ...);
 
+  // The same with the entries in a list, whose types are checked:
+  //     sync({{start(), mCups > 0}, {serve(), mBrewing}});
+  //     rt_sync({{start(), mCups > 0, nullptr}, {serve(), mBrewing, mReady}});
+  // Each entry is handed to sync(1, ...) or rt_sync(1, ...), in order, up to the one that returns
+  // an internal port. A class that overrides the form above hides this one, unless it says `using
+  // Atom::sync;`.
+  Port* sync(std::initializer_list<Vesk::PortGuard> entries);
+  Port* rt_sync(std::initializer_list<Vesk::TimedPortGuard> entries);
+
   Array<Port, true>& ports() { return mPorts; }
   Array<Clock, true>& clocks() { return mClocks; }
   Array<Constraint, true>& constraints() { return mConstraints; }
@@ -178,6 +205,9 @@ class Atom : public Component {
   // Intersects a null-terminated list of constraints into its first one. A list of fewer than two
   // is left alone.
   static void computePortConstraint(Constraint** list);
+  // The same without the null at the end: computePortConstraint({result, mFirst, mSecond}). The
+  // list ends before a null in it.
+  static void computePortConstraint(std::initializer_list<Constraint*> list);
   // Sets the constraints of two ports of one atom and gives the high one priority over the low one.
   // A timed port cannot dominate an untimed one: that is reported on standard error and leaves both
   // as they are.
@@ -228,6 +258,10 @@ class Compound : public Component {
   // Puts every connector of the tree into the scheduler's heap, a compound's own connectors first,
   // and makes the scheduler that of every atom.
   void initPrioHeap(Scheduler* scheduler);
+  // Where the priorities of the whole tree act; see priority.hpp. Called on the root, by Create;
+  // the last call counts.
+  void declare(Vesk::Priorities priorities);
+  Vesk::Priorities declaredPriorities() const;
   // Finds what can fire in the current state: returns the head of the list of legal connectors of
   // this compound and all below, linked through Connector::next(), with priorities applied, and
   // leaves the enabled timed internal ports in internals(). With incremental set, connectors whose

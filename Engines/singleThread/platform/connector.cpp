@@ -39,6 +39,12 @@ void checkPortCount(const char* name, int count) {
   std::abort();
 }
 
+void connect(Connector& connector, Port* port) {
+  port->setConnected();
+  connector.ports().add(port);
+  port->setLink(&connector);
+}
+
 const GenericClock* clockOf(const Compound* compound) {
   return compound != nullptr ? compound->clock() : nullptr;
 }
@@ -122,6 +128,13 @@ Connector::Connector(const char* name, const Compound* holder, bool subconn, int
   va_end(ports);
 }
 
+Connector::Connector(const char* name, const Compound* holder, bool subconn,
+                     std::initializer_list<Port*> ports)
+    : Connector(name, holder, subconn) {
+  checkPortCount(mName, static_cast<int>(ports.size()));
+  for (Port* port : ports) connect(*this, port);
+}
+
 Connector::~Connector() {
   delete mInteractions;
   if (mxPort != nullptr) mxPort->dropConstraint();
@@ -131,12 +144,7 @@ Connector::~Connector() {
 
 void Connector::setVarPorts(int n, va_list ports) {
   checkPortCount(mName, mPorts.count() + n);
-  for (int i = 0; i < n; ++i) {
-    Port* port = va_arg(ports, Port*);
-    port->setConnected();
-    mPorts.add(port);
-    port->setLink(this);
-  }
+  for (int i = 0; i < n; ++i) connect(*this, va_arg(ports, Port*));
 }
 
 void Connector::setDominatedPriority(Priority* priority) {

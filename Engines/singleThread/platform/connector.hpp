@@ -7,7 +7,7 @@
 //     class Rendezvous : public Connector {
 //      public:
 //       Rendezvous(const char* name, const Compound* holder, Port* one, Port* other)
-//           : Connector(name, holder, false, 2, one, other) {}
+//           : Connector(name, holder, false, {one, other}) {}
 //       bool isBroadcast() override { return false; }
 //       using Connector::guard;
 //       bool guard() override { return maximal(); }
@@ -17,7 +17,7 @@
 //     class Broadcast : public Connector {
 //      public:
 //       Broadcast(const char* name, const Compound* holder, Port* trigger, Port* a, Port* b)
-//           : Connector(name, holder, false, 3, trigger, a, b) {}
+//           : Connector(name, holder, false, {trigger, a, b}) {}
 //       bool complete() override { return mPorts[0]->complete(); }
 //     };
 //
@@ -29,6 +29,7 @@
 #define VESK_CONNECTOR_HPP
 
 #include <cstdarg>
+#include <initializer_list>
 
 #include "interaction.hpp"
 #include "locality.hpp"
@@ -57,9 +58,12 @@ class Connector {
   static char LABEL[1024];
 
   // Copies the name. A sub-connector takes part in another connector through its exported port and
-  // never fires by itself. The second form takes the n ports as Port*.
+  // never fires by itself. The second form takes the n ports as Port*; the third takes them in a
+  // list, in which ports of derived classes need no cast: Connector(name, holder, false, {a, b}).
   Connector(const char* name, const Compound* holder, bool subconn);
   Connector(const char* name, const Compound* holder, bool subconn, int n, ...);
+  Connector(const char* name, const Compound* holder, bool subconn,
+            std::initializer_list<Port*> ports);
   Connector(const Connector&) = delete;
   Connector& operator=(const Connector&) = delete;
   virtual ~Connector();

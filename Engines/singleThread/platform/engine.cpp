@@ -9,6 +9,7 @@
 #include "component.hpp"
 #include "filter.hpp"
 #include "plain-output.hpp"
+#include "run-observer.hpp"
 #include "selection.hpp"
 #include "virtual-table.hpp"
 
@@ -31,7 +32,7 @@ constexpr char NO_CHOICE[] =
 constexpr char LIMIT[] = "Execution limit size (";
 constexpr char LIMIT_END[] = ") reached!";
 
-// What a run writes unless it is quiet.
+// What a run writes unless it is quiet. Who watches the run gets it in any case.
 class Trace {
  public:
   Trace(std::ostream& out, bool quiet) : mOut(quiet ? nullptr : &out) {}
@@ -39,10 +40,12 @@ class Trace {
   template <class T>
   const Trace& operator<<(const T& item) const {
     if (mOut != nullptr) Vesk::PlainOutput(*mOut) << item;
+    if (Vesk::runObserver != nullptr) Vesk::PlainOutput(Vesk::runObserver->line()) << item;
     return *this;
   }
   void endLine() const {
     if (mOut != nullptr) Vesk::PlainOutput(*mOut) << Vesk::PlainOutput::END_LINE;
+    if (Vesk::runObserver != nullptr) Vesk::runObserver->lineEnds();
   }
 
  private:
@@ -105,15 +108,16 @@ void Executer::run() {
   Vesk::Selection selection(
       {system(), logicalClock(), interactions(), wait(), semantics(), scheduler()},
       drawsByChance());
+  Vesk::tellStarted(system(), &logicalClock());
   for (;;) {
     beginStep(selection);
-    if (!semanticsLeavesSomething(selection)) return;
+    if (!semanticsLeavesSomething(selection)) return Vesk::tellEnd(Vesk::RunEnd::DEADLOCK);
     catchUpWithPlatform(selection);
-    if (!urgencyIsRespected()) return;
-    if (!driftIsBounded()) return;
-    if (!pickExecutable(selection)) return;
+    if (!urgencyIsRespected()) return Vesk::tellEnd(Vesk::RunEnd::URGENCY);
+    if (!driftIsBounded()) return Vesk::tellEnd(Vesk::RunEnd::DRIFT);
+    if (!pickExecutable(selection)) return Vesk::tellEnd(Vesk::RunEnd::NO_CHOICE);
     waitAndFire();
-    if (limitReached(steps)) return;
+    if (limitReached(steps)) return Vesk::tellEnd(Vesk::RunEnd::LIMIT);
   }
 }
 
@@ -152,6 +156,7 @@ void Executer::beginStep(Vesk::Selection& selection) {
   Connector* legals = system().activate(true);
   interactions().initialize(legals, system().internals());
   selection.begin();
+  Vesk::tellStep(legals, system().internals());
   Trace(simout(), quiet()) << STEP << logicalClock().time();
 }
 
@@ -226,8 +231,10 @@ void Executer::waitAndFire() {
   }
   trace << mChoice;
   trace.endLine();
+  Vesk::tellFiring(*mChoice, mTime);
   mChoice->actuate(mTime);
   mChoice->execute(mTime);
+  Vesk::tellStepEnd();
 }
 
 bool Executer::limitReached(unsigned int& steps) {

@@ -69,6 +69,12 @@ Interaction* Interaction::Create(const Connector* connector, int n, ...) {
   return Create(connector, set);
 }
 
+Interaction* Interaction::Create(const Connector* connector, std::initializer_list<int> indices) {
+  BitVector set;
+  for (int index : indices) set.add(index);
+  return Create(connector, set);
+}
+
 Interaction* Interaction::CreateRealTime(const Connector* connector, const BitVector&,
                                          const BitVector& set) {
   Interaction* interaction = Create(connector, set);

@@ -7,7 +7,7 @@
 //
 //     // That ports 0 and 2 of a connector fire together, and no other one.
 //     Interaction* senderAndSecond(Connector* connector) {
-//       return Interaction::Create(connector, 2, 0, 2);  // the number of ports, then the ports
+//       return Interaction::Create(connector, {0, 2});
 //     }
 //
 //     // In a guard: whether port 1 takes part.
@@ -15,6 +15,8 @@
 //     }
 #ifndef VESK_INTERACTION_HPP
 #define VESK_INTERACTION_HPP
+
+#include <initializer_list>
 
 #include "executable.hpp"
 #include "structure.hpp"
@@ -93,6 +95,8 @@ class Interaction : public Executable {
   // connector. The second form takes the n port indices as int.
   static Interaction* Create(const Connector* connector, const BitVector& set);
   static Interaction* Create(const Connector* connector, int n, ...);
+  // The same with the port indices in a list: Create(connector, {0, 2}).
+  static Interaction* Create(const Connector* connector, std::initializer_list<int> indices);
   // The same, with the intersection of the constraints of the set's ports as its constraint. Null
   // when that is empty. The set of enabled ports plays no part.
   static Interaction* CreateRealTime(const Connector* connector, const BitVector& enabled,

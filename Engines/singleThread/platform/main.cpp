@@ -14,6 +14,7 @@
 #include "filter.hpp"
 #include "linux-clock.hpp"
 #include "reports.hpp"
+#include "run-observer.hpp"
 #include "scheduler.hpp"
 
 namespace {
@@ -123,6 +124,7 @@ int runModel(int argc, char** argv) {
   Scheduler scheduler(root, Vesk::STANDARD, false, Vesk::EXECUTE, Vesk::DEPTH_FIRST,
                       Vesk::NO_OPTIMIZATION);
   scheduler.parseCmdFile(argc, argv);
+  if (Vesk::runObserver != nullptr) Vesk::runObserver->configured(root, scheduler);
   if (root == nullptr) {
     std::fprintf(stderr, "vesk: the model has built no system\n");
     return NO_MODEL;
@@ -143,7 +145,7 @@ int reportException(const char* what) {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+int Vesk::runProgram(int argc, char** argv) {
   openStandardDescriptors();
   int status = 0;
   try {
@@ -155,4 +157,8 @@ int main(int argc, char** argv) {
   }
   Vesk::reportLostOutput();
   return status;
+}
+
+int main(int argc, char** argv) {
+  return Vesk::runProgram(argc, argv);
 }

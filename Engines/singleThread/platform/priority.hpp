@@ -2,8 +2,8 @@
 //
 //     // At the end of a compound's constructor: where both are possible, stop goes before start.
 //     void preferStop(Compound* compound, Connector* start, Connector* stop) {
-//       Interaction* low = Interaction::Create(start, 2, 0, 1);  // ports 0 and 1 of the connector
-//       Interaction* high = Interaction::Create(stop, 1, 0);
+//       Interaction* low = Interaction::Create(start, {0, 1});  // ports 0 and 1 of the connector
+//       Interaction* high = Interaction::Create(stop, {0});
 //       compound->priorities().add(new Priority(compound, low, high, Vesk::Time(0)));
 //     }
 #ifndef VESK_PRIORITY_HPP
@@ -15,12 +15,47 @@ class Compound;
 class Executable;
 class Interaction;
 
+namespace Vesk {
+
+// Where the priorities of a system act. The root says it, in Compound::Create:
+//
+//     Compound* Compound::Create(int, char**) {
+//       Compound* root = new Shop("shop");
+//       root->declare(Vesk::Priorities::EVERYWHERE);
+//       return root;
+//     }
+enum class Priorities : signed char {
+  // In timed runs, and as levels with --opt2.
+  UNDECLARED,
+  // In explorations and maximal synchronisation too. There every state is judged by itself, from
+  // the inner compounds to the outer ones:
+  // 1. Connectors are evaluated. An interaction is possible when it is feasible and has no
+  //    constraint, or one that holds at time 0.
+  // 2. Each priority of the compound whose guard() is true dominates what it dominates in a timed
+  //    run: the feasible interactions that contain the low one, when one that contains the high one
+  //    is feasible; without a high one, when another connector of this compound or below is legal.
+  //    A dominated interaction dominates others all the same. The delay plays no part. A priority
+  //    over a sub-connector whose exported port is used in the same compound is skipped, with the
+  //    warning of timed runs.
+  // 3. An exported port is enabled when its connector has an interaction that is not dominated.
+  // Then a connector all of whose possible interactions are dominated is not in the list of legal
+  // connectors, nor is one without a possible interaction. The others keep their order; each is
+  // labelled by, and fires, the first of its possible interactions that is not dominated, and so do
+  // the sub-connectors below it.
+  // A model without priorities behaves as if it had declared nothing. With them, declarations of
+  // locality.hpp are not used.
+  EVERYWHERE
+};
+
+}  // namespace Vesk
+
 // The low interaction gives way to the high one when both are possible; with a null high
 // interaction, to every other legal connector. Every feasible interaction that contains the high
 // one dominates every one that contains the low one.
 //
 // Priorities act in the timed engine, and as static levels in the order of the priority-heap loop.
-// Maximal synchronisation and exploration do not filter by them.
+// Maximal synchronisation and exploration do not filter by them, unless the model asks for it; see
+// Vesk::Priorities.
 class Priority {
  public:
   // Owns neither interaction. The low one must not be null. The delay, in microseconds, is handed

@@ -1,6 +1,9 @@
 // The command line: its options, and what they set up.
 #include <getopt.h>
 
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
@@ -23,12 +26,34 @@ constexpr char DEFAULT_OUTPUT[] = "vesk";
   std::exit(status);
 }
 
-// Text that is no number gives 0; what lies beyond an int becomes the nearest one.
-int toInt(const char* text) {
-  const long number = std::strtol(text, nullptr, 10);
-  if (number > INT_MAX) return INT_MAX;
-  if (number < INT_MIN) return INT_MIN;
-  return static_cast<int>(number);
+constexpr char NO_NUMBER[] = "vesk: --%s: '%.*s' is not a number, taken as %d\n";
+constexpr char TOO_LARGE[] = "vesk: --%s: '%.*s' does not fit into 32 bits, taken as %d\n";
+constexpr char MISSING_NUMBER[] = "vesk: --%s: the number is missing, taken as 0\n";
+
+// The first characters of a text that belong into a line of a message.
+int shownLength(const char* text) {
+  constexpr int MOST = 40;
+  int length = 0;
+  while (length < MOST && !std::iscntrl(static_cast<unsigned char>(text[length]))) ++length;
+  return length;
+}
+
+// Text that is no number gives what it begins with, or 0; what lies beyond an int becomes the
+// nearest one. Both are reported.
+int numberOf(const char* option, const char* text) {
+  char* end = nullptr;
+  errno = 0;
+  const long read = std::strtol(text, &end, 10);
+  const bool fits = errno != ERANGE && INT_MIN <= read && read <= INT_MAX;
+  const int number = static_cast<int>(std::clamp<long>(read, INT_MIN, INT_MAX));
+  if (*text == '\0') {
+    std::fprintf(stderr, MISSING_NUMBER, option);
+  } else if (end == text || *end != '\0') {
+    std::fprintf(stderr, NO_NUMBER, option, shownLength(text), text, number);
+  } else if (!fits) {
+    std::fprintf(stderr, TOO_LARGE, option, shownLength(text), text, number);
+  }
+  return number;
 }
 
 // Deliberate: `-r` takes no argument although its long form, `--seed`, needs one, and is refused
@@ -110,7 +135,7 @@ void Scheduler::parseCmdFile(int argc, char** argv) {
       case 'h':
         showHelp(table);
       case 'l':
-        mMaxSimLimit = toInt(optarg);
+        mMaxSimLimit = numberOf("limit", optarg);
         mSimLimit = true;
         break;
       case 'o':
@@ -118,7 +143,7 @@ void Scheduler::parseCmdFile(int argc, char** argv) {
         break;
       case 'r':
         if (optarg == nullptr) rejectOption(c, table);
-        mRandSeed = toInt(optarg);
+        mRandSeed = numberOf("seed", optarg);
         break;
       case 's':
         openTrace(optarg);

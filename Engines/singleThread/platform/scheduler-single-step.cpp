@@ -11,6 +11,7 @@
 #include "component.hpp"
 #include "connector.hpp"
 #include "input-watch.hpp"
+#include "run-observer.hpp"
 #include "scheduler.hpp"
 
 namespace {
@@ -110,13 +111,18 @@ Connector* undominated(Connector* legal, int number) {
 void Scheduler::runSinglestepExecution() {
   mSystem->initialize(nullptr);
   initDebugFct();
+  Vesk::tellStarted(*mSystem, nullptr);
   for (;;) {
     mLegal = mSystem->activate(true);
+    Vesk::tellStep(mLegal, nullptr);
     mConnectorChoice = userChoose();
     if (mConnectorChoice == nullptr) break;
     if (!mQuiet) std::printf(FIRED, mConnectorChoice->label());
+    Vesk::tellFiring(*mConnectorChoice);
     mConnectorChoice->execute();
+    Vesk::tellStepEnd();
   }
+  Vesk::tellEnd(Vesk::RunEnd::NO_CHOICE);
   std::printf("%s", GOODBYE);
 }
 

@@ -16,6 +16,7 @@
 #include "constraint.hpp"
 #include "plain-output.hpp"
 #include "port.hpp"
+#include "run-observer.hpp"
 #include "scheduler.hpp"
 #include "states.hpp"
 
@@ -214,6 +215,7 @@ void Scheduler::runRandomExecution() {
   const CpuWatch watch;
   mSystem->setup(this);
   mSystem->initialize(mLogicalClock);
+  Vesk::tellStarted(*mSystem, mLogicalClock);
   while (timedStep()) {
   }
   std::printf(CPU_TIME, static_cast<double>(watch.seconds()));
@@ -223,10 +225,12 @@ void Scheduler::runRandomExecution() {
 bool Scheduler::timedStep() {
   mLegal = mSystem->activate(true);
   mInternals = mSystem->internals();
+  Vesk::tellStep(mLegal, mInternals);
   setDeadline(mLogicalClock->time());
   if (!mQuiet) traceTimes(STEP);
   if (deadlock(mLogicalClock->time())) {
     Vesk::PlainOutput(*simout) << DEADLOCK << END_LINE;
+    Vesk::tellEnd(Vesk::RunEnd::DEADLOCK);
     return false;
   }
   catchUpWithPlatform();
@@ -235,7 +239,9 @@ bool Scheduler::timedStep() {
   rt_choose(mLogicalClock->time());
   waitAndFire();
   if (mTrace != 0) traceState();
-  return !stepLimitReached();
+  if (!stepLimitReached()) return true;
+  Vesk::tellEnd(Vesk::RunEnd::LIMIT);
+  return false;
 }
 
 void Scheduler::traceTimes(const char* title) {
@@ -252,6 +258,7 @@ void Scheduler::catchUpWithPlatform() {
 bool Scheduler::deadlineIsMet() {
   if (mDeadline >= mLogicalClock->time()) return true;
   Vesk::PlainOutput(*simout) << MISSED_DEADLINE << mDeadline << ')' << END_LINE;
+  Vesk::tellEnd(Vesk::RunEnd::URGENCY);
   return false;
 }
 
@@ -259,6 +266,7 @@ bool Scheduler::driftIsBounded() {
   mDrift = mLogicalClock->drift(mPlatformClock);
   if (mDrift <= mMaxDrift) return true;
   Vesk::PlainOutput(*simout) << TOO_MUCH_DRIFT << mDrift << ')' << END_LINE;
+  Vesk::tellEnd(Vesk::RunEnd::DRIFT);
   return false;
 }
 
@@ -284,7 +292,11 @@ void Scheduler::waitAndFire() {
   }
   mLogicalClock->wait(mChoiceNext);
   if (!mQuiet) Vesk::PlainOutput(*simout) << EXECUTE << END_LINE;
-  if (choice != nullptr) choice->execute(mLogicalClock->time());
+  if (choice == nullptr) return;
+  const Vesk::Time now = mLogicalClock->time();
+  Vesk::tellFiring(*choice, now);
+  choice->execute(now);
+  Vesk::tellStepEnd();
 }
 
 // Deliberate: the step number is the counter of the limit before this step, so it counts only while

@@ -7,9 +7,11 @@
 #include "clock.hpp"
 #include "component.hpp"
 #include "connector.hpp"
+#include "exploration/untimed-priorities.hpp"
 #include "plain-output.hpp"
 #include "port.hpp"
 #include "reports.hpp"
+#include "run-observer.hpp"
 
 namespace {
 
@@ -30,6 +32,18 @@ int countUndominated(const Connector* list) {
 // A number in 0 .. count-1: rand() times 2^-31 times the count, exactly. Requires: count > 0.
 int randomIndex(int count) {
   return static_cast<int>((static_cast<long long>(std::rand()) * count) >> 31);
+}
+
+void fire(Connector& connector) {
+  Vesk::tellFiring(connector);
+  connector.execute();
+}
+
+// Gives false, which ends a loop.
+bool endAtLimit() {
+  Vesk::tellStepEnd();
+  Vesk::tellEnd(Vesk::RunEnd::LIMIT);
+  return false;
 }
 
 // Queues the connectors that depend on the ports that the connector has just fired.
@@ -146,8 +160,11 @@ void Scheduler::traceFired(Connector& connector) {
 
 void Scheduler::runOptimizedExecution() {
   mSystem->initialize(nullptr);
+  const bool underPriorities = Vesk::prioritiesActEverywhere(*mSystem);
+  Vesk::tellStarted(*mSystem, nullptr);
   do {
-    mLegal = mSystem->activate(true);
+    mLegal = underPriorities ? Vesk::activateUnderPriorities(*mSystem) : mSystem->activate(true);
+    Vesk::tellStep(mLegal, nullptr);
   } while (execMaxSynchronize(mLegal));
 }
 
@@ -157,14 +174,16 @@ void Scheduler::runOptimizedExecution() {
 bool Scheduler::execMaxSynchronize(Connector* connector) {
   if (connector == nullptr || connector->dominated()) {
     Vesk::PlainOutput(*simout) << MAXIMAL_DEADLOCK << END_LINE;
+    Vesk::tellEnd(Vesk::RunEnd::DEADLOCK, MAXIMAL_DEADLOCK);
     return false;
   }
   for (Connector* legal : Vesk::Chain(connector)) {
     if (legal->dominated()) break;
     traceFired(*legal);
-    legal->execute();
-    if (stepLimitReached()) return false;
+    fire(*legal);
+    if (stepLimitReached()) return endAtLimit();
   }
+  Vesk::tellStepEnd();
   return true;
 }
 
@@ -176,16 +195,23 @@ void Scheduler::runOptimizedExec2() {
   mSystem->initialize(nullptr);
   mSystem->setStaticPrioLevel();
   mSystem->initPrioHeap(this);
+  Vesk::tellStarted(*mSystem, nullptr);
   while (Connector* top = mPrioHeap.get()) {
     top->setQueued(false);
     Connector* legal = top->evaluate(nullptr, false, true);
     if (legal == nullptr) continue;
+    Vesk::tellStep(legal, nullptr);
     traceFired(*legal);
-    legal->execute();
-    if (stepLimitReached()) return;
+    fire(*legal);
+    if (stepLimitReached()) {
+      endAtLimit();
+      return;
+    }
+    Vesk::tellStepEnd();
     notifyFiredPorts(*legal);
   }
   std::printf("%s", HEAP_DEADLOCK);
+  Vesk::tellEnd(Vesk::RunEnd::DEADLOCK, HEAP_DEADLOCK);
 }
 
 Connector* Scheduler::choose() const {

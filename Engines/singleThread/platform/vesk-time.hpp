@@ -62,6 +62,17 @@ class Time {
   // becomes the nearest limit, NaN becomes 0.
   constexpr Time(const double& microseconds)
       : mTime(truncated(static_cast<long double>(microseconds))) {}
+  // A number of milliseconds: milliseconds(25) is Time(25000), milliseconds(0.5) is Time(500). A
+  // whole number always gives a finite time. Of a fraction of a microsecond nothing is left, and
+  // what does not fit into 64 bits becomes the nearest limit.
+  template <class Number, IfNumber<Number> = 0>
+  static constexpr Time milliseconds(Number n) {
+    if constexpr (std::is_floating_point_v<Number>) {
+      return Time(truncated(static_cast<long double>(n) * 1000));
+    } else {
+      return thousandfold(number(n).mTime);
+    }
+  }
   // Copies of a time are independent of it. They stay what they are when the clock that gave the
   // time goes on.
   constexpr Time(const Time&) = default;
@@ -207,6 +218,12 @@ class Time {
       const bool fits = n < 1 || static_cast<unsigned long long>(n) <= HIGHEST;
       return Time(static_cast<long long>(fits ? static_cast<unsigned long long>(n) : HIGHEST));
     }
+  }
+  static constexpr Time thousandfold(long long n) {
+    constexpr long long HIGHEST = 0x7FFFFFFFFFFFFFFFLL;
+    if (n > HIGHEST / 1000) return Time(HIGHEST);
+    if (n < -(HIGHEST / 1000)) return Time(-HIGHEST - 1);
+    return Time(n * 1000);
   }
   // The nearest number towards zero that fits into 64 bits. Computed in extended precision, which
   // holds every 64-bit number exactly, so that all machines cut at the same place.

@@ -232,6 +232,36 @@ TEST_F(CommandLineTest, JunkNumbersAreZeroAndLargeOnesAreClamped) {
   }
 }
 
+TEST_F(CommandLineTest, NumbersThatAreNoneAreReportedWithWhatTheyCountAs) {
+  const std::string most(40, '9');
+  const std::vector<std::pair<std::string, std::string>> cases = {
+      {"5", ""},
+      {" -7", ""},
+      {"+7", ""},
+      {"2147483647", ""},
+      {"-2147483648", ""},
+      {"abc", "vesk: --limit: 'abc' is not a number, taken as 0\n"},
+      {"12x", "vesk: --limit: '12x' is not a number, taken as 12\n"},
+      {"--quiet", "vesk: --limit: '--quiet' is not a number, taken as 0\n"},
+      {"", "vesk: --limit: the number is missing, taken as 0\n"},
+      {"2\n3", "vesk: --limit: '2' is not a number, taken as 2\n"},
+      {"2147483648",
+       "vesk: --limit: '2147483648' does not fit into 32 bits, taken as 2147483647\n"},
+      {"-9999999999",
+       "vesk: --limit: '-9999999999' does not fit into 32 bits, taken as -2147483648\n"},
+      {most + "9",
+       "vesk: --limit: '" + most + "' does not fit into 32 bits, taken as 2147483647\n"},
+  };
+  for (const auto& [text, message] : cases) {
+    EXPECT_EQ(errorsOf([number = text] { Parsed({"--limit", number}); }), message) << text;
+  }
+  EXPECT_EQ(errorsOf([] {
+              Parsed({"--seed", "x", "--limit", "y"});
+            }),
+            "vesk: --seed: 'x' is not a number, taken as 0\n"
+            "vesk: --limit: 'y' is not a number, taken as 0\n");
+}
+
 TEST_F(CommandLineTest, RealTimeRunsOnTheLinuxClockAndExplorationOnNone) {
   const Parsed real({"--realtime"});
   EXPECT_NE(dynamic_cast<LinuxClock*>(real.platformClock()), nullptr);

@@ -6,6 +6,7 @@
 
 #include <iostream>
 #include <string>
+#include <vector>
 
 #include "fixture.hpp"
 #include "kit/atoms.hpp"
@@ -69,6 +70,72 @@ TEST_F(SyncTest, DoesNotLookAtTheDominatedFlag) {
   internal->setDominated(true);
   EXPECT_EQ(atom->sync(2, p, 1, internal, 1), internal);
   EXPECT_TRUE(p->synced());
+}
+
+TEST_F(SyncTest, ListAnnouncesAsTheVariableNumberOfArguments) {
+  TestAtom* atom = root.atom("A");
+  Port *p = atom->port("p"), *q = atom->port("q");
+  Port *internal = atom->internal("i"), *after = atom->port("a");
+  Constraint constraint(nullptr, 0, 10, LAZY);
+  p->setConstraint(&constraint);
+  EXPECT_EQ(atom->sync({{p, true}, {q, false}, {internal, true}, {after, true}}), internal);
+  EXPECT_TRUE(p->synced());
+  EXPECT_EQ(p->constraint(), nullptr);
+  EXPECT_FALSE(q->synced());
+  EXPECT_FALSE(internal->synced());
+  EXPECT_FALSE(after->synced());
+  EXPECT_EQ(atom->sync({{q, true}}), nullptr);
+  EXPECT_TRUE(q->synced());
+}
+
+TEST_F(SyncTest, TimedListAnnouncesAsTheVariableNumberOfArguments) {
+  TestAtom* atom = root.atom("A");
+  Port *p = atom->port("p"), *q = atom->port("q"), *r = atom->port("r"), *s = atom->port("s");
+  Port *timed = atom->internal("t"), *internal = atom->internal("i"), *after = atom->port("a");
+  Constraint constraint(nullptr, 0, 10, LAZY);
+  r->setConstraint(&constraint);
+  s->setDominated(true);
+  EXPECT_EQ(atom->rt_sync({{p, true, &constraint},
+                           {q, false, &constraint},
+                           {r, true},
+                           {s, true, nullptr},
+                           {timed, true, &constraint},
+                           {internal, true},
+                           {after, true, nullptr}}),
+            internal);
+  EXPECT_EQ(p->constraint(), &constraint);
+  EXPECT_EQ(r->constraint(), nullptr);
+  for (Port* port : {p, r, timed}) EXPECT_TRUE(port->synced()) << port->name();
+  for (Port* port : {q, s, internal, after}) EXPECT_FALSE(port->synced()) << port->name();
+}
+
+namespace {
+
+// Overrides the forms with a variable number of arguments, which the lists must reach.
+class OverridingAtom : public TestAtom {
+ public:
+  using TestAtom::TestAtom;
+  Port* sync(int n, ...) override {
+    calls.push_back(n);
+    return nullptr;
+  }
+  Port* rt_sync(int n, ...) override {
+    calls.push_back(-n);
+    return nullptr;
+  }
+  std::vector<int> calls;
+};
+
+}  // namespace
+
+TEST_F(SyncTest, ListsGoThroughTheOperationsThatAModelOverrides) {
+  OverridingAtom* made = root.add(new OverridingAtom("A", &root));
+  Atom* atom = made;
+  Port *p = made->port("p"), *q = made->port("q");
+  atom->sync({{p, true}, {q, false}});
+  atom->rt_sync({{p, true}});
+  atom->sync({});
+  EXPECT_EQ(made->calls, (std::vector<int>{1, 1, -1}));
 }
 
 TEST_F(SyncTest, OfNothingReturnsNull) {
@@ -236,6 +303,24 @@ TEST(ComputePortConstraintTest, IntersectsTheFollowingOnesInOrder) {
   Constraint* list[] = {&result, &one, &two, &three, nullptr};
   Atom::computePortConstraint(list);
   EXPECT_EQ(spans(&result), "[15,20] delayable");
+}
+
+TEST(ComputePortConstraintTest, ListInBracesNeedsNoNullAtItsEnd) {
+  Constraint result(nullptr, 100, 200, EAGER), one(nullptr, 0, 20, DELAYABLE),
+      two(nullptr, 10, 30, LAZY), unused(nullptr, 12, 13, LAZY);
+  Atom::computePortConstraint({&result, &one, &two});
+  EXPECT_EQ(spans(&result), "[10,20] delayable");
+  Atom::computePortConstraint({&result, &two, nullptr, &unused});
+  EXPECT_EQ(spans(&result), "[10,30]");
+}
+
+TEST(ComputePortConstraintTest, ListInBracesOfFewerThanTwoIsLeftAlone) {
+  Constraint constraint(nullptr, 0, 10, EAGER), other(nullptr, 2, 3, LAZY);
+  Atom::computePortConstraint({&constraint});
+  Atom::computePortConstraint({nullptr, &other});
+  Atom::computePortConstraint({});
+  EXPECT_EQ(spans(&constraint), "[0,10] eager");
+  EXPECT_EQ(spans(&other), "[2,3]");
 }
 
 TEST(ComputePortConstraintTest, MayEndEmpty) {

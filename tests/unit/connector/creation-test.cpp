@@ -55,6 +55,17 @@ TEST_F(ConnectorTest, NumbersItsPortsInOrderConnectsAndLinksThem) {
   EXPECT_EQ(elements(atom->links()), (std::vector<Connector*>{&connector, &connector, &connector}));
 }
 
+TEST_F(ConnectorTest, ListOfPortsIsTakenAsTheVariableNumberOfThem) {
+  Port *p = atom->port("p"), *q = atom->port("q");
+  Connector connector("k", &compound, true, {q, p, q}), empty("e", &compound, false, {});
+  EXPECT_TRUE(connector.isSubconn());
+  EXPECT_EQ(elements(connector.ports()), (Ports{q, p, q}));
+  EXPECT_TRUE(p->isConnected());
+  EXPECT_TRUE(q->isConnected());
+  EXPECT_EQ(elements(atom->links()), (std::vector<Connector*>{&connector, &connector, &connector}));
+  EXPECT_EQ(empty.ports().count(), 0);
+}
+
 TEST_F(ConnectorTest, TakesMorePortsLater) {
   Port *p = atom->port("p"), *q = atom->port("q");
   TestConnector connector(RENDEZVOUS, "k", &compound, false, p);

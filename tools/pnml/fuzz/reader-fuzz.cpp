@@ -54,7 +54,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (reading.net) {
     checkNet(*reading.net);
   } else {
-    checkMessage(reading.error);
+    if (reading.errors.empty()) std::abort();
+    for (const pnml::Message& error : reading.errors) checkMessage(error);
   }
   for (const pnml::Message& warning : reading.warnings) checkMessage(warning);
   return 0;

@@ -1,6 +1,7 @@
 #include "exploration/promise-check.hpp"
 
 #include <algorithm>
+#include <cstdint>
 
 #include "chain.hpp"
 #include "component.hpp"
@@ -50,12 +51,31 @@ PromiseCheck::PromiseCheck(Compound& system)
 std::optional<BrokenPromise> PromiseCheck::run(std::size_t mostStates) {
   if (promise() == Locality::UNDECLARED) return std::nullopt;
   const KeptFlags kept;
-  add(read());
+  mFirst = read();
+  add(mFirst);
   while (!mWaiting.empty() && mExamined < mostStates) {
     const State state = mWaiting.front();
     mWaiting.pop_front();
     ++mExamined;
     if (!examine(state)) break;
+  }
+  return mBroken;
+}
+
+// The generator of Numerical Recipes, so that the way does not depend on the library.
+std::optional<BrokenPromise> PromiseCheck::walk(std::size_t steps, unsigned int seed) {
+  const KeptFlags kept;
+  std::uint32_t random = seed;
+  State state = mFirst;
+  for (std::size_t step = 0; step < steps && !mBroken; ++step) {
+    ++mExamined;
+    if (!examine(state)) break;
+    random = random * 1664525u + 1013904223u;
+    if (mNext.empty()) {
+      state = mFirst;
+    } else {
+      state = mNext[(std::uint64_t{random} * mNext.size()) >> 32];
+    }
   }
   return mBroken;
 }
@@ -126,6 +146,7 @@ bool PromiseCheck::raisesFlag(const State& state) const {
 // ---- What a state shows ----------------------------------------------------------------------
 
 bool PromiseCheck::examine(const State& state) {
+  mNext.clear();
   if (!checkRestored(state) || !checkReading(state) || !checkEvaluation(state)) return false;
   for (std::size_t part = 0; part < mParts.connectors().size(); ++part) {
     if (connector(part).isSubconn() || mFeasible[part][row(part, state)] == "nothing") continue;
@@ -211,7 +232,9 @@ bool PromiseCheck::checkFiring(const State& state, std::size_t part) {
       return false;
     }
   }
-  if (!raisesFlag(after)) add(after);
+  if (raisesFlag(after)) return true;
+  mNext.push_back(after);
+  add(after);
   return true;
 }
 

@@ -45,6 +45,11 @@ class PromiseCheck {
   Locality promise() const { return mParts.locality(); }
   // Ends at the first broken promise, or when so many states have been looked at.
   std::optional<BrokenPromise> run(std::size_t mostStates);
+  // After run(), when that has left states: goes on at random from the first state, so many steps,
+  // and back to it from where nothing leads further. The same seed goes the same way.
+  std::optional<BrokenPromise> walk(std::size_t steps, unsigned int seed);
+  // run() has left states that were found.
+  bool isUnfinished() const { return !mWaiting.empty(); }
   std::size_t states() const { return mExamined; }
 
  private:
@@ -93,6 +98,8 @@ class PromiseCheck {
   std::vector<std::map<Row, Row>> mAfter;  // per connector: what firing does
   std::set<State> mFound;
   std::deque<State> mWaiting;
+  State mFirst;
+  std::vector<State> mNext;  // where the state leads that was examined last
   Announced mLastAnnounced;  // when the connector that has fired last had done so
   std::size_t mExamined = 0;
   std::optional<BrokenPromise> mBroken;

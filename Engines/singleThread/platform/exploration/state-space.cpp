@@ -11,6 +11,7 @@
 #include "exploration/system-parts.hpp"
 #include "exploration/text-states.hpp"
 #include "exploration/tree-walk.hpp"
+#include "exploration/untimed-priorities.hpp"
 
 // Tests that compare the ways with each other set it to the largest promise that is used.
 #ifndef VESK_MOST_LOCALITY
@@ -59,6 +60,7 @@ Locality localityOf(Compound& system, const SystemParts& parts) {
 }  // namespace
 
 std::unique_ptr<StateSpace> StateSpace::create(const Place& place) {
+  if (prioritiesActEverywhere(place.system)) return std::make_unique<TextStates>(place);
   SystemParts parts(place.system);
   switch (localityOf(place.system, parts)) {
     case Locality::REPEATABLE:

@@ -4,9 +4,13 @@
 
 #include "component.hpp"
 #include "exploration/signals.hpp"
+#include "exploration/untimed-priorities.hpp"
 #include "state-nodes.hpp"
 
 namespace Vesk {
+
+TextStates::TextStates(const Place& place)
+    : mPlace(place), mPriorities(prioritiesActEverywhere(place.system)), mPending(mStates) {}
 
 // ---- States ----------------------------------------------------------------------------------
 
@@ -52,7 +56,8 @@ StateSpace::Text TextStates::text(StateNumber number) {
 // ---- Transitions -----------------------------------------------------------------------------
 
 void TextStates::activate() {
-  mPlace.legal = mPlace.system.activate(false);
+  mPlace.legal =
+      mPriorities ? activateUnderPriorities(mPlace.system) : mPlace.system.activate(false);
 }
 
 bool TextStates::firstLegal(Transition& transition) {
@@ -75,10 +80,19 @@ bool TextStates::fire(const Transition& transition, Label& label) {
   return true;
 }
 
+// What the connectors below one fire depends on their priorities.
+void TextStates::evaluateAfresh(Connector& connector) {
+  if (mPriorities) {
+    activateUnderPriorities(mPlace.system);
+  } else {
+    connector.eval(false);
+  }
+}
+
 bool TextStates::fireFrozen(const PendingState& state, Transition& transition, Label& label) {
   Connector& connector = *transition.connector;
   Interaction* interaction = frozenInteraction(transition);
-  if (usesExportedPort(connector)) connector.eval(false);
+  if (usesExportedPort(connector)) evaluateAfresh(connector);
   if (enumerationCut) return false;
   if (!fireThis(TransNode(mPending.restore(state), &connector, interaction), label)) return false;
   transition.frozen.reset();

@@ -16,7 +16,7 @@ namespace Vesk {
 
 class TextStates : public StateSpace {
  public:
-  explicit TextStates(const Place& place) : mPlace(place), mPending(mStates) {}
+  explicit TextStates(const Place& place);
 
   StateNumber count() const override { return mStates.count(); }
   void read() override;
@@ -40,10 +40,12 @@ class TextStates : public StateSpace {
   void dropFrozen() override { mFrozen.clear(); }
 
  private:
+  void evaluateAfresh(Connector& connector);
   bool fireThis(const TransNode& transition, Label& label);
   void bury(Tree tree);
 
   const Place mPlace;
+  const bool mPriorities;  // these act in this search
   StateTable mStates;
   PendingStates mPending;
   Labels mLabels;
