@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr int FEW_PARTS = 16;              // up to which the walk is as quick
+constexpr int FEW_PARTS = 8;               // up to which the walk is as quick
 constexpr std::size_t MANY_TURNS = 512;    // from which a run looks at one in turn, not at all
 constexpr std::size_t MANY_FIRED = 64;     // since the last run; from which it looks at all
 constexpr unsigned int FEW_RUNS = 4;       // a plan with fewer has not paid
