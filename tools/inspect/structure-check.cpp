@@ -154,12 +154,17 @@ class StructureCheck {
     }
   }
 
+  bool actEverywhere() const {
+    const Compound& root = *mParts.compounds().front().part;
+    return root.declaredPriorities() == Priorities::EVERYWHERE;
+  }
+
   void addNotes() {
     if (!mParts.priorities().empty()) {
       mFindings.note(
-          "priorities act in timed runs, and in --opt2 as the order of connectors; explorations "
-          "and "
-          "--opt1 do not know them");
+          std::string("priorities act in timed runs, and in --opt2 as the order of connectors; ") +
+          (actEverywhere() ? "the root has declared that they act in explorations and --opt1 too"
+                           : "explorations and --opt1 do not know them"));
     }
     for (const auto& placed : mParts.connectors()) {
       if (placed.part->xPort() == nullptr) continue;

@@ -8,6 +8,7 @@
 #include "component.hpp"
 #include "connector.hpp"
 #include "constraint.hpp"
+#include "exploration/untimed-priorities.hpp"
 #include "findings.hpp"
 #include "names.hpp"
 #include "port.hpp"
@@ -204,7 +205,11 @@ namespace {
 class StateCheck {
  public:
   StateCheck(Compound& system, Seen& seen, Findings& findings)
-      : mSystem(system), mParts(system), mSeen(seen), mFindings(findings) {}
+      : mSystem(system),
+        mParts(system),
+        mPriorities(prioritiesActEverywhere(system)),
+        mSeen(seen),
+        mFindings(findings) {}
 
   void run(unsigned int steps, unsigned int seed) {
     StuckWatch::progress("initialize()");
@@ -214,7 +219,7 @@ class StateCheck {
     mRandom = seed;
     for (unsigned int step = 0; step < steps; ++step) {
       StuckWatch::progress("an exploration");
-      Connector* legals = mSystem.activate(false);
+      Connector* legals = mPriorities ? activateUnderPriorities(mSystem) : mSystem.activate(false);
       lookAtStep(mParts, mSeen, mFindings);
       Connector* chosen = choose(legals);
       if (chosen == nullptr) break;
@@ -341,6 +346,7 @@ class StateCheck {
 
   Compound& mSystem;
   const Parts mParts;
+  const bool mPriorities;  // they act in explorations
   Seen& mSeen;
   Findings& mFindings;
   std::vector<Known> mKnown;  // per atom
