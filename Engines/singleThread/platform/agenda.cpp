@@ -11,6 +11,8 @@ using Number = Vesk::Times::Number;
 constexpr unsigned int CLOSED_MARK = 1;  // that of the semantics
 constexpr unsigned int LATER_MARK = 2;   // that of the scheduler
 
+constexpr std::size_t FEW = 64;  // executables beyond one for each slot
+
 Number maximum() {
   return Vesk::Time::MAX.microseconds();
 }
@@ -44,6 +46,20 @@ void Agenda::reset(std::size_t slots) {
   mLeft.reset(slots);
   mLeftIds.clear();
   mTarget = {Kind::NONE, false, 0, 0};
+  reserve(slots + FEW);
+}
+
+// All at once, so that steps need memory only when there are more executables than ever before.
+void Agenda::reserve(std::size_t entries) {
+  mEntries.reserve(entries);
+  for (KeyedHeap<Number>* heap :
+       {&mClosed, &mClosedEager, &mWaiting, &mWaitingLast, &mReadyDue, &mExpiry}) {
+    heap->reserve(entries);
+  }
+  mWaitingDue.reserve(entries);
+  mReadyEager.reserve(entries);
+  mLeftIds.reserve(entries);
+  mGathered.reserve(entries);
 }
 
 // It is closed until open() finds that it is not.
@@ -53,6 +69,7 @@ Agenda::Id Agenda::add(std::size_t slot, Id before, Executable& executable, cons
     mFree = mEntries[id].behind;
   } else {
     id = static_cast<Id>(mEntries.size());
+    if (mEntries.size() == mEntries.capacity()) reserve(2 * mEntries.size());
     mEntries.emplace_back();
   }
   mEntries[id] = {&executable, times, static_cast<Id>(slot), NONE, State::NEVER, false};

@@ -35,6 +35,11 @@ class IdList {
   bool empty() const { return mIds.empty(); }
   const std::vector<Id>& ids() const { return mIds; }
   void clear() { mIds.clear(); }
+  // Makes room, so that numbers below this one need no memory.
+  void reserve(std::size_t count) {
+    mIds.reserve(count);
+    mPlaces.reserve(count);
+  }
   // Requires: it is not in the list.
   void add(Id id) {
     if (id >= mPlaces.size()) mPlaces.resize(id + std::size_t{1});
@@ -123,6 +128,7 @@ class Agenda {
     }
   };
 
+  void reserve(std::size_t entries);
   void move(Id id, State state);
   void enter(Id id, State state);
   void quit(Id id);

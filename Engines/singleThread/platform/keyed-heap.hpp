@@ -28,6 +28,11 @@ class KeyedHeap {
     mCells.clear();
     mPlaces.clear();
   }
+  // Makes room, so that things with numbers below this one need no memory.
+  void reserve(std::size_t count) {
+    mCells.reserve(count);
+    mPlaces.reserve(count);
+  }
   // Requires: it is not in the heap.
   void add(Id id, const Key& key) {
     if (id >= mPlaces.size()) mPlaces.resize(id + std::size_t{1}, NOWHERE);
