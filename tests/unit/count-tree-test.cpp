@@ -7,7 +7,7 @@
 #include "draw.hpp"
 
 TEST(CountTreeTest, EverythingIsFoundInTheOrderOfThePlaces) {
-  for (const std::size_t places : {1, 2, 31, 32, 33, 1000, 1024, 1025, 40000}) {
+  for (const std::size_t places : {1u, 2u, 31u, 32u, 33u, 1000u, 1024u, 1025u, 40000u}) {
     Draw draw(static_cast<unsigned int>(places));
     Vesk::CountTree tree;
     tree.reset(places);

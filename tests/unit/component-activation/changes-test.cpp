@@ -99,7 +99,7 @@ TEST_F(ManyPartsTest, TheListKeepsItsOrder) {
   make(300);
   walks();
   std::vector<std::size_t> fired;
-  for (const std::size_t number : {0, 299, 63, 64, 65, 150, 151}) {
+  for (const std::size_t number : {0u, 299u, 63u, 64u, 65u, 150u, 151u}) {
     fire(number);
     fired.push_back(number);
     walks();
