@@ -149,7 +149,9 @@ bool Compound::isTimedInternal(const Port& port) {
 }
 
 void Compound::takeInternalsOf(Atom& atom) {
-  for (Port* port : atom.ports()) {
+  const Array<Port, true>& ports = atom.ports();
+  for (int i = 0; i < ports.count(); ++i) {
+    Port* const port = ports[i];
     if (!isTimedInternal(*port)) continue;
     port->setNext(mInternals);
     if (mInternals == nullptr) mInternalTail = port;

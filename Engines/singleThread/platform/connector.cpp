@@ -239,7 +239,7 @@ Connector* Connector::nextProvider(int& port) const {
 void Connector::evalAlone() {
   createFeasibleInters();
   mLegal = mFeasibleInter != nullptr;
-  computexPort();
+  if (mxPort != nullptr) computexPort();
   if (mLegal) up();
   mEval = true;
   noteEvaluation();

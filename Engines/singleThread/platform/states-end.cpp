@@ -5,7 +5,7 @@
 
 namespace {
 
-// Null until the library is initialised, which no object has as its table.
+// Null until the library is initialised; no object has that as its table.
 const void* const PLAIN_TEXT = Vesk::tableOf(Atomleaf());
 const void* const PLAIN_LEAF = Vesk::tableOf(Leaf(nullptr));
 

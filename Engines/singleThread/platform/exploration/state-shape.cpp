@@ -26,7 +26,8 @@ class PlainClasses {
   PlainClasses()
       : mAtom(tableOf(Atomleaf())), mLeaf(tableOf(Leaf(nullptr))), mInner(tableOf(Nonleaf(0))) {}
   bool has(const Atomleaf& atom) const { return tableOf(atom) == mAtom; }
-  bool has(const Leaf& leaf) const { return tableOf(leaf) == mLeaf; }
+  bool has(const Leaf& leaf) const { return isLeaf(leaf); }
+  bool isLeaf(const Node& node) const { return tableOf(node) == mLeaf; }
   bool has(const Nonleaf& inner) const { return tableOf(inner) == mInner; }
 
   // Whether the text lies in the object itself, where a whole word can be read.
@@ -142,8 +143,9 @@ class LeafPacker {
     mLengths.resize(former + most);
     char* to = start;
     unsigned char* length = mLengths.data() + former;
-    for (; child < children && isLeaf(parent.getChild(child)); ++child) {
-      const char* own = shortText(*static_cast<const Leaf*>(parent.getChild(child)));
+    const PlainClasses plain = mPlain;  // an own one, which what is written below cannot change
+    for (; child < children; ++child) {
+      const char* own = shortText(parent.getChild(child), plain);
       if (own == nullptr) break;
       const std::uint64_t word = wordAt(own);
       const std::size_t bytes = bytesBeforeZero(word);
@@ -158,9 +160,11 @@ class LeafPacker {
   }
 
   // The text of a leaf when it lies in the object itself, else null.
-  const char* shortText(const Leaf& leaf) const {
-    const char* own = hasNumbers(leaf) ? nullptr : plainText(leaf, mPlain);
-    return own != nullptr && mPlain.isInside(own, *leaf.getAleaf()) ? own : nullptr;
+  static const char* shortText(const Node* node, const PlainClasses& plain) {
+    if (node == nullptr || !plain.isLeaf(*node) || hasNumbers(*node)) return nullptr;
+    const Atomleaf* atom = static_cast<const Leaf*>(node)->getAleaf();
+    if (atom == nullptr || !plain.has(*atom)) return nullptr;
+    return plain.isInside(atom->getVal(), *atom) ? atom->getVal() : nullptr;
   }
 
   StateText& mText;
