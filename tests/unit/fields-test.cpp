@@ -147,6 +147,7 @@ TEST(FieldsTest, OfAPort) {
     Open() : Port("p", static_cast<Atom*>(nullptr)) {}
     void fill() {
       field<char[1024]>(LABEL)[0] = 'l';
+      field<char[1024]>(LABEL)[1] = '\0';
       field<char*>(mName)[0] = 'q';
       field<Atom*>(mAtomHolder) = somewhere<Atom>();
       field<Connector*>(mConnHolder) = somewhere<Connector>();
