@@ -23,21 +23,21 @@ constexpr std::time_t SECONDS_PER_RATE = 3;
 constexpr std::size_t COUNT_WIDTH = 10;
 
 template <std::size_t SIZE>
-char* putText(char* to, const char (&text)[SIZE]) {
-  return std::copy_n(text, SIZE - 1, to);
+char* putWord(char* to, const char (&text)[SIZE]) {
+  return putText(to, text, SIZE - 1);
 }
 
 // One line for every fifty transitions: printf() would take a good part of a fast search.
 std::size_t putProgress(char* line, char spin, const Counters& counters, Count stored) {
   char* end = line;
   *end++ = spin;
-  end = putText(end, " Count : ");
+  end = putWord(end, " Count : ");
   end = putNumber(end, counters.steps, COUNT_WIDTH);
-  end = putText(end, " [pruned : ");
+  end = putWord(end, " [pruned : ");
   end = putNumber(end, counters.pruned, COUNT_WIDTH);
-  end = putText(end, "] [deadlocks : ");
+  end = putWord(end, "] [deadlocks : ");
   end = putNumber(end, counters.deadlocks, COUNT_WIDTH);
-  end = putText(end, "] [stored states: ");
+  end = putWord(end, "] [stored states: ");
   end = putNumber(end, stored, COUNT_WIDTH);
   *end++ = ']';
   return static_cast<std::size_t>(end - line);
