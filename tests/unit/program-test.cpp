@@ -125,9 +125,11 @@ Ends openChannel(Channel channel, const std::filesystem::path& file) {
   return ends;
 }
 
-// What a run writes to its standard output when that is the given channel.
+// What a run writes to its standard output when that is the given channel. A terminal may lose its
+// last bytes when the other end closes right behind them: what tells the end is a mark.
 std::string outputThrough(Channel channel, const std::function<int()>& body,
                           const std::string& input) {
+  constexpr char END_MARK = '\0';
   const Folder folder;
   const Ends ends = openChannel(channel, folder.name("output"));
   EXPECT_NE(ends.read, -1);
@@ -142,19 +144,22 @@ std::string outputThrough(Channel channel, const std::function<int()>& body,
           return body();
         },
         input);
-    _exit(0);
+    _exit(write(ends.write, &END_MARK, 1) == 1 ? 0 : 1);
   }
-  close(ends.write);
   if (channel == Channel::FILE) waitpid(child, nullptr, 0);
   std::string output;
   char buffer[4096];
   ssize_t count = 0;
-  while ((count = read(ends.read, buffer, sizeof buffer)) > 0) {
+  while ((output.empty() || output.back() != END_MARK) &&
+         (count = read(ends.read, buffer, sizeof buffer)) > 0) {
     output.append(buffer, static_cast<std::size_t>(count));
   }
+  const std::size_t end = output.find(END_MARK);
+  EXPECT_EQ(end, output.size() - 1) << output;
+  close(ends.write);
   close(ends.read);
   if (channel != Channel::FILE) waitpid(child, nullptr, 0);
-  return output;
+  return output.substr(0, end);
 }
 
 }  // namespace
