@@ -22,7 +22,7 @@ from collections import namedtuple
 from clang.cindex import CursorKind as K
 from clang.cindex import Index, TypeKind
 
-Mutant = namedtuple("Mutant", "number file line column kind change text")
+Mutant = namedtuple("Mutant", "number file line column kind change text whole")
 
 MEMORY_CALLS = {"free", "reserve", "shrink_to_fit", "madvise"}
 CONSTANT_PLACES = {K.ENUM_CONSTANT_DECL, K.STATIC_ASSERT, K.TEMPLATE_NON_TYPE_PARAMETER,
@@ -150,9 +150,11 @@ class Instrumenter:
     def is_constant(cursor, parents):
         if cursor.kind == K.FIELD_DECL:
             return cursor.is_bitfield()
+        if not any(p.kind in FUNCTIONS for p in parents if p):
+            return True  # most have their values before anything runs
         words = [t.spelling for t in cursor.get_tokens()]
-        if "constexpr" in words[:4] or not any(p.kind in FUNCTIONS for p in parents if p):
-            return "const" in words or "constexpr" in words
+        if "constexpr" in words[:4]:
+            return True
         literals = (K.INTEGER_LITERAL, K.CXX_BOOL_LITERAL_EXPR)
         return "const" in words[:3] and any(bare(c).kind in literals for c in cursor.get_children())
 
@@ -194,7 +196,8 @@ class Instrumenter:
         if (file.path, file.line(start.line)) in self.dropped:
             return None
         text = " ".join(file.text[start.offset:cursor.extent.end.offset].decode().split())
-        mutant = Mutant(len(self.mutants), file.path, start.line, start.column, kind, change, text[:160])
+        mutant = Mutant(len(self.mutants), file.path, start.line, start.column, kind, change, text[:160],
+                        file.line(start.line))
         self.mutants.append(mutant)
         return mutant.number
 
