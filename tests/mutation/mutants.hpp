@@ -1,5 +1,5 @@
-// What instrumented sources call: every mutant is compiled in, and the variable VESK_MUTANT chooses the
-// one that acts. It is included before everything else, by the compiler's command line.
+// What instrumented sources call: every mutant is compiled in, and the variable VESK_MUTANT chooses
+// the one that acts. It is included before everything else, by the compiler's command line.
 
 #ifndef VESK_MUTANTS_HPP
 #define VESK_MUTANTS_HPP
@@ -27,10 +27,9 @@ inline char* reachedFromEnvironment() {
     return nullptr;
   }
   struct stat status;
-  void* bytes = fstat(file, &status) == 0
-                    ? mmap(nullptr, static_cast<size_t>(status.st_size), PROT_READ | PROT_WRITE,
-                           MAP_SHARED, file, 0)
-                    : MAP_FAILED;
+  void* bytes = fstat(file, &status) == 0 ? mmap(nullptr, static_cast<size_t>(status.st_size),
+                                                 PROT_READ | PROT_WRITE, MAP_SHARED, file, 0)
+                                          : MAP_FAILED;
   close(file);
   return bytes == MAP_FAILED ? nullptr : static_cast<char*>(bytes);
 }
@@ -51,12 +50,12 @@ constexpr bool acts(int mutant) {
 }
 
 // The operators that differ when the mutant acts.
-#define VESK_MUTANT_BINARY(name, usual, other)                                             \
-  template <class Left, class Right>                                                       \
-  constexpr auto name(int mutant, const Left& left, const Right& right)                    \
-      ->decltype(left usual right) {                                                       \
-    return acts(mutant) ? static_cast<decltype(left usual right)>(left other right)        \
-                        : (left usual right);                                              \
+#define VESK_MUTANT_BINARY(name, usual, other)                                      \
+  template <class Left, class Right>                                                \
+  constexpr auto name(int mutant, const Left& left, const Right& right)             \
+      ->decltype(left usual right) {                                                \
+    return acts(mutant) ? static_cast<decltype(left usual right)>(left other right) \
+                        : (left usual right);                                       \
   }
 VESK_MUTANT_BINARY(less, <, <=)
 VESK_MUTANT_BINARY(notGreater, <=, <)
@@ -74,15 +73,15 @@ VESK_MUTANT_BINARY(shiftedLeft, <<, >>)
 VESK_MUTANT_BINARY(shiftedRight, >>, <<)
 #undef VESK_MUTANT_BINARY
 
-#define VESK_MUTANT_ASSIGNMENT(name, usual, other)                                         \
-  template <class Left, class Right>                                                       \
-  constexpr Left& name(int mutant, Left& left, const Right& right) {                       \
-    if (acts(mutant)) {                                                                    \
-      left other right;                                                                    \
-    } else {                                                                               \
-      left usual right;                                                                    \
-    }                                                                                      \
-    return left;                                                                           \
+#define VESK_MUTANT_ASSIGNMENT(name, usual, other)                   \
+  template <class Left, class Right>                                 \
+  constexpr Left& name(int mutant, Left& left, const Right& right) { \
+    if (acts(mutant)) {                                              \
+      left other right;                                              \
+    } else {                                                         \
+      left usual right;                                              \
+    }                                                                \
+    return left;                                                     \
   }
 VESK_MUTANT_ASSIGNMENT(increase, +=, -=)
 VESK_MUTANT_ASSIGNMENT(decrease, -=, +=)
