@@ -57,7 +57,11 @@ class ActivationPlan {
   // It fires: code of the model runs.
   void noteFired(std::size_t rank);
   // A priority has changed its interactions.
-  void noteDomination(std::size_t rank);
+  void noteDomination(std::size_t rank) {
+    mUnsettled.add(rank);
+    mPending.add(mParts[mTurns[rank].compound].end);
+    if (mRecords) recordChange(rank);
+  }
   // The connector with this rank ends.
   void forget(std::size_t rank);
   // Something else has linked connectors.
@@ -105,12 +109,14 @@ class ActivationPlan {
   bool looksUntouched(const Connector& connector) const;
   bool looksUntouched(std::size_t rank) const;
   bool looksUntouched(std::size_t rank, bool listed, const Connector* below) const;
+  void recordChange(std::size_t rank);
   void visitConnector(std::size_t rank);
   void list(std::size_t rank, bool legal);
   void finish(const Part& part);
   LegalConnectors legalsOf(const Part& part) const;
   Connector* connectorAt(std::size_t rank) const;
   void fillEnds();
+  void fillEnds(const Part& part);
 
   static unsigned long long sPlans;  // how many have been made
 

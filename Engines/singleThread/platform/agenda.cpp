@@ -24,6 +24,7 @@ namespace Vesk {
 Agenda::Agenda(Policy policy, Number margin)
     : mPolicy(policy),
       mMargin(margin),
+      mSize(0),
       mFree(NONE),
       mWaitingEager(0),
       mTarget{Kind::NONE, false, 0, 0},
@@ -34,6 +35,7 @@ Agenda::Agenda(Policy policy, Number margin)
 
 void Agenda::reset(std::size_t slots) {
   mEntries.clear();
+  mSize = 0;
   mFree = NONE;
   mSlots.assign(slots, NONE);
   for (KeyedHeap<Number>* heap :
@@ -73,6 +75,7 @@ Agenda::Id Agenda::add(std::size_t slot, Id before, Executable& executable, cons
     mEntries.emplace_back();
   }
   mEntries[id] = {&executable, times, static_cast<Id>(slot), NONE, State::NEVER, false};
+  ++mSize;
   (before == NONE ? mSlots[slot] : mEntries[before].behind) = id;
   if (times.until < maximum()) mExpiry.add(id, times.until);
   enter(id, times.low < maximum() ? State::CLOSED : State::NEVER);
@@ -86,6 +89,7 @@ void Agenda::clear(std::size_t slot) {
     const Id behind = mEntries[id].behind;
     quit(id);
     mExpiry.remove(id);
+    --mSize;
     mEntries[id].behind = mFree;
     mFree = id;
     id = behind;

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "agenda.hpp"
+#include "short-agenda.hpp"
 #include "vesk-time.hpp"
 
 class Compound;
@@ -42,7 +43,8 @@ class PortTimes {
 // engine, and while every executable can be foretold: as long as its atom does not move, its times
 // follow from its constraint and a running clock. Those of ports over clocks that stand still or
 // have a class of the model are not foretold, nor those of executables whose class has a deadline()
-// or next() of its own. Such a step is walked, and so are some after it.
+// or next() of its own. Such a step is walked, and so are some after it. A step that has only a few
+// executables goes by a short agenda of its own, in small systems too.
 class Selection {
  public:
   // What the run has. Without chance the policy walks by itself.
@@ -72,7 +74,16 @@ class Selection {
   Executable* pick();
 
  private:
+  // How a step filters.
+  enum class Way { WALK, AGENDA, SHORT };
+
   bool makeAgenda();
+  Way chooseWay();
+  bool takeUpFew();
+  bool addFew(Executable& executable, Times::Number shift, const Time& now);
+  bool openFewAt(const Time& t);
+  void leaveWhenFew();
+  std::size_t count() const;
   bool takeUp();
   bool takeUpAll(ActivationPlan& plan, const Time& now);
   bool takeUpChanges(ActivationPlan& plan, const Time& now);
@@ -90,6 +101,9 @@ class Selection {
   const Run mRun;
   const bool mByChance;
   bool mForetells;                  // it knows the policy and the filters
+  Agenda::Policy mPolicy;           // if so
+  Times::Number mMargin;
+  ShortAgenda mFew;
   std::unique_ptr<Agenda> mAgenda;  // null until it is needed
   const ActivationPlan* mPlan;      // of this step
   unsigned long long mPlanNumber;   // whose connectors the agenda has; 0: none
@@ -97,7 +111,8 @@ class Selection {
   std::size_t mPorts;
   Time mOpened;  // the last semantics of the agenda, and what it has returned
   Time mLatest;
-  bool mQuick;                 // this step goes by the agenda
+  Way mWay;
+  std::size_t mFewSteps;       // since the agenda had more than a few executables
   unsigned int mWalks;         // steps before the next attempt
   unsigned int mPatience;      // as many there were before the last one
   unsigned int mSteps;         // since then
