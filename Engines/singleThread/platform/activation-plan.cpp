@@ -13,7 +13,6 @@ namespace {
 
 constexpr int FEW_PARTS = 8;               // up to which the walk is as quick
 constexpr std::size_t MANY_TURNS = 512;    // from which a run looks at one in turn, not at all
-constexpr std::size_t MANY_FIRED = 64;     // since the last run; from which it looks at all
 constexpr unsigned int FEW_RUNS = 4;       // a plan with fewer has not paid
 constexpr unsigned int MOST_WALKS = 1023;  // between two attempts to make a plan
 constexpr unsigned int FOR_EVER = ~0u;
@@ -142,6 +141,8 @@ ActivationPlan::ActivationPlan(Compound& root)
   mPending.reset(mTurns.size());
   mUnsettled.reset(mTurns.size());
   mListed.reset(mTurns.size());
+  const std::size_t count = mTurns.size() + mInternals.ranks();
+  if (Lookahead::pays(count)) mLookahead = std::make_unique<Lookahead>(count);
   for (std::size_t rank = 0; rank < mTurns.size(); ++rank) mPending.add(rank);
 }
 
@@ -282,10 +283,6 @@ void ActivationPlan::noteStale(std::size_t rank) {
   if (mPending.has(rank)) return;
   mPending.add(rank);
   mWrittenByHand = true;
-}
-
-void ActivationPlan::noteFired(std::size_t rank) {
-  if (mFired.size() < MANY_FIRED) mFired.push_back(rank);
 }
 
 void ActivationPlan::recordChange(std::size_t rank) {

@@ -3,9 +3,11 @@
 #define VESK_ACTIVATION_PLAN_HPP
 
 #include <cstddef>
+#include <memory>
 #include <vector>
 
 #include "internal-ports.hpp"
+#include "lookahead.hpp"
 #include "rank-set.hpp"
 
 class Compound;
@@ -55,7 +57,10 @@ class ActivationPlan {
   // It was to be reset, but is not evaluated any more.
   void noteStale(std::size_t rank);
   // It fires: code of the model runs.
-  void noteFired(std::size_t rank);
+  void noteFired(std::size_t rank) {
+    if (mFired.size() < MANY_FIRED) mFired.push_back(rank);
+    if (mLookahead != nullptr) mLookahead->fires(rank, *mTurns[rank].connector);
+  }
   // A priority has changed its interactions.
   void noteDomination(std::size_t rank) {
     mUnsettled.add(rank);
@@ -75,6 +80,8 @@ class ActivationPlan {
     return mListed.has(rank) ? mTurns[rank].connector : nullptr;
   }
   const InternalPorts& internals() const { return mInternals; }
+  // Of the connectors by their ranks, then of the internal ports by theirs; null in a small system.
+  Lookahead* lookahead() const { return mLookahead.get(); }
   // Begins to record the ranks of the connectors that may have changed; empties the record.
   void record();
   // What has been recorded, some perhaps more than once; all may have changed when it is not whole.
@@ -83,6 +90,8 @@ class ActivationPlan {
 
  private:
   struct Registry;
+
+  static constexpr std::size_t MANY_FIRED = 64;  // since the last run; from which it looks at all
 
   // The turn of a connector, or without one that of the end of a compound.
   struct Turn {
@@ -127,6 +136,7 @@ class ActivationPlan {
   std::vector<std::size_t> mPriorityEnds;  // of the compounds that have priorities
   std::vector<std::size_t> mFired;         // connectors to be looked at; when full, all are
   std::vector<std::size_t> mChanged;       // see record()
+  std::unique_ptr<Lookahead> mLookahead;
   RankSet mPending;                        // still to be visited
   RankSet mUnsettled;                      // connectors whose interactions have changed
   RankSet mListed;

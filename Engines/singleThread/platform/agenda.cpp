@@ -203,6 +203,17 @@ void Agenda::closeAfter(Number latest) {
   }
 }
 
+Agenda::Id Agenda::upcoming() const {
+  const bool eager = mClosed.empty() ||
+                     (!mClosedEager.empty() && mClosedEager.topKey() < mClosed.topKey());
+  const KeyedHeap<Number>& closed = eager ? mClosedEager : mClosed;
+  if (closed.empty()) return NONE;
+  const Entry& entry = mEntries[closed.top()];
+  __builtin_prefetch(&mSlots[entry.slot]);
+  mLeft.bring(entry.slot);
+  return entry.slot;
+}
+
 bool Agenda::empty() const {
   return mWaiting.empty() && mReadyDue.empty() && mReadyEager.empty();
 }
@@ -288,8 +299,8 @@ void Agenda::gatherMeant() {
   }
 }
 
-Executable* Agenda::at(std::size_t index) const {
-  const std::size_t slot = mLeft.find(index);
+Executable* Agenda::at(std::size_t index, std::size_t& slot) const {
+  slot = mLeft.find(index);
   Id id = mSlots[slot];
   while (!mEntries[id].left || index-- > 0) id = mEntries[id].behind;
   const Entry& entry = mEntries[id];

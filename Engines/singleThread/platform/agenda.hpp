@@ -94,12 +94,15 @@ class Agenda {
   void choose();
   // Whether the semantics leaves nothing.
   bool empty() const;
+  // The slot of what will be enabled next, which it will look at then; NONE when that is not known.
+  Id upcoming() const;
   // How many executables it has.
   std::size_t size() const { return mSize; }
   // How many the scheduler has left, and number n of them in the order of the walk: null when it
   // answers something else than was said when it was added.
   std::size_t count() const { return mLeft.total(); }
-  Executable* at(std::size_t index) const;
+  // Gives its slot as well.
+  Executable* at(std::size_t index, std::size_t& slot) const;
 
  private:
   enum class State : std::uint8_t { NEVER, CLOSED, WAITING, READY };

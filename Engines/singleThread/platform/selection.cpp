@@ -229,11 +229,28 @@ Executable* Selection::pick() {
   const auto index = static_cast<std::size_t>(count * fraction);
   if (mWay == Way::SHORT) return mFew.at(index);
   if (mWay == Way::AGENDA) {
-    if (Executable* const picked = mAgenda->at(index)) return picked;
+    std::size_t slot = 0;
+    if (Executable* const picked = mAgenda->at(index, slot)) {
+      lookAhead(slot, *picked);
+      return picked;
+    }
     walkAgain();
   }
   const int walked = mRun.executables.count();
   return walked > 0 ? *(mRun.executables.begin() + static_cast<int>(walked * fraction)) : nullptr;
+}
+
+// What fires, and what will fire after it.
+void Selection::lookAhead(std::size_t slot, Executable& picked) {
+  Lookahead* const lookahead = mPlan->lookahead();
+  if (lookahead == nullptr) return;
+  const auto numberOf = [this](std::size_t place) {
+    return place < mConnectors ? mConnectors - 1 - place : place;
+  };
+  lookahead->bring(numberOf(slot));
+  if (slot >= mConnectors) lookahead->fires(slot, static_cast<Port&>(picked));
+  const Agenda::Id next = mAgenda->upcoming();
+  if (next != Agenda::NONE) lookahead->bring(numberOf(next));
 }
 
 // ---- A few executables -------------------------------------------------------------------------

@@ -84,6 +84,7 @@ class Selection {
   bool openFewAt(const Time& t);
   void leaveWhenFew();
   std::size_t count() const;
+  void lookAhead(std::size_t slot, Executable& picked);
   bool takeUp();
   bool takeUpAll(ActivationPlan& plan, const Time& now);
   bool takeUpChanges(ActivationPlan& plan, const Time& now);
