@@ -221,7 +221,8 @@ bool ActivationPlan::hasAllParts() const {
 
 // Whether a connector is as the last run has left it: in the list or not, with the given one behind
 // it. One that is visited anyway may be in any state.
-inline bool ActivationPlan::looksUntouched(std::size_t rank, bool listed, const Connector* below) const {
+inline bool ActivationPlan::looksUntouched(std::size_t rank, bool listed,
+                                           const Connector* below) const {
   const Connector* const connector = mTurns[rank].connector;
   if (connector == nullptr) return true;
   const bool same =
@@ -237,6 +238,7 @@ bool ActivationPlan::looksUntouched() {
   }
   mFired.push_back(mLookedAt++);
   if (mLookedAt == mTurns.size()) mLookedAt = 0;
+  if (mLookahead != nullptr) Lookahead::comesNear(mTurns[mLookedAt].connector);
   for (const std::size_t rank : mFired) {
     if (!looksUntouched(rank)) return false;
   }

@@ -137,8 +137,8 @@ class ActivationPlan {
   std::vector<std::size_t> mFired;         // connectors to be looked at; when full, all are
   std::vector<std::size_t> mChanged;       // see record()
   std::unique_ptr<Lookahead> mLookahead;
-  RankSet mPending;                        // still to be visited
-  RankSet mUnsettled;                      // connectors whose interactions have changed
+  RankSet mPending;    // still to be visited
+  RankSet mUnsettled;  // connectors whose interactions have changed
   RankSet mListed;
   Connector* mHead;
   std::size_t mLookedAt;

@@ -203,15 +203,19 @@ void Agenda::closeAfter(Number latest) {
   }
 }
 
+// Brings what it keeps about the one after that near, so that it can be told next time.
 Agenda::Id Agenda::upcoming() const {
-  const bool eager = mClosed.empty() ||
-                     (!mClosedEager.empty() && mClosedEager.topKey() < mClosed.topKey());
+  const bool eager =
+      mClosed.empty() || (!mClosedEager.empty() && mClosedEager.topKey() < mClosed.topKey());
   const KeyedHeap<Number>& closed = eager ? mClosedEager : mClosed;
-  if (closed.empty()) return NONE;
-  const Entry& entry = mEntries[closed.top()];
-  __builtin_prefetch(&mSlots[entry.slot]);
-  mLeft.bring(entry.slot);
-  return entry.slot;
+  if (closed.size() < 2) return NONE;
+  const Id second = closed.second();
+  __builtin_prefetch(&mEntries[second]);
+  closed.comesNear(second);
+  const std::size_t slot = mEntries[closed.top()].slot;
+  __builtin_prefetch(&mSlots[slot]);
+  mLeft.comesNear(slot);
+  return static_cast<Id>(slot);
 }
 
 bool Agenda::empty() const {

@@ -94,7 +94,7 @@ class Agenda {
   void choose();
   // Whether the semantics leaves nothing.
   bool empty() const;
-  // The slot of what will be enabled next, which it will look at then; NONE when that is not known.
+  // The slot of what will be enabled next; NONE when that is not known.
   Id upcoming() const;
   // How many executables it has.
   std::size_t size() const { return mSize; }

@@ -14,10 +14,10 @@
 
 namespace {
 
-constexpr std::uint32_t STILL_NEAR = 8;   // firings since it was brought
-constexpr std::size_t LINE = 64;          // bytes
-constexpr std::size_t FIELDS = 64;        // of a class of the model, behind those of the engine
-constexpr std::size_t FEW_PORTS = 8;      // of one connector or atom, and of its links
+constexpr std::uint32_t STILL_NEAR = 8;    // firings since it was brought
+constexpr std::size_t LINE = 64;           // bytes
+constexpr std::size_t FIELDS = 64;         // of a class of the model, behind those of the engine
+constexpr std::size_t FEW_PORTS = 8;       // of one connector or atom, and of its links
 constexpr std::size_t LABEL_BYTES = 1024;  // in a port, which steps do not need
 
 std::uintptr_t addressOf(const void* object) {
@@ -41,18 +41,14 @@ int few(int count) {
 
 namespace Vesk {
 
-void Lookahead::Free::operator()(Entry* entries) const {
-  std::free(entries);
-}
-
 // Memory that is not touched costs nothing, so all of it is asked for at once and steps need none.
 Lookahead::Lookahead(std::size_t limit)
-    : mLimit(limit),
-      mNow(0),
-      mBase((addressOf(this) / LINE) & ~std::uintptr_t{0xFFFFFFFF}),
-      mEntries(static_cast<Entry*>(std::calloc(limit, sizeof(Entry)))) {
-  if (mEntries == nullptr) throw std::bad_alloc();
-  mLines.reserve(limit * LINES + MOST_LINES);
+    : mLimit(limit), mNow(STILL_NEAR), mBlock(std::calloc(limit + 1, sizeof(Entry))) {
+  if (mBlock == nullptr) throw std::bad_alloc();
+  void* place = mBlock.get();
+  std::size_t room = (limit + 1) * sizeof(Entry);
+  mEntries = static_cast<Entry*>(std::align(alignof(Entry), limit * sizeof(Entry), place, room));
+  mBases = {addressOf(this) / LINE - REGION / 2, addressOf(mEntries) / LINE - REGION / 2};
 }
 
 // ---- Use ---------------------------------------------------------------------------------------
@@ -64,20 +60,34 @@ void Lookahead::bring(std::size_t number) {
   Entry& entry = mEntries[number];
   if (entry.who == nullptr || mNow - entry.brought < STILL_NEAR) return;
   entry.brought = mNow;
-  const std::uint32_t* line = mLines.data() + entry.first;
-  for (const std::uint32_t* const end = line + entry.count; line != end; ++line) {
-    __builtin_prefetch(reinterpret_cast<const void*>((mBase + *line) * LINE));
+  for (std::uint32_t i = 0; i < entry.count; ++i) {
+    const std::uint32_t line = entry.lines[i];
+    const std::uintptr_t found = mBases[line / REGION] + line % REGION;
+    __builtin_prefetch(reinterpret_cast<const void*>(found * LINE));
   }
+}
+
+void Lookahead::comesNear(const Connector* connector) {
+  asm volatile("");
+  const char* const fields = reinterpret_cast<const char*>(connector);
+  __builtin_prefetch(fields + LINE / 2);
+  __builtin_prefetch(fields + 3 * LINE / 2);
+}
+
+void Lookahead::comesNear(std::size_t number) const {
+  asm volatile("");
+  const char* const entry = reinterpret_cast<const char*>(mEntries + number);
+  for (std::size_t i = 0; i < sizeof(Entry); i += LINE) __builtin_prefetch(entry + i);
 }
 
 // Where there are few neighbours, those behind them are brought: that leaves more time.
 void Lookahead::fires(std::size_t number, Connector& connector) {
   if (number >= mLimit) return;
   ++mNow;
-  const Entry& entry = mEntries[number];
+  Entry& entry = mEntries[number];
   if (entry.who != &connector) {
-    if (hasRoom()) learn(number, connector);
-    return;
+    learn(entry, connector);
+    meet(number, connector);
   }
   const bool few = entry.neighbours.back() == NOBODY;
   for (const std::uint32_t neighbour : entry.neighbours) {
@@ -93,39 +103,29 @@ void Lookahead::bringNeighbours(std::size_t number) {
   }
 }
 
-void Lookahead::fires(std::size_t number, const Port& port) {
+bool Lookahead::fires(std::size_t number, const Port& port) {
   ++mNow;
-  if (number >= mLimit || mEntries[number].who == &port || !hasRoom()) return;
-  begin(number, &port);
-  notePort(port);
-  end(number);
+  return number >= mLimit || mEntries[number].who == &port;
 }
 
 // ---- Learning ----------------------------------------------------------------------------------
 
-void Lookahead::begin(std::size_t number, const void* who) {
-  mEntries[number] = {who, static_cast<std::uint32_t>(mLines.size()), 0, mNow, {}};
-}
-
-// Each line once.
-void Lookahead::end(std::size_t number) {
+void Lookahead::learn(std::size_t number, const Port& port,
+                      std::initializer_list<const void*> kept) {
   Entry& entry = mEntries[number];
-  const auto first = mLines.begin() + static_cast<std::ptrdiff_t>(entry.first);
-  std::sort(first, mLines.end());
-  mLines.erase(std::unique(first, mLines.end()), mLines.end());
-  entry.count = static_cast<std::uint32_t>(mLines.size()) - entry.first;
+  entry = {&port, mNow, 0, {}, {}};
+  notePort(entry, port);
+  for (const void* object : kept) note(entry, object, 1);
 }
 
-void Lookahead::learn(std::size_t number, Connector& connector) {
-  begin(number, &connector);
-  note(&connector, sizeof connector);
-  note(blockOf(connector.ports()), sizeof(Port*));
-  if (connector.links().count() > 0) note(blockOf(connector.links()), sizeof(Connector*));
-  note(&connector.interactions(), LINE / 2);
-  if (connector.feasibleInter() != nullptr) noteInteraction(*connector.feasibleInter());
-  for (int i = 0; i < few(connector.ports().count()); ++i) notePort(*connector.ports()[i]);
-  end(number);
-  meet(number, connector);
+void Lookahead::learn(Entry& entry, Connector& connector) {
+  entry = {&connector, mNow, 0, {}, {}};
+  note(entry, &connector, sizeof connector);
+  note(entry, blockOf(connector.ports()), 1);
+  if (connector.links().count() > 0) note(entry, blockOf(connector.links()), 1);
+  note(entry, &connector.interactions(), LINE / 2);
+  if (connector.feasibleInter() != nullptr) noteInteraction(entry, *connector.feasibleInter());
+  for (int i = 0; i < few(connector.ports().count()); ++i) notePort(entry, *connector.ports()[i]);
 }
 
 // Makes it a neighbour of those that have been learned already.
@@ -152,38 +152,44 @@ void Lookahead::addNeighbour(std::size_t number, std::size_t neighbour) {
   }
 }
 
-void Lookahead::noteInteraction(const Interaction& interaction) {
-  note(&interaction, sizeof interaction);
-  noteConstraint(interaction.constraint());
+void Lookahead::noteInteraction(Entry& entry, const Interaction& interaction) {
+  note(entry, &interaction, sizeof interaction);
+  noteConstraint(entry, interaction.constraint());
 }
 
 // All of a port but its label, and its atom.
-void Lookahead::notePort(const Port& port) {
-  note(&port, LINE / 2);
-  note(reinterpret_cast<const char*>(&port) + LABEL_BYTES + LINE / 2, sizeof port - LABEL_BYTES);
-  noteConstraint(port.constraint());
-  if (port.atomHolder() != nullptr) noteAtom(*port.atomHolder());
+void Lookahead::notePort(Entry& entry, const Port& port) {
+  note(entry, &port, LINE / 2);
+  note(entry, reinterpret_cast<const char*>(&port) + LABEL_BYTES + LINE / 2,
+       sizeof port - LABEL_BYTES - LINE / 2);
+  noteConstraint(entry, port.constraint());
+  if (port.atomHolder() != nullptr) noteAtom(entry, *port.atomHolder());
 }
 
-void Lookahead::noteAtom(Atom& atom) {
-  note(&atom, sizeof atom + FIELDS);
-  note(blockOf(atom.links()), sizeof(Connector*));
-  note(blockOf(atom.ports()), sizeof(Port*));
+void Lookahead::noteAtom(Entry& entry, Atom& atom) {
+  note(entry, &atom, sizeof atom + FIELDS);
+  note(entry, blockOf(atom.links()), 1);
+  note(entry, blockOf(atom.ports()), 1);
 }
 
-void Lookahead::noteConstraint(Constraint* constraint) {
+void Lookahead::noteConstraint(Entry& entry, Constraint* constraint) {
   if (constraint == nullptr) return;
-  note(constraint, sizeof *constraint);
-  if (!constraint->empty()) note(&(*constraint)[0], sizeof(Interval));
-  if (constraint->clock() != nullptr) note(constraint->clock(), sizeof(Clock));
+  note(entry, constraint, sizeof *constraint);
+  if (!constraint->empty()) note(entry, &(*constraint)[0], sizeof(Interval));
+  if (constraint->clock() != nullptr) note(entry, constraint->clock(), sizeof(Clock));
 }
 
-void Lookahead::note(const void* object, std::size_t bytes) {
+// Each line once.
+void Lookahead::note(Entry& entry, const void* object, std::size_t bytes) {
   if (object == nullptr) return;
   const std::uintptr_t last = (addressOf(object) + bytes - 1) / LINE;
   for (std::uintptr_t line = addressOf(object) / LINE; line <= last; ++line) {
-    const bool known = mLines.size() < mLines.capacity() && line - mBase <= 0xFFFFFFFF;
-    if (known) mLines.push_back(static_cast<std::uint32_t>(line - mBase));
+    const std::uintptr_t region = line - mBases[0] < REGION ? 0 : 1;
+    const std::uintptr_t place = line - mBases[region];
+    if (entry.count == LINES || place >= REGION) return;
+    const auto number = static_cast<std::uint32_t>(region * REGION + place);
+    const auto end = entry.lines.begin() + entry.count;
+    if (std::find(entry.lines.begin(), end, number) == end) entry.lines[entry.count++] = number;
   }
 }
 

@@ -24,6 +24,8 @@ namespace {
 constexpr unsigned int FEW_STEPS = 8;      // an agenda that has served fewer has not paid
 constexpr unsigned int MOST_WALKS = 1023;  // between two attempts
 
+constexpr std::size_t FEW_REFRESHED = 8;  // slots that are remembered
+
 Number maximum() {
   return Time::MAX.microseconds();
 }
@@ -151,6 +153,7 @@ Selection::Selection(const Run& run, bool byChance)
       mPlanNumber(0),
       mConnectors(0),
       mPorts(0),
+      mUpcoming(Agenda::NONE),
       mWay(Way::WALK),
       mFewSteps(0),
       mWalks(0),
@@ -240,17 +243,33 @@ Executable* Selection::pick() {
   return walked > 0 ? *(mRun.executables.begin() + static_cast<int>(walked * fraction)) : nullptr;
 }
 
+std::size_t Selection::numberOf(std::size_t slot) const {
+  return slot < mConnectors ? mConnectors - 1 - slot : slot;
+}
+
+// Before the draw: what will be enabled next.
+void Selection::lookAhead() {
+  mUpcoming = mPlan->lookahead() != nullptr ? mAgenda->upcoming() : Agenda::NONE;
+  if (mUpcoming != Agenda::NONE) mPlan->lookahead()->comesNear(numberOf(mUpcoming));
+}
+
 // What fires, and what will fire after it.
 void Selection::lookAhead(std::size_t slot, Executable& picked) {
   Lookahead* const lookahead = mPlan->lookahead();
   if (lookahead == nullptr) return;
-  const auto numberOf = [this](std::size_t place) {
-    return place < mConnectors ? mConnectors - 1 - place : place;
-  };
   lookahead->bring(numberOf(slot));
-  if (slot >= mConnectors) lookahead->fires(slot, static_cast<Port&>(picked));
-  const Agenda::Id next = mAgenda->upcoming();
-  if (next != Agenda::NONE) lookahead->bring(numberOf(next));
+  const bool isPort = slot >= mConnectors;
+  if (isPort && !lookahead->fires(slot, static_cast<Port&>(picked))) {
+    learn(*lookahead, slot, static_cast<Port&>(picked));
+  }
+  if (mUpcoming != Agenda::NONE) lookahead->bring(numberOf(mUpcoming));
+}
+
+void Selection::learn(Lookahead& lookahead, std::size_t slot, const Port& port) {
+  const auto kept = mPlan->internals().kept(mConnectors + mPorts - 1 - slot);
+  const GenericClock* const clock = port.constraint()->clock();
+  const void* const users = clock != nullptr ? mUsers.find(clock) : nullptr;
+  lookahead.learn(slot, port, {kept[0], kept[1], kept[2], users, &mClockOf[slot - mConnectors]});
 }
 
 // ---- A few executables -------------------------------------------------------------------------
@@ -288,8 +307,8 @@ bool Selection::openFewAt(const Time& t) {
   if (t > mRun.wait.high() || !isOrdinary(t.microseconds()) || mFew.isOver(t.microseconds())) {
     return false;
   }
-  mRun.wait.setHigh(Time(static_cast<long long>(
-      mFew.open(t.microseconds(), mRun.wait.high().microseconds()))));
+  mRun.wait.setHigh(
+      Time(static_cast<long long>(mFew.open(t.microseconds(), mRun.wait.high().microseconds()))));
   return true;
 }
 
@@ -333,6 +352,7 @@ bool Selection::takeUpAll(ActivationPlan& plan, const Time& now) {
   mSteps = 0;
   mFewSteps = 0;
   mUsers.clear();
+  mMoreUsers.clear();
   mClockOf.assign(mPorts, nullptr);
   mAgenda->reset(mConnectors + mPorts);
   mOpened = now;
@@ -343,23 +363,35 @@ bool Selection::takeUpAll(ActivationPlan& plan, const Time& now) {
 }
 
 bool Selection::takeUpChanges(ActivationPlan& plan, const Time& now) {
+  mRefreshed.clear();
   for (const std::size_t rank : plan.changed()) {
-    if (!refresh(slotOfConnector(rank), now)) return false;
+    if (!refreshOnce(slotOfConnector(rank), now)) return false;
   }
   for (const std::size_t rank : plan.internals().changed()) {
-    if (!refresh(slotOfPort(rank), now)) return false;
+    if (!refreshOnce(slotOfPort(rank), now)) return false;
   }
   return takeUpClocks(now);
 }
 
 bool Selection::takeUpClocks(const Time& now) {
   for (const GenericClock* clock : ClockChanges::record()) {
-    const auto users = mUsers.equal_range(clock);
-    for (auto user = users.first; user != users.second; ++user) {
-      if (!refresh(user->second, now)) return false;
+    const User* const first = mUsers.find(clock);
+    if (first == nullptr) continue;
+    User user = *first;  // a copy: the tables may grow
+    for (;;) {
+      if (!refreshOnce(user.slot, now)) return false;
+      if (user.next == NOBODY) break;
+      user = mMoreUsers[user.next];
     }
   }
   return true;
+}
+
+// Nothing changes within a step, so twice would be in vain.
+bool Selection::refreshOnce(std::size_t slot, const Time& now) {
+  if (std::find(mRefreshed.begin(), mRefreshed.end(), slot) != mRefreshed.end()) return true;
+  if (mRefreshed.size() < FEW_REFRESHED) mRefreshed.push_back(slot);
+  return refresh(slot, now);
 }
 
 bool Selection::refresh(std::size_t slot, const Time& now) {
@@ -400,11 +432,15 @@ void Selection::watchClock(std::size_t slot, const Port& port) {
   const GenericClock*& known = mClockOf[slot - mConnectors];
   if (clock == nullptr || clock == known) return;
   known = clock;
-  const auto users = mUsers.equal_range(clock);
-  for (auto user = users.first; user != users.second; ++user) {
-    if (user->second == slot) return;
+  User* user = mUsers.find(clock);
+  if (user == nullptr) {
+    mUsers[clock] = {slot, NOBODY};
+    return;
   }
-  mUsers.emplace(clock, slot);
+  while (user->slot != slot && user->next != NOBODY) user = &mMoreUsers[user->next];
+  if (user->slot == slot) return;
+  user->next = mMoreUsers.size();
+  mMoreUsers.push_back({slot, NOBODY});
 }
 
 // ---- The quick way, and back -------------------------------------------------------------------
@@ -420,6 +456,7 @@ bool Selection::openAt(const Time& t) {
   mLatest = Time(
       static_cast<long long>(mAgenda->open(t.microseconds(), mRun.wait.high().microseconds())));
   mRun.wait.setHigh(mLatest);
+  lookAhead();
   return true;
 }
 

@@ -5,9 +5,9 @@
 #include <array>
 #include <cstddef>
 #include <memory>
-#include <unordered_map>
 #include <vector>
 
+#include "address-map.hpp"
 #include "agenda.hpp"
 #include "short-agenda.hpp"
 #include "vesk-time.hpp"
@@ -26,6 +26,7 @@ class Port;
 namespace Vesk {
 
 class ActivationPlan;
+class Lookahead;
 
 // What the times of a port are said by.
 class PortTimes {
@@ -77,6 +78,13 @@ class Selection {
   // How a step filters.
   enum class Way { WALK, AGENDA, SHORT };
 
+  // A slot of a port whose clock it is, or was, and the index of the next one.
+  struct User {
+    std::size_t slot;
+    std::size_t next;
+  };
+  static constexpr std::size_t NOBODY = ~std::size_t{0};
+
   bool makeAgenda();
   Way chooseWay();
   bool takeUpFew();
@@ -84,12 +92,16 @@ class Selection {
   bool openFewAt(const Time& t);
   void leaveWhenFew();
   std::size_t count() const;
+  std::size_t numberOf(std::size_t slot) const;
+  void lookAhead();
   void lookAhead(std::size_t slot, Executable& picked);
+  void learn(Lookahead& lookahead, std::size_t slot, const Port& port);
   bool takeUp();
   bool takeUpAll(ActivationPlan& plan, const Time& now);
   bool takeUpChanges(ActivationPlan& plan, const Time& now);
   bool takeUpClocks(const Time& now);
   bool refresh(std::size_t slot, const Time& now);
+  bool refreshOnce(std::size_t slot, const Time& now);
   bool refreshConnector(std::size_t slot, const Time& now);
   bool refreshPort(std::size_t slot, const Time& now);
   void watchClock(std::size_t slot, const Port& port);
@@ -101,8 +113,8 @@ class Selection {
 
   const Run mRun;
   const bool mByChance;
-  bool mForetells;                  // it knows the policy and the filters
-  Agenda::Policy mPolicy;           // if so
+  bool mForetells;         // it knows the policy and the filters
+  Agenda::Policy mPolicy;  // if so
   Times::Number mMargin;
   ShortAgenda mFew;
   std::unique_ptr<Agenda> mAgenda;  // null until it is needed
@@ -110,7 +122,8 @@ class Selection {
   unsigned long long mPlanNumber;   // whose connectors the agenda has; 0: none
   std::size_t mConnectors;          // slots for connectors, which come first
   std::size_t mPorts;
-  Time mOpened;  // the last semantics of the agenda, and what it has returned
+  Agenda::Id mUpcoming;  // slot of what will be enabled next, perhaps
+  Time mOpened;          // the last semantics of the agenda, and what it has returned
   Time mLatest;
   Way mWay;
   std::size_t mFewSteps;       // since the agenda had more than a few executables
@@ -121,7 +134,9 @@ class Selection {
   std::size_t mAsked;
   bool mScheduled;
   std::vector<std::size_t> mExpired;
-  std::unordered_multimap<const GenericClock*, std::size_t> mUsers;  // slots, perhaps former ones
+  AddressMap<User> mUsers;  // by clocks, the first ones; the others behind them
+  std::vector<User> mMoreUsers;
+  std::vector<std::size_t> mRefreshed;        // slots in this step; no more than a few
   std::vector<const GenericClock*> mClockOf;  // of the ports by slot, behind the connectors
 };
 
