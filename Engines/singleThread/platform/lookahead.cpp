@@ -41,6 +41,16 @@ int few(int count) {
 
 namespace Vesk {
 
+// In the builds for tests small systems have one as well.
+bool Lookahead::pays(std::size_t count) {
+#ifdef VESK_VALIDATE
+  constexpr std::size_t MANY = 8;
+#else
+  constexpr std::size_t MANY = 4096;
+#endif
+  return count >= MANY;
+}
+
 // Memory that is not touched costs nothing, so all of it is asked for at once and steps need none.
 Lookahead::Lookahead(std::size_t limit)
     : mLimit(limit), mNow(STILL_NEAR), mBlock(std::calloc(limit + 1, sizeof(Entry))) {

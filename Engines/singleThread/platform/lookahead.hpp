@@ -27,7 +27,7 @@ namespace Vesk {
 class Lookahead {
  public:
   // Whether a system with so many connectors and ports does not fit into the caches.
-  static bool pays(std::size_t count) { return count >= 4096; }
+  static bool pays(std::size_t count);
 
   // For numbers below the limit.
   explicit Lookahead(std::size_t limit);
