@@ -67,7 +67,9 @@ void ShortAgenda::choose(Number margin) {
 
 std::size_t ShortAgenda::count() const {
   std::size_t left = 0;
-  for (std::size_t i = 0; i < mCount; ++i) left += mEntries[i].left ? 1 : 0;
+  for (std::size_t i = 0; i < mCount; ++i) {
+    if (mEntries[i].left) ++left;
+  }
   return left;
 }
 
