@@ -14,14 +14,23 @@
 
 namespace {
 
-constexpr std::uint32_t STILL_NEAR = 8;    // firings since it was brought
-constexpr std::size_t LINE = 64;           // bytes
-constexpr std::size_t FIELDS = 64;         // of a class of the model, behind those of the engine
+constexpr std::uint32_t STILL_NEAR = 8;  // firings since it was brought
+constexpr std::uint32_t JUST = 4;        // lines
+constexpr std::size_t LINE = 64;         // bytes
+constexpr std::size_t FIELDS = 64;       // of a class of the model, behind those of the engine
+// Bytes of a region in front of what it was made for; all of them in a program of 32 bits.
+constexpr auto HALF = static_cast<std::uintptr_t>((1ull << 36) - 1);
 constexpr std::size_t FEW_PORTS = 8;       // of one connector or atom, and of its links
 constexpr std::size_t LABEL_BYTES = 1024;  // in a port, which steps do not need
 
 std::uintptr_t addressOf(const void* object) {
   return reinterpret_cast<std::uintptr_t>(object);
+}
+
+// The beginning of a region that has an object, mostly in its first half, on a line of the cache.
+const char* baseAround(const void* object) {
+  const std::uintptr_t before = std::min(addressOf(object), HALF) / LINE * LINE;
+  return static_cast<const char*>(object) - before - addressOf(object) % LINE;
 }
 
 // Where the elements of a list stand.
@@ -58,7 +67,7 @@ Lookahead::Lookahead(std::size_t limit)
   void* place = mBlock.get();
   std::size_t room = (limit + 1) * sizeof(Entry);
   mEntries = static_cast<Entry*>(std::align(alignof(Entry), limit * sizeof(Entry), place, room));
-  mBases = {addressOf(this) / LINE - REGION / 2, addressOf(mEntries) / LINE - REGION / 2};
+  mBases = {baseAround(this), baseAround(mEntries)};
 }
 
 // ---- Use ---------------------------------------------------------------------------------------
@@ -72,8 +81,7 @@ void Lookahead::bring(std::size_t number) {
   entry.brought = mNow;
   for (std::uint32_t i = 0; i < entry.count; ++i) {
     const std::uint32_t line = entry.lines[i];
-    const std::uintptr_t found = mBases[line / REGION] + line % REGION;
-    __builtin_prefetch(reinterpret_cast<const void*>(found * LINE));
+    __builtin_prefetch(mBases[line / REGION] + line % REGION * LINE);
   }
 }
 
@@ -189,17 +197,19 @@ void Lookahead::noteConstraint(Entry& entry, Constraint* constraint) {
   if (constraint->clock() != nullptr) note(entry, constraint->clock(), sizeof(Clock));
 }
 
-// Each line once.
+// A line that has just been noted is not noted again: objects that share lines come one after the
+// other.
 void Lookahead::note(Entry& entry, const void* object, std::size_t bytes) {
   if (object == nullptr) return;
   const std::uintptr_t last = (addressOf(object) + bytes - 1) / LINE;
   for (std::uintptr_t line = addressOf(object) / LINE; line <= last; ++line) {
-    const std::uintptr_t region = line - mBases[0] < REGION ? 0 : 1;
-    const std::uintptr_t place = line - mBases[region];
+    const std::uintptr_t region = line - addressOf(mBases[0]) / LINE < REGION ? 0 : 1;
+    const std::uintptr_t place = line - addressOf(mBases[region]) / LINE;
     if (entry.count == LINES || place >= REGION) return;
     const auto number = static_cast<std::uint32_t>(region * REGION + place);
     const auto end = entry.lines.begin() + entry.count;
-    if (std::find(entry.lines.begin(), end, number) == end) entry.lines[entry.count++] = number;
+    const auto begin = end - std::min(entry.count, JUST);
+    if (std::find(begin, end, number) == end) entry.lines[entry.count++] = number;
   }
 }
 

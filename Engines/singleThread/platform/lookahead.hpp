@@ -75,8 +75,8 @@ class Lookahead {
   std::uint32_t mNow;                  // counts what fires
   std::unique_ptr<void, Free> mBlock;  // untouched memory where nothing has been learned
   Entry* mEntries;                     // in the block
-  // Numbers of the lines at which the two regions begin where allocators place things.
-  std::array<std::uintptr_t, 2> mBases;
+  // Where the two regions begin in which allocators place things.
+  std::array<const char*, 2> mBases;
 };
 
 }  // namespace Vesk

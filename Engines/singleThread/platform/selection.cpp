@@ -163,6 +163,7 @@ Selection::Selection(const Run& run, bool byChance)
       mScheduled(false) {
   mForetells = byChance && isPlainSemantics(run.semantics) &&
                isPlainScheduler(run.scheduler, mPolicy, mMargin);
+  mRefreshed.reserve(FEW_REFRESHED);
 }
 
 // Small systems go without. There is one at a time, which the changes of clocks are recorded for.
