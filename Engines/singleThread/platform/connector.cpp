@@ -267,7 +267,9 @@ bool Connector::maximal() const {
 }
 
 bool Connector::guard(const BitVector& set) {
-  const UnderConsideration current(*this, mInteractions->get(this, set));
+  Interaction* const known = mInteractions->find(set);
+  const UnderConsideration current(*this,
+                                   known != nullptr ? known : Interaction::Create(this, set));
   return guard() && current.unchanged();
 }
 

@@ -47,12 +47,6 @@ class InteractionIndex {
     return mLast;
   }
 
-  // The same, made when there is none yet.
-  Interaction* get(const Connector* connector, const BitVector& set) {
-    Interaction* const found = find(set);
-    return found != nullptr ? found : make(connector, set);
-  }
-
   // Makes the interaction of a set that is not in the index, and puts it into the table. Changes
   // nothing when there is no memory for that.
   Interaction* make(const Connector* connector, const BitVector& set) {

@@ -55,7 +55,9 @@ Interaction* Interaction::copy() const {
 }
 
 Interaction* Interaction::Create(const Connector* connector, const BitVector& set) {
-  return connector->interactions().get(connector, set);
+  Vesk::InteractionIndex& index = connector->interactions();
+  Interaction* const interaction = index.find(set);
+  return interaction != nullptr ? interaction : index.make(connector, set);
 }
 
 Interaction* Interaction::Create(const Connector* connector, int n, ...) {

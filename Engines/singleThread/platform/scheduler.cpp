@@ -45,7 +45,7 @@ std::size_t number(Compound& compound, std::size_t next) {
   }
   for (Connector* connector : compound.connectors()) {
     Vesk::InteractionIndex& place = connector->interactions();
-    if (place.plan == nullptr) place.rank = next;
+    if (place.plan == nullptr) place.rank = static_cast<decltype(place.rank)>(next);
     ++next;
   }
   return next + 1;
