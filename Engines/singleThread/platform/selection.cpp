@@ -163,7 +163,6 @@ Selection::Selection(const Run& run, bool byChance)
       mScheduled(false) {
   mForetells = byChance && isPlainSemantics(run.semantics) &&
                isPlainScheduler(run.scheduler, mPolicy, mMargin);
-  mRefreshed.reserve(FEW_REFRESHED);
 }
 
 // Small systems go without. There is one at a time, which the changes of clocks are recorded for.
@@ -171,6 +170,7 @@ bool Selection::makeAgenda() {
   if (ClockChanges::recording()) return false;
   mAgenda = std::make_unique<Agenda>(mPolicy, mMargin);
   ClockChanges::setRecording(true);
+  mRefreshed.reserve(FEW_REFRESHED);
   return true;
 }
 
