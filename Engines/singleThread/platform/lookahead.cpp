@@ -15,7 +15,6 @@
 namespace {
 
 constexpr std::uint32_t STILL_NEAR = 8;  // firings since it was brought
-constexpr std::uint32_t JUST = 4;        // lines
 constexpr std::size_t LINE = 64;         // bytes
 constexpr std::size_t FIELDS = 64;       // of a class of the model, behind those of the engine
 // Bytes of a region in front of what it was made for; all of them in a program of 32 bits.
@@ -197,8 +196,7 @@ void Lookahead::noteConstraint(Entry& entry, Constraint* constraint) {
   if (constraint->clock() != nullptr) note(entry, constraint->clock(), sizeof(Clock));
 }
 
-// A line that has just been noted is not noted again: objects that share lines come one after the
-// other.
+// Each line once.
 void Lookahead::note(Entry& entry, const void* object, std::size_t bytes) {
   if (object == nullptr) return;
   const std::uintptr_t last = (addressOf(object) + bytes - 1) / LINE;
@@ -208,8 +206,7 @@ void Lookahead::note(Entry& entry, const void* object, std::size_t bytes) {
     if (entry.count == LINES || place >= REGION) return;
     const auto number = static_cast<std::uint32_t>(region * REGION + place);
     const auto end = entry.lines.begin() + entry.count;
-    const auto begin = end - std::min(entry.count, JUST);
-    if (std::find(begin, end, number) == end) entry.lines[entry.count++] = number;
+    if (std::find(entry.lines.begin(), end, number) == end) entry.lines[entry.count++] = number;
   }
 }
 
