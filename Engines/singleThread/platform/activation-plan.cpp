@@ -14,7 +14,6 @@ namespace {
 
 constexpr int FEW_PARTS = 8;               // up to which the walk is as quick
 constexpr std::size_t MANY_TURNS = 512;    // from which a run looks at one in turn, not at all
-constexpr std::size_t MANY_FIRED = 64;     // since the last run; from which it looks at all
 constexpr unsigned int FEW_RUNS = 4;       // a plan with fewer has not paid
 constexpr unsigned int MOST_WALKS = 1023;  // between two attempts to make a plan
 constexpr unsigned int FOR_EVER = ~0u;
@@ -143,6 +142,8 @@ ActivationPlan::ActivationPlan(Compound& root)
   mPending.reset(mTurns.size());
   mUnsettled.reset(mTurns.size());
   mListed.reset(mTurns.size());
+  const std::size_t count = mTurns.size() + mInternals.ranks();
+  if (Lookahead::pays(count)) mLookahead = std::make_unique<Lookahead>(count);
   for (std::size_t rank = 0; rank < mTurns.size(); ++rank) mPending.add(rank);
 }
 
@@ -219,6 +220,18 @@ bool ActivationPlan::hasAllParts() const {
   return true;
 }
 
+// Whether a connector is as the last run has left it: in the list or not, with the given one behind
+// it. One that is visited anyway may be in any state.
+inline bool ActivationPlan::looksUntouched(std::size_t rank, bool listed,
+                                           const Connector* below) const {
+  const Connector* const connector = mTurns[rank].connector;
+  if (connector == nullptr) return true;
+  const bool same =
+      connector->evaluated() && (!connector->recomputexPort() || mUnsettled.has(rank)) &&
+      listed == (connector->legal() && !connector->isSubconn()) && connector->next() == below;
+  return same || mPending.has(rank);
+}
+
 bool ActivationPlan::looksUntouched() {
   if (mTurns.size() < MANY_TURNS || mFired.size() == MANY_FIRED) {
     mFired.clear();
@@ -226,6 +239,7 @@ bool ActivationPlan::looksUntouched() {
   }
   mFired.push_back(mLookedAt++);
   if (mLookedAt == mTurns.size()) mLookedAt = 0;
+  if (mLookahead != nullptr) Lookahead::comesNear(mTurns[mLookedAt].connector);
   for (const std::size_t rank : mFired) {
     if (!looksUntouched(rank)) return false;
   }
@@ -266,17 +280,6 @@ bool ActivationPlan::looksUntouched(std::size_t rank) const {
   return looksUntouched(rank, listed, connectorAt(below));
 }
 
-// Whether a connector is as the last run has left it: in the list or not, with the given one behind
-// it. One that is visited anyway may be in any state.
-bool ActivationPlan::looksUntouched(std::size_t rank, bool listed, const Connector* below) const {
-  const Connector* const connector = mTurns[rank].connector;
-  if (connector == nullptr) return true;
-  const bool same =
-      connector->evaluated() && (!connector->recomputexPort() || mUnsettled.has(rank)) &&
-      listed == (connector->legal() && !connector->isSubconn()) && connector->next() == below;
-  return same || mPending.has(rank);
-}
-
 // A write by hand, unless the connector is to be visited anyway. The walk would evaluate it in its
 // turn.
 void ActivationPlan::noteStale(std::size_t rank) {
@@ -285,14 +288,8 @@ void ActivationPlan::noteStale(std::size_t rank) {
   mWrittenByHand = true;
 }
 
-void ActivationPlan::noteFired(std::size_t rank) {
-  if (mFired.size() < MANY_FIRED) mFired.push_back(rank);
-}
-
-void ActivationPlan::noteDomination(std::size_t rank) {
-  mUnsettled.add(rank);
-  mPending.add(mParts[mTurns[rank].compound].end);
-  if (!mRecords) return;
+void ActivationPlan::recordChange(std::size_t rank) {
+  if (!mChanged.empty() && mChanged.back() == rank) return;
   mRecords = mChanged.size() < mTurns.size();
   mChanged.push_back(rank);
 }
@@ -383,18 +380,19 @@ Connector* ActivationPlan::connectorAt(std::size_t rank) const {
 // What the walk leaves in the compounds. Those below the root need the ends of their lists for the
 // next walk alone, which finds them again, and for the check of the lists.
 void ActivationPlan::fillEnds() {
+  Compound& root = *mParts.front().compound;
+  root.mLegalHead = mHead;
+  root.mLegalTail = mHead != nullptr ? connectorAt(mListed.from(0)) : nullptr;
 #ifdef VESK_VALIDATE
-  const std::size_t count = mParts.size();
-#else
-  const std::size_t count = 1;
+  for (const Part& part : mParts) fillEnds(part);
 #endif
-  for (std::size_t i = 0; i < count; ++i) {
-    const Part& part = mParts[i];
-    const LegalConnectors legals = legalsOf(part);
-    const bool none = legals.first == legals.end;
-    part.compound->mLegalHead = none ? nullptr : legals.first;
-    part.compound->mLegalTail = none ? nullptr : connectorAt(mListed.from(part.first));
-  }
+}
+
+void ActivationPlan::fillEnds(const Part& part) {
+  const LegalConnectors legals = legalsOf(part);
+  const bool none = legals.first == legals.end;
+  part.compound->mLegalHead = none ? nullptr : legals.first;
+  part.compound->mLegalTail = none ? nullptr : connectorAt(mListed.from(part.first));
 }
 
 }  // namespace Vesk

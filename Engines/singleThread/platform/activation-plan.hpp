@@ -3,9 +3,11 @@
 #define VESK_ACTIVATION_PLAN_HPP
 
 #include <cstddef>
+#include <memory>
 #include <vector>
 
 #include "internal-ports.hpp"
+#include "lookahead.hpp"
 #include "rank-set.hpp"
 
 class Compound;
@@ -55,9 +57,16 @@ class ActivationPlan {
   // It was to be reset, but is not evaluated any more.
   void noteStale(std::size_t rank);
   // It fires: code of the model runs.
-  void noteFired(std::size_t rank);
+  void noteFired(std::size_t rank) {
+    if (mFired.size() < MANY_FIRED) mFired.push_back(rank);
+    if (mLookahead != nullptr) mLookahead->fires(rank, *mTurns[rank].connector);
+  }
   // A priority has changed its interactions.
-  void noteDomination(std::size_t rank);
+  void noteDomination(std::size_t rank) {
+    mUnsettled.add(rank);
+    mPending.add(mParts[mTurns[rank].compound].end);
+    if (mRecords) recordChange(rank);
+  }
   // The connector with this rank ends.
   void forget(std::size_t rank);
   // Something else has linked connectors.
@@ -71,6 +80,8 @@ class ActivationPlan {
     return mListed.has(rank) ? mTurns[rank].connector : nullptr;
   }
   const InternalPorts& internals() const { return mInternals; }
+  // Of the connectors by their ranks, then of the internal ports by theirs; null in a small system.
+  Lookahead* lookahead() const { return mLookahead.get(); }
   // Begins to record the ranks of the connectors that may have changed; empties the record.
   void record();
   // What has been recorded, some perhaps more than once; all may have changed when it is not whole.
@@ -79,6 +90,8 @@ class ActivationPlan {
 
  private:
   struct Registry;
+
+  static constexpr std::size_t MANY_FIRED = 64;  // since the last run; from which it looks at all
 
   // The turn of a connector, or without one that of the end of a compound.
   struct Turn {
@@ -105,12 +118,14 @@ class ActivationPlan {
   bool looksUntouched(const Connector& connector) const;
   bool looksUntouched(std::size_t rank) const;
   bool looksUntouched(std::size_t rank, bool listed, const Connector* below) const;
+  void recordChange(std::size_t rank);
   void visitConnector(std::size_t rank);
   void list(std::size_t rank, bool legal);
   void finish(const Part& part);
   LegalConnectors legalsOf(const Part& part) const;
   Connector* connectorAt(std::size_t rank) const;
   void fillEnds();
+  void fillEnds(const Part& part);
 
   static unsigned long long sPlans;  // how many have been made
 
@@ -121,8 +136,9 @@ class ActivationPlan {
   std::vector<std::size_t> mPriorityEnds;  // of the compounds that have priorities
   std::vector<std::size_t> mFired;         // connectors to be looked at; when full, all are
   std::vector<std::size_t> mChanged;       // see record()
-  RankSet mPending;                        // still to be visited
-  RankSet mUnsettled;                      // connectors whose interactions have changed
+  std::unique_ptr<Lookahead> mLookahead;
+  RankSet mPending;    // still to be visited
+  RankSet mUnsettled;  // connectors whose interactions have changed
   RankSet mListed;
   Connector* mHead;
   std::size_t mLookedAt;

@@ -24,6 +24,7 @@ namespace Vesk {
 Agenda::Agenda(Policy policy, Number margin)
     : mPolicy(policy),
       mMargin(margin),
+      mSize(0),
       mFree(NONE),
       mWaitingEager(0),
       mTarget{Kind::NONE, false, 0, 0},
@@ -34,6 +35,7 @@ Agenda::Agenda(Policy policy, Number margin)
 
 void Agenda::reset(std::size_t slots) {
   mEntries.clear();
+  mSize = 0;
   mFree = NONE;
   mSlots.assign(slots, NONE);
   for (KeyedHeap<Number>* heap :
@@ -73,6 +75,7 @@ Agenda::Id Agenda::add(std::size_t slot, Id before, Executable& executable, cons
     mEntries.emplace_back();
   }
   mEntries[id] = {&executable, times, static_cast<Id>(slot), NONE, State::NEVER, false};
+  ++mSize;
   (before == NONE ? mSlots[slot] : mEntries[before].behind) = id;
   if (times.until < maximum()) mExpiry.add(id, times.until);
   enter(id, times.low < maximum() ? State::CLOSED : State::NEVER);
@@ -86,6 +89,7 @@ void Agenda::clear(std::size_t slot) {
     const Id behind = mEntries[id].behind;
     quit(id);
     mExpiry.remove(id);
+    --mSize;
     mEntries[id].behind = mFree;
     mFree = id;
     id = behind;
@@ -199,6 +203,21 @@ void Agenda::closeAfter(Number latest) {
   }
 }
 
+// Brings what it keeps about the one after that near, so that it can be told next time.
+Agenda::Id Agenda::upcoming() const {
+  const bool eager =
+      mClosed.empty() || (!mClosedEager.empty() && mClosedEager.topKey() < mClosed.topKey());
+  const KeyedHeap<Number>& closed = eager ? mClosedEager : mClosed;
+  if (closed.size() < 2) return NONE;
+  const Id second = closed.second();
+  __builtin_prefetch(&mEntries[second]);
+  closed.comesNear(second);
+  const std::size_t slot = mEntries[closed.top()].slot;
+  __builtin_prefetch(&mSlots[slot]);
+  mLeft.comesNear(slot);
+  return static_cast<Id>(slot);
+}
+
 bool Agenda::empty() const {
   return mWaiting.empty() && mReadyDue.empty() && mReadyEager.empty();
 }
@@ -284,8 +303,8 @@ void Agenda::gatherMeant() {
   }
 }
 
-Executable* Agenda::at(std::size_t index) const {
-  const std::size_t slot = mLeft.find(index);
+Executable* Agenda::at(std::size_t index, std::size_t& slot) const {
+  slot = mLeft.find(index);
   Id id = mSlots[slot];
   while (!mEntries[id].left || index-- > 0) id = mEntries[id].behind;
   const Entry& entry = mEntries[id];

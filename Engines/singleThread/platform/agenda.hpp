@@ -94,10 +94,15 @@ class Agenda {
   void choose();
   // Whether the semantics leaves nothing.
   bool empty() const;
+  // The slot of what will be enabled next; NONE when that is not known.
+  Id upcoming() const;
+  // How many executables it has.
+  std::size_t size() const { return mSize; }
   // How many the scheduler has left, and number n of them in the order of the walk: null when it
   // answers something else than was said when it was added.
   std::size_t count() const { return mLeft.total(); }
-  Executable* at(std::size_t index) const;
+  // Gives its slot as well.
+  Executable* at(std::size_t index, std::size_t& slot) const;
 
  private:
   enum class State : std::uint8_t { NEVER, CLOSED, WAITING, READY };
@@ -148,6 +153,7 @@ class Agenda {
   const Policy mPolicy;
   const Number mMargin;
   std::vector<Entry> mEntries;
+  std::size_t mSize;       // entries in use
   Id mFree;                // chain of free entries, linked through behind
   std::vector<Id> mSlots;  // the first entry of each
   // By low: those that are closed and have a deadline of their own, those that are eager.

@@ -189,7 +189,8 @@ class Connector::EvalVisits {
   Vesk::WorkStack<Visit> mVisits;
 };
 
-void Connector::eval(bool incremental) {
+// Steps spend most of their time here, so all calls to what stands in this file are inlined.
+[[gnu::flatten]] void Connector::eval(bool incremental) {
   if (incremental && mEval) return;
   int port = 0;
   if (nextProvider(port) != nullptr) {
@@ -266,7 +267,9 @@ bool Connector::maximal() const {
 }
 
 bool Connector::guard(const BitVector& set) {
-  const UnderConsideration current(*this, Interaction::Create(this, set));
+  Interaction* const known = mInteractions->find(set);
+  const UnderConsideration current(*this,
+                                   known != nullptr ? known : Interaction::Create(this, set));
   return guard() && current.unchanged();
 }
 

@@ -270,16 +270,28 @@ Constraint::Constraint(const GenericClock* clock, Interval interval)
 
 Constraint::Constraint(Interval interval) : Constraint(nullptr, interval) {}
 
+Constraint& Constraint::operator&=(const Constraint& constraint) {
+  if (&constraint == this) return *this &= Constraint(constraint);
+  const Operand operand(constraint, offset(constraint), Vesk::Time(0));
+  [[maybe_unused]] const bool ordered = CHECKED && inOrder(*this) && inOrder(operand);
+  const bool single = mIntervals.size() == 1 && operand.size() == 1;
+  if (single) {
+    meetOne(operand[0]);
+  } else {
+    meetAll(operand);
+  }
+  assert(!ordered || (inOrder(*this) && liesWithin(*this, operand)));
+  return *this;
+}
+
 // For each interval of the operand, in its order:
 // 1. Translate it and find the run of intervals that it meets.
 // 2. Split off from the last of them what the operand's next interval needs.
 // 3. Cut the run down to it.
 // 4. Drop the intervals between the run before and this one, which nothing meets.
 // After the last interval of the operand, drop what lies behind its run.
-Constraint& Constraint::operator&=(const Constraint& constraint) {
-  if (&constraint == this) return *this &= Constraint(constraint);
-  const Operand operand(constraint, offset(constraint), Vesk::Time(0));
-  [[maybe_unused]] const bool ordered = CHECKED && inOrder(*this) && inOrder(operand);
+template <class List>
+void Constraint::meetAll(const List& operand) {
   int done = -1;  // last interval of the run before
   for (unsigned int i = 0; i < operand.size(); ++i) {
     const Interval part = operand[i];
@@ -291,8 +303,6 @@ Constraint& Constraint::operator&=(const Constraint& constraint) {
     done = dropBetween(done, first, last);
   }
   erase(done + 1, lastIndex());
-  assert(!ordered || (inOrder(*this) && liesWithin(*this, operand)));
-  return *this;
 }
 
 Constraint& Constraint::operator|=(const Constraint& constraint) {
@@ -339,8 +349,12 @@ Constraint& Constraint::operator-=(const Vesk::Time& t) {
 Constraint& Constraint::reset() {
   mDomination = false;
   mDelay = Vesk::Time(0);
-  mIntervals.clear();
-  mIntervals.emplace_back(Vesk::Time::MIN, Vesk::Time::MAX, LAZY, false, true);
+  const Interval always(Vesk::Time::MIN, Vesk::Time::MAX, LAZY, false, true);
+  if (mIntervals.size() == 1) {
+    mIntervals.front() = always;
+  } else {
+    mIntervals.assign(1, always);
+  }
   assert(check());
   return *this;
 }
@@ -368,6 +382,7 @@ Constraint& Constraint::clean() {
 }
 
 Constraint& Constraint::applyDomination() {
+  if (mIntervals.size() == 1 && !mIntervals.front().dominated()) return *this;
   int kept = 0;
   for (const Interval& interval : mIntervals) {
     if (!interval.dominated()) at(kept++) = interval;
@@ -383,6 +398,17 @@ Constraint& Constraint::applyDomination() {
 // What is added to this constraint's clock to read the other's.
 Vesk::Time Constraint::offset(const Constraint& other) const {
   return mClock == nullptr ? Vesk::Time(0) : mClock->drift(other.mClock);
+}
+
+// What meetAll() does for one interval on each side: most constraints have no more.
+void Constraint::meetOne(const Interval& part) {
+  Interval& only = mIntervals.front();
+  const bool beginsInTime = part.low() < only.low() || only.in(part.low());
+  if (beginsInTime && part.high() >= only.low()) {
+    only &= part;
+  } else {
+    mIntervals.clear();
+  }
 }
 
 // First and last index of some intervals of this list.

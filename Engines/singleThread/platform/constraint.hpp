@@ -284,6 +284,9 @@ class Constraint {
   Vesk::Time deadlineFrom(const Vesk::Time& t, bool observableOnly) const;
   int place(const Vesk::Time& t) const;
   void insertUnlessEmpty(int index, const Interval& interval);
+  void meetOne(const Interval& part);
+  template <class List>
+  void meetAll(const List& operand);
   bool isRun(int first, int last) const;
   void splitBeforeNext(int index, const Interval& current, const Interval& next);
   void cut(int first, int last, const Interval& part);

@@ -39,6 +39,9 @@ class CountTree {
     }
   }
 
+  // A change of this count is near.
+  void comesNear(std::size_t place) const { __builtin_prefetch(&mLevels[0][place]); }
+
   // The place of thing number index in the order of the places; index is then its number among
   // those of the place. Requires: index < total().
   std::size_t find(std::size_t& index) const {

@@ -77,22 +77,26 @@ Interaction* Interaction::Create(const Connector* connector, std::initializer_li
 Interaction* Interaction::CreateRealTime(const Connector* connector, const BitVector&,
                                          const BitVector& set) {
   Interaction* interaction = Create(connector, set);
-  interaction->intersectPortConstraints();
-  const Constraint* constraint = interaction->constraint();
-  return constraint != nullptr && constraint->empty() ? nullptr : interaction;
+  return interaction->intersectPortConstraints() ? interaction : nullptr;
 }
 
+// Whether there is a time at which it is possible.
 // A constraint that somebody else has set is used again as it would be if it were the own one.
-void Interaction::intersectPortConstraints() {
-  Array<Port, false>& ports = mConnector->ports();
+bool Interaction::intersectPortConstraints() {
+  const Array<Port, false>& ports = mConnector->ports();
+  const int count = ports.count();
   bool found = false;
-  for (int i = 0; i < ports.count(); ++i) {
-    if (!mSynced.in(i) || ports[i]->constraint() == nullptr) continue;
+  for (int i = 0; i < count; ++i) {
+    if (!mSynced.in(i)) continue;
+    const Constraint* const constraint = ports[i]->constraint();
+    if (constraint == nullptr) continue;
     if (!found) resetConstraint();
     found = true;
-    *mConstraint &= *ports[i]->constraint();
+    *mConstraint &= *constraint;
   }
-  if (!found) dropConstraint();
+  if (found) return !mConstraint->empty();
+  if (mConstraint != nullptr) dropConstraint();
+  return true;
 }
 
 // Makes it the constraint that always holds, over the clock of the connector's holder.

@@ -154,7 +154,7 @@ class Interaction : public Executable {
   Interaction* mNext;
 
  private:
-  void intersectPortConstraints();
+  bool intersectPortConstraints();
   void noteFired() const;
   void resetConstraint();
 };

@@ -1,7 +1,6 @@
 #include "internal-ports.hpp"
 
-#include <unordered_map>
-
+#include "address-map.hpp"
 #include "component.hpp"
 #include "port.hpp"
 
@@ -22,22 +21,38 @@ namespace Vesk {
 
 struct InternalPorts::Registry {
   struct Entry {
-    InternalPorts* ports;
-    std::size_t index;
+    InternalPorts* ports = nullptr;
+    std::size_t index = 0;
   };
 
   // Never destroyed: atoms may end after everything else.
-  static std::unordered_map<const Atom*, Entry>& entries() {
-    static auto* all = new std::unordered_map<const Atom*, Entry>;
+  static AddressMap<Entry>& entries() {
+    static auto* all = new AddressMap<Entry>;
     return *all;
   }
-  // Null when nobody looks at the atom.
+  // Null when nobody looks at the atom. An atom that moves is asked for several times.
   static Entry* find(const Atom& atom) {
-    const auto found = entries().find(&atom);
-    return found != entries().end() ? &found->second : nullptr;
+    if (sLastAtom != &atom) {
+      sLast = entries().find(&atom);
+      sLastAtom = &atom;
+    }
+    return sLast;
   }
+  static void set(const Atom& atom, const Entry& entry) {
+    entries()[&atom] = entry;
+    sLastAtom = nullptr;
+  }
+  static void erase(const Atom& atom) {
+    entries().erase(&atom);
+    sLastAtom = nullptr;
+  }
+
+  static const Atom* sLastAtom;
+  static Entry* sLast;
 };
 
+const Atom* InternalPorts::Registry::sLastAtom = nullptr;
+InternalPorts::Registry::Entry* InternalPorts::Registry::sLast = nullptr;
 unsigned int InternalPorts::sKept = 0;
 unsigned int InternalPorts::sInternal = 0;
 
@@ -70,6 +85,12 @@ void InternalPorts::note(std::size_t index) {
   mNoted.push_back(index);
 }
 
+std::array<const void*, 3> InternalPorts::kept(std::size_t rank) const {
+  const Place& place = mPorts[rank];
+  const Registry::Entry* const entry = Registry::find(*place.port->atomHolder());
+  return {&place, entry, entry != nullptr ? &mAtoms[entry->index] : nullptr};
+}
+
 // ---- Construction ------------------------------------------------------------------------------
 
 InternalPorts::InternalPorts()
@@ -81,7 +102,7 @@ InternalPorts::~InternalPorts() {
   --sKept;
   for (const Watched& watched : mAtoms) {
     const Registry::Entry* entry = Registry::find(*watched.atom);
-    if (entry != nullptr && entry->ports == this) Registry::entries().erase(watched.atom);
+    if (entry != nullptr && entry->ports == this) Registry::erase(*watched.atom);
   }
 }
 
@@ -95,7 +116,7 @@ void InternalPorts::enter(Compound& compound) {
 // An atom that stands in two places, or that somebody else looks at, keeps its last one.
 void InternalPorts::add(Atom& atom) {
   if (const Registry::Entry* entry = Registry::find(atom)) entry->ports->mDisturbed = true;
-  Registry::entries()[&atom] = {this, mAtoms.size()};
+  Registry::set(atom, {this, mAtoms.size()});
   mAtoms.push_back({&atom, mPorts.size(), atom.ports().count(), false});
   for (Port* port : atom.ports()) mPorts.push_back({port, mLevel, nullptr});
 }

@@ -3,6 +3,7 @@
 #ifndef VESK_INTERNAL_PORTS_HPP
 #define VESK_INTERNAL_PORTS_HPP
 
+#include <array>
 #include <cstddef>
 #include <vector>
 
@@ -60,6 +61,8 @@ class InternalPorts {
   std::size_t ranks() const { return mPorts.size(); }
   // Null when the port is not in the list.
   Port* listed(std::size_t rank) const { return mListed.has(rank) ? mPorts[rank].port : nullptr; }
+  // What it keeps about a port and its atom, for Lookahead.
+  std::array<const void*, 3> kept(std::size_t rank) const;
 
  private:
   struct Registry;

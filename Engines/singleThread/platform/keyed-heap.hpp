@@ -24,6 +24,17 @@ class KeyedHeap {
   Id top() const { return mCells[0].id; }
   const Key& topKey() const { return mCells[0].key; }
 
+  // What will be at the top without its present thing. Requires: two are in the heap.
+  Id second() const {
+    std::size_t least = 1;
+    for (std::size_t other = 2; other <= WAYS && other < mCells.size(); ++other) {
+      if (mCells[other].key < mCells[least].key) least = other;
+    }
+    return mCells[least].id;
+  }
+  // Its place will be needed.
+  void comesNear(Id id) const { __builtin_prefetch(&mPlaces[id]); }
+
   void clear() {
     mCells.clear();
     mPlaces.clear();
@@ -69,6 +80,7 @@ class KeyedHeap {
 
  private:
   static constexpr std::size_t WAYS = 4;
+  static constexpr std::size_t FAR = 1000;  // cells from which on the cache has few
   static constexpr Id NOWHERE = ~Id{0};
 
   struct Cell {
@@ -87,8 +99,15 @@ class KeyedHeap {
     }
     put(place, cell);
   }
+  // All that can come after the cells from a place on, as a way goes on from one of them.
+  void comeNear(std::size_t below) const {
+    const std::size_t first = WAYS * below + 1;
+    if (first < FAR || first + WAYS * WAYS > mCells.size()) return;
+    for (std::size_t i = 0; i < WAYS; ++i) __builtin_prefetch(&mCells[first + WAYS * i]);
+  }
   void sink(std::size_t place, const Cell& cell) {
     for (std::size_t below = WAYS * place + 1; below < mCells.size(); below = WAYS * place + 1) {
+      comeNear(below);
       std::size_t least = below;
       for (std::size_t other = below + 1; other < below + WAYS && other < mCells.size(); ++other) {
         if (mCells[other].key < mCells[least].key) least = other;

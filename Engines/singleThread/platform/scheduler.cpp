@@ -2,12 +2,15 @@
 
 #include <cstdlib>
 #include <iostream>
+#include <memory>
 
 #include "chain.hpp"
 #include "clock.hpp"
 #include "component.hpp"
 #include "connector.hpp"
 #include "exploration/untimed-priorities.hpp"
+#include "interaction-index.hpp"
+#include "lookahead.hpp"
 #include "plain-output.hpp"
 #include "port.hpp"
 #include "reports.hpp"
@@ -32,6 +35,26 @@ int countUndominated(const Connector* list) {
 // A number in 0 .. count-1: rand() times 2^-31 times the count, exactly. Requires: count > 0.
 int randomIndex(int count) {
   return static_cast<int>((static_cast<long long>(std::rand()) * count) >> 31);
+}
+
+// Gives the connectors of a system that no plan has the numbers that a plan would give them, from
+// the given one on. Returns the number behind the last.
+std::size_t number(Compound& compound, std::size_t next) {
+  for (Component* component : compound.components()) {
+    if (component->isCompound()) next = number(static_cast<Compound&>(*component), next);
+  }
+  for (Connector* connector : compound.connectors()) {
+    Vesk::InteractionIndex& place = connector->interactions();
+    if (place.plan == nullptr) place.rank = static_cast<decltype(place.rank)>(next);
+    ++next;
+  }
+  return next + 1;
+}
+
+// For a loop that has no plan; null for a small system.
+std::unique_ptr<Vesk::Lookahead> lookAhead(Compound& root) {
+  const std::size_t count = number(root, 0);
+  return Vesk::Lookahead::pays(count) ? std::make_unique<Vesk::Lookahead>(count) : nullptr;
 }
 
 void fire(Connector& connector) {
@@ -195,6 +218,7 @@ void Scheduler::runOptimizedExec2() {
   mSystem->initialize(nullptr);
   mSystem->setStaticPrioLevel();
   mSystem->initPrioHeap(this);
+  const std::unique_ptr<Vesk::Lookahead> lookahead = lookAhead(*mSystem);
   Vesk::tellStarted(*mSystem, nullptr);
   while (Connector* top = mPrioHeap.get()) {
     top->setQueued(false);
@@ -202,6 +226,7 @@ void Scheduler::runOptimizedExec2() {
     if (legal == nullptr) continue;
     Vesk::tellStep(legal, nullptr);
     traceFired(*legal);
+    if (lookahead != nullptr) lookahead->fires(legal->interactions().rank, *legal);
     fire(*legal);
     if (stepLimitReached()) {
       endAtLimit();

@@ -24,6 +24,8 @@ namespace {
 constexpr unsigned int FEW_STEPS = 8;      // an agenda that has served fewer has not paid
 constexpr unsigned int MOST_WALKS = 1023;  // between two attempts
 
+constexpr std::size_t FEW_REFRESHED = 8;  // slots that are remembered
+
 Number maximum() {
   return Time::MAX.microseconds();
 }
@@ -63,9 +65,9 @@ bool isPlain(const Port& port) {
 }
 
 // The deadline under the intervals from one of them on, none of them being eager and current.
-Time deadlineFrom(const Constraint& constraint, unsigned int index) {
+Time deadlineFrom(Constraint& constraint, unsigned int index) {
   for (; index < constraint.size(); ++index) {
-    const Interval interval = constraint[index];
+    const Interval& interval = constraint[index];
     if (interval.urgency() == LAZY) continue;
     return interval.urgency() == DELAYABLE ? interval.high() : interval.low();
   }
@@ -74,7 +76,7 @@ Time deadlineFrom(const Constraint& constraint, unsigned int index) {
 
 // What a constraint says from now on, with the values of its clock so much later in those of the
 // run's clock. False when it has times that cannot be foretold in this way.
-bool foretell(const Constraint& constraint, Number shift, const Time& now, Times& result) {
+bool foretell(Constraint& constraint, Number shift, const Time& now, Times& result) {
   const Number t = now.microseconds() - shift;
   if (!isOrdinary(t) || (constraint.size() > 1 && !constraint.check())) return false;
   unsigned int index = 0;
@@ -83,7 +85,7 @@ bool foretell(const Constraint& constraint, Number shift, const Time& now, Times
   }
   result = {maximum(), maximum(), maximum(), false};
   if (index == constraint.size()) return true;
-  const Interval interval = constraint[index];
+  const Interval& interval = constraint[index];
   const bool unbounded = interval.high() == Time::MAX;
   result.low = shifted(interval.low(), shift);
   result.eager = interval.urgency() == EAGER;
@@ -145,82 +147,177 @@ Selection::Selection(const Run& run, bool byChance)
     : mRun(run),
       mByChance(byChance),
       mForetells(false),
+      mPolicy(Agenda::Policy::EVERYTHING),
+      mMargin(0),
       mPlan(nullptr),
       mPlanNumber(0),
       mConnectors(0),
       mPorts(0),
-      mQuick(false),
+      mUpcoming(Agenda::NONE),
+      mWay(Way::WALK),
+      mFewSteps(0),
       mWalks(0),
       mPatience(0),
       mSteps(0),
       mAsked(0),
       mScheduled(false) {
-  Agenda::Policy policy;
-  Number margin;
   mForetells = byChance && isPlainSemantics(run.semantics) &&
-               isPlainScheduler(run.scheduler, policy, margin);
+               isPlainScheduler(run.scheduler, mPolicy, mMargin);
 }
 
 // Small systems go without. There is one at a time, which the changes of clocks are recorded for.
 bool Selection::makeAgenda() {
-  Agenda::Policy policy;
-  Number margin;
-  if (ClockChanges::recording() || !isPlainScheduler(mRun.scheduler, policy, margin)) return false;
-  mAgenda = std::make_unique<Agenda>(policy, margin);
+  if (ClockChanges::recording()) return false;
+  mAgenda = std::make_unique<Agenda>(mPolicy, mMargin);
   ClockChanges::setRecording(true);
+  mRefreshed.reserve(FEW_REFRESHED);
   return true;
 }
 
 // A run that ends before the scheduler of a step leaves the marks of the semantics alone.
 Selection::~Selection() {
-  if (mQuick && !mScheduled) walkAgain();
+  if (mWay == Way::AGENDA && !mScheduled) walkAgain();
   if (mAgenda != nullptr) ClockChanges::setRecording(false);
 }
 
 void Selection::begin() {
   mAsked = 0;
   mScheduled = false;
-  mQuick = mForetells && takeUp();
+  mWay = mForetells ? chooseWay() : Way::WALK;
   if (mAgenda != nullptr) ClockChanges::record().clear();
-  if (!mQuick) mRun.executables.unmarkAll();
+  if (mWay == Way::WALK) mRun.executables.unmarkAll();
+}
+
+Selection::Way Selection::chooseWay() {
+  if (mPlanNumber == 0 && takeUpFew()) return Way::SHORT;
+  return takeUp() ? Way::AGENDA : Way::WALK;
 }
 
 void Selection::applySemantics() {
   if (mAsked < mTimes.size()) mTimes[mAsked++] = mRun.wait.low();
-  if (!mQuick) {
+  const Time& t = mRun.wait.low();
+  if (mWay == Way::WALK) {
     mRun.semantics.filter(mRun.executables, mRun.wait);
-  } else if (!openAt(mRun.wait.low())) {
+  } else if (!(mWay == Way::SHORT ? openFewAt(t) : openAt(t))) {
     walkAgain();
   }
 }
 
 bool Selection::empty() const {
-  if (mQuick) return mAgenda->empty();
+  if (mWay == Way::AGENDA) return mAgenda->empty();
+  if (mWay == Way::SHORT) return mFew.count() == 0;
   return mRun.executables.begin() == mRun.executables.end();
 }
 
 void Selection::applyScheduler() {
   mScheduled = true;
-  if (mQuick) {
+  if (mWay == Way::AGENDA) {
     mAgenda->choose();
+  } else if (mWay == Way::SHORT) {
+    if (mPolicy == Agenda::Policy::EARLIEST_DEADLINE) mFew.choose(mMargin);
   } else {
     mRun.scheduler.filter(mRun.executables, mRun.wait);
   }
 }
 
+std::size_t Selection::count() const {
+  if (mWay == Way::AGENDA) return mAgenda->count();
+  if (mWay == Way::SHORT) return mFew.count();
+  return static_cast<std::size_t>(mRun.executables.count());
+}
+
 Executable* Selection::pick() {
-  const bool quick = mQuick;
-  std::size_t count = quick ? mAgenda->count() : static_cast<std::size_t>(mRun.executables.count());
+  const std::size_t count = this->count();
   if (count == 0) return nullptr;
   const long double fraction = std::rand() * 0x1p-31L;
-  if (quick) {
-    Executable* const picked = mAgenda->at(static_cast<std::size_t>(count * fraction));
-    if (picked != nullptr) return picked;
+  const auto index = static_cast<std::size_t>(count * fraction);
+  if (mWay == Way::SHORT) return mFew.at(index);
+  if (mWay == Way::AGENDA) {
+    std::size_t slot = 0;
+    if (Executable* const picked = mAgenda->at(index, slot)) {
+      lookAhead(slot, *picked);
+      return picked;
+    }
     walkAgain();
-    count = static_cast<std::size_t>(mRun.executables.count());
   }
-  if (count == 0) return nullptr;
-  return *(mRun.executables.begin() + static_cast<int>(count * fraction));
+  const int walked = mRun.executables.count();
+  return walked > 0 ? *(mRun.executables.begin() + static_cast<int>(walked * fraction)) : nullptr;
+}
+
+std::size_t Selection::numberOf(std::size_t slot) const {
+  return slot < mConnectors ? mConnectors - 1 - slot : slot;
+}
+
+// Before the draw: what will be enabled next.
+void Selection::lookAhead() {
+  mUpcoming = mPlan->lookahead() != nullptr ? mAgenda->upcoming() : Agenda::NONE;
+  if (mUpcoming != Agenda::NONE) mPlan->lookahead()->comesNear(numberOf(mUpcoming));
+}
+
+// What fires, and what will fire after it.
+void Selection::lookAhead(std::size_t slot, Executable& picked) {
+  Lookahead* const lookahead = mPlan->lookahead();
+  if (lookahead == nullptr) return;
+  lookahead->bring(numberOf(slot));
+  const bool isPort = slot >= mConnectors;
+  if (isPort && !lookahead->fires(slot, static_cast<Port&>(picked))) {
+    learn(*lookahead, slot, static_cast<Port&>(picked));
+  }
+  if (mUpcoming != Agenda::NONE) lookahead->bring(numberOf(mUpcoming));
+}
+
+void Selection::learn(Lookahead& lookahead, std::size_t slot, const Port& port) {
+  const auto kept = mPlan->internals().kept(mConnectors + mPorts - 1 - slot);
+  const GenericClock* const clock = port.constraint()->clock();
+  const void* const users = clock != nullptr ? mUsers.find(clock) : nullptr;
+  lookahead.learn(slot, port, {kept[0], kept[1], kept[2], users, &mClockOf[slot - mConnectors]});
+}
+
+// ---- A few executables -------------------------------------------------------------------------
+
+// False when there are more, or some that cannot be foretold.
+bool Selection::takeUpFew() {
+  const Time now = mRun.clock.time();
+  if (!isOrdinary(now.microseconds())) return false;
+  mFew.clear();
+  for (Connector* connector : Chain(mRun.executables.connector())) {
+    for (Interaction* feasible : Chain(connector->feasibleInter())) {
+      if (feasible->dominated()) continue;
+      if (!isPlain(*feasible) || !addFew(*feasible, 0, now)) return false;
+    }
+  }
+  for (Port* port : Chain(mRun.executables.internals())) {
+    if (port->dominated()) continue;
+    Number shift = 0;
+    if (!isPlain(*port) || !PortTimes::shift(*port, mRun.clock, shift)) return false;
+    if (!addFew(*port, shift, now)) return false;
+  }
+  return true;
+}
+
+bool Selection::addFew(Executable& executable, Number shift, const Time& now) {
+  Times times{Time::MIN.microseconds(), maximum(), maximum(), false};
+  Constraint* const constraint = executable.constraint();
+  if (constraint != nullptr && !foretell(*constraint, shift, now, times)) return false;
+  if (!mFew.add(executable, times)) return false;
+  if (executable.mark() != 0) executable.setMark(0);
+  return true;
+}
+
+bool Selection::openFewAt(const Time& t) {
+  if (t > mRun.wait.high() || !isOrdinary(t.microseconds()) || mFew.isOver(t.microseconds())) {
+    return false;
+  }
+  mRun.wait.setHigh(
+      Time(static_cast<long long>(mFew.open(t.microseconds(), mRun.wait.high().microseconds()))));
+  return true;
+}
+
+// Gives the agenda up when there have been few executables for so long that this has paid for the
+// next one.
+void Selection::leaveWhenFew() {
+  mFewSteps = mAgenda->size() <= ShortAgenda::MOST ? mFewSteps + 1 : 0;
+  if (mFewSteps > mConnectors + mPorts) mPlanNumber = 0;
 }
 
 // ---- What has changed --------------------------------------------------------------------------
@@ -244,7 +341,7 @@ bool Selection::takeUp() {
   if (mAgenda == nullptr && !makeAgenda()) return mForetells = false;
   const bool done = goesOn ? takeUpChanges(*plan, now) : takeUpAll(*plan, now);
   plan->record();
-  if (!done) giveUp();
+  done ? leaveWhenFew() : giveUp();
   ++mSteps;
   return done;
 }
@@ -254,7 +351,9 @@ bool Selection::takeUpAll(ActivationPlan& plan, const Time& now) {
   mConnectors = plan.ranks();
   mPorts = plan.internals().ranks();
   mSteps = 0;
+  mFewSteps = 0;
   mUsers.clear();
+  mMoreUsers.clear();
   mClockOf.assign(mPorts, nullptr);
   mAgenda->reset(mConnectors + mPorts);
   mOpened = now;
@@ -265,23 +364,35 @@ bool Selection::takeUpAll(ActivationPlan& plan, const Time& now) {
 }
 
 bool Selection::takeUpChanges(ActivationPlan& plan, const Time& now) {
+  mRefreshed.clear();
   for (const std::size_t rank : plan.changed()) {
-    if (!refresh(slotOfConnector(rank), now)) return false;
+    if (!refreshOnce(slotOfConnector(rank), now)) return false;
   }
   for (const std::size_t rank : plan.internals().changed()) {
-    if (!refresh(slotOfPort(rank), now)) return false;
+    if (!refreshOnce(slotOfPort(rank), now)) return false;
   }
   return takeUpClocks(now);
 }
 
 bool Selection::takeUpClocks(const Time& now) {
   for (const GenericClock* clock : ClockChanges::record()) {
-    const auto users = mUsers.equal_range(clock);
-    for (auto user = users.first; user != users.second; ++user) {
-      if (!refresh(user->second, now)) return false;
+    const User* const first = mUsers.find(clock);
+    if (first == nullptr) continue;
+    User user = *first;  // a copy: the tables may grow
+    for (;;) {
+      if (!refreshOnce(user.slot, now)) return false;
+      if (user.next == NOBODY) break;
+      user = mMoreUsers[user.next];
     }
   }
   return true;
+}
+
+// Nothing changes within a step, so twice would be in vain.
+bool Selection::refreshOnce(std::size_t slot, const Time& now) {
+  if (std::find(mRefreshed.begin(), mRefreshed.end(), slot) != mRefreshed.end()) return true;
+  if (mRefreshed.size() < FEW_REFRESHED) mRefreshed.push_back(slot);
+  return refresh(slot, now);
 }
 
 bool Selection::refresh(std::size_t slot, const Time& now) {
@@ -297,7 +408,7 @@ bool Selection::refreshConnector(std::size_t slot, const Time& now) {
     if (feasible->dominated()) continue;
     if (!isPlain(*feasible)) return false;
     Times times{Time::MIN.microseconds(), maximum(), maximum(), false};
-    const Constraint* const constraint = feasible->constraint();
+    Constraint* const constraint = feasible->constraint();
     if (constraint != nullptr && !foretell(*constraint, 0, now, times)) return false;
     before = mAgenda->add(slot, before, *feasible, times);
   }
@@ -322,11 +433,15 @@ void Selection::watchClock(std::size_t slot, const Port& port) {
   const GenericClock*& known = mClockOf[slot - mConnectors];
   if (clock == nullptr || clock == known) return;
   known = clock;
-  const auto users = mUsers.equal_range(clock);
-  for (auto user = users.first; user != users.second; ++user) {
-    if (user->second == slot) return;
+  User* user = mUsers.find(clock);
+  if (user == nullptr) {
+    mUsers[clock] = {slot, NOBODY};
+    return;
   }
-  mUsers.emplace(clock, slot);
+  while (user->slot != slot && user->next != NOBODY) user = &mMoreUsers[user->next];
+  if (user->slot == slot) return;
+  user->next = mMoreUsers.size();
+  mMoreUsers.push_back({slot, NOBODY});
 }
 
 // ---- The quick way, and back -------------------------------------------------------------------
@@ -342,6 +457,7 @@ bool Selection::openAt(const Time& t) {
   mLatest = Time(
       static_cast<long long>(mAgenda->open(t.microseconds(), mRun.wait.high().microseconds())));
   mRun.wait.setHigh(mLatest);
+  lookAhead();
   return true;
 }
 
@@ -354,8 +470,8 @@ void Selection::giveUp() {
 
 // Does what has been done in this step once more, by asking the filters.
 void Selection::walkAgain() {
-  giveUp();
-  mQuick = false;
+  if (mWay == Way::AGENDA) giveUp();
+  mWay = Way::WALK;
   mRun.executables.unmarkAll();
   mRun.wait.setHigh(Time::MAX);
   for (std::size_t i = 0; i < mAsked; ++i) {

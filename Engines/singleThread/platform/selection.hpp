@@ -5,10 +5,11 @@
 #include <array>
 #include <cstddef>
 #include <memory>
-#include <unordered_map>
 #include <vector>
 
+#include "address-map.hpp"
 #include "agenda.hpp"
+#include "short-agenda.hpp"
 #include "vesk-time.hpp"
 
 class Compound;
@@ -25,6 +26,7 @@ class Port;
 namespace Vesk {
 
 class ActivationPlan;
+class Lookahead;
 
 // What the times of a port are said by.
 class PortTimes {
@@ -42,7 +44,8 @@ class PortTimes {
 // engine, and while every executable can be foretold: as long as its atom does not move, its times
 // follow from its constraint and a running clock. Those of ports over clocks that stand still or
 // have a class of the model are not foretold, nor those of executables whose class has a deadline()
-// or next() of its own. Such a step is walked, and so are some after it.
+// or next() of its own. Such a step is walked, and so are some after it. A step that has only a few
+// executables goes by a short agenda of its own, in small systems too.
 class Selection {
  public:
   // What the run has. Without chance the policy walks by itself.
@@ -72,12 +75,33 @@ class Selection {
   Executable* pick();
 
  private:
+  // How a step filters.
+  enum class Way { WALK, AGENDA, SHORT };
+
+  // A slot of a port whose clock it is, or was, and the index of the next one.
+  struct User {
+    std::size_t slot;
+    std::size_t next;
+  };
+  static constexpr std::size_t NOBODY = ~std::size_t{0};
+
   bool makeAgenda();
+  Way chooseWay();
+  bool takeUpFew();
+  bool addFew(Executable& executable, Times::Number shift, const Time& now);
+  bool openFewAt(const Time& t);
+  void leaveWhenFew();
+  std::size_t count() const;
+  std::size_t numberOf(std::size_t slot) const;
+  void lookAhead();
+  void lookAhead(std::size_t slot, Executable& picked);
+  void learn(Lookahead& lookahead, std::size_t slot, const Port& port);
   bool takeUp();
   bool takeUpAll(ActivationPlan& plan, const Time& now);
   bool takeUpChanges(ActivationPlan& plan, const Time& now);
   bool takeUpClocks(const Time& now);
   bool refresh(std::size_t slot, const Time& now);
+  bool refreshOnce(std::size_t slot, const Time& now);
   bool refreshConnector(std::size_t slot, const Time& now);
   bool refreshPort(std::size_t slot, const Time& now);
   void watchClock(std::size_t slot, const Port& port);
@@ -89,15 +113,20 @@ class Selection {
 
   const Run mRun;
   const bool mByChance;
-  bool mForetells;                  // it knows the policy and the filters
+  bool mForetells;         // it knows the policy and the filters
+  Agenda::Policy mPolicy;  // if so
+  Times::Number mMargin;
+  ShortAgenda mFew;
   std::unique_ptr<Agenda> mAgenda;  // null until it is needed
   const ActivationPlan* mPlan;      // of this step
   unsigned long long mPlanNumber;   // whose connectors the agenda has; 0: none
   std::size_t mConnectors;          // slots for connectors, which come first
   std::size_t mPorts;
-  Time mOpened;  // the last semantics of the agenda, and what it has returned
+  Agenda::Id mUpcoming;  // slot of what will be enabled next, perhaps
+  Time mOpened;          // the last semantics of the agenda, and what it has returned
   Time mLatest;
-  bool mQuick;                 // this step goes by the agenda
+  Way mWay;
+  std::size_t mFewSteps;       // since the agenda had more than a few executables
   unsigned int mWalks;         // steps before the next attempt
   unsigned int mPatience;      // as many there were before the last one
   unsigned int mSteps;         // since then
@@ -105,7 +134,9 @@ class Selection {
   std::size_t mAsked;
   bool mScheduled;
   std::vector<std::size_t> mExpired;
-  std::unordered_multimap<const GenericClock*, std::size_t> mUsers;  // slots, perhaps former ones
+  AddressMap<User> mUsers;  // by clocks, the first ones; the others behind them
+  std::vector<User> mMoreUsers;
+  std::vector<std::size_t> mRefreshed;        // slots in this step; no more than a few
   std::vector<const GenericClock*> mClockOf;  // of the ports by slot, behind the connectors
 };
 
