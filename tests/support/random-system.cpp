@@ -112,7 +112,8 @@ class RandomAtom : public Atom {
   RandomAtom(const std::string& name, const Compound* holder, World& world, Choices& choices,
              bool timed)
       : Atom(name.c_str(), holder), mWorld(world) {
-    for (int i = choices.between(1, 5); i > 0; --i) mTexts.push_back(text(choices));
+    for (int i = choices.chance(8) ? 1 : choices.between(2, 5); i > 0; --i)
+      mTexts.push_back(text(choices));
     if (choices.chance(8)) mShape = static_cast<Shape>(choices.below(int(Shape::COUNT)));
     mPrefers = choices.chance(10);
     const int ports = choices.between(1, 3);
@@ -162,11 +163,11 @@ class RandomAtom : public Atom {
     const std::string number = std::to_string(mTexts.size());
     const int kind = choices.below(100);
     if (kind < 80) return number + ",";
-    if (kind < 84) return number;  // no end: may run into the next text
-    if (kind < 87) return number + "PRUNE,";
-    if (kind < 89) return number + "ERROR,";
-    if (kind < 92) return number + "\n\"\\,";
-    if (kind < 95) return number + std::string(static_cast<std::size_t>(choices.below(600)), 'x');
+    if (kind < 90) return number;  // no end: may run into the next text
+    if (kind < 92) return number + "PRUNE,";
+    if (kind < 93) return number + "ERROR,";
+    if (kind < 95) return number + "\n\"\\,";
+    if (kind < 98) return number + std::string(static_cast<std::size_t>(choices.below(600)), 'x');
     return number + "\x80\xFF,";
   }
 
@@ -177,7 +178,7 @@ class RandomAtom : public Atom {
     Rule rule;
     const int states = static_cast<int>(mTexts.size());
     for (int i = 0; i < states; ++i) {
-      rule.targets.push_back(choices.chance(25) ? -1 : choices.below(states));
+      rule.targets.push_back(choices.chance(15) ? -1 : choices.below(states));
     }
     if (timed && choices.coin()) addPieces(rule, choices);
     if (choices.chance(12)) setInternalPort(port, rule);
@@ -445,7 +446,7 @@ class Builder {
   Ports fill(Compound& compound, int level) {
     Ports ports;
     const bool wide = level == 0 && mChoices.chance(3);
-    const int atoms = wide ? mChoices.between(20, 70) : mChoices.between(level == 0 ? 1 : 0, 3);
+    const int atoms = wide ? mChoices.between(20, 70) : mChoices.between(level == 0 ? 2 : 0, 4);
     for (int i = 0; i < atoms; ++i) addAtom(compound, ports);
     while (level < 3 && mChoices.chance(25)) {
       auto* part = new Part(numbered("C").c_str(), &compound);
@@ -454,7 +455,8 @@ class Builder {
       ports.insert(ports.end(), below.begin(), below.end());
     }
     Ports exported;
-    for (int i = mChoices.between(1, 4); i > 0; --i) addConnector(compound, ports, exported);
+    for (int i = mChoices.between(level == 0 ? 3 : 1, 6); i > 0; --i)
+      addConnector(compound, ports, exported);
     if (wide) addWideConnector(compound, ports);
     for (int i = mChoices.chance(40) ? mChoices.between(1, 3) : 0; i > 0; --i) {
       addPriority(compound, ports);
@@ -479,7 +481,8 @@ class Builder {
     auto* made = new RandomConnector(numbered("k"), &compound, mRoot.world, mChoices, exports);
     compound.connectors().add(made);
     Ports chosen;
-    for (int i = mChoices.between(1, 4); i > 0 && !ports.empty(); --i) {
+    const int count = mChoices.chance(15) ? mChoices.between(0, 5) : mChoices.between(1, 2);
+    for (int i = count; i > 0 && !ports.empty(); --i) {
       Port* port = mChoices.oneOf(ports);
       const bool isThere = std::find(chosen.begin(), chosen.end(), port) != chosen.end();
       if (!isThere || mChoices.chance(2)) chosen.push_back(port);
