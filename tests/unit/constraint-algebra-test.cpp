@@ -7,6 +7,7 @@
 #include <array>
 #include <bitset>
 #include <cstddef>
+#include <limits>
 
 #include "constraint-flags.hpp"
 
@@ -477,5 +478,23 @@ TEST(ConstraintAlgebraTest, OperationsStayInRangeForAnyListsOfIntervals) {
     }
     probe.clean();
     for (const Piece& piece : probe.pieces()) ASSERT_LE(piece.low, piece.high) << piece.low;
+  }
+}
+
+// At the ends of 64 bits a bound has no neighbour: sums go round.
+TEST(ConstraintAlgebraTest, OperationsStayInRangeAtTheEndsOf64Bits) {
+  constexpr long long FIRST = std::numeric_limits<long long>::min();
+  constexpr long long LAST = std::numeric_limits<long long>::max();
+  const Pieces ends[] = {{Piece(FIRST, 5)},    {Piece(5, LAST)},
+                         {Piece(FIRST, LAST)}, {Piece(FIRST, FIRST)},
+                         {Piece(LAST, LAST)},  {Piece(FIRST, -1), Piece(1, LAST)}};
+  for (const Pieces& left : ends) {
+    for (const Pieces& right : ends) {
+      Probe all[] = {Probe(left), Probe(left), Probe(left)};
+      all[0] &= Probe(right);
+      all[1] |= Probe(right);
+      all[2] -= Probe(right);
+      for (const Probe& probe : all) ASSERT_LE(probe.size(), left.size() + 2 * right.size());
+    }
   }
 }
