@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <csetjmp>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
@@ -16,6 +17,10 @@
 
 #include "run-observer.hpp"
 #include "vesk.hpp"
+
+#ifdef __SANITIZE_ADDRESS__
+extern "C" void __sanitizer_set_report_fd(void* descriptor);
+#endif
 
 namespace kit {
 
@@ -199,6 +204,11 @@ RunFolder::RunFolder()
       mErr(memfd_create("err", 0)) {
   require(mkdtemp(&mPath[0]) != nullptr, "folder");
   require(mIn >= 0 && mOut >= 0 && mErr >= 0, "files in memory");
+#ifdef __SANITIZE_ADDRESS__
+  // What a sanitizer finds in a run is for the reader of the test.
+  __sanitizer_set_report_fd(
+      reinterpret_cast<void*>(static_cast<std::intptr_t>(dup(STDERR_FILENO))));
+#endif
 }
 
 RunFolder::~RunFolder() {
