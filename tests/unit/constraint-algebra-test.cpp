@@ -498,3 +498,12 @@ TEST(ConstraintAlgebraTest, OperationsStayInRangeAtTheEndsOf64Bits) {
     }
   }
 }
+
+// What goes on behind the last time goes on at the first one, and may leave nothing.
+TEST(ConstraintAlgebraTest, CleanStaysInRangeAtTheEndsOf64Bits) {
+  constexpr long long FIRST = std::numeric_limits<long long>::min();
+  constexpr long long LAST = std::numeric_limits<long long>::max();
+  Probe probe({Piece(7, LAST, EAGER), Piece(FIRST, 5, EAGER)});
+  probe.clean();
+  EXPECT_EQ(probe.pieces(), (Pieces{Piece(7, 5, EAGER)}));
+}
