@@ -7,151 +7,15 @@
 #include <array>
 #include <bitset>
 #include <cstddef>
+#include <limits>
 
-#include "constraint-probe.hpp"
+#include "constraint-flags.hpp"
 
 using Vesk::Time;
 
 namespace {
 
 constexpr int ROUNDS = 100000;
-constexpr int CELLS = 40;
-
-// What clean() leaves of a list, decided for each pair of neighbours by itself.
-bool fuses(const Piece& previous, const Piece& next) {
-  const bool sameKind = previous.urgency == next.urgency && next.urgency != DELAYABLE;
-  const bool delayed = previous.urgency == LAZY && next.urgency == DELAYABLE;
-  return next.low == previous.high + 1 && previous.dominated == next.dominated &&
-         previous.observable == next.observable && (sameKind || delayed);
-}
-
-Pieces fused(const Pieces& list) {
-  Pieces result;
-  result.reserve(list.size());
-  for (std::size_t i = 0; i < list.size(); ++i) {
-    if (i > 0 && fuses(list[i - 1], list[i])) {
-      result.back().high = list[i].high;
-      result.back().urgency = list[i].urgency;
-    } else {
-      result.push_back(list[i]);
-    }
-  }
-  return result;
-}
-
-using Instants = std::bitset<CELLS>;
-
-// The instants of 0 .. 39 that some interval of the list holds.
-Instants instants(const Pieces& list) {
-  Instants result;
-  for (const Piece& piece : list) {
-    const int high = static_cast<int>(std::min<long long>(CELLS - 1, piece.high));
-    for (int i = static_cast<int>(std::max(0LL, piece.low)); i <= high; ++i) {
-      result.set(static_cast<std::size_t>(i));
-    }
-  }
-  return result;
-}
-
-struct Cell {
-  bool present = false;
-  Urgency urgency = LAZY;
-  bool dominated = false;
-  bool observable = false;
-  int interval = 0;  // neighbours with the same number belong to one interval
-};
-
-class Flags {
- public:
-  explicit Flags(const Pieces& list) {
-    for (const Piece& piece : list) unite(piece);
-  }
-
-  const Cell& operator[](int i) const { return mCells[static_cast<std::size_t>(i)]; }
-  bool holds(long long t) const {
-    return 0 <= t && t < CELLS && (*this)[static_cast<int>(t)].present;
-  }
-  int first(int i) const {
-    while (joined(i - 1, i)) --i;
-    return i;
-  }
-  int last(int i) const {
-    while (joined(i, i + 1)) ++i;
-    return i;
-  }
-  Pieces pieces() const {
-    Pieces list;
-    list.reserve(CELLS);
-    for (int i = 0; i < CELLS; ++i) {
-      if (!holds(i)) continue;
-      const Cell& cell = (*this)[i];
-      list.emplace_back(i, last(i), cell.urgency, static_cast<Domination>(cell.dominated),
-                        static_cast<Observability>(cell.observable));
-      i = last(i);
-    }
-    return list;
-  }
-
-  void unite(const Piece& piece) {
-    ++mIntervals;
-    for (int i = low(piece); i <= high(piece); ++i) {
-      at(i) = {true, piece.urgency, piece.dominated, piece.observable, mIntervals};
-    }
-  }
-  // What lies in both, cut at the ends of the intervals of both.
-  void intersect(const Flags& other) {
-    for (int i = 0; i < CELLS; ++i) {
-      Cell& cell = at(i);
-      const Cell& cut = other[i];
-      cell.present = cell.present && cut.present;
-      cell.urgency = std::max(cell.urgency, cut.urgency);
-      cell.observable = cell.observable || cut.observable;
-      cell.interval = cell.interval * 100 + cut.interval;
-    }
-  }
-  // Plain difference. Then the loss: the remainder at the right of the last interval met goes too
-  // when that is not the first one met and the first one is wholly covered. True when it was lost.
-  bool subtract(const Piece& piece) {
-    int begin = low(piece);
-    int end = high(piece);
-    while (begin <= end && !holds(begin)) ++begin;
-    while (begin <= end && !holds(end)) --end;
-    if (begin > end) return false;
-    const bool covered = first(begin) >= low(piece) && last(begin) <= high(piece);
-    const int remainder = last(end);
-    const bool lost = covered && first(end) != first(begin) && remainder > high(piece);
-    for (int i = begin; i <= (lost ? remainder : end); ++i) at(i).present = false;
-    return lost;
-  }
-  // Marks what the piece covers; what is not dominated yet is cut at its ends.
-  void dominate(const Piece& piece) {
-    const std::array<Cell, CELLS> before = mCells;
-    mIntervals += 50;
-    for (int i = low(piece); i <= high(piece); ++i) {
-      const Cell& cell = before[static_cast<std::size_t>(i)];
-      if (!cell.present || cell.dominated) continue;
-      at(i).dominated = true;
-      at(i).interval = mIntervals + cell.interval;
-    }
-  }
-  void applyDomination() {
-    for (Cell& cell : mCells) cell.present = cell.present && !cell.dominated;
-  }
-
- private:
-  static int low(const Piece& piece) { return static_cast<int>(std::max(0LL, piece.low)); }
-  static int high(const Piece& piece) {
-    return static_cast<int>(std::min<long long>(CELLS - 1, piece.high));
-  }
-  Cell& at(int i) { return mCells[static_cast<std::size_t>(i)]; }
-  bool joined(int i, int j) const {
-    return holds(i) && holds(j) && (*this)[i].interval == (*this)[j].interval &&
-           (*this)[i].dominated == (*this)[j].dominated;
-  }
-
-  std::array<Cell, CELLS> mCells;
-  int mIntervals = 0;
-};
 
 // Sorted, disjoint, not empty; neighbours may be adjacent.
 Pieces randomPieces(Draw& draw) {
@@ -408,32 +272,6 @@ TEST(ConstraintAlgebraTest, ApplyDominationRemovesExactlyWhatIsDominated) {
 
 namespace {
 
-// The intervals that lie wholly before t, instant by instant.
-int intervalsBefore(const Flags& model, int t) {
-  int count = 0;
-  for (int i = 0; i < std::min(t, CELLS); ++i) {
-    if (model.holds(i) && model.last(i) == i) ++count;
-  }
-  return count;
-}
-
-long long nextInstant(const Flags& model, int t) {
-  for (int i = t; i < CELLS; ++i) {
-    if (model.holds(i)) return i;
-  }
-  return EVER;
-}
-
-// Walks from t on until something forces: an eager instant, or the end of a delayable interval.
-long long forcedInstant(const Flags& model, int t, bool observableOnly) {
-  for (int i = t; i < CELLS; ++i) {
-    if (!model.holds(i) || (observableOnly && !model[i].observable)) continue;
-    if (model[i].urgency == EAGER) return i;
-    if (model[i].urgency == DELAYABLE) return model.last(i);
-  }
-  return EVER;
-}
-
 void comparePlaces(const Probe& probe, const Flags& model, int t) {
   const int before = intervalsBefore(model, t);
   const bool held = model.holds(t);
@@ -641,4 +479,31 @@ TEST(ConstraintAlgebraTest, OperationsStayInRangeForAnyListsOfIntervals) {
     probe.clean();
     for (const Piece& piece : probe.pieces()) ASSERT_LE(piece.low, piece.high) << piece.low;
   }
+}
+
+// At the ends of 64 bits a bound has no neighbour: sums go round.
+TEST(ConstraintAlgebraTest, OperationsStayInRangeAtTheEndsOf64Bits) {
+  constexpr long long FIRST = std::numeric_limits<long long>::min();
+  constexpr long long LAST = std::numeric_limits<long long>::max();
+  const Pieces ends[] = {{Piece(FIRST, 5)},    {Piece(5, LAST)},
+                         {Piece(FIRST, LAST)}, {Piece(FIRST, FIRST)},
+                         {Piece(LAST, LAST)},  {Piece(FIRST, -1), Piece(1, LAST)}};
+  for (const Pieces& left : ends) {
+    for (const Pieces& right : ends) {
+      Probe all[] = {Probe(left), Probe(left), Probe(left)};
+      all[0] &= Probe(right);
+      all[1] |= Probe(right);
+      all[2] -= Probe(right);
+      for (const Probe& probe : all) ASSERT_LE(probe.size(), left.size() + 2 * right.size());
+    }
+  }
+}
+
+// What goes on behind the last time goes on at the first one, and may leave nothing.
+TEST(ConstraintAlgebraTest, CleanStaysInRangeAtTheEndsOf64Bits) {
+  constexpr long long FIRST = std::numeric_limits<long long>::min();
+  constexpr long long LAST = std::numeric_limits<long long>::max();
+  Probe probe({Piece(7, LAST, EAGER), Piece(FIRST, 5, EAGER)});
+  probe.clean();
+  EXPECT_EQ(probe.pieces(), (Pieces{Piece(7, 5, EAGER)}));
 }

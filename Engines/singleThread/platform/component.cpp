@@ -6,14 +6,17 @@
 #include <cstring>
 #include <iostream>
 #include <memory>
+#include <new>
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "activation-plan.hpp"
 #include "clock.hpp"
 #include "connector.hpp"
 #include "constraint.hpp"
+#include "exploration/state-shape.hpp"
 #include "internal-ports.hpp"
 #include "markers.hpp"
 #include "on-demand.hpp"
@@ -44,6 +47,19 @@ void noteMarker(Leaf* leaf) {
   if (marker == Vesk::Marker::NONE) return;
   (marker == Vesk::Marker::PRUNE ? global_prune : global_error) = true;
   faulty_leaf = leaf;
+}
+
+// The tree that an exception has ended and faulty_leaf points into: the summary of a search shows
+// that leaf. Kept until the next one.
+std::unique_ptr<Node> unfinished;
+
+// Without memory for the search the leaf is taken for one of the tree.
+void keepForFaultyLeaf(std::unique_ptr<Nonleaf> tree) {
+  try {
+    if (!Vesk::contains(tree.get(), faulty_leaf)) return;
+  } catch (const std::bad_alloc&) {
+  }
+  unfinished = std::move(tree);
 }
 
 // Components that a hook adds while states are read or restored have no place in them.
@@ -259,13 +275,20 @@ void Compound::initialize(LogicalClock* clock) {
   }
 }
 
+// When a part throws, the tree so far ends here, and nobody may look at a faulty leaf in it any
+// more.
 Node* Compound::getState() {
   auto state = std::make_unique<Nonleaf>(mComponents.count());
-  for (int i = 0; i < mComponents.count(); ++i) {
-    if (i >= state->getNumChild()) refuseChangedTree(*this, mComponents.count(), i);
-    Node* child = mComponents[i]->getState();
-    state->setChild(child, i);
-    if (child != nullptr && child->isLeaf()) noteMarker(static_cast<Leaf*>(child));
+  try {
+    for (int i = 0; i < mComponents.count(); ++i) {
+      if (i >= state->getNumChild()) refuseChangedTree(*this, mComponents.count(), i);
+      Node* child = mComponents[i]->getState();
+      state->setChild(child, i);
+      if (child != nullptr && child->isLeaf()) noteMarker(static_cast<Leaf*>(child));
+    }
+  } catch (...) {
+    keepForFaultyLeaf(std::move(state));
+    throw;
   }
   state->resetOutTrans();
   return state.release();

@@ -7,9 +7,11 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "fixture.hpp"
 #include "kit/atoms.hpp"
+#include "kit/explorations.hpp"
 #include "kit/systems.hpp"
 #include "kit/trees.hpp"
 
@@ -195,4 +197,36 @@ TEST_F(StateTest, ANullStateRestoresNothing) {
   buildTree();
   root.setState(nullptr);
   EXPECT_EQ(events, Events());
+}
+
+// The part behind the faulty one throws, in the same compound or around it. Other trees are made
+// meanwhile.
+TEST_F(StateTest, TheFaultyLeafOfATreeThatAnExceptionEndsStaysReadable) {
+  for (const bool inPart : {false, true}) {
+    System system("s");
+    System* holder = inPart ? system.compound("c") : &system;
+    holder->add(new Automaton("A", holder, {"ERROR,"}));
+    Automaton* thrower = system.add(new Automaton("B", &system, {"0,"}));
+    thrower->setHook([](Automaton&, const std::string&) { throw std::runtime_error("model"); });
+    EXPECT_THROW(system.getState(), std::runtime_error);
+    EXPECT_TRUE(global_error);
+    std::vector<std::unique_ptr<Leaf>> others;
+    for (int i = 0; i < 10; ++i) others.push_back(std::make_unique<Leaf>(new Atomleaf("other")));
+    ASSERT_NE(nullptr, faulty_leaf);
+    EXPECT_STREQ("ERROR,", faulty_leaf->getAleaf()->getVal());
+    clearGlobals();
+  }
+}
+
+TEST_F(StateTest, AnExceptionLeavesAFaultyLeafOfTheModelsOwn) {
+  Leaf own(nullptr);
+  System system("s");
+  Automaton* thrower = system.add(new Automaton("B", &system, {"0,"}));
+  thrower->setHook([&own](Automaton&, const std::string&) {
+    faulty_leaf = &own;
+    throw std::runtime_error("model");
+  });
+  EXPECT_THROW(system.getState(), std::runtime_error);
+  EXPECT_EQ(&own, faulty_leaf);
+  clearGlobals();
 }
