@@ -3,6 +3,7 @@
 #include <unordered_map>
 
 #include "component.hpp"
+#include "immortal.hpp"
 #include "port.hpp"
 
 namespace {
@@ -26,9 +27,8 @@ struct InternalPorts::Registry {
     std::size_t index;
   };
 
-  // Never destroyed: atoms may end after everything else.
   static std::unordered_map<const Atom*, Entry>& entries() {
-    static auto* all = new std::unordered_map<const Atom*, Entry>;
+    static Immortal<std::unordered_map<const Atom*, Entry>> all;
     return *all;
   }
   // Null when nobody looks at the atom.

@@ -209,7 +209,7 @@ void ExplorationFiles::begin() {
   mTransitions.put(room, HEADER_ROOM - 1);
   mTransitions.endLine();
   mTransitions.flush();
-  writeHeader(0, mFound);
+  writeHeader(0, mFound, PROVISIONAL);
 }
 
 void ExplorationFiles::writeState(std::uint64_t number, const char* text, std::size_t length) {
@@ -237,7 +237,7 @@ void ExplorationFiles::writeTransition(std::uint64_t source, const Label& label,
   }
   ++mCount;
   mFound = std::max(mFound, target + 1);
-  if (mTransitions.lines() != mInHeader) writeHeader(transitionsInFile(), mFound);
+  if (mTransitions.lines() != mInHeader) writeHeader(transitionsInFile(), mFound, PROVISIONAL);
 }
 
 // Most transitions have the source of the one before.
@@ -255,7 +255,7 @@ void ExplorationFiles::complete(std::uint64_t transitions, std::uint64_t states)
   mStates.flush();
   mPrunedPaths.flush();
   mDeadlocks.flush();
-  writeHeader(mTransitions.isCut() ? transitionsInFile() : transitions, states);
+  writeHeader(mTransitions.isCut() ? transitionsInFile() : transitions, states, FINAL);
 }
 
 // The first line of the file is the header.
@@ -263,7 +263,9 @@ std::uint64_t ExplorationFiles::transitionsInFile() const {
   return mTransitions.lines() != 0 ? mTransitions.lines() - 1 : 0;
 }
 
-void ExplorationFiles::writeHeader(std::uint64_t transitions, std::uint64_t states) {
+// What fails on the way may succeed later, but in a file in which one cannot go back.
+void ExplorationFiles::writeHeader(std::uint64_t transitions, std::uint64_t states,
+                                   HeaderKind kind) {
   if (mTransitionFile == nullptr || mHeaderFailed || getpid() != mOwner) return;
   mInHeader = mTransitions.lines();
   char area[sizeof HEADER + 2 * MAX_DIGITS + HEADER_ROOM];
@@ -277,7 +279,8 @@ void ExplorationFiles::writeHeader(std::uint64_t transitions, std::uint64_t stat
     length = HEADER_ROOM;
   }
   if (writeAtStart(area, length)) return;
-  mHeaderFailed = true;
+  mHeaderFailed = kind == FINAL || errno == ESPIPE;
+  if (!mHeaderFailed) return;
   if (mTransitions.isOpen()) std::fprintf(stderr, NO_HEADER, std::strerror(errno));
 }
 
@@ -291,12 +294,17 @@ bool ExplorationFiles::writeAtStart(const char* text, std::size_t length) const 
            std::fwrite(text, 1, length, mTransitionFile) == length &&
            fseeko(mTransitionFile, position, SEEK_SET) == 0 && std::fflush(mTransitionFile) == 0;
   }
-  ssize_t count;
-  do {
-    count = pwrite(descriptor, text, length, 0);
-  } while (count == -1 && errno == EINTR && !graceIsOver());
-  if (count == static_cast<ssize_t>(length)) return true;
-  const bool partOfIt = count > 0 && mTransitions.lines() == 0;
+  std::size_t done = 0;
+  while (done != length) {
+    const ssize_t count = pwrite(descriptor, text + done, length - done, static_cast<off_t>(done));
+    if (count > 0) {
+      done += static_cast<std::size_t>(count);
+    } else if (count == 0 || errno != EINTR || graceIsOver()) {
+      break;
+    }
+  }
+  if (done == length) return true;
+  const bool partOfIt = done > 0 && mTransitions.lines() == 0;
   if (partOfIt && ftruncate(descriptor, 0) != 0) errno = EIO;
   return false;
 }

@@ -99,9 +99,11 @@ class ExplorationFiles {
   void complete(std::uint64_t transitions, std::uint64_t states);
 
  private:
+  enum HeaderKind { PROVISIONAL, FINAL };
+
   void beginWith(std::uint64_t source);
   std::uint64_t transitionsInFile() const;
-  void writeHeader(std::uint64_t transitions, std::uint64_t states);
+  void writeHeader(std::uint64_t transitions, std::uint64_t states, HeaderKind kind);
   bool writeAtStart(const char* text, std::size_t length) const;
 
   FILE* mTransitionFile;
@@ -113,8 +115,8 @@ class ExplorationFiles {
   std::uint64_t mCount;
   std::uint64_t mFound;     // states that transitions name, and the initial one
   std::uint64_t mInHeader;  // lines of the transition file when the header was written
-  bool mHeaderFailed;
-  char mStart[32];  // of a transition line
+  bool mHeaderFailed;       // and is not tried again
+  char mStart[32];          // of a transition line
   std::size_t mStartLength = 0;
   std::uint64_t mSource = 0;  // that stands in it
 };
