@@ -27,6 +27,7 @@ constexpr std::size_t PUNCTUATION = 8;  // of a line, or less
 constexpr std::size_t HEADER_ROOM = 38;
 constexpr char HEADER[] = "des(0, %llu, %llu)\n";
 
+constexpr std::size_t HEADER_AREA = sizeof HEADER + 2 * MAX_DIGITS + HEADER_ROOM;
 constexpr char NO_HEADER[] = "vesk: the transition system has no header: %s\n";
 
 constexpr int PIPE_ATTEMPTS = 21;
@@ -50,6 +51,19 @@ int openPipe(const char* name) {
     if (pipe != -1 || errno != ENXIO || attempt == PIPE_ATTEMPTS) return pipe;
     usleep(PIPE_PAUSE);
   }
+}
+
+// Returns the length: that of the room, or more.
+std::size_t formatHeader(char (&area)[HEADER_AREA], std::uint64_t transitions,
+                         std::uint64_t states) {
+  const int printed =
+      std::snprintf(area, sizeof area, HEADER, static_cast<unsigned long long>(transitions),
+                    static_cast<unsigned long long>(states));
+  const auto length = static_cast<std::size_t>(printed);
+  if (length >= HEADER_ROOM) return length;
+  std::memset(area + length, ' ', HEADER_ROOM - length);
+  area[HEADER_ROOM - 1] = '\n';
+  return HEADER_ROOM;
 }
 
 }  // namespace
@@ -203,10 +217,12 @@ ExplorationFiles::ExplorationFiles(FILE* transitions, FILE* states, FILE* pruned
       mInHeader(0),
       mHeaderFailed(false) {}
 
+// Where one can go back the room has a header from the first, or a kill could leave it blank.
 void ExplorationFiles::begin() {
-  char room[HEADER_ROOM];
-  std::memset(room, ' ', HEADER_ROOM);
-  mTransitions.put(room, HEADER_ROOM - 1);
+  char area[HEADER_AREA];
+  std::memset(area, ' ', HEADER_ROOM);
+  if (mTransitions.isRegular()) formatHeader(area, 0, mFound);
+  mTransitions.put(area, HEADER_ROOM - 1);
   mTransitions.endLine();
   mTransitions.flush();
   writeHeader(0, mFound, PROVISIONAL);
@@ -268,16 +284,8 @@ void ExplorationFiles::writeHeader(std::uint64_t transitions, std::uint64_t stat
                                    HeaderKind kind) {
   if (mTransitionFile == nullptr || mHeaderFailed || getpid() != mOwner) return;
   mInHeader = mTransitions.lines();
-  char area[sizeof HEADER + 2 * MAX_DIGITS + HEADER_ROOM];
-  const int printed =
-      std::snprintf(area, sizeof area, HEADER, static_cast<unsigned long long>(transitions),
-                    static_cast<unsigned long long>(states));
-  auto length = static_cast<std::size_t>(printed);
-  if (length < HEADER_ROOM) {
-    std::memset(area + length, ' ', HEADER_ROOM - length);
-    area[HEADER_ROOM - 1] = '\n';
-    length = HEADER_ROOM;
-  }
+  char area[HEADER_AREA];
+  const std::size_t length = formatHeader(area, transitions, states);
   if (writeAtStart(area, length)) return;
   mHeaderFailed = kind == FINAL || errno == ESPIPE;
   if (!mHeaderFailed) return;

@@ -28,6 +28,8 @@ class OutputBuffer {
   OutputBuffer(FILE* file, const char* what);
 
   bool isOpen() const { return mFile != nullptr; }
+  // A file of a file system: one can go back in it.
+  bool isRegular() const { return mKind == REGULAR; }
   void put(const char* text, std::size_t length);
   void put(const char* text);
   void put(std::uint64_t number);
