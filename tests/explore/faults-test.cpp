@@ -254,7 +254,7 @@ TEST(FaultsTest, AKilledSearchLeavesWholeLinesAndAHeaderThatPromisesNoMore) {
 
 TEST(FaultsTest, ASearchKilledAtAnyWriteLeavesWholeLines) {
   if (!canInject()) GTEST_SKIP() << "strace cannot be used here";
-  for (const int write : {2, 3, 4, 5, 63, 140, 280, 400}) {
+  for (const int write : {2, 3, 4, 5, 9}) {
     const ProgramFolder folder;
     folder.run(
         "touch x.aut && ASAN_OPTIONS=detect_leaks=0 strace -qq -o /dev/null -P \"$(pwd -P)"
@@ -263,8 +263,8 @@ TEST(FaultsTest, ASearchKilledAtAnyWriteLeavesWholeLines) {
     const std::string aut = folder.content("x.aut");
     expectReadable(aut);
     EXPECT_EQ(write == 2, aut.size() == 38) << write;
-    // A block has between 64 and 129 writes.
-    EXPECT_EQ(write < 64, promisedBy(aut) == 0) << write;
+    // A block is one write, and its lines are counted as soon as it is there.
+    EXPECT_EQ(write == 2, promisedBy(aut) == 0) << write;
   }
 }
 

@@ -18,6 +18,7 @@
 #include "markers.hpp"
 #include "plain-output.hpp"
 #include "port.hpp"
+#include "prefetch.hpp"
 #include "priority.hpp"
 #include "scheduler.hpp"
 #include "states.hpp"
@@ -274,6 +275,10 @@ void Compound::setState(Node* state) {
   const int children = parts != nullptr ? parts->getNumChild() : 0;
   for (int i = 0; i < mComponents.count(); ++i) {
     if (i >= children) refuseChangedTree(*this, mComponents.count(), i);
+    if (const int next = i + Vesk::AHEAD; next < children && next < mComponents.count()) {
+      Vesk::prefetch(parts->getChild(next), sizeof(Leaf) + sizeof(Atomleaf));
+      Vesk::prefetch(mComponents[next], sizeof(Atom));
+    }
     mComponents[i]->setState(parts->getChild(i));
   }
 }

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "exploration/signals.hpp"
+#include "exploration/space-kinds.hpp"
 
 namespace Vesk {
 
@@ -18,20 +19,25 @@ void BreadthFirst::put(PendingState state) {
 }
 
 void BreadthFirst::takeOne() {
+  withKindOf(*mSpace, [this](auto& space) { takeOneOf(space); });
+}
+
+template <class Space>
+void BreadthFirst::takeOneOf(Space& space) {
   PendingState state = std::move(mQueue.front());
   mQueue.pop_front();
   --mStored;
-  mSpace->restore(state);
-  mSpace->activate();
-  if (enumerationCut) return mSpace->end(std::move(state));
-  writeState(state);
+  space.restore(state);
+  space.activate();
+  if (enumerationCut) return space.end(std::move(state));
+  writeState(space, state);
   Transition transition;
-  if (mSpace->firstLegal(transition)) {
-    expand(state, transition);
+  if (space.firstLegal(transition)) {
+    expand(space, state, transition);
   } else {
     meetDeadlock(state);
   }
-  mSpace->end(std::move(state));
+  space.end(std::move(state));
 }
 
 void BreadthFirst::endAll() {
@@ -41,9 +47,10 @@ void BreadthFirst::endAll() {
 }
 
 // The text that the state has after the model has restored it.
-void BreadthFirst::writeState(const PendingState& state) {
+template <class Space>
+void BreadthFirst::writeState(Space& space, const PendingState& state) {
   if (!mFiles.states().isOpen()) return;
-  const StateSpace::Text text = mSpace->restoredText(state);
+  const StateSpace::Text text = space.restoredText(state);
   mFiles.writeState(state.number, text.data, text.length);
 }
 
@@ -54,12 +61,13 @@ void BreadthFirst::meetDeadlock(const PendingState& state) {
 }
 
 // Takes the transitions of the legal connectors up to the first dominated one.
-void BreadthFirst::expand(const PendingState& state, Transition& transition) {
-  mSpace->expectLegal();
+template <class Space>
+void BreadthFirst::expand(Space& space, const PendingState& state, Transition& transition) {
+  space.expectLegal();
   while (!transition.connector->dominated()) {
-    if (!follow(state, transition)) return;
-    if (!mSpace->nextLegal(transition) || isStopped()) return;
-    mSpace->restore(state);
+    if (!follow(space, state, transition)) return;
+    if (!space.nextLegal(transition) || isStopped()) return;
+    space.restore(state);
   }
 }
 
@@ -67,30 +75,32 @@ void BreadthFirst::expand(const PendingState& state, Transition& transition) {
 // because model code has asked for an enumeration that was cut.
 // Deliberate: the transition into an error is counted, but not written, because the state that it
 // leads to is not stored. (docs/decisions/0024-errors-in-the-two-searches.md)
-bool BreadthFirst::follow(const PendingState& state, const Transition& transition) {
-  if (!mSpace->fire(transition, mLabel)) return false;
+template <class Space>
+bool BreadthFirst::follow(Space& space, const PendingState& state, const Transition& transition) {
+  if (!space.fire(transition, mLabel)) return false;
   ++mCounters.transitions;
   if (global_error) {
-    mSpace->drop();
+    space.drop();
     return false;
   }
-  const StateSpace::Found target = mSpace->find();
+  const StateSpace::Found target = space.find();
   if (target.isNew) {
-    arrive();
+    arrive(space);
   } else {
-    mSpace->drop();
+    space.drop();
   }
   writeTransition(state.number, target.number);
   return true;
 }
 
-void BreadthFirst::arrive() {
+template <class Space>
+void BreadthFirst::arrive(Space& space) {
   if (!global_prune) {
-    put(mSpace->keep());
+    put(space.keep());
     return;
   }
   writePath(mFiles.prunedPaths());
-  mSpace->drop();
+  space.drop();
   ++mCounters.pruned;
 }
 

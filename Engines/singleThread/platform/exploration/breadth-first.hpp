@@ -16,12 +16,18 @@ class BreadthFirst : public Search {
   void begin() override;
   void takeOne() override;
   void endAll() override;
+  template <class Space>
+  void takeOneOf(Space& space);
   void put(PendingState state);
-  void writeState(const PendingState& state);
+  template <class Space>
+  void writeState(Space& space, const PendingState& state);
   void meetDeadlock(const PendingState& state);
-  void expand(const PendingState& state, Transition& transition);
-  bool follow(const PendingState& state, const Transition& transition);
-  void arrive();
+  template <class Space>
+  void expand(Space& space, const PendingState& state, Transition& transition);
+  template <class Space>
+  bool follow(Space& space, const PendingState& state, const Transition& transition);
+  template <class Space>
+  void arrive(Space& space);
 
   std::deque<PendingState> mQueue;  // states whose transitions have still to be taken
 };

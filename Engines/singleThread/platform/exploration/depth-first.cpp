@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "exploration/signals.hpp"
+#include "exploration/space-kinds.hpp"
 
 namespace Vesk {
 
@@ -10,36 +11,42 @@ namespace Vesk {
 // stack are reported. (docs/decisions/0004-the-path-to-a-deadlock.md)
 void DepthFirst::begin() {
   mSpace->read();
-  writeState(mSpace->find().number);
+  writeState(*mSpace, mSpace->find().number);
   mSpace->activate();
   if (enumerationCut) return mSpace->drop();
   mSources.push_back(mSpace->keep());
   Transition transition;
   for (bool legal = mSpace->firstLegal(transition); legal && !transition.connector->dominated();
        legal = mSpace->nextLegal(transition)) {
-    push(mSources.back(), transition);
+    push(*mSpace, mSources.back(), transition);
   }
 }
 
-void DepthFirst::push(PendingState& state, const Transition& legal) {
-  mSpace->freeze(&legal);
+template <class Space>
+void DepthFirst::push(Space& space, PendingState& state, const Transition& legal) {
+  space.freeze(&legal);
   ++mStored;
-  mSpace->addTransition(state);
+  space.addTransition(state);
 }
 
 void DepthFirst::takeOne() {
-  Transition transition = mSpace->thaw();
+  withKindOf(*mSpace, [this](auto& space) { takeOneOf(space); });
+}
+
+template <class Space>
+void DepthFirst::takeOneOf(Space& space) {
+  Transition transition = space.thaw();
   --mStored;
-  if (transition.connector != nullptr) mSpace->takeTransition(mSources.back());
+  if (transition.connector != nullptr) space.takeTransition(mSources.back());
   if (mSources.back().outTrans != 0) {
     PendingState& state = mSources.back();
-    take(state, transition);
-    mSpace->settle(state);
+    take(space, state, transition);
+    space.settle(state);
   } else {
     PendingState state = popSource();
-    if (!mSources.empty()) expect(mSources.back());
-    take(state, transition);
-    mSpace->end(std::move(state));
+    if (!mSources.empty()) expect(space, mSources.back());
+    take(space, state, transition);
+    space.end(std::move(state));
   }
 }
 
@@ -55,12 +62,13 @@ void DepthFirst::endAll() {
   while (!mSources.empty()) mSpace->end(popSource());
 }
 
-void DepthFirst::take(PendingState& state, Transition& transition) {
+template <class Space>
+void DepthFirst::take(Space& space, PendingState& state, Transition& transition) {
   mPath.enter(state.number);
   if (transition.connector == nullptr) {
     meetDeadlock(state.number);
   } else {
-    follow(state, transition);
+    follow(space, state, transition);
   }
   mPath.backtrack();
 }
@@ -72,69 +80,75 @@ void DepthFirst::meetDeadlock(StateNumber state) {
   ++mCounters.deadlocks;
 }
 
-void DepthFirst::follow(PendingState& state, Transition& transition) {
-  expectTransitionsOf(state);
-  mSpace->restore(state);
-  if (!mSpace->fireFrozen(state, transition, mLabel)) return;
+template <class Space>
+void DepthFirst::follow(Space& space, PendingState& state, Transition& transition) {
+  expectTransitionsOf(space, state);
+  space.restore(state);
+  if (!space.fireFrozen(state, transition, mLabel)) return;
   ++mCounters.transitions;
-  const StateSpace::Found target = mSpace->find();
+  const StateSpace::Found target = space.find();
   writeTransition(state.number, target.number);
   if (target.isNew) {
-    arrive(target.number);
+    arrive(space, target.number);
   } else {
-    mSpace->drop();
+    space.drop();
   }
 }
 
 // When the last transition of a state leads to a known one, the state below is looked at next.
-void DepthFirst::expect(const PendingState& state) {
+template <class Space>
+void DepthFirst::expect(Space& space, const PendingState& state) {
   mExpected = state.number;
-  mSpace->expectFrozen(state.outTrans);
+  space.expectFrozen(state.outTrans);
 }
 
 // The first transition of a state mostly leads to a new one, and on from there. When the search is
 // here again, the others mostly lead to known states, so that they are taken one after the other.
-void DepthFirst::expectTransitionsOf(const PendingState& state) {
+template <class Space>
+void DepthFirst::expectTransitionsOf(Space& space, const PendingState& state) {
   const bool isFirst = state.number == mArrived;
   mArrived = NO_STATE;
   if (isFirst || state.number == mExpectedNow) return;
   mExpectedNow = state.number;
-  if (state.number != mExpected) mSpace->expectFrozen(state.outTrans);
-  mSpace->expectFrozenNow(state.outTrans);
+  if (state.number != mExpected) space.expectFrozen(state.outTrans);
+  space.expectFrozenNow(state.outTrans);
 }
 
-void DepthFirst::arrive(StateNumber number) {
-  writeState(number);
-  if (global_prune) return prune(number);
-  mSpace->activate();
-  if (enumerationCut) return mSpace->drop();
-  mSources.push_back(mSpace->keep());
+template <class Space>
+void DepthFirst::arrive(Space& space, StateNumber number) {
+  writeState(space, number);
+  if (global_prune) return prune(space, number);
+  space.activate();
+  if (enumerationCut) return space.drop();
+  mSources.push_back(space.keep());
   mArrived = number;
   Transition transition;
-  if (!mSpace->firstLegal(transition)) {
-    mSpace->freeze(nullptr);
+  if (!space.firstLegal(transition)) {
+    space.freeze(nullptr);
     ++mStored;
     return;
   }
   for (bool legal = true; legal && !transition.connector->dominated() && !global_error;
-       legal = mSpace->nextLegal(transition)) {
-    push(mSources.back(), transition);
+       legal = space.nextLegal(transition)) {
+    push(space, mSources.back(), transition);
     mPath.addPending();
   }
-  if (mSources.back().outTrans == 0) mSpace->end(popSource());
+  if (mSources.back().outTrans == 0) space.end(popSource());
 }
 
-void DepthFirst::prune(StateNumber number) {
+template <class Space>
+void DepthFirst::prune(Space& space, StateNumber number) {
   mFiles.prunedPaths().put(number);
   mFiles.prunedPaths().put(" || ");
   writePath(mFiles.prunedPaths());
-  mSpace->drop();
+  space.drop();
   ++mCounters.pruned;
 }
 
-void DepthFirst::writeState(StateNumber number) {
+template <class Space>
+void DepthFirst::writeState(Space& space, StateNumber number) {
   if (!mFiles.states().isOpen()) return;
-  const StateSpace::Text text = mSpace->text(number);
+  const StateSpace::Text text = space.text(number);
   mFiles.writeState(number, text.data, text.length);
 }
 

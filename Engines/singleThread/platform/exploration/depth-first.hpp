@@ -17,16 +17,26 @@ class DepthFirst : public Search {
   void takeOne() override;
   void endAll() override;
   const Path* path() const override { return &mPath; }
-  void push(PendingState& state, const Transition& legal);
+  template <class Space>
+  void takeOneOf(Space& space);
+  template <class Space>
+  void push(Space& space, PendingState& state, const Transition& legal);
   PendingState popSource();
-  void take(PendingState& state, Transition& transition);
-  void expect(const PendingState& state);
-  void expectTransitionsOf(const PendingState& state);
+  template <class Space>
+  void take(Space& space, PendingState& state, Transition& transition);
+  template <class Space>
+  void expect(Space& space, const PendingState& state);
+  template <class Space>
+  void expectTransitionsOf(Space& space, const PendingState& state);
   void meetDeadlock(StateNumber state);
-  void follow(PendingState& state, Transition& transition);
-  void arrive(StateNumber number);
-  void prune(StateNumber number);
-  void writeState(StateNumber number);
+  template <class Space>
+  void follow(Space& space, PendingState& state, Transition& transition);
+  template <class Space>
+  void arrive(Space& space, StateNumber number);
+  template <class Space>
+  void prune(Space& space, StateNumber number);
+  template <class Space>
+  void writeState(Space& space, StateNumber number);
 
   static constexpr StateNumber NO_STATE = UINT32_MAX;
 

@@ -18,8 +18,7 @@ namespace Vesk {
 
 namespace {
 
-constexpr std::size_t BUFFER = std::size_t{1} << 18;
-constexpr std::size_t PAGE = 4096;
+constexpr std::size_t BUFFER = std::size_t{1} << 16;
 constexpr std::size_t PUNCTUATION = 8;  // of a line, or less
 
 // The header is written over this much room at the start of the file. A longer one would run into
@@ -155,10 +154,9 @@ std::size_t OutputBuffer::handOver(std::size_t length) {
 
 // Not by the stream, which would lose what an interrupted call has not written.
 std::size_t OutputBuffer::writeOut(std::size_t length) {
-  const off_t position = mKind == REGULAR ? lseek(mDescriptor, 0, SEEK_CUR) : 0;
   std::size_t done = 0;
   while (done != length) {
-    const std::size_t end = partEnd(done, length, position);
+    const std::size_t end = partEnd(done, length);
     const ssize_t count = write(mDescriptor, mData.get() + done, end - done);
     if (count > 0) {
       done += static_cast<std::size_t>(count);
@@ -169,14 +167,13 @@ std::size_t OutputBuffer::writeOut(std::size_t length) {
   return done;
 }
 
-// As many whole lines as stay whole in one call, or a line that may not: a kill does not interrupt
-// a write within one page of a file, and a pipe takes up to PIPE_BUF characters at once or not at
-// all.
-std::size_t OutputBuffer::partEnd(std::size_t start, std::size_t length, off_t position) const {
-  if (mKind == OTHER) return length;
-  const std::size_t inPage = (static_cast<std::size_t>(position) + start) % PAGE;
-  const std::size_t room = mKind == PIPE ? PIPE_BUF : PAGE - inPage;
-  auto end = std::upper_bound(mEnds.begin(), mEnds.end(), start + room);
+// As many whole lines as stay whole in one call, or a line that may not: a pipe takes up to
+// PIPE_BUF characters at once or not at all. A file takes all: a kill in the middle may cut a line,
+// but the header does not count it yet, and a call for each page would make the search slower by a
+// tenth.
+std::size_t OutputBuffer::partEnd(std::size_t start, std::size_t length) const {
+  if (mKind != PIPE) return length;
+  auto end = std::upper_bound(mEnds.begin(), mEnds.end(), start + PIPE_BUF);
   if (end != mEnds.begin() && end[-1] > start) --end;
   return end != mEnds.end() ? *end : length;
 }

@@ -59,7 +59,7 @@ class OutputBuffer {
   bool makeRoom(std::size_t length);
   std::size_t handOver(std::size_t length);
   std::size_t writeOut(std::size_t length);
-  std::size_t partEnd(std::size_t start, std::size_t length, off_t position) const;
+  std::size_t partEnd(std::size_t start, std::size_t length) const;
   void giveUp(std::size_t written);
   void cutOff(std::size_t length);
   void drop();

@@ -7,7 +7,8 @@
 namespace Vesk {
 
 LocalStates::LocalStates(const Place& place, SystemParts parts)
-    : NumberedStates(place, std::move(parts)), mIsUnsettled(this->parts().atoms().size(), false) {}
+    : NumberedStates(Locality::LOCAL, place, std::move(parts)),
+      mIsUnsettled(this->parts().atoms().size(), false) {}
 
 // ---- Atoms -----------------------------------------------------------------------------------
 

@@ -9,7 +9,7 @@
 namespace Vesk {
 
 // Whenever model code runs, every atom is in the state that the key says.
-class LocalStates : public NumberedStates {
+class LocalStates final : public NumberedStates {
  public:
   LocalStates(const Place& place, SystemParts parts);
 

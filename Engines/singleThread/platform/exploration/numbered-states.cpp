@@ -22,8 +22,9 @@ std::uint64_t hashOf(const StateText& text) {
 
 }  // namespace
 
-NumberedStates::NumberedStates(const Place& place, SystemParts parts)
-    : mPlace(place),
+NumberedStates::NumberedStates(Locality kind, const Place& place, SystemParts parts)
+    : StateSpace(kind),
+      mPlace(place),
       mParts(std::move(parts)),
       mShorts(mParts.atoms().size(), nullptr),
       mLengths(mParts.atoms().size(), 0),

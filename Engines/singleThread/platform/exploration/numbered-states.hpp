@@ -56,7 +56,7 @@ class BitSet {
 // fired.
 class NumberedStates : public StateSpace {
  public:
-  NumberedStates(const Place& place, SystemParts parts);
+  NumberedStates(Locality kind, const Place& place, SystemParts parts);
   ~NumberedStates() override;
 
   StateNumber count() const override { return mTable.count(); }

@@ -1,5 +1,6 @@
 #include "exploration/repeatable-states.hpp"
 
+#include <algorithm>
 #include <utility>
 
 #include "exploration/signals.hpp"
@@ -8,9 +9,25 @@
 namespace Vesk {
 
 RepeatableStates::RepeatableStates(const Place& place, SystemParts parts)
-    : NumberedStates(place, std::move(parts)),
+    : NumberedStates(Locality::REPEATABLE, place, std::move(parts)),
       mActual(this->parts().atoms().size(), UNKNOWN),
-      mCurrent(this->parts().connectors().size(), 0) {}
+      mCurrent(this->parts().connectors().size(), 0) {
+  makeRows();
+}
+
+// The more connectors there are, the shorter are their rows.
+void RepeatableStates::makeRows() {
+  unsigned int bits = 8;
+  while (bits != 0 && parts().connectors().size() << bits > MOST_CELLS) --bits;
+  Index cells = 0;
+  for (const SystemParts::ConnectorPart& part : parts().connectors()) {
+    const auto count = static_cast<unsigned int>(part.members.size());
+    const unsigned int each = bits / std::max(count, 1u);
+    mRows.push_back({cells, each});
+    cells += Index{1} << (each * count);
+  }
+  mCells.assign(cells, Outcomes::NONE);
+}
 
 // ---- States ----------------------------------------------------------------------------------
 
@@ -27,6 +44,7 @@ void RepeatableStates::forgetIfTooMany() {
   for (Frozen& frozen : mFrozen) forgetFrozen(frozen);
   mOutcomes.clear();
   mKeptLabels.clear();
+  std::fill(mCells.begin(), mCells.end(), Outcomes::NONE);
   markAllDirty();
 }
 
@@ -70,8 +88,23 @@ bool RepeatableStates::evaluate(std::size_t part) {
   return connector(part).legal();
 }
 
-// The outcome for the state that the system is in.
+// The outcome for the state that the system is in. While the numbers are small, it stands in the
+// row of the connector.
 Outcomes::Index RepeatableStates::outcomeOf(std::size_t part) {
+  const Row row = mRows[part];
+  std::size_t place = 0;
+  Number bits = 0;
+  for (const Index atom : members(part)) {
+    bits |= number(atom);
+    place = place << row.bits | number(atom);
+  }
+  if (bits >> row.bits != 0) return lookUp(part);
+  Outcomes::Index& cell = mCells[row.start + place];
+  if (cell == Outcomes::NONE) cell = lookUp(part);
+  return cell;
+}
+
+Outcomes::Index RepeatableStates::lookUp(std::size_t part) {
   Number numbers[MOST_MEMBERS];
   Index count = 0;
   for (const Index atom : members(part)) numbers[count++] = number(atom);

@@ -16,7 +16,7 @@
 
 namespace Vesk {
 
-class RepeatableStates : public NumberedStates {
+class RepeatableStates final : public NumberedStates {
  public:
   // Outcomes that take more memory than this are forgotten, all at once.
   static constexpr std::size_t MOST_BYTES = VESK_MOST_OUTCOME_BYTES;
@@ -61,7 +61,9 @@ class RepeatableStates : public NumberedStates {
 
   bool isLegal(std::size_t part) override;
   bool isRemembered(std::size_t part) const { return members(part).size() <= MOST_MEMBERS; }
+  void makeRows();
   Outcomes::Index outcomeOf(std::size_t part);
+  Outcomes::Index lookUp(std::size_t part);
   void forgetIfTooMany();
   void forgetFrozen(Frozen& frozen);
   Frozen frozenOutcome(std::size_t part) const;
@@ -72,9 +74,19 @@ class RepeatableStates : public NumberedStates {
   bool repeat(std::size_t part, Outcomes::Index index, Label& label);
 
   static constexpr Number UNKNOWN = UINT32_MAX;
+  static constexpr std::size_t MOST_CELLS = std::size_t{1} << 18;  // of all rows
+
+  // Where the outcomes of a connector stand in mCells while the numbers of its atoms have at most
+  // so many bits each: one behind the other these are the place in the row.
+  struct Row {
+    Index start;
+    unsigned int bits;
+  };
 
   std::vector<Number> mActual;  // per atom: the text that setState has given it last, or UNKNOWN
   Outcomes mOutcomes;
+  std::vector<Row> mRows;  // per connector
+  std::vector<Outcomes::Index> mCells;
   std::vector<Outcomes::Index> mCurrent;  // per connector, its outcome at the last activation
   std::vector<Frozen> mFrozen;
   Frozen mThawed = Frozen::none();

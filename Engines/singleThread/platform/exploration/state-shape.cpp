@@ -15,7 +15,6 @@ namespace Vesk {
 namespace {
 
 constexpr int LEAF = -1;
-constexpr std::size_t FEW = 8;
 constexpr unsigned char LONG = 255;  // stands before the length of a text of so many characters
 
 // ---- Classes of nodes ------------------------------------------------------------------------
@@ -29,6 +28,9 @@ class PlainClasses {
   bool has(const Leaf& leaf) const { return isLeaf(leaf); }
   bool isLeaf(const Node& node) const { return tableOf(node) == mLeaf; }
   bool has(const Nonleaf& inner) const { return tableOf(inner) == mInner; }
+  bool isInner(const Node& node, int children) const {
+    return tableOf(node) == mInner && static_cast<const Nonleaf&>(node).getNumChild() == children;
+  }
 
   // Whether the text lies in the object itself, where a whole word can be read.
   bool isInside(const char* text, const Atomleaf& atom) const {
@@ -86,14 +88,18 @@ std::size_t readLength(const unsigned char*& cursor) {
   return length;
 }
 
-// Whether a terminated text, or null, is this one. Most end after a few characters.
+// Whether a terminated text, or null, is this one.
 bool isText(const char* own, const char* text, std::size_t length) {
-  if (own == nullptr) return false;
-  if (length > FEW) return std::strncmp(own, text, length) == 0 && own[length] == '\0';
-  for (std::size_t i = 0; i < length; ++i) {
-    if (own[i] != text[i]) return false;
-  }
-  return own[length] == '\0';
+  return own != nullptr && std::strncmp(own, text, length) == 0 && own[length] == '\0';
+}
+
+// Whether the leaf has this text. Most are short and lie in the object. Requires: WORD characters
+// of the other text can be read.
+inline bool hasText(const Atomleaf& atom, const char* text, std::size_t length,
+                    const PlainClasses& plain) {
+  const char* own = atom.getVal();
+  if (length > WORD || !plain.isInside(own, atom)) return isText(own, text, length);
+  return haveSameBytes(own, text, length) && own[length] == '\0';
 }
 
 // Packs the children of one node after the other.
@@ -265,38 +271,64 @@ Tree StateShape::build() const {
 // ---- Packed tree -----------------------------------------------------------------------------
 
 PackedTree::PackedTree(Tree tree) : mTree(std::move(tree)) {
-  TreeWalk walk(mTree.get());
-  for (const Node* node; walk.next(node);) {
-    mNodes.push_back(node);
-    if (node->isLeaf()) mAtoms.push_back(static_cast<const Leaf*>(node)->getAleaf());
+  struct Place {
+    const Nonleaf* parent;
+    int next;
+  };
+  WorkStack<Place> places;
+  const auto take = [&](const Node* node, const Nonleaf* parent, int child) {
+    if (node->isLeaf()) {
+      mParts.push_back({node, parent, child, LEAF});
+      mAtoms.push_back(static_cast<const Leaf*>(node)->getAleaf());
+    } else {
+      const auto* inner = static_cast<const Nonleaf*>(node);
+      mParts.push_back({node, parent, child, inner->getNumChild()});
+      places.push({inner, 0});
+    }
+  };
+  take(mTree.get(), nullptr, 0);
+  while (!places.empty()) {
+    Place& place = places.top();
+    const Nonleaf* parent = place.parent;
+    if (place.next == parent->getNumChild()) {
+      places.pop();
+    } else {
+      const int child = place.next++;
+      take(parent->getChild(child), parent, child);
+    }
   }
 }
 
 // Most leaves have the text already that the state before gave them.
 void PackedTree::unpack(const char* text, const unsigned char* lengths) {
+  const PlainClasses plain = plainClasses();
   for (Atomleaf* atom : mAtoms) {
     const std::size_t length = readLength(lengths);
-    if (!isText(atom->getVal(), text, length)) atom->setVal(std::string(text, length).c_str());
+    if (!hasText(*atom, text, length, plain)) atom->setVal(std::string(text, length).c_str());
     text += length;
   }
 }
 
-// A part is looked at only when the model has not replaced it.
+// A part is looked at only when the model has not replaced it, and what has taken the place of one
+// in memory is told by its class and size.
 bool PackedTree::holds(const char* text, const unsigned char* lengths) const {
-  const PlainClasses& plain = plainClasses();
-  auto own = mNodes.begin();
+  const PlainClasses plain = plainClasses();
   auto atom = mAtoms.begin();
-  TreeWalk walk(mTree.get());
-  for (const Node* node; walk.next(node); ++own) {
-    if (own == mNodes.end() || node != *own) return false;
-    if (node != mTree.get() && hasNumbers(*node)) return false;
-    if (!node->isLeaf()) continue;
-    const auto& leaf = *static_cast<const Leaf*>(node);
+  for (const Part& part : mParts) {
+    const Node* node = part.parent != nullptr ? part.parent->getChild(part.child) : mTree.get();
+    if (node != part.node || (part.parent != nullptr && hasNumbers(*node))) return false;
+    if (part.children != LEAF) {
+      if (!plain.isInner(*node, part.children)) return false;
+      continue;
+    }
+    if (!plain.isLeaf(*node)) return false;
+    const Atomleaf* own = static_cast<const Leaf*>(node)->getAleaf();
+    if (own != *atom++ || !plain.has(*own)) return false;
     const std::size_t length = readLength(lengths);
-    if (leaf.getAleaf() != *atom++ || !isText(plainText(leaf, plain), text, length)) return false;
+    if (!hasText(*own, text, length, plain)) return false;
     text += length;
   }
-  return own == mNodes.end();
+  return true;
 }
 
 bool contains(const Node* tree, const Node* node) {

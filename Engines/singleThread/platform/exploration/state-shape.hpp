@@ -43,6 +43,7 @@ class PackedTree {
   // Takes a tree of a shape.
   explicit PackedTree(Tree tree);
   Node* root() const { return mTree.get(); }
+  // Both require: WORD characters more than the text has can be read.
   // Gives the leaves the texts that were packed.
   void unpack(const char* text, const unsigned char* lengths);
   // It still has the parts of its own, with these texts and without numbers.
@@ -51,9 +52,16 @@ class PackedTree {
   Tree release() { return std::move(mTree); }
 
  private:
+  struct Part {
+    const Node* node;
+    const Nonleaf* parent;  // null: it is the root
+    int child;              // the place in the parent
+    int children;           // LEAF for a leaf
+  };
+
   Tree mTree;
-  std::vector<const Node*> mNodes;  // in order
-  std::vector<Atomleaf*> mAtoms;    // of the leaves in order
+  std::vector<Part> mParts;       // in order
+  std::vector<Atomleaf*> mAtoms;  // of the leaves in order
 };
 
 // Whether the node is one of this tree.

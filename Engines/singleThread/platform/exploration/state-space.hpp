@@ -13,6 +13,7 @@
 #include "exploration/flags.hpp"
 #include "exploration/labels.hpp"
 #include "exploration/pending-state.hpp"
+#include "locality.hpp"
 
 class Compound;
 
@@ -47,10 +48,13 @@ class StateSpace {
   // The kind that the promises of the system's parts allow. Requires: the system is initialised.
   static std::unique_ptr<StateSpace> create(const Place& place);
 
-  StateSpace() = default;
+  explicit StateSpace(Locality kind) : mKind(kind) {}
   StateSpace(const StateSpace&) = delete;
   StateSpace& operator=(const StateSpace&) = delete;
   virtual ~StateSpace() = default;
+
+  // The promise of the system's parts that it relies on.
+  Locality kind() const { return mKind; }
 
   // How many states were found. They are numbered from 0 in the order in which they are found.
   virtual StateNumber count() const = 0;
@@ -109,6 +113,9 @@ class StateSpace {
   // with the one that was taken from it last, at once.
   virtual void expectFrozen(std::size_t) const {}
   virtual void expectFrozenNow(std::size_t) const {}
+
+ private:
+  const Locality mKind;
 };
 
 }  // namespace Vesk

@@ -4,12 +4,15 @@
 #include <stdexcept>
 
 #include "exploration/memory.hpp"
+#include "exploration/words.hpp"
 
 namespace Vesk {
 
 namespace {
 
-constexpr std::size_t BLOCK = std::size_t{1} << 20;
+// Characters. A small search would pay for large pages that it does not fill.
+constexpr std::size_t FIRST_BLOCK = std::size_t{1} << 20;
+constexpr std::size_t BLOCK = std::size_t{1} << 24;
 constexpr std::size_t FIRST_SLOTS = 1024;
 
 const char TOO_MANY_STATES[] = "too many states";
@@ -39,11 +42,14 @@ std::uint32_t hashOf(const char* text, std::size_t length) {
 
 char* TextArena::allocate(std::size_t length) {
   if (length > mRoom) {
-    const std::size_t size = length > BLOCK / 4 ? length : BLOCK;
+    const std::size_t usual = mBlocks.empty() ? FIRST_BLOCK : BLOCK;
+    const bool isLong = length > usual / 4;
+    const std::size_t size = (isLong ? length : usual) + WORD;
     mBlocks.push_back(std::unique_ptr<char[]>(new char[size]));
-    if (size != BLOCK) return mBlocks.back().get();
+    if (isLong) return mBlocks.back().get();
+    if (usual == BLOCK) preferLargePages(mBlocks.back().get(), size);
     mFree = mBlocks.back().get();
-    mRoom = size;
+    mRoom = usual;
   }
   char* text = mFree;
   mFree += length;

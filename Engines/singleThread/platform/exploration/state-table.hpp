@@ -15,7 +15,7 @@ namespace Vesk {
 // Blocks of memory that are filled from their start and released all at once.
 class TextArena {
  public:
-  // Room for so many characters, not initialised. It never moves.
+  // Room for so many characters, not initialised. It never moves. WORD more can be read behind it.
   char* allocate(std::size_t length);
 
  private:

@@ -10,7 +10,10 @@
 namespace Vesk {
 
 TextStates::TextStates(const Place& place)
-    : mPlace(place), mPriorities(prioritiesActEverywhere(place.system)), mPending(mStates) {}
+    : StateSpace(Locality::UNDECLARED),
+      mPlace(place),
+      mPriorities(prioritiesActEverywhere(place.system)),
+      mPending(mStates) {}
 
 // ---- States ----------------------------------------------------------------------------------
 
@@ -43,8 +46,13 @@ void TextStates::restore(const PendingState& state) {
 }
 
 StateSpace::Text TextStates::restoredText(const PendingState& state) {
+  const Node* tree = mPending.restore(state);
   mText.clear();
-  mText.append(mPending.restore(state));
+  mLengths.clear();
+  if (!mStates.shape().pack(tree, mText, mLengths)) {
+    mText.clear();
+    mText.append(tree);
+  }
   return {mText.data(), mText.length()};
 }
 

@@ -14,7 +14,7 @@ class TransNode;
 
 namespace Vesk {
 
-class TextStates : public StateSpace {
+class TextStates final : public StateSpace {
  public:
   explicit TextStates(const Place& place);
 
@@ -53,6 +53,7 @@ class TextStates : public StateSpace {
   Tree mTree;                // of the state that was read
   StateTable::Found mFound;  // what find() has found
   StateText mText;           // of the state that is being written
+  Lengths mLengths;          // of its leaves
   Tree mErrorState;          // keeps what faulty_leaf points into until it has been printed
 };
 

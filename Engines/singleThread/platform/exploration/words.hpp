@@ -57,6 +57,16 @@ inline void putBytes(char* to, const char* bytes, std::size_t count) {
 #endif
 }
 
+// Whether so many bytes, at most WORD, are the same. Requires: WORD bytes can be read at both
+// places.
+inline bool haveSameBytes(const char* bytes, const char* others, std::size_t count) {
+#if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+  return count == 0 || (wordAt(bytes) ^ wordAt(others)) << (8 * (WORD - count)) == 0;
+#else
+  return std::memcmp(bytes, others, count) == 0;
+#endif
+}
+
 // How many bytes stand before the first one in memory that is 0; WORD when none is.
 inline std::size_t bytesBeforeZero(std::uint64_t word) {
 #if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
