@@ -72,6 +72,22 @@ struct Ring : System {
   bool mHolds[N] = {};
 };
 
+// An atom without anything of its own.
+struct Bare : Atom {
+  using Atom::Atom;
+  void execute(Port*) override {}
+  Node* getState() override { return nullptr; }
+  void setState(Node*) override {}
+};
+
+// Fires with all of its ports.
+struct Both : Connector {
+  using Connector::Connector;
+  using Connector::guard;
+  bool isBroadcast() override { return false; }
+  bool guard() override { return maximal(); }
+};
+
 long countedBy(int optimization) {
   Meter meter;
   Ring ring(meter);
@@ -90,6 +106,36 @@ TEST(AllocationTest, TheCounterSeesTheAllocationsOfTheLibrary) {
   const long before = allocationCount;
   delete new System;
   EXPECT_GT(allocationCount, before);
+}
+
+// A large system is made of millions of blocks, so there are none for what is empty.
+TEST(AllocationTest, AnAtomNeedsABlockForItsName) {
+  const long before = allocationCount;
+  const Bare atom("A", nullptr);
+  EXPECT_EQ(allocationCount - before, 1);
+}
+
+TEST(AllocationTest, APortNeedsABlockForItsName) {
+  Bare atom("A", nullptr);
+  const long before = allocationCount;
+  const Port port("p", &atom);
+  EXPECT_EQ(allocationCount - before, 1);
+}
+
+// A block for the name, one for the interactions and one for the list of ports; each of the atoms
+// needs one for its list of links.
+TEST(AllocationTest, ARendezvousNeedsThreeBlocksEvenWhenItHasBeenEvaluated) {
+  Bare one("A", nullptr);
+  Bare other("B", nullptr);
+  Port give("give", &one);
+  Port take("take", &other);
+  const long before = allocationCount;
+  Both connector("c", nullptr, false, {&give, &take});
+  give.setSynced(true);
+  take.setSynced(true);
+  connector.eval(false);
+  EXPECT_TRUE(connector.legal());
+  EXPECT_EQ(allocationCount - before, 3 + 2);
 }
 
 TEST(AllocationTest, MaximalSynchronisationAllocatesNothing) {

@@ -287,6 +287,14 @@ TEST_F(EDFdeltaSchedulerTest, AnInfiniteMarginIsPlainEarliestDeadlineFirst) {
   EXPECT_EQ(leftAfter(EDFdeltaScheduler(Time::MAX)), "b");
 }
 
+// A sum with the earliest of all times is that time, however large the margin is.
+TEST_F(EDFdeltaSchedulerTest,
+       AnInfiniteMarginIsPlainEarliestDeadlineFirstAlsoForTheBeginningOfTime) {
+  add("a", Time::MIN, Time(50));
+  add("b", Time(20), Time(30));
+  EXPECT_EQ(leftAfter(EDFdeltaScheduler(Time::MAX)), "b");
+}
+
 TEST_F(EDFdeltaSchedulerTest, WhatCanFireMoreThanTheMarginBeforeTheDeadlineIsKept) {
   add("a", Time(10), Time(50));
   add("b", Time(20), Time(30));

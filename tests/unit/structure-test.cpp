@@ -24,6 +24,9 @@
 
 #include "chain.hpp"
 #include "draw.hpp"
+#include "kit/atoms.hpp"
+#include "on-demand.hpp"
+#include "port.hpp"
 
 #if defined(__SANITIZE_ADDRESS__)
 #define VESK_ADDRESS_SANITIZER 1
@@ -78,15 +81,39 @@ struct Slots {
   using Member = int Heap::*;
   friend Member open(Slots);
 };
+struct Block {
+  using Member = int** Reference::*;
+  friend Member open(Block);
+};
 template struct Opened<Capacity, &Reference::m_size>;
+template struct Opened<Block, &Reference::m_elem>;
 template struct Opened<Slots, &Heap::m_length>;
 
 int capacity(const Reference& list) {
   return list.*open(Capacity());
 }
+bool hasBlock(const Reference& list) {
+  return list.*open(Block()) != nullptr;
+}
 int slots(const Heap& heap) {
   return heap.*open(Slots());
 }
+
+// The add() that models have in them which were compiled before there were lists on demand.
+template <class T, bool Owning>
+struct Older : Array<T, Owning> {
+  static void add(Array<T, Owning>& list, const T* x) {
+    constexpr auto elements = &Older::m_elem;
+    constexpr auto count = &Older::m_count;
+    constexpr auto room = &Older::m_size;
+    if (list.*count == list.*room) {
+      list.*room = list.*count + list.*count / 3 + 1;
+      const std::size_t bytes = static_cast<std::size_t>(list.*room) * sizeof(T*);
+      list.*elements = static_cast<T**>(Vesk::reallocate(list.*elements, bytes));
+    }
+    (list.*elements)[(list.*count)++] = const_cast<T*>(x);
+  }
+};
 
 using Bits = std::bitset<128>;
 
@@ -438,6 +465,73 @@ TEST(ArrayTest, AListWithoutRoomGrowsLikeAnyOther) {
     for (int i = 0; i < 3; ++i) list.add(&number);
     EXPECT_EQ(list.count(), 3) << room;
     EXPECT_EQ(list[2], &number) << room;
+  }
+}
+
+TEST(ArrayTest, AListThatAsksForNoRoomGrowsFromNothing) {
+  const int number = 0;
+  const int expected[] = {1, 2, 3, 5, 5, 7};
+  for (const int room : {0, -1}) {
+    Reference list(room);
+    EXPECT_EQ(capacity(list), 0) << room;
+    EXPECT_TRUE(hasBlock(list)) << room;
+    for (const int size : expected) {
+      list.add(&number);
+      EXPECT_EQ(capacity(list), size) << room;
+    }
+  }
+}
+
+TEST(ArrayTest, AListOnDemandHasNoBlockBeforeItsFirstElement) {
+  Reference list(Vesk::ON_DEMAND);
+  EXPECT_EQ(list.count(), 0);
+  EXPECT_EQ(capacity(list), 0);
+  EXPECT_FALSE(hasBlock(list));
+  EXPECT_FALSE(list.Belongs(nullptr));
+  for (const int* number : list) ADD_FAILURE() << number;
+}
+
+TEST(ArrayTest, AListOnDemandHasRoomForFourAtItsFirstElementAndThenGrowsLikeAnyOther) {
+  int numbers[14] = {};
+  const int expected[] = {4, 4, 4, 4, 6, 6, 9, 9, 9, 13, 13, 13, 13, 18};
+  Reference list(Vesk::ON_DEMAND);
+  for (int i = 0; i < 14; ++i) {
+    list.add(&numbers[i]);
+    EXPECT_EQ(capacity(list), expected[i]) << i;
+  }
+  for (int i = 0; i < 14; ++i) EXPECT_EQ(list[i], &numbers[i]) << i;
+}
+
+TEST(ArrayTest, OlderModelsAddToAListOnDemand) {
+  int numbers[20] = {};
+  const int expected[] = {1, 2, 3, 5, 5, 7, 7, 10};
+  Reference list(Vesk::ON_DEMAND);
+  for (int i = 0; i < 8; ++i) {
+    Older<int, false>::add(list, &numbers[i]);
+    EXPECT_EQ(capacity(list), expected[i]) << i;
+  }
+  for (int i = 8; i < 20; ++i) list.add(&numbers[i]);
+  ASSERT_EQ(list.count(), 20);
+  for (int i = 0; i < 20; ++i) EXPECT_EQ(list[i], &numbers[i]) << i;
+}
+
+// The engine adds to the lists of its classes as well: whoever comes first makes the block.
+TEST(ArrayTest, OlderModelsAndTheEngineAddToTheListsOfTheSameAtom) {
+  for (const bool olderFirst : {false, true}) {
+    kit::TestAtom atom("A", nullptr);
+    std::vector<Port*> ports;
+    for (int i = 0; i < 10; ++i) {
+      ports.push_back(new Port("p", &atom));
+      if ((i % 2 == 0) == olderFirst) {
+        Older<Port, true>::add(atom.ports(), ports.back());
+      } else {
+        atom.addPort(ports.back());
+      }
+    }
+    ASSERT_EQ(atom.ports().count(), 10) << olderFirst;
+    for (int i = 0; i < 10; ++i) {
+      EXPECT_EQ(atom.ports()[i], ports[static_cast<std::size_t>(i)]) << olderFirst << i;
+    }
   }
 }
 

@@ -1,6 +1,7 @@
 #include "activation-plan.hpp"
 
 #include <algorithm>
+#include <cstdint>
 #include <memory>
 #include <unordered_map>
 
@@ -196,7 +197,7 @@ void ActivationPlan::rankConnectors(std::size_t index) {
     if (place.plan == this) mUsable = false;
     if (place.plan != nullptr) place.plan->disturb();
     place.plan = this;
-    place.rank = mTurns.size();
+    place.rank = static_cast<std::uint32_t>(mTurns.size());
     connector->setNext(nullptr);
     mTurns.push_back({connector, index});
   }

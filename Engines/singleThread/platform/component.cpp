@@ -16,6 +16,7 @@
 #include "constraint.hpp"
 #include "internal-ports.hpp"
 #include "markers.hpp"
+#include "on-demand.hpp"
 #include "plain-output.hpp"
 #include "port.hpp"
 #include "prefetch.hpp"
@@ -23,13 +24,14 @@
 #include "scheduler.hpp"
 #include "states.hpp"
 
+// Exported since the first version, and so part of the binary interface.
+template Array<Constraint, true>::~Array();
+
 namespace {
 
 const char* const SKIP_TIMED_PRIORITY =
     "WARNING: skip priority for ports with time constraints (not supported yet!) ";
 const char* const CHANGED_TREE = "vesk: compound %s: %d components, its state has %d\n";
-
-constexpr int INITIAL_CAPACITY = 4;
 
 Compound* asCompound(Component* component) {
   return component->isCompound() ? static_cast<Compound*>(component) : nullptr;
@@ -87,11 +89,11 @@ CtrlState::~CtrlState() {
 
 Atom::Atom(const char* name, const Compound* holder)
     : Component(name, holder),
-      mPorts(INITIAL_CAPACITY),
-      mClocks(INITIAL_CAPACITY),
-      mConstraints(INITIAL_CAPACITY),
-      mCtrlStates(INITIAL_CAPACITY),
-      mLinks(INITIAL_CAPACITY),
+      mPorts(Vesk::ON_DEMAND),
+      mClocks(Vesk::ON_DEMAND),
+      mConstraints(Vesk::ON_DEMAND),
+      mCtrlStates(Vesk::ON_DEMAND),
+      mLinks(Vesk::ON_DEMAND),
       VESK_STATE(nullptr),
       mScheduler(nullptr) {}
 
@@ -217,9 +219,9 @@ void Atom::applyPriority(Port* low, Constraint* lowC, Port* high, Constraint* hi
 
 Compound::Compound(const char* name, const Compound* holder)
     : Component(name, holder),
-      mComponents(INITIAL_CAPACITY),
-      mConnectors(INITIAL_CAPACITY),
-      mPriorities(INITIAL_CAPACITY),
+      mComponents(Vesk::ON_DEMAND),
+      mConnectors(Vesk::ON_DEMAND),
+      mPriorities(Vesk::ON_DEMAND),
       mLegals(nullptr),
       mInternals(nullptr),
       mLegalHead(nullptr),

@@ -12,6 +12,7 @@
 #include "constraint.hpp"
 #include "exploration/signals.hpp"
 #include "interaction-index.hpp"
+#include "on-demand.hpp"
 #include "port.hpp"
 #include "priority.hpp"
 #include "work-stack.hpp"
@@ -26,7 +27,6 @@ const char* const PORT_RING = "vesk: connector %s: its exported port depends on 
 const char* const MANY_SETS =
     "vesk: connector %s: a broadcast with %d enabled timed ports looks at 2^%d sets of ports\n";
 
-constexpr int INITIAL_CAPACITY = 4;
 constexpr int MANY_TIMED_PORTS = 16;  // more are reported
 
 const char* textOf(const char* name) {
@@ -98,12 +98,12 @@ class ClearedFlags {
 Connector::Connector(const char* name, const Compound* holder, bool subconn)
     : mName(Vesk::duplicate(name)),
       mHolder(const_cast<Compound*>(holder)),  // priorities reach the connectors of the compound
-      mPorts(INITIAL_CAPACITY),
+      mPorts(Vesk::ON_DEMAND),
       mxPort(nullptr),
       mLegal(false),
       mDominated(false),
-      mDominatedPriorities(INITIAL_CAPACITY),
-      mDominatorPriorities(INITIAL_CAPACITY),
+      mDominatedPriorities(Vesk::ON_DEMAND),
+      mDominatorPriorities(Vesk::ON_DEMAND),
       mFeasibleInter(nullptr),
       mSubconn(subconn),
       mSubconnSameHolder(false),
@@ -112,7 +112,7 @@ Connector::Connector(const char* name, const Compound* holder, bool subconn)
       mNext(nullptr),
       mEval(false),
       mRecomputexPort(false),
-      mLinks(INITIAL_CAPACITY),
+      mLinks(Vesk::ON_DEMAND),
       mEvaluating(false),
       mReported(false),
       mLocality(Vesk::Locality::UNDECLARED),

@@ -3,7 +3,9 @@
 #define VESK_INTERACTION_INDEX_HPP
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
+#include <new>
 #include <vector>
 
 #include "activation-plan.hpp"
@@ -11,65 +13,40 @@
 
 namespace Vesk {
 
-// An interaction with its place in the table and in the list of its connector, in one block.
-struct StoredInteraction : Interaction {
+// An interaction with its place in the table, in one block.
+struct StoredInteraction final : Interaction {
   StoredInteraction(const Connector* connector, const BitVector& set)
       : Interaction(connector, set) {}
 
   HashTable<Interaction>::Cell cell;
-  StoredInteraction* later = nullptr;  // the next one that was made for this connector
 };
 
-// Owns the interactions of one connector and finds them by their set: a few one by one, more by a
-// table of open addressing.
-class InteractionIndex {
+// The interactions of a connector beyond the first ones. Finds them by their set: a few one by one,
+// more by a table of open addressing.
+class MoreInteractions {
  public:
-  InteractionIndex() = default;
-  InteractionIndex(const InteractionIndex&) = delete;
-  InteractionIndex& operator=(const InteractionIndex&) = delete;
-  ~InteractionIndex() {
-    if (plan != nullptr) plan->forget(rank);
-    while (StoredInteraction* interaction = mFirst) {
-      mFirst = interaction->later;
-      Interaction::TABLE.takeOut(interaction->cell);
-      delete interaction;
-    }
-  }
-
-  // The plan of activations that has the connector, which may be none, and its rank there. They
-  // stand here because models that were compiled earlier know the size of a connector.
-  ActivationPlan* plan = nullptr;
-  std::size_t rank = 0;
-
   // Null when there is none.
-  Interaction* find(const BitVector& set) {
-    if (mLast == nullptr || mLast->synced() != set) mLast = search(set);
-    return mLast;
+  Interaction* find(const BitVector& set) const {
+    if (!mSlots.empty()) return mSlots[slotOf(set)];
+    for (const auto& interaction : mAll) {
+      if (interaction->synced() == set) return interaction.get();
+    }
+    return nullptr;
   }
-
-  // Makes the interaction of a set that is not in the index, and puts it into the table. Changes
-  // nothing when there is no memory for that.
-  Interaction* make(const Connector* connector, const BitVector& set) {
+  // Makes the interaction of a set that it does not have.
+  StoredInteraction& make(const Connector* connector, const BitVector& set) {
     auto made = std::make_unique<StoredInteraction>(connector, set);
     makeRoom();
-    StoredInteraction* const owned = made.release();
-    Interaction::TABLE.add(owned->hash(HashTable<Interaction>::CHAINS), owned, owned->cell);
-    (mFirst == nullptr ? mFirst : mNewest->later) = owned;
-    mNewest = owned;
-    ++mCount;
-    if (!mSlots.empty()) mSlots[slotOf(set)] = owned;
-    return owned;
+    StoredInteraction& interaction = *made;
+    mAll.push_back(std::move(made));
+    if (!mSlots.empty()) mSlots[slotOf(set)] = &interaction;
+    return interaction;
   }
+  // In the order of their making.
+  const std::vector<std::unique_ptr<StoredInteraction>>& all() const { return mAll; }
 
  private:
   static constexpr std::size_t FEW = 8;
-
-  Interaction* search(const BitVector& set) const {
-    if (!mSlots.empty()) return mSlots[slotOf(set)];
-    StoredInteraction* interaction = mFirst;
-    while (interaction != nullptr && interaction->synced() != set) interaction = interaction->later;
-    return interaction;
-  }
 
   // Where the set is, or would be. Requires: there are free slots.
   std::size_t slotOf(const BitVector& set) const {
@@ -80,20 +57,78 @@ class InteractionIndex {
   }
 
   void makeRoom() {
-    const std::size_t count = mCount + 1;
+    const std::size_t count = mAll.size() + 1;
+    if (count > mAll.capacity()) mAll.reserve(2 * count);
     if (count <= FEW || 2 * count <= mSlots.size()) return;
     std::vector<Interaction*> slots(mSlots.empty() ? 4 * FEW : 2 * mSlots.size());
     mSlots.swap(slots);
-    for (StoredInteraction* it = mFirst; it != nullptr; it = it->later) {
-      mSlots[slotOf(it->synced())] = it;
-    }
+    for (const auto& interaction : mAll) mSlots[slotOf(interaction->synced())] = interaction.get();
   }
 
-  Interaction* mLast = nullptr;  // that was found last; a rendezvous asks for one set all the time
-  StoredInteraction* mFirst = nullptr;  // of all, in the order of their making
-  StoredInteraction* mNewest = nullptr;
-  std::size_t mCount = 0;
+  std::vector<std::unique_ptr<StoredInteraction>> mAll;
   std::vector<Interaction*> mSlots;  // a power of two, at most half full; empty while there are few
+};
+
+// Owns the interactions of one connector and finds them by their set. Every connector has that of
+// no ports, and after an evaluation a rendezvous has that of all ports and no more: these two stand
+// in here, so that large systems need one block for each connector.
+class InteractionIndex {
+ public:
+  InteractionIndex() = default;
+  InteractionIndex(const InteractionIndex&) = delete;
+  InteractionIndex& operator=(const InteractionIndex&) = delete;
+  ~InteractionIndex() {
+    if (plan != nullptr) plan->forget(rank);
+    for (std::uint32_t i = 0; i < mCount; ++i) {
+      Interaction::TABLE.takeOut(first(i).cell);
+      first(i).~StoredInteraction();
+    }
+    if (mMore == nullptr) return;
+    for (const auto& interaction : mMore->all()) Interaction::TABLE.takeOut(interaction->cell);
+  }
+
+  // The plan of activations that has the connector, which may be none, and its rank there. They
+  // stand here because models that were compiled earlier know the size of a connector.
+  ActivationPlan* plan = nullptr;
+  std::uint32_t rank = 0;
+
+  // Null when there is none. A rendezvous asks for the second one all the time.
+  Interaction* find(const BitVector& set) {
+    for (std::uint32_t i = mCount; i-- > 0;) {
+      if (first(i).synced() == set) return &first(i);
+    }
+    return mMore != nullptr ? mMore->find(set) : nullptr;
+  }
+
+  // Makes the interaction of a set that is not in the index, and puts it into the table. Changes
+  // nothing when there is no memory for that.
+  Interaction* make(const Connector* connector, const BitVector& set) {
+    StoredInteraction& made = mCount < FIRST
+                                  ? *new (&mFirst[mCount]) StoredInteraction(connector, set)
+                                  : more().make(connector, set);
+    if (mCount < FIRST) ++mCount;
+    Interaction::TABLE.add(made.hash(HashTable<Interaction>::CHAINS), &made, made.cell);
+    return &made;
+  }
+
+ private:
+  static constexpr std::uint32_t FIRST = 2;
+
+  struct alignas(StoredInteraction) Room {
+    unsigned char bytes[sizeof(StoredInteraction)];
+  };
+
+  StoredInteraction& first(std::uint32_t index) {
+    return *std::launder(reinterpret_cast<StoredInteraction*>(&mFirst[index]));
+  }
+  MoreInteractions& more() {
+    if (mMore == nullptr) mMore = std::make_unique<MoreInteractions>();
+    return *mMore;
+  }
+
+  std::uint32_t mCount = 0;  // of the first ones
+  Room mFirst[FIRST];
+  std::unique_ptr<MoreInteractions> mMore;
 };
 
 }  // namespace Vesk

@@ -9,13 +9,12 @@
 #include "connector.hpp"
 #include "constraint.hpp"
 #include "interaction-index.hpp"
+#include "on-demand.hpp"
 #include "port.hpp"
 
 HashTable<Interaction> Interaction::TABLE;
 
 namespace {
-
-constexpr int INITIAL_CAPACITY = 4;
 
 const char* textOf(const char* name) {
   return name != nullptr ? name : "";
@@ -35,7 +34,7 @@ const GenericClock* clockOf(const Compound* compound) {
 Interaction::Interaction(const Connector* connector, const BitVector& set)
     : mConnector(const_cast<Connector*>(connector)),  // firing it fires the connector's ports
       mSynced(set),
-      mInhibitors(INITIAL_CAPACITY),
+      mInhibitors(Vesk::ON_DEMAND),
       mNext(nullptr) {
   keepOwnConstraint();
 }

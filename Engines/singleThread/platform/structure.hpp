@@ -43,6 +43,10 @@ void* reallocate(void* block, std::size_t bytes);
 // clocks are copied by it.
 char* duplicate(const char* text);
 
+// Marks the lists that the engine makes for its own classes. See on-demand.hpp, which is private to
+// the engine.
+class OnDemand;
+
 }  // namespace Vesk
 
 // A set of the numbers 0 to 127: the ports of a connector that take part in an interaction, each by
@@ -171,9 +175,10 @@ class Array {
 
   // An empty list with room for n elements; it grows beyond them as needed. A number below 1 means
   // no room yet.
-  Array(int n) : m_elem(nullptr), m_count(0), m_size(n > 0 ? n : 0) {
-    if (m_size > 0) reserve();
-  }
+  Array(int n) : m_elem(nullptr), m_count(0), m_size(n > 0 ? n : 0) { reserve(m_size); }
+  // For the lists of the engine's classes, most of which stay empty: it has no block before the
+  // first element comes, then one for four.
+  explicit Array(const Vesk::OnDemand&) : m_elem(nullptr), m_count(0), m_size(0) {}
   // A list is not copied: of two with the same elements both would delete them.
   Array(const Array&) = delete;
   Array& operator=(const Array&) = delete;
@@ -212,21 +217,23 @@ class Array {
   }
 
  protected:
-  T** m_elem;   // malloc; freed by the destructor
+  T** m_elem;  // malloc; freed by the destructor; null while a list that is made on demand is empty
   int m_count;  // elements in use
   int m_size;   // room
 
  private:
+  static constexpr int FIRST_ROOM = 4;
+
   // Makes room for a third more elements, and one, so that adding costs the same on average however
-  // long the list is.
-  void resize() {
-    m_size = m_count + m_count / 3 + 1;
-    reserve();
-  }
-  // Moves the list to a block of m_size pointers; pointers into the old one are stale.
-  void reserve() {
-    m_elem =
-        static_cast<T**>(Vesk::reallocate(m_elem, static_cast<std::size_t>(m_size) * sizeof(T*)));
+  // long the list is. A list without a block was made on demand; models that were compiled before
+  // there were such lists give it room for one, which works as well.
+  void resize() { reserve(m_elem == nullptr ? FIRST_ROOM : m_count + m_count / 3 + 1); }
+  // Moves the list to a block of so many pointers, at least one; pointers into the old one are
+  // stale.
+  void reserve(int size) {
+    const std::size_t bytes = static_cast<std::size_t>(size > 0 ? size : 1) * sizeof(T*);
+    m_elem = static_cast<T**>(Vesk::reallocate(m_elem, bytes));
+    m_size = size;
   }
 };
 
