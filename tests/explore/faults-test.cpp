@@ -267,3 +267,16 @@ TEST(FaultsTest, ASearchKilledAtAnyWriteLeavesWholeLines) {
     EXPECT_EQ(write == 2, promisedBy(aut) == 0) << write;
   }
 }
+
+// The file has a header from its first line on.
+TEST(FaultsTest, ASearchKilledBeforeItUpdatesTheHeaderLeavesOne) {
+  if (!canInject()) GTEST_SKIP() << "strace cannot be used here";
+  for (const std::string traversal : {"--bfs", "--dfs"}) {
+    const ProgramFolder folder;
+    folder.run(
+        "touch x.aut && ASAN_OPTIONS=detect_leaks=0 strace -qq -o /dev/null -P \"$(pwd -P)"
+        "/x.aut\" -e trace=pwrite64 -e inject=pwrite64:error=EIO:signal=KILL:when=1 counters 2 " +
+        traversal + " -o x");
+    EXPECT_EQ("des(0, 0, 1)\n" + std::string(24, ' ') + "\n", folder.content("x.aut")) << traversal;
+  }
+}

@@ -7,6 +7,7 @@
 
 #include "component.hpp"
 #include "connector.hpp"
+#include "immortal.hpp"
 #include "interaction-index.hpp"
 #include "priority.hpp"
 
@@ -55,9 +56,10 @@ struct ActivationPlan::Registry {
     void retire();
   };
 
-  // Never destroyed: compounds may end after everything else.
-  static std::unordered_map<const Compound*, Entry>& entries() {
-    static auto* all = new std::unordered_map<const Compound*, Entry>;
+  using Entries = std::unordered_map<const Compound*, Entry>;
+
+  static Entries& entries() {
+    static Immortal<Entries> all;
     return *all;
   }
   // Most steps ask for one compound all the time.

@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "clock-changes.hpp"
+#include "immortal.hpp"
 #include "structure.hpp"
 
 namespace {
@@ -20,7 +21,7 @@ const LogicalClock& stillClock() {
 bool Vesk::ClockChanges::sRecording = false;
 
 std::vector<const GenericClock*>& Vesk::ClockChanges::record() {
-  static auto* changes = new std::vector<const GenericClock*>;
+  static Immortal<std::vector<const GenericClock*>> changes;
   return *changes;
 }
 

@@ -2,6 +2,7 @@
 
 #include "address-map.hpp"
 #include "component.hpp"
+#include "immortal.hpp"
 #include "port.hpp"
 
 namespace {
@@ -25,9 +26,8 @@ struct InternalPorts::Registry {
     std::size_t index = 0;
   };
 
-  // Never destroyed: atoms may end after everything else.
   static AddressMap<Entry>& entries() {
-    static auto* all = new AddressMap<Entry>;
+    static Immortal<AddressMap<Entry>> all;
     return *all;
   }
   // Null when nobody looks at the atom. An atom that moves is asked for several times.

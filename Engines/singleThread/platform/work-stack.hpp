@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <vector>
 
+#include "immortal.hpp"
+
 namespace Vesk {
 
 // All uses of one element type share their storage, so
@@ -32,7 +34,7 @@ class WorkStack {
 
  private:
   static std::vector<T>& storage() {
-    static std::vector<T>* items = new std::vector<T>;  // never destroyed: globals may still walk
+    static Immortal<std::vector<T>> items;
     return *items;
   }
 

@@ -26,6 +26,7 @@ constexpr std::size_t PUNCTUATION = 8;  // of a line, or less
 constexpr std::size_t HEADER_ROOM = 38;
 constexpr char HEADER[] = "des(0, %llu, %llu)\n";
 
+constexpr std::size_t HEADER_AREA = sizeof HEADER + 2 * MAX_DIGITS + HEADER_ROOM;
 constexpr char NO_HEADER[] = "vesk: the transition system has no header: %s\n";
 
 constexpr int PIPE_ATTEMPTS = 21;
@@ -49,6 +50,19 @@ int openPipe(const char* name) {
     if (pipe != -1 || errno != ENXIO || attempt == PIPE_ATTEMPTS) return pipe;
     usleep(PIPE_PAUSE);
   }
+}
+
+// Returns the length: that of the room, or more.
+std::size_t formatHeader(char (&area)[HEADER_AREA], std::uint64_t transitions,
+                         std::uint64_t states) {
+  const int printed =
+      std::snprintf(area, sizeof area, HEADER, static_cast<unsigned long long>(transitions),
+                    static_cast<unsigned long long>(states));
+  const auto length = static_cast<std::size_t>(printed);
+  if (length >= HEADER_ROOM) return length;
+  std::memset(area + length, ' ', HEADER_ROOM - length);
+  area[HEADER_ROOM - 1] = '\n';
+  return HEADER_ROOM;
 }
 
 }  // namespace
@@ -200,13 +214,15 @@ ExplorationFiles::ExplorationFiles(FILE* transitions, FILE* states, FILE* pruned
       mInHeader(0),
       mHeaderFailed(false) {}
 
+// Where one can go back the room has a header from the first, or a kill could leave it blank.
 void ExplorationFiles::begin() {
-  char room[HEADER_ROOM];
-  std::memset(room, ' ', HEADER_ROOM);
-  mTransitions.put(room, HEADER_ROOM - 1);
+  char area[HEADER_AREA];
+  std::memset(area, ' ', HEADER_ROOM);
+  if (mTransitions.isRegular()) formatHeader(area, 0, mFound);
+  mTransitions.put(area, HEADER_ROOM - 1);
   mTransitions.endLine();
   mTransitions.flush();
-  writeHeader(0, mFound);
+  writeHeader(0, mFound, PROVISIONAL);
 }
 
 void ExplorationFiles::writeState(std::uint64_t number, const char* text, std::size_t length) {
@@ -234,7 +250,7 @@ void ExplorationFiles::writeTransition(std::uint64_t source, const Label& label,
   }
   ++mCount;
   mFound = std::max(mFound, target + 1);
-  if (mTransitions.lines() != mInHeader) writeHeader(transitionsInFile(), mFound);
+  if (mTransitions.lines() != mInHeader) writeHeader(transitionsInFile(), mFound, PROVISIONAL);
 }
 
 // Most transitions have the source of the one before.
@@ -252,7 +268,7 @@ void ExplorationFiles::complete(std::uint64_t transitions, std::uint64_t states)
   mStates.flush();
   mPrunedPaths.flush();
   mDeadlocks.flush();
-  writeHeader(mTransitions.isCut() ? transitionsInFile() : transitions, states);
+  writeHeader(mTransitions.isCut() ? transitionsInFile() : transitions, states, FINAL);
 }
 
 // The first line of the file is the header.
@@ -260,21 +276,16 @@ std::uint64_t ExplorationFiles::transitionsInFile() const {
   return mTransitions.lines() != 0 ? mTransitions.lines() - 1 : 0;
 }
 
-void ExplorationFiles::writeHeader(std::uint64_t transitions, std::uint64_t states) {
+// What fails on the way may succeed later, but in a file in which one cannot go back.
+void ExplorationFiles::writeHeader(std::uint64_t transitions, std::uint64_t states,
+                                   HeaderKind kind) {
   if (mTransitionFile == nullptr || mHeaderFailed || getpid() != mOwner) return;
   mInHeader = mTransitions.lines();
-  char area[sizeof HEADER + 2 * MAX_DIGITS + HEADER_ROOM];
-  const int printed =
-      std::snprintf(area, sizeof area, HEADER, static_cast<unsigned long long>(transitions),
-                    static_cast<unsigned long long>(states));
-  auto length = static_cast<std::size_t>(printed);
-  if (length < HEADER_ROOM) {
-    std::memset(area + length, ' ', HEADER_ROOM - length);
-    area[HEADER_ROOM - 1] = '\n';
-    length = HEADER_ROOM;
-  }
+  char area[HEADER_AREA];
+  const std::size_t length = formatHeader(area, transitions, states);
   if (writeAtStart(area, length)) return;
-  mHeaderFailed = true;
+  mHeaderFailed = kind == FINAL || errno == ESPIPE;
+  if (!mHeaderFailed) return;
   if (mTransitions.isOpen()) std::fprintf(stderr, NO_HEADER, std::strerror(errno));
 }
 
@@ -288,12 +299,17 @@ bool ExplorationFiles::writeAtStart(const char* text, std::size_t length) const 
            std::fwrite(text, 1, length, mTransitionFile) == length &&
            fseeko(mTransitionFile, position, SEEK_SET) == 0 && std::fflush(mTransitionFile) == 0;
   }
-  ssize_t count;
-  do {
-    count = pwrite(descriptor, text, length, 0);
-  } while (count == -1 && errno == EINTR && !graceIsOver());
-  if (count == static_cast<ssize_t>(length)) return true;
-  const bool partOfIt = count > 0 && mTransitions.lines() == 0;
+  std::size_t done = 0;
+  while (done != length) {
+    const ssize_t count = pwrite(descriptor, text + done, length - done, static_cast<off_t>(done));
+    if (count > 0) {
+      done += static_cast<std::size_t>(count);
+    } else if (count == 0 || errno != EINTR || graceIsOver()) {
+      break;
+    }
+  }
+  if (done == length) return true;
+  const bool partOfIt = done > 0 && mTransitions.lines() == 0;
   if (partOfIt && ftruncate(descriptor, 0) != 0) errno = EIO;
   return false;
 }

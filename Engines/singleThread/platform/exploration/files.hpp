@@ -28,6 +28,8 @@ class OutputBuffer {
   OutputBuffer(FILE* file, const char* what);
 
   bool isOpen() const { return mFile != nullptr; }
+  // A file of a file system: one can go back in it.
+  bool isRegular() const { return mKind == REGULAR; }
   void put(const char* text, std::size_t length);
   void put(const char* text);
   void put(std::uint64_t number);
@@ -99,9 +101,11 @@ class ExplorationFiles {
   void complete(std::uint64_t transitions, std::uint64_t states);
 
  private:
+  enum HeaderKind { PROVISIONAL, FINAL };
+
   void beginWith(std::uint64_t source);
   std::uint64_t transitionsInFile() const;
-  void writeHeader(std::uint64_t transitions, std::uint64_t states);
+  void writeHeader(std::uint64_t transitions, std::uint64_t states, HeaderKind kind);
   bool writeAtStart(const char* text, std::size_t length) const;
 
   FILE* mTransitionFile;
@@ -113,8 +117,8 @@ class ExplorationFiles {
   std::uint64_t mCount;
   std::uint64_t mFound;     // states that transitions name, and the initial one
   std::uint64_t mInHeader;  // lines of the transition file when the header was written
-  bool mHeaderFailed;
-  char mStart[32];  // of a transition line
+  bool mHeaderFailed;       // and is not tried again
+  char mStart[32];          // of a transition line
   std::size_t mStartLength = 0;
   std::uint64_t mSource = 0;  // that stands in it
 };
