@@ -133,7 +133,8 @@ void DepthFirst::arrive(Space& space, StateNumber number) {
     push(space, mSources.back(), transition);
     mPath.addPending();
   }
-  if (mSources.back().outTrans == 0) space.end(popSource());
+  if (mSources.back().outTrans == 0) return space.end(popSource());
+  space.expectFrozen(1);  // it is taken next
 }
 
 template <class Space>
