@@ -19,7 +19,7 @@ set(VESK_PINS_ENGINE_FILES
   exploration/flags.hpp exploration/labels.cpp exploration/labels.hpp exploration/outcomes.cpp
   exploration/outcomes.hpp exploration/system-parts.cpp exploration/system-parts.hpp
   exploration/tree-walk.hpp exploration/untimed-priorities.cpp exploration/untimed-priorities.hpp
-  chain.hpp markers.hpp work-stack.hpp)
+  chain.hpp immortal.hpp markers.hpp work-stack.hpp)
 
 # vesk_add_pins_bridge(<target> <folder of headers>): what the plugins of all models have in common.
 function(vesk_add_pins_bridge target headers)
