@@ -53,14 +53,18 @@ void noteMarker(Leaf* leaf) {
 // that leaf. Kept until the next one.
 std::unique_ptr<Node> unfinished;
 
-// Without memory for the search the leaf is taken for one of the tree.
-void keepForFaultyLeaf(std::unique_ptr<Nonleaf> tree) {
-  try {
-    if (!Vesk::contains(tree.get(), faulty_leaf)) return;
-  } catch (const std::bad_alloc&) {
+// Ends the tree of a state that an exception leaves unfinished. Without memory for the search the
+// leaf is taken for one of the tree.
+struct EndUnfinished {
+  void operator()(Nonleaf* ended) const noexcept {
+    std::unique_ptr<Node> tree(ended);
+    try {
+      if (!Vesk::contains(tree.get(), faulty_leaf)) return;
+    } catch (const std::bad_alloc&) {
+    }
+    unfinished = std::move(tree);
   }
-  unfinished = std::move(tree);
-}
+};
 
 // Components that a hook adds while states are read or restored have no place in them.
 [[noreturn]] void refuseChangedTree(const Compound& compound, int components, int children) {
@@ -276,19 +280,14 @@ void Compound::initialize(LogicalClock* clock) {
 }
 
 // When a part throws, the tree so far ends here, and nobody may look at a faulty leaf in it any
-// more.
+// more. The frame is a small one: trees may be very deep.
 Node* Compound::getState() {
-  auto state = std::make_unique<Nonleaf>(mComponents.count());
-  try {
-    for (int i = 0; i < mComponents.count(); ++i) {
-      if (i >= state->getNumChild()) refuseChangedTree(*this, mComponents.count(), i);
-      Node* child = mComponents[i]->getState();
-      state->setChild(child, i);
-      if (child != nullptr && child->isLeaf()) noteMarker(static_cast<Leaf*>(child));
-    }
-  } catch (...) {
-    keepForFaultyLeaf(std::move(state));
-    throw;
+  std::unique_ptr<Nonleaf, EndUnfinished> state(new Nonleaf(mComponents.count()));
+  for (int i = 0; i < mComponents.count(); ++i) {
+    if (i >= state->getNumChild()) refuseChangedTree(*this, mComponents.count(), i);
+    Node* child = mComponents[i]->getState();
+    state->setChild(child, i);
+    if (child != nullptr && child->isLeaf()) noteMarker(static_cast<Leaf*>(child));
   }
   state->resetOutTrans();
   return state.release();
