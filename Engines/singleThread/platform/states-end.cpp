@@ -30,8 +30,7 @@ Leaf::~Leaf() {
   }
 }
 
-// With the ends of its leaves inside: there are many in a tree.
-__attribute__((flatten)) Nonleaf::~Nonleaf() {
+Nonleaf::~Nonleaf() {
   for (int i = 0; i < numChild; ++i) {
     Node* const child = children[i];
     if (child != nullptr && Vesk::tableOf(*child) == PLAIN_LEAF) {
