@@ -1,6 +1,10 @@
-// Part of the library and of all programs in builds that count what the tests reach: the counters
-// are written also when a program aborts or leaves by _exit(), as tests of such ends want to be
-// counted.
+// Part of the library, of tools and of test programs in builds that count what the tests reach: the
+// counters are written also when a program aborts, ends itself by a signal or leaves by _exit(), as
+// tests of such ends want to be counted.
+//
+// The library and the program have counters of their own. Each part that has some handles a signal
+// that nothing else uses, and hands it on to the part that was there before; so this signal makes
+// all of them write.
 
 #include <csignal>
 
@@ -8,27 +12,47 @@
 #include <unistd.h>
 
 extern "C" void __gcov_dump();
+extern "C" void __gcov_reset();
 
 namespace {
 
 using Handler = void (*)(int);
-Handler previous = SIG_DFL;
+Handler earlier = SIG_DFL;
 
-// The library and the program have counters and a handler each; the last one ends the process.
+bool isFunction(Handler handler) {
+  return handler != SIG_DFL && handler != SIG_IGN && handler != SIG_ERR;
+}
+
+// What is counted from now on is added when the counters are written again.
 void writeCounters(int signal) {
   __gcov_dump();
-  if (previous != SIG_DFL && previous != SIG_IGN) return previous(signal);
+  __gcov_reset();
+  if (isFunction(earlier)) earlier(signal);
+}
+
+int send(int signal) {
+  return static_cast<int>(syscall(SYS_tgkill, getpid(), syscall(SYS_gettid), signal));
+}
+
+void writeAndAbort(int signal) {
+  send(SIGRTMAX);
   std::signal(signal, SIG_DFL);
-  std::raise(signal);
+  send(signal);
 }
 
 __attribute__((constructor)) void install() {
-  previous = std::signal(SIGABRT, writeCounters);
+  earlier = std::signal(SIGRTMAX, writeCounters);
+  std::signal(SIGABRT, writeAndAbort);
 }
 
 }  // namespace
 
 extern "C" [[noreturn]] __attribute__((visibility("hidden"))) void _exit(int status) {
-  __gcov_dump();
+  send(SIGRTMAX);
   for (;;) syscall(SYS_exit_group, status);
+}
+
+extern "C" __attribute__((visibility("hidden"))) int raise(int signal) noexcept {
+  send(SIGRTMAX);
+  return send(signal);
 }
