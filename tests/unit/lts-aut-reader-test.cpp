@@ -215,4 +215,48 @@ TEST_F(AutReaderTest, ALineMayBeLongerThanABlock) {
   EXPECT_EQ(2u, file.graph.transitions());
 }
 
+// ---- Lines that are no transitions -----------------------------------------------------------
+
+TEST_F(AutReaderTest, EachPartOfAHeaderIsNeeded) {
+  for (const std::string header : {"des", "des 0, 1, 2)", "des(0, 1, 2", "des(0 1, 2)", "des(0, 1)",
+                                   "des(x, 1, 2)", "des(0, 1, 2, 3)", "dex(0, 1, 2)"}) {
+    EXPECT_EQ("x.aut:1: \"" + header + "\", expected \"des (INITIAL, TRANSITIONS, STATES)\"",
+              faultIn(header + "\n"));
+  }
+}
+
+TEST_F(AutReaderTest, EachPartOfATransitionIsNeeded) {
+  for (const std::string line :
+       {"0, a, 1)", "(0, a, 1", "(, a, 1)", "(0, a, )", "(0 a, 1)", "(0, a 1)", "(0)", "()"}) {
+    EXPECT_EQ("x.aut:2: \"" + line + "\", expected \"(FROM, LABEL, TO)\"",
+              faultIn("des(0, 1, 2)\n" + line + "\n"));
+  }
+}
+
+TEST_F(AutReaderTest, OneQuoteMakesNoLabelInQuotes) {
+  EXPECT_EQ((Texts{"0 \" 1"}), transitionsOf(read("des(0,1,2)\n(0,\",1)\n")));
+  EXPECT_EQ((Texts{"0 \"a 1"}), transitionsOf(read("des(0,1,2)\n(0,\"a,1)\n")));
+  EXPECT_EQ((Texts{"0 a\" 1"}), transitionsOf(read("des(0,1,2)\n(0,a\",1)\n")));
+}
+
+TEST_F(AutReaderTest, BlankLinesMayStandAnywhereInFilesOfOtherTools) {
+  EXPECT_EQ((Texts{"0 a 1"}), transitionsOf(read("des(0,1,2)\n\n \t\n(0,a,1)\n\n")));
+}
+
+TEST_F(AutReaderTest, ALastLineOfAnotherToolThatIsCutIsLeftOut) {
+  const AutFile file = read("des(0,2,2)\n(0,a,1)\n(1,a,");
+  EXPECT_TRUE(file.lastLineIsCut);
+  EXPECT_EQ((Texts{"0 a 1"}), transitionsOf(file));
+}
+
+// The parentheses and separators of the engine are exactly as it writes them.
+TEST_F(AutReaderTest, TheEnginesTransitionsHaveNoOtherBlanks) {
+  for (const std::string line : {"0, a, 1)", "(x, a, 1)", "(0,a, 1)"}) {
+    EXPECT_NE("", faultOf(mFiles, [&] { readOwn(1, 2, line + "\n"); })) << line;
+  }
+  for (const std::string line : {"(0, a, 1", "(0, a, x)", "(0, a 1)"}) {
+    EXPECT_TRUE(readOwn(1, 2, line + "\n").lastLineIsCut) << line;
+  }
+}
+
 }  // namespace

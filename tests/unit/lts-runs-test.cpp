@@ -176,4 +176,107 @@ TEST_F(LtsRunTest, GraphvizTakesTheDrawing) {
   EXPECT_EQ(9u, edges);
 }
 
+// ---- Command lines ---------------------------------------------------------------------------
+
+class LtsOptionsTest : public LtsRunTest {
+ protected:
+  // What is said when the command line, with the name of an exploration, is refused.
+  std::string refused(const std::string& command) {
+    mFiles.writeTable("t");
+    EXPECT_EQ(2, run("vesk-lts " + command)) << output();
+    return output();
+  }
+};
+
+TEST_F(LtsOptionsTest, OptionsThatDoNotFitTheFormatAreRefused) {
+  EXPECT_EQ("vesk-lts: --deadlock-loops with --to dot, expected --to aut\n",
+            refused("convert t --to dot --deadlock-loops"));
+  EXPECT_EQ("vesk-lts: --states with --to json, expected --to csv\n",
+            refused("convert t --to json --states"));
+  EXPECT_EQ("vesk-lts: --force with --to csv, expected --to dot\n",
+            refused("convert t --to csv --force"));
+}
+
+TEST_F(LtsOptionsTest, LoopsAtDeadlocksHaveTheLabelThatWasGiven) {
+  mFiles.writeTable("t");
+  ASSERT_EQ(0, run("vesk-lts convert t --to aut --deadlock-loops=stuck"));
+  EXPECT_NE(std::string::npos, output().find("(4,\"stuck\",4)")) << output();
+  ASSERT_EQ(0, run("vesk-lts convert t --to aut --deadlock-loops"));
+  EXPECT_NE(std::string::npos, output().find("(4,\"deadlock\",4)")) << output();
+}
+
+TEST_F(LtsOptionsTest, TheNumberOfADeadlockCountsFromOne) {
+  for (const char* number : {"0", "x", "1x"}) {
+    EXPECT_EQ("vesk-lts: --deadlock \"" + std::string(number) + "\", expected a number from 1\n",
+              refused("path t --deadlock " + std::string(number)));
+  }
+}
+
+TEST_F(LtsOptionsTest, APathNeedsTheNameOfAnExploration) {
+  const std::string missing =
+      "vesk-lts: NAME is missing, expected the name of an exploration; see vesk-lts path --help\n";
+  EXPECT_EQ(missing, refused("path --deadlock"));
+  EXPECT_EQ(missing, refused("path --deadlock 1"));
+  EXPECT_EQ(missing, refused("path --error"));
+  EXPECT_EQ(0, run("vesk-lts path --deadlock t"));
+}
+
+TEST_F(LtsOptionsTest, TextsNeedTheListOfStates) {
+  mFiles.writeOwn("bare.aut", 1, 2, "(0, a/b/c, 1)\n");
+  EXPECT_EQ(
+      "vesk-lts: --text needs the texts of the states, expected a .state file beside "
+      "bare.aut\n",
+      refused("path bare --text x"));
+}
+
+TEST_F(LtsOptionsTest, WhatHasNoPathIsNamed) {
+  mFiles.writeTable("t");
+  const auto none = [&](const std::string& target) {
+    EXPECT_EQ(1, run("vesk-lts path t " + target)) << output();
+    return output();
+  };
+  EXPECT_NE(std::string::npos, none("--label nothing").find("a label with \"nothing\""));
+  EXPECT_NE(std::string::npos, none("--text nothing").find("a state with \"nothing\""));
+  EXPECT_NE(std::string::npos, none("--error").find("an error"));
+  EXPECT_NE(std::string::npos, none("--deadlock 2").find("deadlock 2"));
+}
+
+TEST_F(LtsOptionsTest, AClosedInputIsReported) {
+  EXPECT_EQ(2, run("vesk-trace table - <&-"));
+  EXPECT_NE(std::string::npos, output().find("expected an open standard input")) << output();
+}
+
+TEST_F(LtsOptionsTest, AFolderIsNoFile) {
+  std::filesystem::create_directory(mFiles.path("folder.aut"));
+  EXPECT_EQ(2, run("vesk-lts info folder.aut")) << output();
+  EXPECT_EQ("vesk-lts: folder.aut", output().substr(0, 20)) << output();
+}
+
+TEST_F(LtsOptionsTest, AnOutputThatCannotBeMadeIsReported) {
+  mFiles.writeTable("t");
+  EXPECT_EQ(2, run("vesk-lts convert t --to aut -o missing/t.aut")) << output();
+  EXPECT_NE(std::string::npos, output().find("cannot be written (No such file or directory)"));
+  const std::string longName(5000, 'x');
+  EXPECT_EQ(2, run("vesk-lts convert t --to aut -o " + longName)) << output();
+  EXPECT_NE(std::string::npos, output().find("File name too long")) << output().substr(0, 100);
+  std::filesystem::create_directories(mFiles.path("taken/inside"));
+  EXPECT_EQ(2, run("vesk-lts convert t --to aut -o taken")) << output();
+}
+
+TEST_F(LtsOptionsTest, AnInterruptThatTheCallerIgnoresStaysIgnored) {
+  mFiles.writeTable("t");
+  EXPECT_EQ(0, run("trap '' INT TERM; vesk-lts convert t --to aut -o y.aut"));
+  EXPECT_EQ(0, run("vesk-lts convert t --to aut -o - >z.aut && cmp y.aut z.aut")) << output();
+}
+
+TEST_F(LtsOptionsTest, JsonAndTextTellTheSame) {
+  mFiles.writeTable("t");
+  for (const char* command : {"info t", "compare t t", "path t --to 3"}) {
+    EXPECT_EQ(0, run("vesk-lts " + std::string(command))) << output();
+    EXPECT_FALSE(Json::accept(output())) << command;
+    EXPECT_EQ(0, run("vesk-lts " + std::string(command) + " --json")) << output();
+    EXPECT_TRUE(Json::accept(output())) << command;
+  }
+}
+
 }  // namespace

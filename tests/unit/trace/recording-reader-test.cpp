@@ -99,7 +99,11 @@ TEST_F(RecordingReaderTest, AStartThatCannotBeReadIsAFault) {
         std::string(
             R"({"vesk-recording":1,"atoms":[],"ports":["a.p"],"connectors":[],"states":[]})"),
         std::string(R"({"vesk-recording":1,"atoms":[1],"ports":[],"connectors":[],"states":[]})"),
-        std::string(R"({"vesk-recording":1,"atoms":{},"ports":[],"connectors":[],"states":[]})")}) {
+        std::string(R"({"vesk-recording":1,"atoms":{},"ports":[],"connectors":[],"states":[]})"),
+        std::string(R"({"vesk-recording":1})"), std::string(R"({"vesk-recording":1,"atoms":[]})"),
+        std::string(R"({"vesk-recording":1,"atoms":[],"ports":[]})"),
+        std::string(R"({"vesk-recording":1,"atoms":[],"ports":[],"connectors":[]})"),
+        std::string(R"({"vesk-recording":1,"atoms":[],"ports":[],"connectors":[],"states":{}})")}) {
     EXPECT_EQ("run:1: this is no start of a recording", faultOf(start + "\n").substr(0, 38))
         << start;
   }
@@ -129,20 +133,58 @@ TEST_F(RecordingReaderTest, AnExportedPortIsThatOfItsCompound) {
 
 TEST_F(RecordingReaderTest, AStepThatCannotBeReadIsLeftOut) {
   for (const char* step :
-       {R"({"step":1})", R"({"step":"1","fired":[]})", R"({"step":-1,"fired":[]})", R"([])",
+       {R"({"step":1})",
+        R"({"step":"1","fired":[]})",
+        R"({"step":-1,"fired":[]})",
+        R"([])",
         R"({"step":1,"fired":[{"label":"x","connector":1,"ports":[]}]})",
         R"({"step":1,"fired":[{"label":"x","connector":-2,"ports":[]}]})",
         R"({"step":1,"fired":[{"label":"x","connector":0,"ports":[2]}]})",
         R"({"step":1,"fired":[{"label":"x","connector":0}]})",
+        R"({"step":1,"fired":{}})",
+        R"({"step":1,"fired":[{"label":"x","ports":[]}]})",
+        R"({"fired":[]})",
+        R"({"step":1,"fired":[{"label":"x","connector":0,"ports":{}}]})",
+        R"({"step":1,"fired":[{"label":"x","connector":0,"ports":["0"]}]})",
+        R"({"step":1,"fired":[],"changed":{"0x":"y"}})",
         R"({"step":1,"fired":[{"label":"x","connector":0,"ports":[18446744073709551615]}]})",
-        R"({"step":1,"fired":[1]})", R"({"step":1,"fired":[],"changed":{"2":"x"}})",
+        R"({"step":1,"fired":[1]})",
+        R"({"step":1,"fired":[],"changed":{"2":"x"}})",
         R"({"step":1,"fired":[],"changed":{"a":"x"}})",
-        R"({"step":1,"fired":[],"changed":{"0":5}})", R"({"step":1,"fired":[],"changed":{"":"x"}})",
+        R"({"step":1,"fired":[],"changed":{"0":5}})",
+        R"({"step":1,"fired":[],"changed":{"":"x"}})",
         "{\"step\":1,\"fired\":[{\"label\":\"\xFF\"}]}"}) {
     TraceFiles files;
     EXPECT_EQ(1u, files.stepsOf(START + step + "\n" + STEP).size()) << step;
     EXPECT_EQ(1u, files.said().size()) << step;
   }
+}
+
+TEST_F(RecordingReaderTest, AStateThatBecomesNoneAndATimeThatIsNoNumberAreNoFaults) {
+  const auto reader =
+      mFiles.open(START + R"({"step":1,"before":"soon","time":1.5,"fired":[],"changed":{"0":null}})"
+                          "\n");
+  Step step;
+  ASSERT_TRUE(reader->next(step));
+  EXPECT_FALSE(step.before);
+  EXPECT_FALSE(step.time);
+  EXPECT_TRUE(step.changed.empty());
+  EXPECT_TRUE(mFiles.said().empty());
+}
+
+// The label does not name the ports, or no connector that is known exports this one.
+TEST_F(RecordingReaderTest, AnExportedPortThatCannotBeFoundIsLeftOut) {
+  const auto fired = [&](const std::string& firing) {
+    const auto reader = mFiles.open(START + R"({"step":1,"fired":[)" + firing + "]}\n");
+    Step step;
+    EXPECT_TRUE(reader->next(step));
+    return step.fired.at(0);
+  };
+  EXPECT_TRUE(fired(R"({"label":"S/c/a:p","connector":-1,"ports":[-1]})").ports.empty());
+  EXPECT_TRUE(fired(R"({"label":"S/c/a:p|a:q","connector":0,"ports":[-1]})").ports.empty());
+  const Firing unknown = fired(R"({"label":"S/c/sub:all","connector":0,"ports":[-1]})");
+  EXPECT_EQ(1u, unknown.ports.size());
+  EXPECT_TRUE(unknown.exported.empty());
 }
 
 }  // namespace

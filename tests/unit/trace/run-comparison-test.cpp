@@ -100,4 +100,62 @@ TEST_F(TraceComparisonTest, AnEndThatIsNotToldDiffersFromNone) {
   EXPECT_NE(theSame(1), compare(step + "Exiting ...\n", step + "scheduler : deadlock\n"));
 }
 
+// Two recordings of a system with two atoms, each line one step with these fields.
+class RecordingComparisonTest : public TraceComparisonTest {
+ protected:
+  static std::string recording(const std::string& fields, const std::string& end = "") {
+    return R"({"vesk-recording":1,"atoms":["S/a","S/b"],"ports":[],"connectors":[],)"
+           R"("states":["0","0"]})"
+           "\n"
+           R"({"step":1,"fired":[{"label":"S/k/a:p","connector":-1,"ports":[]}],)" +
+           fields + "}\n" + end;
+  }
+  std::string difference(const std::string& a, const std::string& b,
+                         Comparison::Options options = {}) {
+    const std::string text = compare(a, b, options);
+    return text.substr(0, text.find('\n'));
+  }
+};
+
+TEST_F(RecordingComparisonTest, TheStartOfAStepCountsWhenItFiresAtTheSameTime) {
+  const std::string a = recording(R"("before":0,"time":2000)");
+  const std::string b = recording(R"("before":1500,"time":2000)");
+  EXPECT_EQ("the runs part at step 1: the step starts at 0.000 ms in A and at 1.500 ms in B",
+            difference(a, b));
+  Comparison::Options options;
+  options.ignoresTimes = true;
+  EXPECT_EQ(theSame(1), compare(a, b, options));
+  EXPECT_EQ(theSame(1), compare(a, recording(R"("before":null,"time":2000)")));
+}
+
+TEST_F(RecordingComparisonTest, TheFirstAtomThatChangesInAnotherWayIsNamed) {
+  const std::string both = recording(R"("changed":{"0":"1","1":"1"})");
+  EXPECT_EQ(R"(the runs part at step 1: in A "S/b" becomes "1", in B "S/b" becomes "2")",
+            difference(both, recording(R"("changed":{"0":"1","1":"2"})")));
+  EXPECT_EQ(R"(the runs part at step 1: in A "S/b" becomes "1", in B no other atom changes)",
+            difference(both, recording(R"("changed":{"0":"1"})")));
+  EXPECT_EQ(R"(the runs part at step 1: in A no other atom changes, in B "S/a" becomes "1")",
+            difference(recording(R"("changed":{})"), both));
+}
+
+TEST_F(RecordingComparisonTest, EndsAtOtherTimesAreDifferent) {
+  const auto ends = [](const std::string& kind, const std::string& time) {
+    return recording(R"("before":0,"time":0)",
+                     R"({"end":")" + kind + R"(","text":null,"time":)" + time + "}\n");
+  };
+  EXPECT_EQ("the runs part at step 2: A ends at 1.000 ms and B at 2.000 ms",
+            difference(ends("deadlock", "1000"), ends("deadlock", "2000")));
+  EXPECT_EQ(R"(the runs part at step 2: A ends with "limit" and B with "deadlock")",
+            difference(ends("limit", "1000"), ends("deadlock", "1000")));
+  EXPECT_EQ(theSame(1), compare(ends("deadlock", "1000"), ends("deadlock", "1000")));
+  EXPECT_EQ(theSame(1), compare(ends("deadlock", "1000"), ends("deadlock", "null")));
+}
+
+TEST_F(RecordingComparisonTest, OnlyOneOfTheTwoMayGoOn) {
+  const std::string shorter = recording(R"("before":0,"time":0)");
+  const std::string longer = shorter + R"({"step":2,"before":0,"time":0,"fired":[]})" + "\n";
+  EXPECT_EQ("the runs part at step 2: only A goes on", difference(longer, shorter));
+  EXPECT_EQ("the runs part at step 2: only B goes on", difference(shorter, longer));
+}
+
 }  // namespace
