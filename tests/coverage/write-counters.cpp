@@ -2,9 +2,9 @@
 // counters are written also when a program aborts, ends itself by a signal or leaves by _exit(), as
 // tests of such ends want to be counted.
 //
-// All processes add to the same files, and what one of them cuts is lost for all: so there is no limit
-// on the size of files while counters are written, and at the end of a process no signal from outside
-// comes.
+// All processes add to the same files, and what one of them cuts is lost for all: so there is no
+// limit on the size of files while counters are written, and at the end of a process no signal from
+// outside comes.
 //
 // The library and the program have counters of their own. Each part that has some handles a signal
 // that nothing else uses, and hands it on to the part that was there before; so this signal makes

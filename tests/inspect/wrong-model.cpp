@@ -120,6 +120,13 @@ class Silent : public Counter {
   void announce() override {}
 };
 
+// Gives no state.
+class Mute : public Counter {
+ public:
+  using Counter::Counter;
+  Node* getState() override { return nullptr; }
+};
+
 // Its internal port stays enabled.
 class Restless : public Counter {
  public:
@@ -190,7 +197,8 @@ Counter* makeFirst(const Compound* holder) {
   if (is("texts-run-together")) return new Bare("A", holder);
   if (is("careless-guard")) return new Halting("A", holder);
   if (is("never-enabled")) return new Shy("A", holder);
-  if (is("never-announces")) return new Silent("A", holder);
+  if (is("never-announces") || is("one-state")) return new Silent("A", holder);
+  if (is("no-text")) return new Mute("A", holder);
   if (is("internal-for-ever")) return new Restless("A", holder);
   if (is("exception")) return new Throwing("A", holder);
   const bool isTimed =
@@ -245,13 +253,9 @@ void addConnectors(Compound* system, Counter* a, Counter* b) {
   }
 }
 
-void declareAll(Compound* system) {
-  for (Component* part : system->components()) {
-    static_cast<Atom*>(part)->declare(Vesk::Locality::REPEATABLE);
-  }
-  for (Connector* connector : system->connectors()) {
-    connector->declare(Vesk::Locality::REPEATABLE);
-  }
+void declareAll(Compound* system, Vesk::Locality locality) {
+  for (Component* part : system->components()) static_cast<Atom*>(part)->declare(locality);
+  for (Connector* connector : system->connectors()) connector->declare(locality);
 }
 
 }  // namespace
@@ -263,6 +267,7 @@ Compound* Compound::Create(int argc, char** argv) {
       break;
     }
   }
+  if (is("no-system")) return nullptr;
   Timed::last = nullptr;
   auto* system = new Compound("s", nullptr);
   Counter* a = makeFirst(system);
@@ -278,6 +283,9 @@ Compound* Compound::Create(int argc, char** argv) {
     if (is("same-port-names")) b->ports()[1]->setInternal();
   }
   addConnectors(system, a, b);
-  if (is("broken-promise") || is("kept-promise")) declareAll(system);
+  if (is("broken-promise") || is("kept-promise") || is("one-state")) {
+    declareAll(system, Vesk::Locality::REPEATABLE);
+  }
+  if (is("local-promise")) declareAll(system, Vesk::Locality::LOCAL);
   return system;
 }

@@ -124,6 +124,30 @@ TEST_F(PromiseCheckTest, AWalkThroughAModelThatKeepsItsPromiseFindsNothing) {
   EXPECT_EQ(MANY + 1, check.states());
 }
 
+TEST_F(PromiseCheckTest, AWalkThatEndsBeginsAgain) {
+  faulty->enabled = [this] { return faulty->count == 0; };
+  System ending("e");
+  auto* atom = ending.add(new PromisedAtom("B", &ending, {"a", "b"}));
+  ending.join("k", {atom->addPort("n", {{0, 1}})});
+  declareAll(ending, Locality::REPEATABLE);
+  PromiseCheck check(ending);
+  EXPECT_FALSE(check.run(1).has_value());
+  EXPECT_FALSE(check.walk(5, 1).has_value());
+  EXPECT_EQ(6U, check.states());
+}
+
+TEST_F(PromiseCheckTest, AWalkBehindABrokenPromiseTellsOfThatPromise) {
+  faulty->afterSetState = [this] { faulty->count = 0; };
+  declareAll(system, Locality::LOCAL);
+  PromiseCheck check(system);
+  ASSERT_TRUE(check.run(MANY).has_value());
+  const std::size_t states = check.states();
+  const auto broken = check.walk(MANY, 1);
+  ASSERT_TRUE(broken.has_value());
+  EXPECT_EQ("atom s/F", broken->part);
+  EXPECT_EQ(states, check.states());
+}
+
 // ---- Atoms -------------------------------------------------------------------------------------
 
 TEST_F(PromiseCheckTest, FindsAnExecuteThatReadsAGlobalVariable) {
@@ -156,6 +180,33 @@ TEST_F(PromiseCheckTest, FindsASetStateThatKeepsWhatExecuteReads) {
 TEST_F(PromiseCheckTest, FindsASetStateThatShowsAnotherText) {
   faulty->afterSetState = [this] { faulty->count = 0; };
   EXPECT_EQ("atom s/F shows another text after setState()", fault(Locality::LOCAL));
+}
+
+TEST_F(PromiseCheckTest, FindsAGetStateThatChangesTheNextText) {
+  faulty->afterSetState = [this] { faulty->kept = 0; };
+  faulty->beforeGetState = [this] {
+    if (++faulty->kept == 2) faulty->count = (faulty->count + 1) % 3;
+  };
+  EXPECT_EQ("atom s/F is changed by its getState()", fault(Locality::LOCAL));
+}
+
+// Others change only when the connector fires for the second or the third time.
+TEST_F(PromiseCheckTest, FindsAnExecuteThatChangesOthersNowAndThen) {
+  for (const int time : {2, 3}) {
+    int fired = 0;
+    faulty->afterExecute = [this, &fired, time] {
+      if (++fired == time) other->execute(other->ports()[0]);
+    };
+    EXPECT_EQ("atom s/B changes when s/k/F:p fires, where it has no part",
+              fault(Locality::REPEATABLE))
+        << time;
+  }
+}
+
+TEST_F(PromiseCheckTest, FindsALeafThatIsCalledFaulty) {
+  static Leaf leaf(new Atomleaf("x"));
+  faulty->afterExecute = [] { faulty_leaf = &leaf; };
+  EXPECT_EQ("connector s/k raises a flag when it fires", fault(Locality::REPEATABLE));
 }
 
 TEST_F(PromiseCheckTest, FindsAnnouncementsThatDifferAfterExecuteAndSetState) {

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <memory>
-#include <unordered_set>
 
 #include "component.hpp"
 #include "connector.hpp"
@@ -102,23 +101,6 @@ std::vector<Port*> portsOf(Connector& connector, const BitVector& set) {
     if (set.in(i) != 0) ports.push_back(connector.ports()[i]);
   }
   return ports;
-}
-
-std::vector<Atom*> atomsBehind(const std::vector<Port*>& ports) {
-  std::vector<Atom*> atoms;
-  std::unordered_set<const void*> seen;
-  std::vector<Port*> waiting(ports.rbegin(), ports.rend());
-  while (!waiting.empty()) {
-    Port* port = waiting.back();
-    waiting.pop_back();
-    if (Atom* atom = port->atomHolder()) {
-      if (seen.insert(atom).second) atoms.push_back(atom);
-    } else if (Connector* connector = port->connHolder()) {
-      if (!seen.insert(connector).second) continue;
-      for (int i = connector->ports().count(); i-- > 0;) waiting.push_back(connector->ports()[i]);
-    }
-  }
-  return atoms;
 }
 
 StateText stateOf(Atom& atom) {

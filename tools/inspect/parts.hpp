@@ -71,9 +71,6 @@ class Parts {
 // The ports of an interaction, in the order of its connector.
 std::vector<Port*> portsOf(Connector& connector, const BitVector& set);
 
-// The atoms that take part when these ports fire, each once: those of exported ports as well.
-std::vector<Atom*> atomsBehind(const std::vector<Port*>& ports);
-
 // The text of its state; null when it gives none. Asks the atom alone, which raises no flag.
 struct StateText {
   bool given = false;

@@ -252,11 +252,9 @@ class StateCheck {
       ++count;
     }
     if (count == 0) return nullptr;
-    unsigned int ahead = draw(count);
-    for (Connector* legal : Chain(legals)) {
-      if (ahead-- == 0) return legal;
-    }
-    return nullptr;
+    Connector* chosen = legals;
+    for (unsigned int ahead = draw(count); ahead != 0; --ahead) chosen = chosen->next();
+    return chosen;
   }
 
   Atom& atom(std::size_t index) const { return *mParts.atoms()[index].part; }
@@ -307,9 +305,9 @@ class StateCheck {
       return;
     }
     const std::string announced = announcedBy(index);
-    const auto known = mKnown[index].announced.find(text);
-    if (known == mKnown[index].announced.end() || known->second == announced) return;
-    report(index, "after setState() with the state " + shown(text), known->second, announced);
+    const std::string& known = mKnown[index].announced.at(text);
+    if (known == announced) return;
+    report(index, "after setState() with the state " + shown(text), known, announced);
   }
 
   void report(std::size_t index, const std::string& when, const std::string& expected,

@@ -215,6 +215,17 @@ TEST_F(CheckTest, WhatWasNeverPossibleIsFoundOnce) {
   EXPECT_TRUE(finds(text, "4 findings"));
 }
 
+// A connector that is in no list of the compound has made its port a connected one.
+TEST_F(CheckTest, AnAtomWhoseOnlyPortIsInternalAndJoinedIsNotSilent) {
+  Port* tick = a->internal("tick");
+  tick->setSynced(true);
+  system.rendezvous("k", tick);
+  Seen seen;
+  Findings findings;
+  reportUnseen(Parts(system), seen, 7, findings);
+  EXPECT_TRUE(finds(findings.text(), "0 findings")) << findings.text();
+}
+
 TEST_F(CheckTest, ARendezvousThatFiresWithoutAllItsPortsIsFound) {
   struct Careless : TestConnector {
     using TestConnector::guard;
@@ -305,11 +316,27 @@ TEST_F(StateCheckTest, TextsThatRunIntoEachOtherAreFound) {
   EXPECT_TRUE(has(textAfter(100), "s/A: its state runs into that of s/B\n"));
 }
 
+TEST_F(StateCheckTest, LettersAndSignsOfNumbersRunIntoEachOther) {
+  for (const char* sign : {"a", "Z", "9", "-", "."}) {
+    System own("s");
+    auto* varying = own.add(new Automaton("A", &own, {"1", "11"}));
+    own.rendezvous("k", varying->addPort("go", {{0, 1}, {1, 0}}));
+    own.add(new Automaton("B", &own, {sign}));
+    Seen seen;
+    Findings findings;
+    checkStates(own, 4, 1, seen, findings);
+    EXPECT_TRUE(has(findings.text(), "its state runs into that of s/B")) << sign;
+  }
+}
+
 TEST_F(StateCheckTest, TextsOfOneLengthOrWithASignBetweenThemDoNot) {
   ring("A", {"1", "2"});
   ring("B", {"a", "b"});
   ring("C", {",1", ",11"});
   ring("D", {"", "(1)"});
-  ring("E", {"Z", "Y"});
+  ring("E", {":", "::"});
+  ring("F", {"_Z", "_"});
+  ring("G", {"", ""});
+  ring("H", {"-", "--,"});
   EXPECT_EQ("0 findings\n", textAfter(100));
 }

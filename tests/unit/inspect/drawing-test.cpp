@@ -93,6 +93,16 @@ TEST_F(DrawingTest, WhatIsNotInTheTreeHasANodeOfItsOwn) {
   EXPECT_TRUE(has("c0 -> \"other.x (not in the tree)\""));
 }
 
+TEST_F(DrawingTest, APortThatNothingHasOrExportsHasANodeOfItsOwn) {
+  Port lonely("q", static_cast<Atom*>(nullptr));
+  TestConnector* below = system.exported(RENDEZVOUS, "below", a->port("p"));
+  Port second("second", below);
+  system.rendezvous("k", &lonely, &second);
+  const std::string drawn = drawing();
+  EXPECT_NE(drawn.find("(not in the tree)\" -> c1\n"), std::string::npos) << drawn;
+  EXPECT_NE(drawn.find("c1 -> \"s/below.second (not in the tree)\"\n"), std::string::npos) << drawn;
+}
+
 TEST_F(DrawingTest, AnAtomAndAConnectorOutsideTheTreeHaveTheirOwnNames) {
   TestAtom outside("B", &system);
   TestConnector other(RENDEZVOUS, "other", &system, true, a->port("p"));
@@ -103,7 +113,16 @@ TEST_F(DrawingTest, AnAtomAndAConnectorOutsideTheTreeHaveTheirOwnNames) {
 }
 
 TEST_F(DrawingTest, PlacesOfATreeThatHoldNothingAreLeftOut) {
+  struct Neither : Component {
+    using Component::Component;
+    using Component::initialize;
+    void initialize() override {}
+    void initialize(LogicalClock*) override {}
+    Node* getState() override { return nullptr; }
+    void setState(Node*) override {}
+  };
   system.components().add(nullptr);
+  system.components().add(new Neither("N", &system));
   System* inner = system.compound("inner");
   inner->atom("B");
   const Parts parts(system);
@@ -214,7 +233,11 @@ TEST_F(DrawingTest, PartsWithoutAStateTextGiveNone) {
   odd.node = new Leaf(new Atomleaf(nullptr));
   EXPECT_FALSE(Vesk::Inspect::stateOf(odd).given);
   odd.node = new Leaf(new Atomleaf("3"));
-  EXPECT_TRUE(Vesk::Inspect::stateOf(odd).given);
+  const Vesk::Inspect::StateText given = Vesk::Inspect::stateOf(odd);
+  EXPECT_TRUE(given.given);
+  EXPECT_TRUE(given == (Vesk::Inspect::StateText{true, "3"}));
+  EXPECT_FALSE(given == (Vesk::Inspect::StateText{true, "4"}));
+  EXPECT_FALSE(given == (Vesk::Inspect::StateText{false, "3"}));
 }
 
 // ---- Names -----------------------------------------------------------------------------------

@@ -264,6 +264,7 @@ TEST_F(ExplanationTest, WhatWaitsForATimeBeyondTheEndIsNoDeadlock) {
   TestAtom* a = system.atom("A");
   a->enabled("soon", a->within(Time(1000), Time(2000)));
   a->enabled("always", a->within(Time::MIN, Time::MAX));
+  a->enabled("never", a->within(Time::MAX, Time::MAX));
   a->port("off")->setConstraint(a->within(Time(0), Time(1)));
   auto* own = new Clock("own", clock);
   a->clocks().add(own);
