@@ -155,6 +155,17 @@ TEST_F(InteractionTest, ShowsItsConstraintOnTheClockOfTheCompound) {
   EXPECT_EQ(interaction.displayClock(), &clock);
 }
 
+TEST_F(InteractionTest, WithoutACompoundThereIsNoClock) {
+  Port* p = atom->enabled("p");
+  TestConnector loose(RENDEZVOUS, "k", nullptr, false, p, atom->enabled("q"));
+  Interaction* all = Interaction::Create(&loose, 2, 0, 1);
+  EXPECT_EQ(all->displayClock(), nullptr);
+  EXPECT_STREQ(all->label(), "/k/A:p|A:q");
+  loose.eval(false);
+  ASSERT_NE(loose.feasibleInter(), nullptr);
+  EXPECT_EQ(loose.feasibleInter()->constraint(), nullptr);
+}
+
 TEST_F(InteractionTest, PrintWritesThePortNamesSeparatedByIndex) {
   TestConnector* connector = over(RENDEZVOUS, {atom->port("a"), atom->port("b"), atom->port("%s")});
   EXPECT_EQ(outputOf([&] { Interaction(connector, setOf({0, 1, 2})).print(); }), "a|b|%s");

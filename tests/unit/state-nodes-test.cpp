@@ -29,6 +29,8 @@ TEST(ObserverStateTest, LooksIntoTheWholeTreeAndAcceptsNull) {
   outer.setChild(new Leaf(static_cast<Atomleaf*>(nullptr)), 0);
   outer.setChild(inner, 2);
   EXPECT_EQ(2, ObserverState(&outer));
+  Leaf empty(new Atomleaf(nullptr));
+  EXPECT_EQ(0, ObserverState(&empty));
   EXPECT_EQ(0, ObserverState(nullptr));
 }
 
@@ -72,6 +74,10 @@ TEST(StateNodeIterTest, AddsAtBothEndsAndPopsTheHead) {
   EXPECT_EQ(&b, list.popHead());
   EXPECT_EQ(&c, list.popHead());
   EXPECT_TRUE(list.empty()) << "all were taken";
+  for (StateNode* node : {&a, &b, &c}) list.addTail(node);
+  EXPECT_EQ(&a, list.popHead());
+  EXPECT_EQ(&b, list.popHead());
+  EXPECT_EQ(&c, list.popHead());
 }
 
 TEST(StateNodeIterTest, NextGoesThroughTheListAndFromItsEndToTheHead) {

@@ -395,6 +395,13 @@ TEST(NonleafTest, GetLeafDecreasesTheIndexByThePositionOfAChild) {  // Deliberat
   EXPECT_EQ(b, deep->getLeaf(1));
 }
 
+TEST(NonleafTest, GetLeafPassesByMissingChildren) {
+  Node* b = leaf("b");
+  Nonleaf node(2);
+  node.setChild(b, 1);
+  EXPECT_EQ(b, node.getLeaf(1));
+}
+
 TEST(PooledTest, ObjectsCanBeMadeWithEveryFormOfNew) {
   std::unique_ptr<Node> plain(leaf("a"));
   std::unique_ptr<Node> careful(new (std::nothrow) Nonleaf(2));
@@ -405,6 +412,22 @@ TEST(PooledTest, ObjectsCanBeMadeWithEveryFormOfNew) {
   careful.reset();
   careful.reset(new Nonleaf(1));
   EXPECT_EQ("a", printed(*plain));
+}
+
+TEST(PooledTest, SizesThatNoClassOfTheEngineHasComeAndGo) {
+  struct Odd : Atomleaf {
+    using Atomleaf::Atomleaf;
+    char more[13] = {};
+  };
+  struct Large : Atomleaf {
+    using Atomleaf::Atomleaf;
+    char more[4096] = {};
+  };
+  std::unique_ptr<Odd> odd(new Odd("a"));
+  std::unique_ptr<Large> large(new Large("b"));
+  EXPECT_STREQ("a", odd->getVal());
+  EXPECT_STREQ("b", large->getVal());
+  Atomleaf::operator delete(nullptr, sizeof(Atomleaf));  // does nothing
 }
 
 TEST(PooledTest, ManyObjectsComeAndGo) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <set>
 #include <string>
 #include <vector>
@@ -84,6 +85,25 @@ TEST_F(AtomTextsTest, KeysDifferByNumberAndByPosition) {
     keys.insert(others.shorts()[otherNumber].key);
   }
   EXPECT_EQ(200U, keys.size());
+}
+
+TEST_F(AtomTextsTest, AStateWithoutATextHasTheEmptyOne) {
+  struct Mute : PromisedAtom {
+    using PromisedAtom::PromisedAtom;
+    Node* getState() override { return makes(); }
+    std::function<Node*()> makes;
+  };
+  for (const std::function<Node*()>& makes :
+       {std::function<Node*()>([] { return new Leaf(nullptr); }),
+        std::function<Node*()>([] { return new Leaf(new Atomleaf(nullptr)); }),
+        std::function<Node*()>([] { return new Nonleaf(0); })}) {
+    Mute mute("M", nullptr, {"a"});
+    mute.makes = makes;
+    AtomTexts own(mute, 0);
+    EXPECT_EQ(0U, own.read());
+    EXPECT_EQ("", own.text(0));
+    EXPECT_EQ(0U, own.read());
+  }
 }
 
 TEST_F(AtomTextsTest, AStateMayBeATreeOfItsOwn) {

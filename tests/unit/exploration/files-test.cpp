@@ -125,6 +125,39 @@ TEST(ExplorationFilesTest, AStreamWithoutDescriptorGetsAHeaderToo) {
   std::free(text);
 }
 
+// Without a descriptor the stream itself is asked, for the header as well.
+TEST(ExplorationFilesTest, AStreamWithoutDescriptorThatFailsIsGivenUp) {
+  cookie_io_functions_t calls = {};
+  calls.write = [](void*, const char*, std::size_t) -> ssize_t { return 0; };
+  FILE* broken = fopencookie(nullptr, "w", calls);
+  testing::internal::CaptureStderr();
+  {
+    ExplorationFiles files(broken, nullptr, nullptr, nullptr);
+    files.begin();
+    files.writeTransition(0, "a", 1);
+    files.complete(1, 2);
+  }
+  EXPECT_EQ("vesk: the transition system could not be written completely\n",
+            testing::internal::GetCapturedStderr());
+  std::fclose(broken);
+}
+
+TEST(ExplorationFilesTest, AStreamWithoutDescriptorThatCannotGoBackHasNoHeader) {
+  cookie_io_functions_t calls = {};
+  calls.write = [](void*, const char*, std::size_t size) { return static_cast<ssize_t>(size); };
+  FILE* forward = fopencookie(nullptr, "w", calls);
+  testing::internal::CaptureStderr();
+  {
+    ExplorationFiles files(forward, nullptr, nullptr, nullptr);
+    files.begin();
+    files.writeTransition(0, "a", 1);
+    files.complete(1, 2);
+  }
+  EXPECT_EQ(0u, testing::internal::GetCapturedStderr().find(
+                    "vesk: the transition system has no header: "));
+  std::fclose(forward);
+}
+
 TEST(ExplorationFilesTest, BehindEveryBlockTheHeaderIsRight) {
   FILE* file = std::tmpfile();
   ExplorationFiles files(file, nullptr, nullptr, nullptr);

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -132,6 +133,46 @@ TEST(StateShapeTest, ClassesOfTheModelNeitherPackNorLeaveAnOutline) {
   EXPECT_FALSE(isTaken(derivedNode));
 }
 
+TEST(StateShapeTest, ATreeOfAnotherOutlineDoesNotPack) {
+  StateShape shape;
+  shape.take(treeOf("(a(bc)())").get());
+  for (const char* outline :
+       {"a", "()", "(a(bc))", "(a(b)())", "(a(bcd)())", "((bc)a())", "(a(bc)d)", "(ab())",
+        "(a()(bc))", "(a(b())())", "(a(bc)(d))", "(aaa)", "(()(bc)())", "(a(()c)())"}) {
+    EXPECT_FALSE(packs(shape, treeOf(outline))) << outline;
+  }
+}
+
+TEST(StateShapeTest, AMissingPartInATreeDoesNotPack) {
+  StateShape shape;
+  shape.take(treeOf("(a(bc)())").get());
+  for (int missing = 0; missing < 3; ++missing) {
+    const Tree tree = treeOf("(a(bc)())");
+    delete inner(tree.get()).getChild(missing);
+    inner(tree.get()).setChild(nullptr, missing);
+    EXPECT_FALSE(packs(shape, tree)) << missing;
+  }
+  const Tree nowhere = treeOf("(a(bc)())");
+  leafOf(nowhere, 0).setAleaf(nullptr);
+  EXPECT_FALSE(packs(shape, nowhere));
+}
+
+TEST(StateShapeTest, ClassesOfTheModelInsideATreeDoNotPack) {
+  StateShape shape;
+  shape.take(treeOf("(a(b)())").get());
+  const auto packsWith = [&](Node* part, int place) {
+    const Tree tree = treeOf("(a(b)())");
+    delete inner(tree.get()).getChild(place);
+    inner(tree.get()).setChild(part, place);
+    return packs(shape, tree);
+  };
+  EXPECT_FALSE(packsWith(new RichLeaf("a"), 0));
+  EXPECT_FALSE(packsWith(new Leaf(new DerivedText("a")), 0));
+  EXPECT_FALSE(packsWith(new Leaf(new DerivedText("longer than a word")), 0));
+  EXPECT_FALSE(packsWith(new DerivedNode(0), 2));
+  EXPECT_TRUE(packsWith(new Leaf(new Atomleaf("longer than a word")), 0));
+}
+
 TEST(StateShapeTest, NumbersOfTheRootAreAllowedThoseOfItsPartsAreNot) {
   StateShape shape;
   shape.take(pairOf("a", "b").get());
@@ -220,11 +261,35 @@ TEST(PackedTreeTest, HoldsItsTextsUntilAPartChanges) {
   EXPECT_FALSE(holds([](Node* root) { leafOf(root, 1).setAleaf(new Atomleaf("b")); }))
       << "an atom's text of the same characters";
   EXPECT_FALSE(holds([](Node* root) { leafOf(root, 1).setIndex(1); })) << "a number";
+  EXPECT_FALSE(holds([](Node* root) { leafOf(root, 1).getAleaf()->setVal(nullptr); })) << "no text";
   EXPECT_FALSE(holds([](Node* root) {
     Node* former = inner(root).getChild(0);
     inner(root).setChild(new Leaf(new Atomleaf("a")), 0);
     delete former;
   })) << "another leaf of the same text";
+}
+
+// What has taken the place of a part in memory, as far as it can be told.
+TEST(PackedTreeTest, APartOfAnotherClassOrSizeAtTheSamePlaceIsFound) {
+  StateShape shape;
+  shape.take(treeOf("(a(b))").get());
+  Packed packed;
+  ASSERT_TRUE(shape.pack(treeOf("(a(b))").get(), packed.text, packed.lengths));
+  const auto holds = [&](int place, const std::function<void(void*)>& make) {
+    PackedTree filled(shape.build());
+    filled.unpack(packed.text.data(), packed.lengths.data());
+    Node* const former = inner(filled.root()).getChild(place);
+    former->~Node();
+    make(former);
+    return filled.holds(packed.text.data(), packed.lengths.data());
+  };
+  struct OtherLeaf : Leaf {
+    using Leaf::Leaf;
+  };
+  EXPECT_FALSE(holds(1, [](void* at) { new (at) Nonleaf(0); })) << "fewer children";
+  EXPECT_FALSE(holds(1, [](void* at) { new (at) DerivedNode(1); })) << "another class";
+  EXPECT_FALSE(holds(0, [](void* at) { new (at) OtherLeaf(new Atomleaf("a")); })) << "another leaf";
+  EXPECT_FALSE(holds(0, [](void* at) { new (at) Leaf(new DerivedText("a")); })) << "another text";
 }
 
 TEST(TreeTest, ContainsItsNodesAndNoOthers) {
