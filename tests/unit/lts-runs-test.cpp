@@ -1,6 +1,8 @@
 // vesk-lts on what the engine's searches of all examples leave.
 #include <gtest/gtest.h>
+#include <pty.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <string>
@@ -277,6 +279,180 @@ TEST_F(LtsOptionsTest, JsonAndTextTellTheSame) {
     EXPECT_EQ(0, run("vesk-lts " + std::string(command) + " --json")) << output();
     EXPECT_TRUE(Json::accept(output())) << command;
   }
+}
+
+// ---- What stands in outputs ------------------------------------------------------------------
+
+class LtsOutputTest : public LtsRunTest {
+ protected:
+  std::string outputOf(const std::string& command) {
+    EXPECT_EQ(0, run("vesk-lts " + command)) << output();
+    return output();
+  }
+  static bool has(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+  }
+};
+
+TEST_F(LtsOutputTest, NamesInAPageAreNoMarkup) {
+  mFiles.writeTable("a<b>&c");
+  ASSERT_EQ(0, run("vesk-lts page 'a<b>&c' -o page.html")) << output();
+  const std::string page = mFiles.read("page.html");
+  EXPECT_TRUE(has(page, "a&lt;b&gt;&amp;c"));
+  EXPECT_FALSE(has(page, "a<b>&c"));
+}
+
+TEST_F(LtsOutputTest, APathMayEndInAPrunedState) {
+  mFiles.writeTable("t");
+  mFiles.write("t.deadlock", "");
+  mFiles.write("t.pruned", "4 || a/b/c\n");
+  EXPECT_TRUE(has(outputOf("path t --to 4"), "2 steps to state 4, which was pruned\n"));
+  EXPECT_TRUE(has(outputOf("convert t --to dot"), "4 [label="));
+}
+
+TEST_F(LtsOutputTest, ManyDeadlocksAreCountedAndThoseOffTheWayHaveNoLevel) {
+  std::string lines;
+  std::string deadlocks;
+  for (int i = 1; i <= 40; ++i) {
+    lines += "(0, a/b/c, " + std::to_string(i) + ")\n";
+    deadlocks += std::to_string(i) + "\n";
+  }
+  mFiles.writeOwn("x.aut", 41, 42, lines + "(42, a/b/c, 41)\n");
+  mFiles.write("x.deadlock", deadlocks + "41\n");
+  const std::string text = outputOf("info x");
+  EXPECT_TRUE(has(text, "       1           1      1\n")) << text;
+  EXPECT_TRUE(has(text, " more\n")) << text;
+  mFiles.writeOwn("y.aut", 2, 4, "(0, a/b/c, 1)\n(3, a/b/c, 2)\n");
+  mFiles.write("y.deadlock", "1\n2\n");
+  EXPECT_TRUE(has(outputOf("info y"), "       2           2      -\n")) << output();
+}
+
+TEST_F(LtsOutputTest, OnlyTheOtherOneMayHaveMore) {
+  mFiles.writeOwn("less.aut", 1, 2, "(0, k, 1)\n");
+  mFiles.writeOwn("more.aut", 2, 2, "(0, k, 1)\n(1, m, 0)\n");
+  for (const char* order : {"less more", "more less"}) {
+    EXPECT_EQ(1, run("vesk-lts compare " + std::string(order))) << output();
+    EXPECT_TRUE(has(output(), "m")) << output();
+    EXPECT_EQ(1, run("vesk-lts compare --json " + std::string(order))) << output();
+  }
+}
+
+TEST_F(LtsOutputTest, ADrawingShowsTextsErrorsAndLongTexts) {
+  mFiles.writeOwn("e.aut", 1, 2, "(0, a/b/c, 1)\n");
+  mFiles.write("e.state", "0 : " + std::string(200, 'x') + "\n1 : ERROR\n");
+  const std::string dot = outputOf("convert e --to dot");
+  EXPECT_TRUE(has(dot, "0 [label=\"0\"")) << dot;
+  EXPECT_TRUE(has(dot,
+                  "1 [label=\"1\\nERROR\", style=filled, fillcolor=\"#f4a582\", "
+                  "shape=octagon"))
+      << dot;
+  mFiles.write("e.state", "0 : \n1 : y\n");
+  EXPECT_TRUE(has(outputOf("convert e --to dot"), "0 [label=\"0\"")) << output();
+}
+
+TEST_F(LtsOutputTest, WhatCannotBeShownIsEscaped) {
+  mFiles.writeOwn("t.aut", 1, 2, "(0, k, 1)\n");
+  mFiles.write("t.state", "0 : \xC2\x85\xC2\xA0\n1 : \xE0\xA0\x80\xE0\x9F\xBF\n");
+  const std::string path = outputOf("path t --to 1");
+  EXPECT_TRUE(has(path, "\\xc2\\x85\xC2\xA0")) << path;
+  EXPECT_TRUE(has(path, "\xE0\xA0\x80\\xe0\\x9f\\xbf")) << path;
+  mFiles.write("u.aut", "des(0,1,2)\n(0,\"\\x4B\\x4b\\x4g\\x\",1)\n");
+  EXPECT_TRUE(has(outputOf("path u --to 1"), "KK\\x4g\\x")) << output();
+}
+
+TEST_F(LtsOutputTest, SideFilesThatCannotBeReadAreNamed) {
+  mFiles.writeOwn("t.aut", 1, 2, "(0, k, 1)\n");
+  mFiles.write("t.state", "no state\n");
+  EXPECT_EQ(2, run("vesk-lts info t"));
+  EXPECT_TRUE(has(output(), "t.state:1: \"no state\"")) << output();
+  mFiles.write("t.state", "0 : a\n0 : is no new one\n1 : b\n");
+  EXPECT_TRUE(has(outputOf("path t --to 1"), "1: b\n"));
+  mFiles.write("t.deadlock", "1 and more\n");
+  EXPECT_EQ(2, run("vesk-lts info t"));
+  EXPECT_TRUE(has(output(), "t.deadlock:1: \"1 and more\"")) << output();
+}
+
+// ---- On a terminal ---------------------------------------------------------------------------
+
+class TerminalTest : public LtsRunTest {
+ protected:
+  // What the command writes to a terminal.
+  std::string shownBy(const std::string& command) {
+    int terminal = -1;
+    const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
+    if (child == 0) {
+      const std::string all =
+          "cd '" + mFiles.path("") + "' && PATH='" PROGRAMS ":'$PATH; " + command;
+      execl("/bin/sh", "sh", "-c", all.c_str(), nullptr);
+      _exit(127);
+    }
+    std::string text;
+    char part[4096];
+    for (ssize_t count; (count = read(terminal, part, sizeof part)) > 0;) {
+      text.append(part, static_cast<std::size_t>(count));
+    }
+    close(terminal);
+    int status = 0;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(0, status) << text;
+    return text;
+  }
+  bool hasColour(const std::string& environment, const std::string& options = "") {
+    mFiles.write("run", RECORDING);
+    const std::string text = shownBy(environment + " vesk-trace table run " + options);
+    return text.find("\x1b[") != std::string::npos;
+  }
+  static constexpr char RECORDING[] =
+      R"({"vesk-recording":1,"atoms":["S/a"],"ports":[],"connectors":[],"states":["0"]})"
+      "\n"
+      R"({"step":1,"before":0,"time":0,"fired":[],"changed":{"0":"1"}})"
+      "\n";
+};
+
+TEST_F(TerminalTest, ColoursAreForTerminalsThatMayHaveThem) {
+  EXPECT_TRUE(hasColour("env -u NO_COLOR TERM=xterm"));
+  EXPECT_TRUE(hasColour("env NO_COLOR= TERM=xterm"));
+  EXPECT_FALSE(hasColour("env NO_COLOR=1 TERM=xterm"));
+  EXPECT_FALSE(hasColour("env -u NO_COLOR TERM=dumb"));
+  EXPECT_FALSE(hasColour("env -u NO_COLOR -u TERM"));
+  EXPECT_TRUE(hasColour("env NO_COLOR=1 TERM=dumb", "--color always"));
+  EXPECT_FALSE(hasColour("env -u NO_COLOR TERM=xterm", "--color never"));
+  EXPECT_TRUE(hasColour("env -u NO_COLOR TERM=xterm", "-o -"));
+  EXPECT_FALSE(hasColour("env -u NO_COLOR TERM=xterm", "-o file"));
+}
+
+// ---- What vesk-trace is asked for --------------------------------------------------------------
+
+TEST_F(LtsRunTest, SummariesOfSeveralRunsFollowEachOther) {
+  mFiles.write("a", "scheduler : s/k/a:p\n");
+  mFiles.write("b", "scheduler : s/k/a:p\nscheduler : deadlock\n");
+  ASSERT_EQ(0, run("vesk-trace summary a b")) << output();
+  EXPECT_NE(std::string::npos, output().find("\n\nfile        : b, a trace\n")) << output();
+  ASSERT_EQ(0, run("vesk-trace summary --json a b")) << output();
+  std::istringstream lines(output());
+  int count = 0;
+  for (std::string line; std::getline(lines, line); ++count)
+    EXPECT_TRUE(Json::accept(line)) << line;
+  EXPECT_EQ(2, count);
+}
+
+TEST_F(LtsRunTest, ASequenceHasThreeFormats) {
+  mFiles.write("a", "scheduler : s/k/a:p\nscheduler : s/k/a:p\n");
+  ASSERT_EQ(0, run("vesk-trace sequence a")) << output();
+  EXPECT_EQ("@startuml", output().substr(0, 9));
+  ASSERT_EQ(0, run("vesk-trace sequence a --to mermaid")) << output();
+  EXPECT_NE(std::string::npos, output().find("sequenceDiagram"));
+  ASSERT_EQ(0, run("vesk-trace sequence a --to svg --most 1")) << output();
+  EXPECT_NE(std::string::npos, output().find("<svg"));
+  EXPECT_NE(std::string::npos,
+            output().find("vesk-trace: warning: 1 step left out, --most draws more\n"));
+}
+
+TEST_F(LtsRunTest, OnlyOneOfTwoRunsIsStandardInput) {
+  mFiles.write("a", "scheduler : s/k/a:p\n");
+  EXPECT_EQ(0, run("vesk-trace compare a - <a")) << output();
+  EXPECT_EQ(0, run("vesk-trace compare - a <a")) << output();
+  EXPECT_EQ(2, run("vesk-trace compare - - <a")) << output();
 }
 
 }  // namespace

@@ -277,11 +277,15 @@ class Walking : public Policy {
   using Policy::Policy;
 };
 
+// Filters of a program, which do what those of the engine do.
+class OwnPolicy : public EDFScheduler {};
+class OwnSemantics : public StandardSemantics {};
+
 // The run, as text.
-template <class Policy>
+template <class Policy, class Semantics = StandardSemantics>
 std::string run(Model& model, const Filter& scheduler, unsigned int seed) {
   std::ostringstream trace;
-  StandardSemantics semantics;
+  Semantics semantics;
   Policy executer(model.root, model.logical, semantics, const_cast<Filter&>(scheduler), false,
                   STEPS, trace, static_cast<int>(seed), ms(40));
   executer.initialize();
@@ -332,3 +336,19 @@ TEST_P(SelectionRandomTest, ARandomTimeWithEarliestDeadlineFirst) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Shard, SelectionRandomTest, testing::Range(0, SHARDS));
+
+// What is not known to the engine, or has another level or margin, is asked in every step.
+TEST(SelectionFiltersTest, OtherFiltersAreAsked) {
+  for (unsigned int seed = 0; seed < SYSTEMS && !HasFatalFailure(); ++seed) {
+    compare<StandardExecuter>(OwnPolicy(), seed);
+    compare<StandardExecuter>(StandardSemantics(), seed);
+    compare<StandardExecuter>(EDFdeltaScheduler(ms(-1)), seed);
+    compare<StandardExecuter>(EDFdeltaScheduler(Time::MAX), seed);
+    Model own(seed, 0);
+    Model plain(seed, 0);
+    const EDFScheduler scheduler;
+    ASSERT_EQ((run<StandardExecuter, OwnSemantics>(own, scheduler, seed)),
+              run<StandardExecuter>(plain, scheduler, seed));
+    ASSERT_EQ(own.events(), plain.events()) << seed;
+  }
+}
