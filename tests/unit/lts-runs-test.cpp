@@ -372,6 +372,89 @@ TEST_F(LtsOutputTest, SideFilesThatCannotBeReadAreNamed) {
   EXPECT_TRUE(has(output(), "t.deadlock:1: \"1 and more\"")) << output();
 }
 
+TEST_F(LtsOutputTest, AWayRoundAStateChangesNothing) {
+  mFiles.writeOwn("t.aut", 1, 1, "(0, a/b/c, 0)\n");
+  mFiles.write("t.state", "0 : same\n");
+  EXPECT_TRUE(has(outputOf("path t --label c"), "0: same\n")) << output();
+}
+
+TEST_F(LtsOutputTest, AStateWithoutATextOnTheWayHasNoChanges) {
+  mFiles.writeOwn("t.aut", 2, 3, "(0, a/b/c, 1)\n(1, a/b/d, 2)\n");
+  mFiles.write("t.state", "0 : x\n2 : y\n");
+  ASSERT_EQ(0, run("vesk-lts path t --to 2 --json")) << output();
+  const Json steps = Json::parse(output())["steps"];
+  EXPECT_TRUE(steps[0]["text"].is_null());
+  EXPECT_TRUE(steps[0]["changed"].empty());
+  EXPECT_TRUE(steps[1]["changed"].empty());
+  EXPECT_TRUE(has(outputOf("path t --to 2"), "1: (no text)\n")) << output();
+}
+
+TEST_F(LtsOutputTest, ErrorsStandInJson) {
+  const auto info = [&](const char* name) {
+    return Json::parse(outputOf("info " + std::string(name) + " --json 2>/dev/null"));
+  };
+  mFiles.writeOwn("e.aut", 1, 2, "(0, a/b/c, 1)\n");
+  mFiles.write("e.state", "0 : x\n1 : ERROR\n");
+  EXPECT_EQ(1, info("e")["errorState"]);
+  mFiles.writeOwn("f.aut", 2, 2, "(0, a/b/c, 1)\n");
+  mFiles.write("f.state", "0 : x\n1 : y\n");
+  EXPECT_EQ(1, info("f")["unwrittenErrorFrom"]);
+  // The count does not fit because the file was cut.
+  mFiles.writeOwn("g.aut", 2, 2, "(0, a/b/c, 1)\n(1, a/");
+  mFiles.write("g.state", "0 : x\n1 : y\n");
+  EXPECT_TRUE(info("g")["unwrittenErrorFrom"].is_null());
+  // A state that has such a text and is not the last one.
+  mFiles.writeOwn("h.aut", 1, 3, "(0, a/b/c, 1)\n(0, a/b/d, 2)\n");
+  mFiles.write("h.state", "0 : x\n1 : ERROR\n");
+  EXPECT_TRUE(info("h")["errorState"].is_null());
+}
+
+TEST_F(LtsOutputTest, PrunedPathsWithoutTextsMarkNoState) {
+  mFiles.writeOwn("t.aut", 1, 2, "(0, a/b/c, 1)\n");
+  mFiles.write("t.pruned", " :: a/b/c[[x]]\n");
+  EXPECT_EQ(1, Json::parse(outputOf("info t --json"))["pruned"]);
+}
+
+TEST_F(LtsOutputTest, WithoutDeadlocksThereIsNoneToGoTo) {
+  mFiles.writeOwn("t.aut", 2, 2, "(0, a/b/c, 1)\n(1, a/b/c, 0)\n");
+  EXPECT_EQ(1, run("vesk-lts path t --deadlock")) << output();
+  EXPECT_TRUE(has(output(), "a deadlock")) << output();
+  EXPECT_EQ(2, run("vesk-lts path --deadlock 1x")) << output();
+}
+
+TEST_F(LtsOutputTest, ALargePageHasNoDrawing) {
+  std::string lines;
+  for (int i = 0; i < 20000; ++i) {
+    lines += "(" + std::to_string(i) + ", a/b/c, " + std::to_string(i + 1) + ")\n";
+  }
+  mFiles.writeOwn("x.aut", 20000, 20001, lines);
+  EXPECT_EQ(0, run("vesk-lts page x -o x.html")) << output();
+  EXPECT_FALSE(has(mFiles.read("x.html"), "<svg"));
+}
+
+TEST_F(LtsOutputTest, LongLinesAreCutBetweenCharacters) {
+  for (const char* start : {"", "x"}) {
+    std::string line = start;
+    for (int i = 0; i < 500; ++i) line += "\xC3\xA4";
+    mFiles.write("t.aut", "des(0,1,2)\n" + line + "\n");
+    EXPECT_EQ(2, run("vesk-lts info t"));
+    EXPECT_TRUE(has(output(), "\xC3\xA4...\"")) << output();
+  }
+}
+
+TEST_F(LtsOutputTest, AnEmptyFirstLineIsNoHeader) {
+  mFiles.write("t.aut", "\n(0,a,1)\n");
+  EXPECT_EQ(2, run("vesk-lts info t"));
+  EXPECT_TRUE(has(output(), "t.aut:1: \"\", expected")) << output();
+}
+
+TEST_F(LtsOutputTest, AFolderThatIsCalledLikeAFileIsNone) {
+  mFiles.writeTable("t");
+  std::filesystem::remove(mFiles.path("t.deadlock"));
+  std::filesystem::create_directory(mFiles.path("t.deadlock"));
+  EXPECT_TRUE(has(outputOf("info t"), "deadlock")) << output();
+}
+
 // ---- On a terminal ---------------------------------------------------------------------------
 
 class TerminalTest : public LtsRunTest {

@@ -131,6 +131,29 @@ TEST_F(DrawingTest, PlacesOfATreeThatHoldNothingAreLeftOut) {
   EXPECT_EQ(2u, parts.compounds().size());
 }
 
+TEST_F(DrawingTest, CompoundsAreClustersWithinEachOther) {
+  System* one = system.compound("one");
+  System* deep = one->compound("deep");
+  deep->atom("B");
+  system.compound("two")->atom("C");
+  const std::string drawn = drawing();
+  EXPECT_NE(drawn.find("  subgraph cluster_1 {\n"
+                       "    label=\"one\"\n"
+                       "    subgraph cluster_2 {\n"
+                       "      label=\"deep\"\n"
+                       "      a1 [shape=record"),
+            std::string::npos)
+      << drawn;
+  EXPECT_NE(drawn.find("    }\n"
+                       "  }\n"
+                       "  subgraph cluster_3 {\n"
+                       "    label=\"two\"\n"
+                       "    a2 [shape=record"),
+            std::string::npos)
+      << drawn;
+  EXPECT_EQ(drawn.substr(drawn.size() - 6), "  }\n}\n");
+}
+
 // ---- Priorities ------------------------------------------------------------------------------
 
 TEST_F(DrawingTest, APlainPriorityIsAnArrowToTheOneThatWins) {
@@ -138,6 +161,16 @@ TEST_F(DrawingTest, APlainPriorityIsAnArrowToTheOneThatWins) {
   TestConnector* high = system.rendezvous("high", a->port("q"));
   system.add(new Priority(&system, whole(low), whole(high), Vesk::Time(0)));
   EXPECT_TRUE(has("c0 -> c1 [dir=forward, style=dashed, constraint=false]"));
+}
+
+TEST_F(DrawingTest, ADelayOrAClassStandsAlone) {
+  TestConnector* low = system.rendezvous("low", a->port("p"));
+  TestConnector* high = system.rendezvous("high", a->port("q"));
+  system.add(new Priority(&system, whole(low), whole(high), Vesk::Time(1000)));
+  system.add(new TestPriority("named", &system, whole(low), whole(high)));
+  const std::string arrow = "c0 -> c1 [dir=forward, style=dashed, constraint=false, label=";
+  EXPECT_TRUE(has(arrow + "\"delay 1ms\"]"));
+  EXPECT_TRUE(has(arrow + "\"guard of kit::TestPriority\"]"));
 }
 
 TEST_F(DrawingTest, APriorityBelowAllOthersPointsAtThem) {

@@ -262,18 +262,22 @@ TEST_F(ExplanationTest, AnEmptyHeapWhereNothingIsPossibleIsADeadlock) {
 
 TEST_F(ExplanationTest, WhatWaitsForATimeBeyondTheEndIsNoDeadlock) {
   TestAtom* a = system.atom("A");
-  a->enabled("soon", a->within(Time(1000), Time(2000)));
-  a->enabled("always", a->within(Time::MIN, Time::MAX));
-  a->enabled("never", a->within(Time::MAX, Time::MAX));
-  a->port("off")->setConstraint(a->within(Time(0), Time(1)));
   auto* own = new Clock("own", clock);
   a->clocks().add(own);
   clock.wait(Time(2147000000));
   own->reset();
+  const auto enabled = [&](const char* name, Time low, Time high) {
+    auto* constraint = new Constraint(own, low, high, LAZY);
+    a->constraints().add(constraint);
+    return a->enabled(name, constraint);
+  };
+  enabled("soon", Time(1000), Time(2000));
+  enabled("always", Time::MIN, Time::MAX);
+  enabled("never", Time::MAX, Time::MAX);
+  enabled("off", Time(700000), Time::MAX)->setSynced(false);
+  enabled("late", Time(700000), Time::MAX);
   a->enabled("free");
-  auto* late = new Constraint(own, Time(700000), Time::MAX, LAZY);
-  a->constraints().add(late);
-  a->enabled("late", late);
+  a->enabled("elsewhere", a->within(Time(1000), Time(2000)));
   beginTimed();
   EXPECT_EQ(endedBy(RunEnd::DEADLOCK),
             "why: this is the end of time, 2147483.647ms, and no deadlock: no clock goes further\n"
