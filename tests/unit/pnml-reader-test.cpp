@@ -595,6 +595,30 @@ TEST(PnmlReaderErrorTest, MismatchedTagIsNamedWithTheElementThatIsOpen) {
       errorWith("<toolspecific><a>\n</x:b></toolspecific>"));
 }
 
+TEST(PnmlReaderErrorTest, LongNamesAreNamedInPart) {
+  const std::string name(5000, 'n');
+  const std::string error = errorWith("<place id='p'>\n</" + name + ">");
+  EXPECT_EQ(0u, error.find("3:3: malformed XML: mismatched tag </nnn")) << error.substr(0, 80);
+  EXPECT_LT(error.size(), name.size());
+  const Reading reading = read(netDocument("<" + name + "/>"));
+  EXPECT_TRUE(reading.net.has_value()) << linesOf(reading.errors);
+}
+
+TEST(PnmlReaderErrorTest, ATagThatClosesNothingIsNamed) {
+  EXPECT_NE("", errorOf("<pnml></pnml></pnml>"));
+  EXPECT_NE("", errorOf("</pnml>"));
+}
+
+TEST(PnmlReaderErrorTest, ElementsOfOurNamespaceAreKnownByItToo) {
+  const Reading reading = read(
+      "<pnml xmlns='http://www.pnml.org/version-2009/grammar/pnml'><net id='n' "
+      "type='http://www.pnml.org/version-2009/grammar/ptnet'><page id='g'>"
+      "<x:place xmlns:x='http://www.pnml.org/version-2009/grammar/other' id='p'/>"
+      "</page></net></pnml>");
+  ASSERT_TRUE(reading.net.has_value()) << linesOf(reading.errors);
+  EXPECT_EQ(1u, reading.net->places.size());
+}
+
 TEST(PnmlReaderErrorTest, MismatchedTagOfWiderCharactersIsNamed) {
   for (bool bigEndian : {false, true}) {
     const std::string error = errorOf(utf16("<pnml></net>", bigEndian));
