@@ -27,6 +27,7 @@ std::size_t Blocks::sUsed = 0;
 Blocks::Slab* Blocks::sSlabs = nullptr;
 std::size_t Blocks::sCount = 0;
 std::size_t Blocks::sRoom = 0;
+bool Blocks::sLeft = false;
 Blocks::Slab Blocks::sLast = {nullptr, nullptr};
 
 namespace {
@@ -67,6 +68,7 @@ void* Blocks::take(std::size_t bytes) {
 }
 
 void Blocks::giveBack(void* block, std::size_t bytes) {
+  if (sLeft) return;
   Kept*& kept = sKept[bytes / sizeof(Kept)];
   kept = new (block) Kept{kept};
   if (--sUsed == 0 && sCount > 1) endAll();

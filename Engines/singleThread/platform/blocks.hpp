@@ -3,6 +3,7 @@
 #define VESK_BLOCKS_HPP
 
 #include <cstddef>
+#include <cstdlib>
 #include <functional>
 
 // What sanitizers have that look for leaks and stale pointers. Null in programs without one.
@@ -32,6 +33,10 @@ class Blocks {
   static void* take(std::size_t bytes);
   // Requires: take(bytes) has given it.
   static void giveBack(void* block, std::size_t bytes);
+  // The program ends, and the system gives all memory back at once: from now on blocks and names
+  // are left to it. Not where a sanitizer would take them for lost.
+  static void leaveAll() { sLeft = !isWatched(); }
+  static bool areLeft() { return sLeft; }
   // Whether take() has given the block, in contrast to the heap.
   static bool has(const void* block) { return sLast.has(block) || isInSlab(block); }
 
@@ -67,6 +72,7 @@ class Blocks {
   static Slab* sSlabs;       // malloc; in the order of their addresses
   static std::size_t sCount;
   static std::size_t sRoom;
+  static bool sLeft;
   static Slab sLast;  // the one that has() has found last
 };
 
@@ -75,6 +81,11 @@ class Blocks {
 // has made which was compiled earlier.
 void* newObject(std::size_t size);
 void endObject(void* object, std::size_t size) noexcept;
+
+// Ends the name of a part of a system, which may be null.
+inline void endName(char* name) {
+  if (!Blocks::areLeft()) std::free(name);
+}
 
 }  // namespace Vesk
 

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "activation-plan.hpp"
+#include "blocks.hpp"
 #include "chain.hpp"
 #include "clock.hpp"
 #include "component.hpp"
@@ -14,7 +15,6 @@
 #include "interaction-index.hpp"
 #include "on-demand.hpp"
 #include "port.hpp"
-#include "prefetch.hpp"
 #include "priority.hpp"
 #include "work-stack.hpp"
 
@@ -29,7 +29,6 @@ const char* const MANY_SETS =
     "vesk: connector %s: a broadcast with %d enabled timed ports looks at 2^%d sets of ports\n";
 
 constexpr int MANY_TIMED_PORTS = 16;  // more are reported
-constexpr std::size_t FIELDS = 64;    // bytes at the end of a port, behind its label
 
 const char* textOf(const char* name) {
   return name != nullptr ? name : "";
@@ -45,19 +44,6 @@ void connect(Connector& connector, Port* port) {
   port->setConnected();
   connector.ports().add(port);
   port->setLink(&connector);
-}
-
-// Connects ports in their order. What that writes is brought near for all of them at once, because
-// the ports of a connector stand far from each other in a large system.
-void connect(Connector& connector, Port* const* ports, int count) {
-  for (int i = 0; i < count; ++i) {
-    Vesk::prefetch(reinterpret_cast<const char*>(ports[i] + 1) - FIELDS, FIELDS);
-  }
-  for (int i = 0; i < count; ++i) {
-    Atom* const atom = ports[i]->atomHolder();
-    if (atom != nullptr) Vesk::prefetch(&atom->links(), 1);
-  }
-  for (int i = 0; i < count; ++i) connect(connector, ports[i]);
 }
 
 const GenericClock* clockOf(const Compound* compound) {
@@ -147,21 +133,19 @@ Connector::Connector(const char* name, const Compound* holder, bool subconn,
                      std::initializer_list<Port*> ports)
     : Connector(name, holder, subconn) {
   checkPortCount(mName, static_cast<int>(ports.size()));
-  connect(*this, ports.begin(), static_cast<int>(ports.size()));
+  for (Port* port : ports) connect(*this, port);
 }
 
 Connector::~Connector() {
   delete mInteractions;
   if (mxPort != nullptr) mxPort->dropConstraint();
   delete mxPort;
-  std::free(mName);
+  Vesk::endName(mName);
 }
 
 void Connector::setVarPorts(int n, va_list ports) {
   checkPortCount(mName, mPorts.count() + n);
-  Port* given[MAX_PORTS];
-  for (int i = 0; i < n; ++i) given[i] = va_arg(ports, Port*);
-  connect(*this, given, n);
+  for (int i = 0; i < n; ++i) connect(*this, va_arg(ports, Port*));
 }
 
 void Connector::setDominatedPriority(Priority* priority) {

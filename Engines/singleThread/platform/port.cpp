@@ -5,6 +5,7 @@
 #include <cstring>
 #include <string>
 
+#include "blocks.hpp"
 #include "clock.hpp"
 #include "component.hpp"
 #include "connector.hpp"
@@ -56,7 +57,7 @@ Port::Port(const char* name, const Connector* holder) : Port(name, static_cast<A
 
 Port::~Port() {
   std::free(mLongLabel);
-  std::free(mName);
+  Vesk::endName(mName);
 }
 
 // ---- Label -------------------------------------------------------------------------------------

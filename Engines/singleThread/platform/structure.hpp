@@ -196,7 +196,9 @@ class Array {
   // then frees the list. Without Owning it only frees the list. Destructors of elements must not
   // use the list after that.
   ~Array() {
-    if constexpr (Owning) deleteAll();
+    if constexpr (Owning) {
+      for (int i = 0; i < m_count; ++i) delete m_elem[i];
+    }
     if (m_elem != nullptr) Vesk::endList(m_elem, bytesOf(m_size));
   }
 
@@ -233,27 +235,6 @@ class Array {
 
  private:
   static constexpr int FIRST_ROOM = 2;
-  static constexpr int AHEAD = 4;
-
-  // Has elements brought into the caches before their turn, because those of a large system stand
-  // far from each other.
-  void deleteAll() {
-    for (int i = 0; i < AHEAD; ++i) bring(i);
-    for (int i = 0; i < m_count; ++i) {
-      bring(i + AHEAD);
-      delete m_elem[i];
-    }
-  }
-  // The beginning of an element, and its end, where a port has most of its fields.
-  void bring(int i) const {
-    if (i >= m_count || m_elem[i] == nullptr) return;
-    const char* const begin = reinterpret_cast<const char*>(m_elem[i]);
-    for (int line = 0; line < 3; ++line) __builtin_prefetch(begin + 64 * line);
-    if constexpr (sizeof(T) > 256) {
-      __builtin_prefetch(begin + sizeof(T) - 64);
-      __builtin_prefetch(begin + sizeof(T) - 1);
-    }
-  }
 
   // Makes room for a third more elements, and one, so that adding costs the same on average however
   // long the list is. A list without a block was made on demand; models that were compiled before
