@@ -8,8 +8,8 @@
 
 // What sanitizers have that look for leaks and stale pointers. Null in programs without one.
 extern "C" {
-[[gnu::weak]] void __asan_init();
-[[gnu::weak]] void __lsan_init();
+[[gnu::weak]] void __asan_init();  // NOLINT(bugprone-reserved-identifier)
+[[gnu::weak]] void __lsan_init();  // NOLINT(bugprone-reserved-identifier)
 }
 
 namespace Vesk {
