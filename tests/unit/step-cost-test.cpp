@@ -6,6 +6,9 @@
 #include <functional>
 #include <iostream>
 #include <memory>
+#include <streambuf>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "allocations.hpp"
@@ -175,6 +178,27 @@ class ReadClock : public LogicalClock {
   mutable long readings = 0;
 };
 
+// A text that is read again and again.
+class Repeated : public std::streambuf {
+ public:
+  explicit Repeated(std::string text) : mText(std::move(text)) {}
+
+ protected:
+  int_type underflow() override {
+    setg(&mText[0], &mText[0], &mText[0] + mText.size());
+    return traits_type::to_int_type(mText[0]);
+  }
+
+ private:
+  std::string mText;
+};
+
+class Nowhere : public std::streambuf {
+ protected:
+  int_type overflow(int_type sign) override { return traits_type::not_eof(sign); }
+  std::streamsize xsputn(const char*, std::streamsize count) override { return count; }
+};
+
 // Atoms that tick in turn, each alone in a connector or through an internal port.
 struct Timers {
   Timers(int number, bool internal) : root("R"), platform("platform"), clock(platform) {
@@ -192,6 +216,20 @@ struct Timers {
     Policy executer(root, clock, semantics, scheduler, true, LAST, std::cout, 1, Time(0));
     executer.initialize();
     executer.run();
+  }
+  // A dialogue that leaves everything to chance.
+  void runByAnswers() {
+    Repeated answers("r\n");
+    Nowhere nowhere;
+    std::streambuf* const in = std::cin.rdbuf(&answers);
+    std::streambuf* const out = std::cout.rdbuf(&nowhere);
+    StandardSemantics semantics;
+    EmptyScheduler scheduler;
+    InteractiveExecuter executer(root, clock, semantics, scheduler, true, LAST, std::cout, Time(0));
+    executer.initialize();
+    executer.run();
+    std::cin.rdbuf(in);
+    std::cout.rdbuf(out);
   }
   void note() {
     if (ticks == FIRST) {
@@ -231,6 +269,16 @@ TEST(ReadingCountTest, StepsAtRandomTimesDoNotAskAllInternalPorts) {
     timers.run<RandomExecuter>(EmptyScheduler());
     EXPECT_EQ(timers.ticks, Timers::LAST);
     EXPECT_LT(timers.readings, 40 * (Timers::LAST - Timers::FIRST)) << number;
+  }
+}
+
+TEST(ReadingCountTest, StepsOfADialogueDoNotAskAllInternalPorts) {
+  for (const int number : {20, 1000}) {
+    Timers timers(number, true);
+    timers.runByAnswers();
+    EXPECT_EQ(timers.ticks, Timers::LAST);
+    EXPECT_LT(timers.readings, 40 * (Timers::LAST - Timers::FIRST)) << number;
+    EXPECT_EQ(timers.made, 0);
   }
 }
 

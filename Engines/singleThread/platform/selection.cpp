@@ -143,9 +143,9 @@ bool PortTimes::shift(const Port& port, const LogicalClock& clock, Number& resul
 
 // ---- Selection ---------------------------------------------------------------------------------
 
-Selection::Selection(const Run& run, bool byChance)
+Selection::Selection(const Run& run, bool policyIsKnown)
     : mRun(run),
-      mByChance(byChance),
+      mPolicyIsKnown(policyIsKnown),
       mForetells(false),
       mPolicy(Agenda::Policy::EVERYTHING),
       mMargin(0),
@@ -161,7 +161,7 @@ Selection::Selection(const Run& run, bool byChance)
       mSteps(0),
       mAsked(0),
       mScheduled(false) {
-  mForetells = byChance && isPlainSemantics(run.semantics) &&
+  mForetells = policyIsKnown && isPlainSemantics(run.semantics) &&
                isPlainScheduler(run.scheduler, mPolicy, mMargin);
 }
 
@@ -242,6 +242,31 @@ Executable* Selection::pick() {
   }
   const int walked = mRun.executables.count();
   return walked > 0 ? *(mRun.executables.begin() + static_cast<int>(walked * fraction)) : nullptr;
+}
+
+// All of it before any is given: what the agenda does not know any more makes the step a walk.
+void Selection::collectLeft() {
+  mLeft.clear();
+  if (mWay == Way::AGENDA && !collectFromAgenda()) walkAgain();
+  if (mWay == Way::SHORT) {
+    for (std::size_t i = 0; i < mFew.count(); ++i) mLeft.push_back(mFew.at(i));
+  } else if (mWay == Way::WALK) {
+    const Executables::iterator last = mRun.executables.end();
+    for (auto it = mRun.executables.begin(); it != last; ++it) mLeft.push_back(*it);
+  }
+}
+
+bool Selection::collectFromAgenda() {
+  std::size_t slot = 0;
+  for (std::size_t i = 0; i < mAgenda->count(); ++i) {
+    Executable* const found = mAgenda->at(i, slot);
+    if (found == nullptr) {
+      mLeft.clear();
+      return false;
+    }
+    mLeft.push_back(found);
+  }
+  return true;
 }
 
 std::size_t Selection::numberOf(std::size_t slot) const {
