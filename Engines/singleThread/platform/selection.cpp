@@ -35,6 +35,13 @@ bool isOrdinary(Number t) {
   return Time::MIN.microseconds() < t && t < maximum();
 }
 
+// Whether sums with ordinary times may not fit into 64 bits: those wrap around, and nothing stays
+// in order.
+bool isFar(const Time& t) {
+  constexpr Number FAR = Number{1} << 62;
+  return t.microseconds() < -FAR || t.microseconds() > FAR;
+}
+
 // Later by some time; infinite times stay as they are.
 Number shifted(const Time& t, Number shift) {
   const bool infinite = t == Time::MIN || t == Time::MAX;
@@ -86,10 +93,12 @@ bool foretell(Constraint& constraint, Number shift, const Time& now, Times& resu
   result = {maximum(), maximum(), maximum(), false};
   if (index == constraint.size()) return true;
   const Interval& interval = constraint[index];
+  const Time deadline = deadlineFrom(constraint, index);
+  if (isFar(interval.low()) || isFar(interval.high()) || isFar(deadline)) return false;
   const bool unbounded = interval.high() == Time::MAX;
   result.low = shifted(interval.low(), shift);
   result.eager = interval.urgency() == EAGER;
-  result.deadline = shifted(deadlineFrom(constraint, index), shift);
+  result.deadline = shifted(deadline, shift);
   if (unbounded && shift < 0) result.until = maximum() + shift - 1;
   if (!unbounded && interval.urgency() == LAZY)
     result.until = interval.high().microseconds() + shift;
