@@ -11,10 +11,10 @@
 #include <iostream>
 #include <memory>
 #include <sstream>
-#include <streambuf>
 #include <string>
 #include <vector>
 
+#include "dialogue.hpp"
 #include "kit/lists.hpp"
 #include "kit/output.hpp"
 #include "literal-run.hpp"
@@ -78,38 +78,6 @@ class RestlessClock : public PlatformClock {
   mutable Draw mDraw;
   const bool mPasses;
   mutable Time mTime;
-};
-
-// Answers that mostly suit the question: times from now on, rows, chance, and what is refused.
-class Answers : public std::streambuf {
- public:
-  Answers(unsigned int seed, const LogicalClock& clock, const std::ostringstream& dialogue)
-      : mDraw(seed), mClock(clock), mDialogue(dialogue) {}
-
- protected:
-  int_type underflow() override {
-    mText = answer() + "\n";
-    setg(&mText[0], &mText[0], &mText[0] + mText.size());
-    return traits_type::to_int_type(mText[0]);
-  }
-
- private:
-  std::string answer() {
-    const std::string asked = mDialogue.str();
-    const bool forRow = asked.size() > 3 && asked.compare(asked.size() - 3, 3, "): ") == 0 &&
-                        asked.find("Enter interaction", asked.rfind('\n')) != std::string::npos;
-    const int kind = mDraw.below(100);
-    if (kind < 3) return kind == 0 ? "l" : kind == 1 ? "c 1" : "-1";
-    if (forRow) return kind < 50 ? "r" : std::to_string(mDraw.between(1, 6));
-    if (kind < 30) return "r";
-    const long long now = (mClock.time().microseconds() + 999) / 1000;
-    return std::to_string(now + (kind < 60 ? 0 : mDraw.below(4)));
-  }
-
-  Draw mDraw;
-  const LogicalClock& mClock;
-  const std::ostringstream& mDialogue;
-  std::string mText;
 };
 
 // Writes down, among the calls of hooks, what each step begins with and what fires.
@@ -233,9 +201,8 @@ void runTimed(unsigned int seed, const Mode& mode, By by, Record& record) {
   const std::unique_ptr<RandomRoot> system = makeSystem(seed, record.events);
   RestlessClock platform(seed, mode.realTime);
   LogicalClock clock("l", platform);
-  Answers answers(seed, clock, record.dialogue);
-  std::streambuf* const in = std::cin.rdbuf(&answers);
-  std::streambuf* const out = std::cout.rdbuf(record.dialogue.rdbuf());
+  SuitableAnswers answers(seed, clock, record.dialogue);
+  const Redirected console(&answers, record.dialogue.rdbuf());
   const int number = static_cast<int>(seed);
   if (by == By::ENGINE) {
     record.watch();
@@ -245,8 +212,6 @@ void runTimed(unsigned int seed, const Mode& mode, By by, Record& record) {
                       number, Time(MAX_DRIFT), record.watcher)
         .run();
   }
-  std::cout.rdbuf(out);
-  std::cin.rdbuf(in);
   record.events.push_back("end" + record.marks());
 }
 

@@ -4,14 +4,13 @@
 
 #include <gtest/gtest.h>
 
-#include <iostream>
 #include <memory>
 #include <sstream>
-#include <streambuf>
 #include <string>
 #include <type_traits>
 #include <vector>
 
+#include "dialogue.hpp"
 #include "draw.hpp"
 #include "kit/atoms.hpp"
 #include "kit/connectors.hpp"
@@ -280,54 +279,6 @@ class Walking : public Policy {
   using Policy::Policy;
 };
 
-// Answers that mostly suit the question: times from now on, rows, chance, and what is refused.
-class Answers : public std::streambuf {
- public:
-  Answers(unsigned int seed, const LogicalClock& clock, const std::ostringstream& dialogue)
-      : mDraw(seed), mClock(clock), mDialogue(dialogue) {}
-
- protected:
-  int_type underflow() override {
-    mText = answer() + "\n";
-    setg(&mText[0], &mText[0], &mText[0] + mText.size());
-    return traits_type::to_int_type(mText[0]);
-  }
-
- private:
-  std::string answer() {
-    const std::string asked = mDialogue.str();
-    const bool forRow = !asked.empty() && asked.compare(asked.size() - 3, 3, "): ") == 0 &&
-                        asked.find("Enter interaction", asked.rfind('\n')) != std::string::npos;
-    const int kind = mDraw.below(100);
-    if (kind == 0) return "l";
-    if (kind < 3) return "-1";
-    if (forRow) return kind < 50 ? "r" : std::to_string(mDraw.between(1, 3));
-    if (kind < 6) return "r";
-    const long long now = (mClock.time().microseconds() + 999) / 1000;
-    return std::to_string(now + (kind < 60 ? 0 : mDraw.below(20)));
-  }
-
-  Draw mDraw;
-  const LogicalClock& mClock;
-  const std::ostringstream& mDialogue;
-  std::string mText;
-};
-
-// Lets a dialogue go on between the two for the life of this object.
-class Redirected {
- public:
-  Redirected(std::streambuf* in, std::streambuf* out)
-      : mIn(std::cin.rdbuf(in)), mOut(std::cout.rdbuf(out)) {}
-  ~Redirected() {
-    std::cin.rdbuf(mIn);
-    std::cout.rdbuf(mOut);
-  }
-
- private:
-  std::streambuf* const mIn;
-  std::streambuf* const mOut;
-};
-
 // The last arguments of a policy.
 template <class Policy>
 std::unique_ptr<Policy> make(Model& model, Filter& semantics, Filter& scheduler,
@@ -348,7 +299,7 @@ std::string run(Model& model, const Filter& scheduler, unsigned int seed) {
   std::ostringstream dialogue;
   StandardSemantics semantics;
   const auto executer = make<Policy>(model, semantics, const_cast<Filter&>(scheduler), trace, seed);
-  Answers answers(seed, model.logical, dialogue);
+  SuitableAnswers answers(seed, model.logical, dialogue);
   const Redirected console(&answers, dialogue.rdbuf());
   executer->initialize();
   executer->run();

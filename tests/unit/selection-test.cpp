@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-#include "kit/lists.hpp"
+#include "dialogue.hpp"
 #include "kit/systems.hpp"
 
 using namespace kit;
@@ -90,12 +90,15 @@ class Tide : public System {
     turn();
   }
 
+  std::function<void(int round)> onTurn;
+  Interval& interval(std::size_t buoy) { return (*mAll[buoy]->port->constraint())[0]; }
   int rounds() const { return mRound; }
   const std::string& seen() const { return mSeen; }  // the marks at each move
 
  private:
   void turn() {
     for (const Buoy* buoy : mAll) mSeen += std::to_string(buoy->port->mark());
+    if (onTurn) onTurn(mRound);
     const int afloat = mHeight(mRound++);
     for (std::size_t i = 0; i < mAll.size(); ++i) {
       mAll[i]->announce(static_cast<int>(i) < afloat);
@@ -119,6 +122,21 @@ std::string run(Tide& tide, const Filter& scheduler) {
   executer.initialize();
   executer.run();
   return trace.str() + tide.seen();
+}
+
+template <class Policy>
+std::string runDialogue(Tide& tide) {
+  std::ostringstream dialogue;
+  SimuClock platform("p");
+  LogicalClock clock("l", platform);
+  StandardSemantics semantics;
+  EmptyScheduler scheduler;
+  SuitableAnswers answers(1, clock, dialogue);
+  const Redirected console(&answers, dialogue.rdbuf());
+  Policy executer(tide, clock, semantics, scheduler, false, STEPS, dialogue, Time(0));
+  executer.initialize();
+  executer.run();
+  return dialogue.str() + tide.seen();
 }
 
 // Gives the rounds.
@@ -209,6 +227,21 @@ TEST(SelectionTest, ARunThatEndsByDeadlockEndsSoInEitherForm) {
       EXPECT_EQ(rounds, 31);
     }
   }
+}
+
+// Nobody notes a constraint that is written in place while its atom stands still.
+TEST(SelectionTest, WhatADialogueOffersIsAskedOnceMore) {
+  const auto offer = [](bool walked) {
+    Tide tide(
+        12, true, Time(0), [](int) { return within(1000, 100000, DELAYABLE); },
+        [](int) { return 12; });
+    tide.onTurn = [&tide](int round) {
+      if (round == 20) tide.interval(3).setLow(Time(50000));
+    };
+    return walked ? runDialogue<Walking<InteractiveExecuter>>(tide)
+                  : runDialogue<InteractiveExecuter>(tide);
+  };
+  EXPECT_EQ(offer(false), offer(true));
 }
 
 TEST(SelectionTest, TimesNearTheInfinities) {

@@ -6,12 +6,10 @@
 #include <functional>
 #include <iostream>
 #include <memory>
-#include <streambuf>
-#include <string>
-#include <utility>
 #include <vector>
 
 #include "allocations.hpp"
+#include "dialogue.hpp"
 #include "kit/atoms.hpp"
 #include "kit/connectors.hpp"
 #include "kit/systems.hpp"
@@ -178,27 +176,6 @@ class ReadClock : public LogicalClock {
   mutable long readings = 0;
 };
 
-// A text that is read again and again.
-class Repeated : public std::streambuf {
- public:
-  explicit Repeated(std::string text) : mText(std::move(text)) {}
-
- protected:
-  int_type underflow() override {
-    setg(&mText[0], &mText[0], &mText[0] + mText.size());
-    return traits_type::to_int_type(mText[0]);
-  }
-
- private:
-  std::string mText;
-};
-
-class Nowhere : public std::streambuf {
- protected:
-  int_type overflow(int_type sign) override { return traits_type::not_eof(sign); }
-  std::streamsize xsputn(const char*, std::streamsize count) override { return count; }
-};
-
 // Atoms that tick in turn, each alone in a connector or through an internal port.
 struct Timers {
   Timers(int number, bool internal) : root("R"), platform("platform"), clock(platform) {
@@ -219,17 +196,14 @@ struct Timers {
   }
   // A dialogue that leaves everything to chance.
   void runByAnswers() {
-    Repeated answers("r\n");
+    RepeatedAnswers answers("r\n");
     Nowhere nowhere;
-    std::streambuf* const in = std::cin.rdbuf(&answers);
-    std::streambuf* const out = std::cout.rdbuf(&nowhere);
+    const Redirected console(&answers, &nowhere);
     StandardSemantics semantics;
     EmptyScheduler scheduler;
     InteractiveExecuter executer(root, clock, semantics, scheduler, true, LAST, std::cout, Time(0));
     executer.initialize();
     executer.run();
-    std::cin.rdbuf(in);
-    std::cout.rdbuf(out);
   }
   void note() {
     if (ticks == FIRST) {
