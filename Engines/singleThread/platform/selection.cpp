@@ -35,6 +35,13 @@ bool isOrdinary(Number t) {
   return Time::MIN.microseconds() < t && t < maximum();
 }
 
+// Whether sums with ordinary times may not fit into 64 bits: those wrap around, and nothing stays
+// in order.
+bool isFar(const Time& t) {
+  constexpr Number FAR = Number{1} << 62;
+  return t.microseconds() < -FAR || t.microseconds() > FAR;
+}
+
 // Later by some time; infinite times stay as they are.
 Number shifted(const Time& t, Number shift) {
   const bool infinite = t == Time::MIN || t == Time::MAX;
@@ -86,10 +93,12 @@ bool foretell(Constraint& constraint, Number shift, const Time& now, Times& resu
   result = {maximum(), maximum(), maximum(), false};
   if (index == constraint.size()) return true;
   const Interval& interval = constraint[index];
+  const Time deadline = deadlineFrom(constraint, index);
+  if (isFar(interval.low()) || isFar(interval.high()) || isFar(deadline)) return false;
   const bool unbounded = interval.high() == Time::MAX;
   result.low = shifted(interval.low(), shift);
   result.eager = interval.urgency() == EAGER;
-  result.deadline = shifted(deadlineFrom(constraint, index), shift);
+  result.deadline = shifted(deadline, shift);
   if (unbounded && shift < 0) result.until = maximum() + shift - 1;
   if (!unbounded && interval.urgency() == LAZY)
     result.until = interval.high().microseconds() + shift;
@@ -143,9 +152,9 @@ bool PortTimes::shift(const Port& port, const LogicalClock& clock, Number& resul
 
 // ---- Selection ---------------------------------------------------------------------------------
 
-Selection::Selection(const Run& run, bool byChance)
+Selection::Selection(const Run& run, bool policyIsKnown)
     : mRun(run),
-      mByChance(byChance),
+      mPolicyIsKnown(policyIsKnown),
       mForetells(false),
       mPolicy(Agenda::Policy::EVERYTHING),
       mMargin(0),
@@ -161,7 +170,7 @@ Selection::Selection(const Run& run, bool byChance)
       mSteps(0),
       mAsked(0),
       mScheduled(false) {
-  mForetells = byChance && isPlainSemantics(run.semantics) &&
+  mForetells = policyIsKnown && isPlainSemantics(run.semantics) &&
                isPlainScheduler(run.scheduler, mPolicy, mMargin);
 }
 
@@ -242,6 +251,31 @@ Executable* Selection::pick() {
   }
   const int walked = mRun.executables.count();
   return walked > 0 ? *(mRun.executables.begin() + static_cast<int>(walked * fraction)) : nullptr;
+}
+
+// All of it before any is given: what the agenda does not know any more makes the step a walk.
+void Selection::collectLeft() {
+  mLeft.clear();
+  if (mWay == Way::AGENDA && !collectFromAgenda()) walkAgain();
+  if (mWay == Way::SHORT) {
+    for (std::size_t i = 0; i < mFew.count(); ++i) mLeft.push_back(mFew.at(i));
+  } else if (mWay == Way::WALK) {
+    const Executables::iterator last = mRun.executables.end();
+    for (auto it = mRun.executables.begin(); it != last; ++it) mLeft.push_back(*it);
+  }
+}
+
+bool Selection::collectFromAgenda() {
+  std::size_t slot = 0;
+  for (std::size_t i = 0; i < mAgenda->count(); ++i) {
+    Executable* const found = mAgenda->at(i, slot);
+    if (found == nullptr) {
+      mLeft.clear();
+      return false;
+    }
+    mLeft.push_back(found);
+  }
+  return true;
 }
 
 std::size_t Selection::numberOf(std::size_t slot) const {

@@ -1,0 +1,268 @@
+// What a run does is what it does when all executables are asked in every step: also when they
+// become more than a few and few again, and when their times are at the ends.
+#include "selection.hpp"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <functional>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "dialogue.hpp"
+#include "kit/systems.hpp"
+
+using namespace kit;
+
+using Vesk::ShortAgenda;
+using Vesk::Time;
+
+namespace {
+
+constexpr int MOST = static_cast<int>(ShortAgenda::MOST);
+constexpr unsigned int STEPS = 200;
+
+// A class of a program: all executables are walked in every step.
+template <class Policy>
+class Walking : public Policy {
+ public:
+  using Policy::Policy;
+};
+
+// An atom with one port, and a clock that every move sets to a time.
+class Buoy : public Atom {
+ public:
+  Buoy(const Compound* holder, const Interval& when, Time start, std::function<void()> moved)
+      : Atom("B", holder), mWhen(when), mStart(start), mMoved(std::move(moved)) {
+    addPort(port = new Port("t", this));
+  }
+  using Atom::initialize;
+  void initialize(LogicalClock* logical) override {
+    mClocks.add(mSince = new Clock("since", logical));
+    mSince->setTime(mStart);
+    mConstraints.add(mConstraint =
+                         new Constraint(mSince, mWhen.low(), mWhen.high(), mWhen.urgency()));
+  }
+  void execute(Port*) override {
+    mSince->setTime(mStart);
+    mMoved();
+  }
+  Node* getState() override { return nullptr; }
+  void setState(Node*) override {}
+  void announce(bool enabled) {
+    port->setSynced(false);
+    port->setDominated(false);
+    rt_sync(1, port, int{enabled}, mConstraint);
+    resetLink();
+  }
+
+  Port* port;
+
+ private:
+  const Interval mWhen;
+  const Time mStart;
+  const std::function<void()> mMoved;
+  Clock* mSince = nullptr;
+  Constraint* mConstraint = nullptr;
+};
+
+// The first buoys are afloat, so many in each round. Every move begins a round.
+class Tide : public System {
+ public:
+  // For the intervals of the buoys, and how many float in a round.
+  using When = std::function<Interval(int buoy)>;
+  using Height = std::function<int(int round)>;
+
+  Tide(int buoys, bool internal, Time start, const When& when, const Height& height)
+      : System("R"), mHeight(height) {
+    for (int i = 0; i < buoys; ++i) {
+      mAll.push_back(add(new Buoy(this, when(i), start, [this] { turn(); })));
+      if (internal) mAll.back()->port->setInternal();
+      if (!internal) rendezvous("k", mAll.back()->port);
+    }
+  }
+  using Compound::initialize;
+  void initialize(LogicalClock* logical) override {
+    Compound::initialize(logical);
+    turn();
+  }
+
+  std::function<void(int round)> onTurn;
+  Interval& interval(std::size_t buoy) { return (*mAll[buoy]->port->constraint())[0]; }
+  int rounds() const { return mRound; }
+  const std::string& seen() const { return mSeen; }  // the marks at each move
+
+ private:
+  void turn() {
+    for (const Buoy* buoy : mAll) mSeen += std::to_string(buoy->port->mark());
+    if (onTurn) onTurn(mRound);
+    const int afloat = mHeight(mRound++);
+    for (std::size_t i = 0; i < mAll.size(); ++i) {
+      mAll[i]->announce(static_cast<int>(i) < afloat);
+    }
+  }
+
+  const Height mHeight;
+  std::vector<Buoy*> mAll;
+  std::string mSeen;
+  int mRound = 0;
+};
+
+template <class Policy>
+std::string run(Tide& tide, const Filter& scheduler) {
+  std::ostringstream trace;
+  SimuClock platform("p");
+  LogicalClock clock("l", platform);
+  StandardSemantics semantics;
+  Policy executer(tide, clock, semantics, const_cast<Filter&>(scheduler), false, STEPS, trace, 1,
+                  Time(0));
+  executer.initialize();
+  executer.run();
+  return trace.str() + tide.seen();
+}
+
+template <class Policy>
+std::string runDialogue(Tide& tide) {
+  std::ostringstream dialogue;
+  SimuClock platform("p");
+  LogicalClock clock("l", platform);
+  StandardSemantics semantics;
+  EmptyScheduler scheduler;
+  SuitableAnswers answers(1, clock, dialogue);
+  const Redirected console(&answers, dialogue.rdbuf());
+  Policy executer(tide, clock, semantics, scheduler, false, STEPS, dialogue, Time(0));
+  executer.initialize();
+  executer.run();
+  return dialogue.str() + tide.seen();
+}
+
+// Gives the rounds.
+template <class Policy>
+int compare(const std::function<std::unique_ptr<Tide>()>& make, const Filter& scheduler) {
+  const std::unique_ptr<Tide> quick = make();
+  const std::unique_ptr<Tide> walked = make();
+  EXPECT_EQ(run<Policy>(*quick, scheduler), run<Walking<Policy>>(*walked, scheduler));
+  return quick->rounds();
+}
+
+// All policies.
+void compareAll(const std::function<std::unique_ptr<Tide>()>& make, int atLeast) {
+  EXPECT_GE(compare<StandardExecuter>(make, EDFScheduler()), atLeast);
+  EXPECT_GE(compare<StandardExecuter>(make, EDFdeltaScheduler(Time(3))), atLeast);
+  EXPECT_GE(compare<StandardExecuter>(make, EmptyScheduler()), atLeast);
+  compare<RandomExecuter>(make, EmptyScheduler());
+}
+
+Interval eager(int low) {
+  return within(low, 1000000, EAGER);
+}
+
+// Compares a tide of internal ports, and one of connectors.
+void compareHeights(int buoys, const Tide::Height& height) {
+  for (const bool internal : {true, false}) {
+    compareAll(
+        [&] {
+          return std::make_unique<Tide>(
+              buoys, internal, Time(0),
+              [](int i) { return i % 3 == 0 ? eager(i % 5) : within(i % 5, 9, DELAYABLE); },
+              height);
+        },
+        static_cast<int>(STEPS));
+  }
+}
+
+void compareIntervals(Time start, const Interval& one, const Interval& other) {
+  for (const int buoys : {1, 2, 12}) {
+    for (const bool internal : {true, false}) {
+      compareAll(
+          [&] {
+            return std::make_unique<Tide>(
+                buoys, internal, start, [&](int i) { return i % 2 == 0 ? one : other; },
+                [buoys](int) { return buoys; });
+          },
+          1);
+    }
+  }
+}
+
+Interval interval(long long low, long long high, Urgency urgency) {
+  return Interval(Time(low), Time(high), urgency, false, true);
+}
+
+}  // namespace
+
+TEST(SelectionTest, AsManyAsAreAFewAndOneMoreByTurns) {
+  compareHeights(30, [](int round) { return MOST + round % 2; });
+}
+
+TEST(SelectionTest, NoneButOneAndAllByTurns) {
+  compareHeights(30, [](int round) { return round % 2 == 0 ? 1 : 30; });
+}
+
+TEST(SelectionTest, ATideThatComesAndGoesSlowly) {
+  compareHeights(30,
+                 [](int round) { return 1 + (round % 60 < 30 ? round % 60 : 59 - round % 60); });
+}
+
+// The ordered form is given up when there have been few for as many steps as there are slots.
+TEST(SelectionTest, AfterALongEbbTheTideComesBack) {
+  for (const int ebb : {10, 29, 30, 31, 32, 90}) {
+    compareHeights(10, [ebb](int round) { return round % (ebb + 6) < 6 ? 10 : 2; });
+  }
+}
+
+TEST(SelectionTest, ARunThatEndsByDeadlockEndsSoInEitherForm) {
+  for (const int last : {MOST, MOST + 1}) {
+    for (const bool internal : {true, false}) {
+      const int rounds = compare<StandardExecuter>(
+          [&] {
+            return std::make_unique<Tide>(
+                20, internal, Time(0), [](int) { return eager(1); },
+                [last](int round) { return round < 30 ? last : 0; });
+          },
+          EDFScheduler());
+      EXPECT_EQ(rounds, 31);
+    }
+  }
+}
+
+// Nobody notes a constraint that is written in place while its atom stands still.
+TEST(SelectionTest, WhatADialogueOffersIsAskedOnceMore) {
+  const auto offer = [](bool walked) {
+    Tide tide(
+        12, true, Time(0), [](int) { return within(1000, 100000, DELAYABLE); },
+        [](int) { return 12; });
+    tide.onTurn = [&tide](int round) {
+      if (round == 20) tide.interval(3).setLow(Time(50000));
+    };
+    return walked ? runDialogue<Walking<InteractiveExecuter>>(tide)
+                  : runDialogue<InteractiveExecuter>(tide);
+  };
+  EXPECT_EQ(offer(false), offer(true));
+}
+
+TEST(SelectionTest, TimesNearTheInfinities) {
+  const long long top = Time::MAX.microseconds();
+  const long long bottom = Time::MIN.microseconds();
+  for (const long long start : {0LL, 5LL, top - 9, bottom + 9}) {
+    compareIntervals(Time(start), interval(bottom, top, LAZY), interval(3, top - 1, EAGER));
+    compareIntervals(Time(start), interval(bottom + 1, 7, DELAYABLE), interval(0, top, EAGER));
+    compareIntervals(Time(start), interval(top - 1, top, EAGER), interval(top - 5, top, LAZY));
+  }
+}
+
+TEST(SelectionTest, TimesAtTheEndsOf64Bits) {
+  for (const long long start : {0LL, 5LL, -5LL}) {
+    compareIntervals(Time(start), interval(LLONG_MIN, LLONG_MAX, LAZY),
+                     interval(1, LLONG_MAX, EAGER));
+    compareIntervals(Time(start), interval(LLONG_MIN, LLONG_MAX, EAGER),
+                     interval(1, LLONG_MAX - 3, DELAYABLE));
+    compareIntervals(Time(start), interval(LLONG_MIN + 3, 4, DELAYABLE),
+                     interval(LLONG_MAX - 3, LLONG_MAX, LAZY));
+    compareIntervals(Time(start), interval(LLONG_MIN, LLONG_MIN + 3, LAZY),
+                     interval(LLONG_MIN, 8, LAZY));
+  }
+}
