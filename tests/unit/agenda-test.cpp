@@ -20,8 +20,8 @@ namespace {
 
 std::vector<Executable*> leftOf(const Agenda& agenda) {
   std::vector<Executable*> found;
-  std::size_t slot = 0;
-  for (std::size_t i = 0; i < agenda.count(); ++i) found.push_back(agenda.at(i, slot));
+  Agenda::Place place{};
+  for (std::size_t i = 0; i < agenda.count(); ++i) found.push_back(agenda.at(i, place));
   return found;
 }
 
@@ -140,19 +140,20 @@ TEST(AgendaTest, WhatAnswersSomethingElseIsNotGiven) {
   Foretold one({0, maximum(), INT64_MAX, false});
   agenda.add(0, Agenda::NONE, one, one.times);
   agenda.open(3, maximum());
-  std::size_t slot = 7;
-  EXPECT_EQ(agenda.at(0, slot), &one);
-  EXPECT_EQ(slot, 0u);
+  Agenda::Place place{7, 7};
+  EXPECT_EQ(agenda.at(0, place), &one);
+  EXPECT_EQ(place.slot, 0u);
+  EXPECT_EQ(place.next, 3);
   one.times.low = 4;
-  EXPECT_EQ(agenda.at(0, slot), nullptr);
+  EXPECT_EQ(agenda.at(0, place), nullptr);
   one.times = {0, 9, INT64_MAX, false};
-  EXPECT_EQ(agenda.at(0, slot), nullptr);
+  EXPECT_EQ(agenda.at(0, place), nullptr);
   one.times = {0, maximum(), INT64_MAX, false};
   one.setMark(4);
-  EXPECT_EQ(agenda.at(0, slot), nullptr);
+  EXPECT_EQ(agenda.at(0, place), nullptr);
   one.setMark(0);
   one.setDominated(true);
-  EXPECT_EQ(agenda.at(0, slot), nullptr);
+  EXPECT_EQ(agenda.at(0, place), nullptr);
 }
 
 TEST(AgendaTest, TimesAtTheEndsAreOrdinary) {

@@ -87,6 +87,16 @@ TEST_F(ShortAgendaTest, AnEagerOneIsDueWhenItIsEnabled) {
   EXPECT_EQ(agenda.open(5, 7), 7);
 }
 
+TEST_F(ShortAgendaTest, WhatIsLeftTellsWhenItCanFire) {
+  add(lazy(maximum()));
+  add(lazy(4));
+  add(lazy(9));
+  agenda.open(6, 10);
+  ASSERT_EQ(agenda.count(), 2u);
+  EXPECT_EQ(agenda.nextAt(0), 6);
+  EXPECT_EQ(agenda.nextAt(1), 9);
+}
+
 TEST_F(ShortAgendaTest, TheLatestTimeThatIsGivenCounts) {
   Foretold& only = add(lazy(8));
   EXPECT_EQ(agenda.open(0, 7), 7);

@@ -271,9 +271,8 @@ void Executer::chooseFrom(Vesk::Selection& selection) {
     wait().setLow(drawTime());
     selection.applySemantics();
   }
-  const Vesk::Time now = wait().low();
   setChoice(selection.pick());
-  setTime(choice() != nullptr ? choice()->next(now) : now);
+  setTime(choice() != nullptr ? selection.next() : wait().low());
 }
 
 // Deliberate: the latest possible time is never drawn unless it is the only one, because a seed

@@ -45,11 +45,13 @@ class RankSet {
   // number; NONE when there is none. Requires: not above the limit.
   std::size_t from(std::size_t number) const {
     const std::uint64_t word = mWords[number / BITS] >> (number % BITS);
-    return word != 0 ? number + lowestBit(word) : fromAbove(number / BITS + 1);
+    if (word != 0) return number + lowestBit(word);
+    return mHeight > 1 ? fromAbove(number / BITS + 1) : NONE;
   }
   std::size_t below(std::size_t number) const {
     const std::uint64_t word = mWords[number / BITS] & (bit(number) - 1);
-    return word != 0 ? number / BITS * BITS + highestBit(word) : belowAbove(number / BITS);
+    if (word != 0) return number / BITS * BITS + highestBit(word);
+    return mHeight > 1 ? belowAbove(number / BITS) : NONE;
   }
 
  private:
@@ -94,7 +96,7 @@ class RankSet {
       number /= BITS;
     }
   }
-  std::size_t fromAbove(std::size_t number) const {
+  [[gnu::noinline]] std::size_t fromAbove(std::size_t number) const {
     for (std::size_t height = 1; height < mHeight; ++height) {
       const std::size_t index = number / BITS;
       if (index >= mLevels[height].count) return NONE;
@@ -104,7 +106,7 @@ class RankSet {
     }
     return NONE;
   }
-  std::size_t belowAbove(std::size_t number) const {
+  [[gnu::noinline]] std::size_t belowAbove(std::size_t number) const {
     for (std::size_t height = 1; height < mHeight; ++height) {
       const std::size_t index = number / BITS;
       const std::uint64_t word = wordOf(height, number) & (bit(number) - 1);

@@ -21,18 +21,14 @@ using Vesk::Times;
 
 namespace {
 
-constexpr unsigned int FEW_STEPS = 8;      // an agenda that has served fewer has not paid
-constexpr unsigned int MOST_WALKS = 1023;  // between two attempts
+constexpr unsigned int FEW_STEPS = 8;       // an agenda that has served fewer has not paid
+constexpr unsigned int MOST_WALKED = 1023;  // between two attempts
 
 constexpr std::size_t FEW_REFRESHED = 8;  // slots that are remembered
 
-Number maximum() {
-  return Time::MAX.microseconds();
-}
-
 // Whether a time is none of those that the operations of times treat in a special way.
 bool isOrdinary(Number t) {
-  return Time::MIN.microseconds() < t && t < maximum();
+  return Time::MIN.microseconds() < t && t < Times::MAX;
 }
 
 // Whether sums with ordinary times may not fit into 64 bits: those wrap around, and nothing stays
@@ -90,7 +86,7 @@ bool foretell(Constraint& constraint, Number shift, const Time& now, Times& resu
   while (index < constraint.size() && constraint[index].high() < Time(static_cast<long long>(t))) {
     ++index;
   }
-  result = {maximum(), maximum(), maximum(), false};
+  result = {Times::MAX, Times::MAX, Times::MAX, false};
   if (index == constraint.size()) return true;
   const Interval& interval = constraint[index];
   const Time deadline = deadlineFrom(constraint, index);
@@ -99,10 +95,10 @@ bool foretell(Constraint& constraint, Number shift, const Time& now, Times& resu
   result.low = shifted(interval.low(), shift);
   result.eager = interval.urgency() == EAGER;
   result.deadline = shifted(deadline, shift);
-  if (unbounded && shift < 0) result.until = maximum() + shift - 1;
+  if (unbounded && shift < 0) result.until = Times::MAX + shift - 1;
   if (!unbounded && interval.urgency() == LAZY)
     result.until = interval.high().microseconds() + shift;
-  return result.deadline <= maximum() && (!result.eager || result.low < maximum());
+  return result.deadline <= Times::MAX && (!result.eager || result.low < Times::MAX);
 }
 
 // Whether an object is of the class of another one. Models may be built without run-time type
@@ -113,7 +109,7 @@ bool isLike(const Base& object, const Base& other) {
 }
 
 bool isPlainScheduler(const Filter& scheduler, Vesk::Agenda::Policy& policy, Number& margin) {
-  margin = maximum();
+  margin = Times::MAX;
   policy = Vesk::Agenda::Policy::EVERYTHING;
   if (scheduler.level() != 1) return false;
   if (isLike<Filter>(scheduler, EmptyScheduler())) return true;
@@ -121,7 +117,7 @@ bool isPlainScheduler(const Filter& scheduler, Vesk::Agenda::Policy& policy, Num
   if (isLike<Filter>(scheduler, EDFScheduler())) return true;
   if (!isLike<Filter>(scheduler, EDFdeltaScheduler(Time::MAX))) return false;
   margin = static_cast<const EDFdeltaScheduler&>(scheduler).delta().microseconds();
-  return 0 <= margin && margin <= maximum();
+  return 0 <= margin && margin <= Times::MAX;
 }
 
 bool isPlainSemantics(const Filter& semantics) {
@@ -240,17 +236,28 @@ Executable* Selection::pick() {
   if (count == 0) return nullptr;
   const long double fraction = std::rand() * 0x1p-31L;
   const auto index = static_cast<std::size_t>(count * fraction);
-  if (mWay == Way::SHORT) return mFew.at(index);
+  if (mWay == Way::SHORT) {
+    mNext = Time(static_cast<long long>(mFew.nextAt(index)));
+    return mFew.at(index);
+  }
   if (mWay == Way::AGENDA) {
-    std::size_t slot = 0;
-    if (Executable* const picked = mAgenda->at(index, slot)) {
-      lookAhead(slot, *picked);
+    Agenda::Place place{};
+    if (Executable* const picked = mAgenda->at(index, place)) {
+      mNext = Time(static_cast<long long>(place.next));
+      lookAhead(place.slot, *picked);
       return picked;
     }
     walkAgain();
   }
-  const int walked = mRun.executables.count();
-  return walked > 0 ? *(mRun.executables.begin() + static_cast<int>(walked * fraction)) : nullptr;
+  return pickByWalk(fraction);
+}
+
+Executable* Selection::pickByWalk(long double fraction) {
+  const int count = mRun.executables.count();
+  if (count == 0) return nullptr;
+  Executable* const picked = *(mRun.executables.begin() + static_cast<int>(count * fraction));
+  mNext = picked->next(mRun.wait.low());
+  return picked;
 }
 
 // All of it before any is given: what the agenda does not know any more makes the step a walk.
@@ -266,9 +273,9 @@ void Selection::collectLeft() {
 }
 
 bool Selection::collectFromAgenda() {
-  std::size_t slot = 0;
+  Agenda::Place place{};
   for (std::size_t i = 0; i < mAgenda->count(); ++i) {
-    Executable* const found = mAgenda->at(i, slot);
+    Executable* const found = mAgenda->at(i, place);
     if (found == nullptr) {
       mLeft.clear();
       return false;
@@ -330,7 +337,7 @@ bool Selection::takeUpFew() {
 }
 
 bool Selection::addFew(Executable& executable, Number shift, const Time& now) {
-  Times times{Time::MIN.microseconds(), maximum(), maximum(), false};
+  Times times{Time::MIN.microseconds(), Times::MAX, Times::MAX, false};
   Constraint* const constraint = executable.constraint();
   if (constraint != nullptr && !foretell(*constraint, shift, now, times)) return false;
   if (!mFew.add(executable, times)) return false;
@@ -441,7 +448,7 @@ bool Selection::refreshConnector(std::size_t slot, const Time& now) {
   for (Interaction* feasible : Chain(connector->feasibleInter())) {
     if (feasible->dominated()) continue;
     if (!isPlain(*feasible)) return false;
-    Times times{Time::MIN.microseconds(), maximum(), maximum(), false};
+    Times times{Time::MIN.microseconds(), Times::MAX, Times::MAX, false};
     Constraint* const constraint = feasible->constraint();
     if (constraint != nullptr && !foretell(*constraint, 0, now, times)) return false;
     before = mAgenda->add(slot, before, *feasible, times);
@@ -498,7 +505,7 @@ bool Selection::openAt(const Time& t) {
 // The marks are no longer those that the agenda knows.
 void Selection::giveUp() {
   mPlanNumber = 0;
-  mPatience = mSteps < FEW_STEPS ? std::min(2 * mPatience + 1, MOST_WALKS) : 1;
+  mPatience = mSteps < FEW_STEPS ? std::min(2 * mPatience + 1, MOST_WALKED) : 1;
   mWalks = mPatience;
 }
 

@@ -76,6 +76,8 @@ class Selection {
   void applyScheduler();
   // One of what is left, drawn uniformly with one rand(); null, and no draw, when there is nothing.
   Executable* pick();
+  // When that can fire.
+  const Time& next() const { return mNext; }
   // Takes together all that is left, in the order of the walk, in a time in proportion to that.
   void collectLeft();
   const std::vector<Executable*>& left() const { return mLeft; }
@@ -98,6 +100,7 @@ class Selection {
   bool openFewAt(const Time& t);
   void leaveWhenFew();
   std::size_t count() const;
+  Executable* pickByWalk(long double fraction);
   bool collectFromAgenda();
   std::size_t numberOf(std::size_t slot) const;
   void lookAhead();
@@ -132,6 +135,7 @@ class Selection {
   Agenda::Id mUpcoming;  // slot of what will be enabled next, perhaps
   Time mOpened;          // the last semantics of the agenda, and what it has returned
   Time mLatest;
+  Time mNext;  // of what has been picked
   Way mWay;
   std::size_t mFewSteps;       // since the agenda had more than a few executables
   unsigned int mWalks;         // steps before the next attempt
