@@ -90,15 +90,12 @@ class Tide : public System {
     turn();
   }
 
-  std::function<void(int round)> onTurn;
-  Interval& interval(std::size_t buoy) { return (*mAll[buoy]->port->constraint())[0]; }
   int rounds() const { return mRound; }
   const std::string& seen() const { return mSeen; }  // the marks at each move
 
  private:
   void turn() {
     for (const Buoy* buoy : mAll) mSeen += std::to_string(buoy->port->mark());
-    if (onTurn) onTurn(mRound);
     const int afloat = mHeight(mRound++);
     for (std::size_t i = 0; i < mAll.size(); ++i) {
       mAll[i]->announce(static_cast<int>(i) < afloat);
@@ -125,7 +122,7 @@ std::string run(Tide& tide, const Filter& scheduler) {
 }
 
 template <class Policy>
-std::string runDialogue(Tide& tide) {
+std::string runDialogue(Compound& system) {
   std::ostringstream dialogue;
   SimuClock platform("p");
   LogicalClock clock("l", platform);
@@ -133,10 +130,10 @@ std::string runDialogue(Tide& tide) {
   EmptyScheduler scheduler;
   SuitableAnswers answers(1, clock, dialogue);
   const Redirected console(&answers, dialogue.rdbuf());
-  Policy executer(tide, clock, semantics, scheduler, false, STEPS, dialogue, Time(0));
+  Policy executer(system, clock, semantics, scheduler, false, STEPS, dialogue, Time(0));
   executer.initialize();
   executer.run();
-  return dialogue.str() + tide.seen();
+  return dialogue.str();
 }
 
 // Gives the rounds.
@@ -232,14 +229,21 @@ TEST(SelectionTest, ARunThatEndsByDeadlockEndsSoInEitherForm) {
 // Nobody notes a constraint that is written in place while its atom stands still.
 TEST(SelectionTest, WhatADialogueOffersIsAskedOnceMore) {
   const auto offer = [](bool walked) {
-    Tide tide(
-        12, true, Time(0), [](int) { return within(1000, 100000, DELAYABLE); },
-        [](int) { return 12; });
-    tide.onTurn = [&tide](int round) {
-      if (round == 20) tide.interval(3).setLow(Time(50000));
-    };
-    return walked ? runDialogue<Walking<InteractiveExecuter>>(tide)
-                  : runDialogue<InteractiveExecuter>(tide);
+    System system("R");
+    std::vector<Port*> ports;
+    int moves = 0;
+    for (int i = 0; i < 12; ++i) {
+      ports.push_back(system.atom("A")->timedRule(
+          "t", within(1000, 10000000, DELAYABLE), [] { return true; },
+          [&] {
+            if (++moves == 8) (*ports[3]->constraint())[0].setLow(Time(9999000));
+          }));
+      ports.back()->setInternal();
+    }
+    std::string text = walked ? runDialogue<Walking<InteractiveExecuter>>(system)
+                              : runDialogue<InteractiveExecuter>(system);
+    for (const Port* port : ports) text += std::to_string(port->mark());
+    return text;
   };
   EXPECT_EQ(offer(false), offer(true));
 }
