@@ -290,6 +290,11 @@ void ActivationPlan::noteStale(std::size_t rank) {
   mWrittenByHand = true;
 }
 
+void ActivationPlan::noteFired(std::size_t rank) {
+  if (mFired.size() < MANY_FIRED) mFired.push_back(rank);
+  if (mLookahead != nullptr) mLookahead->fires(rank, *mTurns[rank].connector);
+}
+
 void ActivationPlan::recordChange(std::size_t rank) {
   if (!mChanged.empty() && mChanged.back() == rank) return;
   mRecords = mChanged.size() < mTurns.size();

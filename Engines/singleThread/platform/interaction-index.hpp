@@ -17,6 +17,7 @@ namespace Vesk {
 struct StoredInteraction final : Interaction {
   StoredInteraction(const Connector* connector, const BitVector& set)
       : Interaction(connector, set) {}
+  using Interaction::intersectPortConstraints;
 
   HashTable<Interaction>::Cell cell;
 };
@@ -79,7 +80,7 @@ class InteractionIndex {
   InteractionIndex& operator=(const InteractionIndex&) = delete;
   ~InteractionIndex() {
     if (plan != nullptr) plan->forget(rank);
-    for (std::uint32_t i = 0; i < mCount; ++i) {
+    for (std::uint8_t i = 0; i < mCount; ++i) {
       Interaction::TABLE.takeOut(first(i).cell);
       first(i).~StoredInteraction();
     }
@@ -92,9 +93,13 @@ class InteractionIndex {
   ActivationPlan* plan = nullptr;
   std::uint32_t rank = 0;
 
-  // Null when there is none. A rendezvous asks for the second one all the time.
+  // Null when there is none. Mostly the second one is looked for, by its own set.
   Interaction* find(const BitVector& set) {
-    for (std::uint32_t i = mCount; i-- > 0;) {
+    if (mCount > SECOND && &first(SECOND).synced() == &set) return &first(SECOND);
+    return findEqual(set);
+  }
+  [[gnu::noinline]] Interaction* findEqual(const BitVector& set) {
+    for (std::uint8_t i = mCount; i-- > 0;) {
       if (first(i).synced() == set) return &first(i);
     }
     return mMore != nullptr ? mMore->find(set) : nullptr;
@@ -102,7 +107,7 @@ class InteractionIndex {
 
   // Makes the interaction of a set that is not in the index, and puts it into the table. Changes
   // nothing when there is no memory for that.
-  Interaction* make(const Connector* connector, const BitVector& set) {
+  [[gnu::noinline]] Interaction* make(const Connector* connector, const BitVector& set) {
     StoredInteraction& made = mCount < FIRST
                                   ? *new (&mFirst[mCount]) StoredInteraction(connector, set)
                                   : more().make(connector, set);
@@ -111,14 +116,26 @@ class InteractionIndex {
     return &made;
   }
 
+  // The interaction of all ports of a connector that has so many; null when that is not known. A
+  // rendezvous asks for it all the time.
+  StoredInteraction* ofAllPorts(int ports) {
+    return mAllPorts == ports && ports > 0 ? &first(SECOND) : nullptr;
+  }
+  // Looks where it is.
+  void learnAllPorts(int ports) {
+    if (mCount <= SECOND || first(SECOND).synced() != BitVector::below(ports)) return;
+    mAllPorts = static_cast<std::uint8_t>(ports);
+  }
+
  private:
-  static constexpr std::uint32_t FIRST = 2;
+  static constexpr std::uint8_t FIRST = 2;
+  static constexpr std::uint8_t SECOND = 1;  // index of the second one
 
   struct alignas(StoredInteraction) Room {
     unsigned char bytes[sizeof(StoredInteraction)];
   };
 
-  StoredInteraction& first(std::uint32_t index) {
+  StoredInteraction& first(std::uint8_t index) {
     return *std::launder(reinterpret_cast<StoredInteraction*>(&mFirst[index]));
   }
   MoreInteractions& more() {
@@ -126,7 +143,8 @@ class InteractionIndex {
     return *mMore;
   }
 
-  std::uint32_t mCount = 0;  // of the first ones
+  std::uint8_t mCount = 0;     // of the first ones
+  std::uint8_t mAllPorts = 0;  // of how many ports the second one is the set of all; 0: unknown
   Room mFirst[FIRST];
   std::unique_ptr<MoreInteractions> mMore;
 };

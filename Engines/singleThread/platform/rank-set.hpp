@@ -33,12 +33,12 @@ class RankSet {
     std::uint64_t& word = mWords[number / BITS];
     const bool known = word != 0;
     word |= bit(number);
-    if (!known) addAbove(number / BITS);
+    if (!known && mHeight > 1) addAbove(number / BITS);
   }
   void remove(std::size_t number) {
     std::uint64_t& word = mWords[number / BITS];
     word &= ~bit(number);
-    if (word == 0) removeAbove(number / BITS);
+    if (word == 0 && mHeight > 1) removeAbove(number / BITS);
   }
 
   // The smallest number of the set that is not below, and the largest one that is below the given
@@ -77,7 +77,7 @@ class RankSet {
   }
 
   // The same on the levels above the numbers, from the given word of theirs on.
-  void addAbove(std::size_t number) {
+  [[gnu::noinline]] void addAbove(std::size_t number) {
     for (std::size_t height = 1; height < mHeight; ++height) {
       std::uint64_t& word = wordOf(height, number);
       const bool known = word != 0;
@@ -86,7 +86,7 @@ class RankSet {
       number /= BITS;
     }
   }
-  void removeAbove(std::size_t number) {
+  [[gnu::noinline]] void removeAbove(std::size_t number) {
     for (std::size_t height = 1; height < mHeight; ++height) {
       std::uint64_t& word = wordOf(height, number);
       word &= ~bit(number);
