@@ -77,18 +77,25 @@ class Tide : public System {
   using Height = std::function<int(int round)>;
 
   Tide(int buoys, bool internal, Time start, const When& when, const Height& height)
-      : System("R"), mHeight(height) {
-    for (int i = 0; i < buoys; ++i) {
-      mAll.push_back(add(new Buoy(this, when(i), start, [this] { turn(); })));
-      if (internal) mAll.back()->port->setInternal();
-      if (!internal) rendezvous("k", mAll.back()->port);
-    }
+      : System("R"), mInternal(internal), mStart(start), mWhen(when), mHeight(height) {
+    for (int i = 0; i < buoys; ++i) addBuoy();
   }
   using Compound::initialize;
   void initialize(LogicalClock* logical) override {
+    mLogical = logical;
     Compound::initialize(logical);
     turn();
   }
+  // At any time.
+  void addBuoy() {
+    const int number = static_cast<int>(mAll.size());
+    mAll.push_back(add(new Buoy(this, mWhen(number), mStart, [this] { turn(); })));
+    if (mInternal) mAll.back()->port->setInternal();
+    if (!mInternal) rendezvous("k", mAll.back()->port);
+    if (mLogical != nullptr) mAll.back()->initialize(mLogical);
+  }
+
+  std::function<void(Tide&, int round)> onTurn;
 
   int rounds() const { return mRound; }
   const std::string& seen() const { return mSeen; }  // the marks at each move
@@ -96,13 +103,18 @@ class Tide : public System {
  private:
   void turn() {
     for (const Buoy* buoy : mAll) mSeen += std::to_string(buoy->port->mark());
+    if (onTurn) onTurn(*this, mRound);
     const int afloat = mHeight(mRound++);
     for (std::size_t i = 0; i < mAll.size(); ++i) {
       mAll[i]->announce(static_cast<int>(i) < afloat);
     }
   }
 
+  const bool mInternal;
+  const Time mStart;
+  const When mWhen;
   const Height mHeight;
+  LogicalClock* mLogical = nullptr;  // null before the run
   std::vector<Buoy*> mAll;
   std::string mSeen;
   int mRound = 0;
@@ -222,6 +234,51 @@ TEST(SelectionTest, ARunThatEndsByDeadlockEndsSoInEitherForm) {
           },
           EDFScheduler());
       EXPECT_EQ(rounds, 31);
+    }
+  }
+}
+
+TEST(SelectionTest, BuoysThatComeDuringARun) {
+  for (const bool internal : {true, false}) {
+    for (const int first : {1, 3, 20}) {
+      compareAll(
+          [&] {
+            auto tide = std::make_unique<Tide>(
+                first, internal, Time(0), [](int i) { return eager(i % 5); },
+                [](int round) { return round % 10; });
+            tide->onTurn = [](Tide& self, int round) {
+              if (round % 15 == 14) self.addBuoy();
+            };
+            return tide;
+          },
+          1);
+    }
+  }
+}
+
+// The inner run is under way while the outer one fires.
+TEST(SelectionTest, ARunWithinARun) {
+  const auto make = [](int buoys) {
+    return std::make_unique<Tide>(
+        buoys, true, Time(0), [](int i) { return eager(1 + i % 5); },
+        [buoys](int round) { return buoys - round % 2; });
+  };
+  for (const int outer : {2, 12}) {
+    for (const int inner : {2, 12}) {
+      std::string within;
+      compareAll(
+          [&] {
+            std::unique_ptr<Tide> tide = make(outer);
+            tide->onTurn = [&, inner](Tide&, int round) {
+              if (round % 40 != 20) return;
+              const std::string text = run<StandardExecuter>(*make(inner), EDFScheduler());
+              if (within.empty()) within = text;
+              EXPECT_EQ(text, within);
+            };
+            return tide;
+          },
+          1);
+      EXPECT_EQ(within, run<Walking<StandardExecuter>>(*make(inner), EDFScheduler()));
     }
   }
 }
