@@ -77,35 +77,44 @@ class Tide : public System {
   using Height = std::function<int(int round)>;
 
   Tide(int buoys, bool internal, Time start, const When& when, const Height& height)
-      : System("R"), mHeight(height) {
-    for (int i = 0; i < buoys; ++i) {
-      mAll.push_back(add(new Buoy(this, when(i), start, [this] { turn(); })));
-      if (internal) mAll.back()->port->setInternal();
-      if (!internal) rendezvous("k", mAll.back()->port);
-    }
+      : System("R"), mInternal(internal), mStart(start), mWhen(when), mHeight(height) {
+    for (int i = 0; i < buoys; ++i) addBuoy();
   }
   using Compound::initialize;
   void initialize(LogicalClock* logical) override {
+    mLogical = logical;
     Compound::initialize(logical);
     turn();
   }
+  // At any time.
+  void addBuoy() {
+    const int number = static_cast<int>(mAll.size());
+    mAll.push_back(add(new Buoy(this, mWhen(number), mStart, [this] { turn(); })));
+    if (mInternal) mAll.back()->port->setInternal();
+    if (!mInternal) rendezvous("k", mAll.back()->port);
+    if (mLogical != nullptr) mAll.back()->initialize(mLogical);
+  }
 
-  std::function<void(int round)> onTurn;
-  Interval& interval(std::size_t buoy) { return (*mAll[buoy]->port->constraint())[0]; }
+  std::function<void(Tide&, int round)> onTurn;
+
   int rounds() const { return mRound; }
   const std::string& seen() const { return mSeen; }  // the marks at each move
 
  private:
   void turn() {
     for (const Buoy* buoy : mAll) mSeen += std::to_string(buoy->port->mark());
-    if (onTurn) onTurn(mRound);
+    if (onTurn) onTurn(*this, mRound);
     const int afloat = mHeight(mRound++);
     for (std::size_t i = 0; i < mAll.size(); ++i) {
       mAll[i]->announce(static_cast<int>(i) < afloat);
     }
   }
 
+  const bool mInternal;
+  const Time mStart;
+  const When mWhen;
   const Height mHeight;
+  LogicalClock* mLogical = nullptr;  // null before the run
   std::vector<Buoy*> mAll;
   std::string mSeen;
   int mRound = 0;
@@ -125,7 +134,7 @@ std::string run(Tide& tide, const Filter& scheduler) {
 }
 
 template <class Policy>
-std::string runDialogue(Tide& tide) {
+std::string runDialogue(Compound& system) {
   std::ostringstream dialogue;
   SimuClock platform("p");
   LogicalClock clock("l", platform);
@@ -133,10 +142,10 @@ std::string runDialogue(Tide& tide) {
   EmptyScheduler scheduler;
   SuitableAnswers answers(1, clock, dialogue);
   const Redirected console(&answers, dialogue.rdbuf());
-  Policy executer(tide, clock, semantics, scheduler, false, STEPS, dialogue, Time(0));
+  Policy executer(system, clock, semantics, scheduler, false, STEPS, dialogue, Time(0));
   executer.initialize();
   executer.run();
-  return dialogue.str() + tide.seen();
+  return dialogue.str();
 }
 
 // Gives the rounds.
@@ -229,17 +238,69 @@ TEST(SelectionTest, ARunThatEndsByDeadlockEndsSoInEitherForm) {
   }
 }
 
+TEST(SelectionTest, BuoysThatComeDuringARun) {
+  for (const bool internal : {true, false}) {
+    for (const int first : {1, 3, 20}) {
+      compareAll(
+          [&] {
+            auto tide = std::make_unique<Tide>(
+                first, internal, Time(0), [](int i) { return eager(i % 5); },
+                [](int round) { return round % 10; });
+            tide->onTurn = [](Tide& self, int round) {
+              if (round % 15 == 14) self.addBuoy();
+            };
+            return tide;
+          },
+          1);
+    }
+  }
+}
+
+// The inner run is under way while the outer one fires.
+TEST(SelectionTest, ARunWithinARun) {
+  const auto make = [](int buoys) {
+    return std::make_unique<Tide>(
+        buoys, true, Time(0), [](int i) { return eager(1 + i % 5); },
+        [buoys](int round) { return buoys - round % 2; });
+  };
+  for (const int outer : {2, 12}) {
+    for (const int inner : {2, 12}) {
+      std::string within;
+      compareAll(
+          [&] {
+            std::unique_ptr<Tide> tide = make(outer);
+            tide->onTurn = [&, inner](Tide&, int round) {
+              if (round % 40 != 20) return;
+              const std::string text = run<StandardExecuter>(*make(inner), EDFScheduler());
+              if (within.empty()) within = text;
+              EXPECT_EQ(text, within);
+            };
+            return tide;
+          },
+          1);
+      EXPECT_EQ(within, run<Walking<StandardExecuter>>(*make(inner), EDFScheduler()));
+    }
+  }
+}
+
 // Nobody notes a constraint that is written in place while its atom stands still.
 TEST(SelectionTest, WhatADialogueOffersIsAskedOnceMore) {
   const auto offer = [](bool walked) {
-    Tide tide(
-        12, true, Time(0), [](int) { return within(1000, 100000, DELAYABLE); },
-        [](int) { return 12; });
-    tide.onTurn = [&tide](int round) {
-      if (round == 20) tide.interval(3).setLow(Time(50000));
-    };
-    return walked ? runDialogue<Walking<InteractiveExecuter>>(tide)
-                  : runDialogue<InteractiveExecuter>(tide);
+    System system("R");
+    std::vector<Port*> ports;
+    int moves = 0;
+    for (int i = 0; i < 12; ++i) {
+      ports.push_back(system.atom("A")->timedRule(
+          "t", within(1000, 10000000, DELAYABLE), [] { return true; },
+          [&] {
+            if (++moves == 8) (*ports[3]->constraint())[0].setLow(Time(9999000));
+          }));
+      ports.back()->setInternal();
+    }
+    std::string text = walked ? runDialogue<Walking<InteractiveExecuter>>(system)
+                              : runDialogue<InteractiveExecuter>(system);
+    for (const Port* port : ports) text += std::to_string(port->mark());
+    return text;
   };
   EXPECT_EQ(offer(false), offer(true));
 }
