@@ -81,6 +81,11 @@ std::unordered_map<const Atom*, Vesk::Locality>* declarations = nullptr;
 // The compounds that have declared Vesk::Priorities::EVERYWHERE, in the same way.
 std::unordered_set<const Compound*>* everywhere = nullptr;
 
+// A walk comes to this component soon, if there is one.
+inline void bringNear(const Array<Component, true>& components, int index) {
+  if (index < components.count()) Vesk::prefetch(components[index], sizeof(Atom));
+}
+
 void enqueue(Scheduler& scheduler, Connector* connector) {
   scheduler.prioHeap().put(connector);
   connector->setQueued(true);
@@ -268,12 +273,16 @@ Vesk::Priorities Compound::declaredPriorities() const {
 }
 
 void Compound::initialize() {
-  for (int i = 0; i < mComponents.count(); ++i) mComponents[i]->initialize();
+  for (int i = 0; i < mComponents.count(); ++i) {
+    bringNear(mComponents, i + Vesk::AHEAD);
+    mComponents[i]->initialize();
+  }
 }
 
 void Compound::initialize(LogicalClock* clock) {
   mClock = clock;
   for (int i = 0; i < mComponents.count(); ++i) {
+    bringNear(mComponents, i + Vesk::AHEAD);
     if (mComponents[i]->isAtom()) mComponents[i]->setClock(clock);
     mComponents[i]->initialize(clock);
   }
@@ -311,6 +320,7 @@ void Compound::setup(const Scheduler* scheduler) {
   setSchedulerOfAtoms(const_cast<Scheduler*>(scheduler));  // atoms queue connectors in its heap
   for (int i = 0; i < mPriorities.count(); ++i) mPriorities[i]->setup();
   for (int i = 0; i < mComponents.count(); ++i) {
+    bringNear(mComponents, i + Vesk::AHEAD);
     if (Compound* part = asCompound(mComponents[i])) part->setup(scheduler);
   }
 }
