@@ -338,7 +338,12 @@ void ActivationPlan::visitConnector(std::size_t rank) {
   if (connector.evaluated()) mPending.remove(rank);
   if (connector.legal() != (connector.feasibleInter() != nullptr)) mWrittenByHand = true;
   list(rank, connector.legal() && !connector.isSubconn());
-  noteDomination(rank);
+  const bool nothingToSettle = connector.feasibleInter() == nullptr && !connector.recomputexPort();
+  if (!nothingToSettle) {
+    noteDomination(rank);
+  } else if (mRecords) {
+    recordChange(rank);
+  }
 }
 
 // Puts a connector into the list, or takes it out.

@@ -39,6 +39,7 @@ void ShortAgenda::lower(Pair& pair, Number first, Number second) {
 }
 
 void ShortAgenda::choose(Number margin) {
+  if (mCount < 2) return;
   Pair urgent{Times::MAX, Times::MAX};   // deadline, next
   Pair soonest{Times::MAX, Times::MAX};  // next, deadline
   for (std::size_t i = 0; i < mCount; ++i) {
