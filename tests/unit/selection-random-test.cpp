@@ -7,8 +7,10 @@
 #include <memory>
 #include <sstream>
 #include <string>
+#include <type_traits>
 #include <vector>
 
+#include "dialogue.hpp"
 #include "draw.hpp"
 #include "kit/atoms.hpp"
 #include "kit/connectors.hpp"
@@ -277,16 +279,31 @@ class Walking : public Policy {
   using Policy::Policy;
 };
 
+// The last arguments of a policy.
+template <class Policy>
+std::unique_ptr<Policy> make(Model& model, Filter& semantics, Filter& scheduler,
+                             std::ostream& trace, unsigned int seed) {
+  if constexpr (std::is_base_of_v<InteractiveExecuter, Policy>) {
+    return std::make_unique<Policy>(model.root, model.logical, semantics, scheduler, false, STEPS,
+                                    trace, ms(40));
+  } else {
+    return std::make_unique<Policy>(model.root, model.logical, semantics, scheduler, false, STEPS,
+                                    trace, static_cast<int>(seed), ms(40));
+  }
+}
+
 // The run, as text.
 template <class Policy>
 std::string run(Model& model, const Filter& scheduler, unsigned int seed) {
   std::ostringstream trace;
+  std::ostringstream dialogue;
   StandardSemantics semantics;
-  Policy executer(model.root, model.logical, semantics, const_cast<Filter&>(scheduler), false,
-                  STEPS, trace, static_cast<int>(seed), ms(40));
-  executer.initialize();
-  executer.run();
-  return trace.str() + model.marks();
+  const auto executer = make<Policy>(model, semantics, const_cast<Filter&>(scheduler), trace, seed);
+  SuitableAnswers answers(seed, model.logical, dialogue);
+  const Redirected console(&answers, dialogue.rdbuf());
+  executer->initialize();
+  executer->run();
+  return trace.str() + dialogue.str() + model.marks();
 }
 
 template <class Policy>
@@ -329,6 +346,14 @@ TEST_P(SelectionRandomTest, ARandomTime) {
 
 TEST_P(SelectionRandomTest, ARandomTimeWithEarliestDeadlineFirst) {
   compareAll<RandomExecuter>(EDFScheduler());
+}
+
+TEST_P(SelectionRandomTest, Answers) {
+  compareAll<InteractiveExecuter>(EmptyScheduler());
+}
+
+TEST_P(SelectionRandomTest, AnswersWithEarliestDeadlineFirst) {
+  compareAll<InteractiveExecuter>(EDFScheduler());
 }
 
 INSTANTIATE_TEST_SUITE_P(Shard, SelectionRandomTest, testing::Range(0, SHARDS));

@@ -234,10 +234,13 @@ class Connector {
   Connector* nextProvider(int& port) const;
   void evalAlone();
   void createFeasibleRendezvous();
+  Interaction* unknownRendezvous();
+  void createFeasibleSets();
   void reportManySets(const BitVector& enabled);
   Interaction* possible(const BitVector& enabled, const BitVector& set);
   Interaction* addFeasible(const BitVector& enabled, const BitVector& set, Interaction* list);
   Interaction* firstPossible(const Vesk::Time& t) const;
+  void resetAll();
   void resetAlone(Vesk::WorkStack<Connector*>& dependent);
   void noteEvaluation();
   void noteStale();

@@ -20,6 +20,7 @@ namespace Vesk {
 struct StoredInteraction final : Interaction {
   StoredInteraction(const Connector* connector, const BitVector& set)
       : Interaction(connector, set) {}
+  using Interaction::intersectPortConstraints;
 
   HashTable<Interaction>::Cell cell;
 };
@@ -76,8 +77,12 @@ class MoreInteractions {
 // the room of a pointer.
 class MoreByNumber {
  public:
+  static constexpr unsigned int BITS = 24;  // of what is made of a number and a little more
+  static constexpr std::size_t LIMIT = (std::size_t{1} << BITS) - 8;
+
   static std::uint32_t add() {
     Table& table = all();
+    if (table.more.size() == LIMIT && table.free.empty()) throw std::bad_alloc();
     auto made = std::make_unique<MoreInteractions>();
     if (table.free.empty()) {
       // So that end() needs no memory.
@@ -113,7 +118,7 @@ class MoreByNumber {
 // in here, so that large systems need one block for each connector.
 class InteractionIndex {
  public:
-  InteractionIndex() = default;
+  InteractionIndex() : mCount(0), mAllPorts(0) {}
   InteractionIndex(const InteractionIndex&) = delete;
   InteractionIndex& operator=(const InteractionIndex&) = delete;
   ~InteractionIndex() {
@@ -136,8 +141,12 @@ class InteractionIndex {
   ActivationPlan* plan = nullptr;
   std::uint32_t rank = 0;
 
-  // Null when there is none. A rendezvous asks for the second one all the time.
+  // Null when there is none. Mostly the second one is looked for, by its own set.
   Interaction* find(const BitVector& set) {
+    if (mCount > SECOND && &first(SECOND).synced() == &set) return &first(SECOND);
+    return findEqual(set);
+  }
+  [[gnu::noinline]] Interaction* findEqual(const BitVector& set) {
     for (std::uint32_t i = firsts(); i-- > 0;) {
       if (first(i).synced() == set) return &first(i);
     }
@@ -146,7 +155,7 @@ class InteractionIndex {
 
   // Makes the interaction of a set that is not in the index, and puts it into the table. Changes
   // nothing when there is no memory for that.
-  Interaction* make(const Connector* connector, const BitVector& set) {
+  [[gnu::noinline]] Interaction* make(const Connector* connector, const BitVector& set) {
     StoredInteraction& made = mCount < FIRST
                                   ? *new (&mFirst[mCount]) StoredInteraction(connector, set)
                                   : makeMore().make(connector, set);
@@ -155,8 +164,21 @@ class InteractionIndex {
     return &made;
   }
 
+  // The interaction of all ports of a connector that has so many; null when that is not known. A
+  // rendezvous asks for it all the time.
+  StoredInteraction* ofAllPorts(int ports) {
+    return mAllPorts == ports && ports > 0 ? &first(SECOND) : nullptr;
+  }
+  // Looks where it is.
+  void learnAllPorts(int ports) {
+    if (mCount <= SECOND || first(SECOND).synced() != BitVector::below(ports)) return;
+    mAllPorts = static_cast<std::uint32_t>(ports) & 0xFFu;
+  }
+
  private:
   static constexpr std::uint32_t FIRST = 2;
+  static constexpr std::uint32_t SECOND = 1;  // index of the second one
+  static constexpr std::uint32_t MOST = (std::uint32_t{1} << MoreByNumber::BITS) - 1;
 
   struct alignas(StoredInteraction) Room {
     unsigned char bytes[sizeof(StoredInteraction)];
@@ -169,12 +191,13 @@ class InteractionIndex {
   bool hasMore() const { return mCount > FIRST; }
   MoreInteractions& more() const { return MoreByNumber::at(mCount - FIRST - 1); }
   MoreInteractions& makeMore() {
-    if (!hasMore()) mCount = FIRST + 1 + MoreByNumber::add();
+    if (!hasMore()) mCount = (FIRST + 1 + MoreByNumber::add()) & MOST;
     return more();
   }
 
   // Of the first ones; above FIRST it tells the number of the others, counted from FIRST + 1.
-  std::uint32_t mCount = 0;
+  std::uint32_t mCount : MoreByNumber::BITS;
+  std::uint32_t mAllPorts : 8;  // of how many ports the second one is the set of all; 0: unknown
   Room mFirst[FIRST];
 };
 

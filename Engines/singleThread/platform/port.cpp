@@ -11,16 +11,15 @@
 #include "connector.hpp"
 #include "constraint.hpp"
 #include "internal-ports.hpp"
+#include "names.hpp"
 #include "structure.hpp"
+
+using Vesk::textOf;
 
 namespace {
 
 const char* const NOT_SYNCED =
     "ERROR: the port %s.%s seems to appars several time in a connector\n";
-
-const char* textOf(const char* name) {
-  return name != nullptr ? name : "";
-}
 
 const char* nameOf(const Component* component) {
   return component != nullptr ? textOf(component->name()) : "";
