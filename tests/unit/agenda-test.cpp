@@ -172,6 +172,40 @@ TEST(AgendaTest, TimesAtTheEndsAreOrdinary) {
   EXPECT_EQ(always.mark(), AskedFilters::LATER);
 }
 
+TEST(AgendaTest, WhatWasSaidUntilATimeHoldsAtThatTime) {
+  Agenda agenda(Agenda::Policy::EVERYTHING, maximum());
+  agenda.reset(2);
+  Foretold first({0, maximum(), 7, false});
+  Foretold second({0, maximum(), INT64_MAX, false});
+  agenda.add(0, Agenda::NONE, second, second.times);
+  agenda.add(1, Agenda::NONE, first, first.times);
+  std::vector<std::size_t> slots;
+  agenda.expire(7, slots);
+  EXPECT_TRUE(slots.empty());
+  agenda.expire(8, slots);
+  EXPECT_EQ(slots, std::vector<std::size_t>{1});
+  agenda.expire(9, slots);
+  EXPECT_EQ(slots.size(), 1u) << "it has been told";
+}
+
+// Of those that are closed, when there are two or more.
+TEST(AgendaTest, WhatIsEnabledFirstAfterTheLatestTimeIsUpcoming) {
+  for (const bool eager : {false, true}) {
+    Agenda agenda(Agenda::Policy::EVERYTHING, maximum());
+    agenda.reset(4);
+    Foretold now({0, 5, INT64_MAX, false});
+    Foretold later({9, maximum(), INT64_MAX, eager});
+    Foretold next({8, maximum(), INT64_MAX, eager});
+    agenda.add(0, Agenda::NONE, now, now.times);
+    agenda.add(1, Agenda::NONE, later, later.times);
+    agenda.open(0, maximum());
+    EXPECT_EQ(agenda.upcoming(), Agenda::NONE);
+    agenda.add(3, Agenda::NONE, next, next.times);
+    EXPECT_EQ(agenda.open(0, maximum()), 5);
+    EXPECT_EQ(agenda.upcoming(), 3u);
+  }
+}
+
 TEST(AgendaTest, RandomStepsWithEverythingLeft) {
   runAll(Agenda::Policy::EVERYTHING, maximum());
 }
