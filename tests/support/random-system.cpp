@@ -32,8 +32,12 @@ struct World {
     Deed deed = Deed::NOTHING;
   };
 
+  // What the engine calls, of which part, and a number that the part sees.
+  void note(const char* hook, const std::string& part, int seen = 0) const {
+    if (calls != nullptr) calls->push_back(hook + part + ' ' + std::to_string(seen));
+  }
   void enter(Hook hook) {
-    const int number = ++calls[static_cast<int>(hook)];
+    const int number = ++entered[static_cast<int>(hook)];
     if (hook == Hook::EXECUTE && number > most) throw std::runtime_error("tired");
     for (const Plan& plan : plans) {
       if (plan.hook == hook && plan.number == number) act(plan.deed);
@@ -44,6 +48,7 @@ struct World {
   int most = 0;
   bool lies = false;
   int answers = 0;  // how often a lying hook has been asked
+  std::vector<std::string>* calls = nullptr;
   Locality kept = Locality::REPEATABLE;
 
  private:
@@ -69,7 +74,7 @@ struct World {
     }
   }
 
-  int calls[static_cast<int>(Hook::COUNT)] = {};
+  int entered[static_cast<int>(Hook::COUNT)] = {};
   Leaf own{new Atomleaf("OWN")};
 };
 
@@ -127,11 +132,13 @@ class RandomAtom : public Atom {
     Atom::initialize(clock);
   }
   void initialize() override {
+    mWorld.note("initialize ", name());
     mState = 0;
     mValue = 0;
     announce();
   }
   void execute(Port* port) override {
+    mWorld.note("execute ", port->label(), mState);
     for (int i = 0; i < mPorts.count(); ++i) {
       if (mPorts[i] == port) take(rule(i));
     }
@@ -329,8 +336,12 @@ class RandomConnector : public Connector {
   }
   void join(Port* port) { append(1, port); }
 
-  bool isBroadcast() override { return lie() ? !mBroadcasts : mBroadcasts; }
+  bool isBroadcast() override {
+    mWorld.note("broadcast ", name());
+    return lie() ? !mBroadcasts : mBroadcasts;
+  }
   bool complete() override {
+    mWorld.note("complete ", name());
     mWorld.enter(Hook::COMPLETE);
     if (lie()) return mWorld.answers % 2 == 0;
     switch (mComplete) {
@@ -347,18 +358,21 @@ class RandomConnector : public Connector {
   }
   using Connector::guard;
   bool guard() override {
+    mWorld.note("guard ", name(), sum());
     mWorld.enter(Hook::GUARD);
     if (!mBroadcasts && !maximal()) return false;
     return mForbidden < 0 || sum() % 4 != mForbidden;
   }
   using Connector::up;
   void up() override {
+    mWorld.note("up ", name(), sum());
     mWorld.enter(Hook::UP);
     mValue = sum() & 7;
   }
   // A value for each atom below, which moves in timed runs alone.
   using Connector::dn;
   void dn() override {
+    mWorld.note("down ", name(), sum());
     mWorld.enter(Hook::DOWN);
     if (!mMoves) return;
     const int value = mxPort != nullptr && mxPort->isConnected() ? mValue : (sum() + 1) & 7;
@@ -395,6 +409,7 @@ class RandomPriority : public Priority {
                  const Port* condition)
       : Priority(holder, low, high, delay), mWorld(world), mCondition(condition) {}
   bool guard() override {
+    mWorld.note("priority ", low()->connector()->name());
     mWorld.enter(Hook::PRIORITY);
     return mCondition == nullptr || mCondition->synced();
   }
@@ -436,7 +451,8 @@ class Root : public RandomRoot {
 
 class Builder {
  public:
-  Builder(Choices& choices, Root& root) : mChoices(choices), mRoot(root) {
+  Builder(Choices& choices, Root& root, const Habits& habits)
+      : mChoices(choices), mRoot(root), mHabits(habits) {
     mTimed = choices.below(3) != 0;
     fill(root, 0);
   }
@@ -445,7 +461,7 @@ class Builder {
   // Gives the ports that connectors above may use.
   Ports fill(Compound& compound, int level) {
     Ports ports;
-    const bool wide = level == 0 && mChoices.chance(3);
+    const bool wide = level == 0 && mChoices.chance(mHabits.wide);
     const int atoms = wide ? mChoices.between(20, 70) : mChoices.between(level == 0 ? 2 : 0, 4);
     for (int i = 0; i < atoms; ++i) addAtom(compound, ports);
     while (level < 3 && mChoices.chance(25)) {
@@ -458,6 +474,8 @@ class Builder {
     for (int i = mChoices.between(level == 0 ? 3 : 1, 6); i > 0; --i)
       addConnector(compound, ports, exported);
     if (wide) addWideConnector(compound, ports);
+    for (int i = wide && mHabits.busy ? mChoices.between(10, 40) : 0; i > 0; --i)
+      addConnector(compound, ports, exported);
     for (int i = mChoices.chance(40) ? mChoices.between(1, 3) : 0; i > 0; --i) {
       addPriority(compound, ports);
     }
@@ -535,6 +553,7 @@ class Builder {
 
   Choices& mChoices;
   Root& mRoot;
+  const Habits& mHabits;
   bool mTimed = false;
   int mNumber = 0;
 };
@@ -558,7 +577,8 @@ void plan(World& world, Choices& choices, const Habits& habits) {
 std::unique_ptr<RandomRoot> makeRandomSystem(Choices& choices, const Habits& habits) {
   auto root = std::make_unique<Root>();
   plan(root->world, choices, habits);
-  Builder(choices, *root);
+  root->world.calls = habits.calls;
+  Builder(choices, *root, habits);
   if (choices.chance(10)) root->declare(Vesk::Priorities::EVERYWHERE);
   return root;
 }

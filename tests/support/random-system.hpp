@@ -6,6 +6,8 @@
 #define VESK_TESTS_RANDOM_SYSTEM_HPP
 
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "choices.hpp"
 #include "vesk.hpp"
@@ -18,6 +20,10 @@ struct Habits {
   bool throws = true;  // hooks throw
   bool lies = true;    // hooks contradict themselves from call to call
   int most = 1 << 30;  // so many transitions of atoms, then the model throws
+  int wide = 3;        // so many of a hundred have dozens of atoms
+  bool busy = false;   // and those have dozens of connectors as well
+  // Who is called by the engine, and what it sees then; null: nobody asks.
+  std::vector<std::string>* calls = nullptr;
 };
 
 class RandomRoot : public Compound {

@@ -13,6 +13,7 @@
 #include "kit/connectors.hpp"
 #include "kit/lists.hpp"
 #include "kit/systems.hpp"
+#include "literal-activation.hpp"
 
 using namespace kit;
 
@@ -35,96 +36,6 @@ constexpr int CHECKS = 1;
 #else
 constexpr int CHECKS = 0;
 #endif
-
-// ---- The literal walk --------------------------------------------------------------------------
-
-bool matches(const Interaction* feasible, const Interaction* part) {
-  bool equal = false;
-  return part->isSubset(feasible, equal);
-}
-
-void dominate(Priority* priority, Interaction* low, Interaction* high) {
-  priority->apply(*low, *high);
-  low->connector()->setRecomputexPort(true);
-}
-
-// The interactions by which a priority may dominate.
-std::vector<Interaction*> dominators(Priority* priority, Connector* legals) {
-  std::vector<Interaction*> all;
-  if (priority->high() != nullptr) {
-    for (Interaction* high : listOf(priority->high()->connector()->feasibleInter())) {
-      if (matches(high, priority->high())) all.push_back(high);
-    }
-    return all;
-  }
-  for (Connector* legal : listOf(legals)) {
-    if (legal == priority->low()->connector()) continue;
-    for (Interaction* high : listOf(legal->feasibleInter())) all.push_back(high);
-  }
-  return all;
-}
-
-void applyPriority(Priority* priority, Connector* legals) {
-  if (!priority->guard()) {
-    priority->setEvaluated(true);
-    return;
-  }
-  if (priority->evaluated()) return;
-  Connector* low = priority->low()->connector();
-  const Connector* upper = priority->high() != nullptr ? priority->high()->connector() : low;
-  if (low->isSubconnSameHolder() || upper->isSubconnSameHolder()) return;
-  for (Interaction* feasible : listOf(low->feasibleInter())) {
-    if (!matches(feasible, priority->low())) continue;
-    for (Interaction* high : dominators(priority, legals)) dominate(priority, feasible, high);
-  }
-  priority->setEvaluated(true);
-}
-
-void settle(Connector* connector) {
-  for (Interaction* feasible : listOf(connector->feasibleInter())) {
-    if (feasible->constraint() != nullptr && !feasible->dominated()) {
-      feasible->constraint()->applyDomination();
-    }
-  }
-  if (!connector->recomputexPort()) return;
-  connector->setRecomputexPort(false);
-  connector->computexPort();
-  connector->resetDependentLinks();
-}
-
-template <class T>
-T* inFrontOf(T* list, T* other) {
-  if (list == nullptr) return other;
-  T* last = list;
-  while (last->next() != nullptr) last = last->next();
-  last->setNext(other);
-  return list;
-}
-
-Connector* literalActivate(Compound& compound, bool incremental) {
-  Connector* legals = nullptr;
-  Port* internals = nullptr;
-  for (Component* component : elements(compound.components())) {
-    if (component->isCompound()) {
-      auto& part = static_cast<Compound&>(*component);
-      legals = inFrontOf(literalActivate(part, incremental), legals);
-      internals = inFrontOf(part.internals(), internals);
-    } else if (component->isAtom()) {
-      for (Port* port : elements(static_cast<Atom*>(component)->ports())) {
-        if (!port->isInternal() || !port->synced() || port->constraint() == nullptr) continue;
-        port->setNext(internals);
-        internals = port;
-      }
-    }
-  }
-  compound.setInternals(internals);
-  for (Connector* connector : elements(compound.connectors())) {
-    legals = connector->evaluate(legals, connector->isSubconn(), incremental);
-  }
-  for (Priority* priority : elements(compound.priorities())) applyPriority(priority, legals);
-  for (Connector* connector : elements(compound.connectors())) settle(connector);
-  return legals;
-}
 
 // ---- Random systems ----------------------------------------------------------------------------
 
@@ -379,12 +290,12 @@ bool step(Model& engine, Model& literal, Tally& tally) {
   engine.disturb();
   literal.disturb();
   if (!engine.calm && engine.chance(12) == 0) engine.someCompound().activate(true);
-  if (!literal.calm && literal.chance(12) == 0) literalActivate(literal.someCompound(), true);
+  if (!literal.calm && literal.chance(12) == 0) literal::activate(literal.someCompound(), true);
   const bool incremental = engine.chance(12) != 0 || engine.calm;
   literal.chance(12);
   engine.walks = 0;
   Connector* found = engine.root.activate(incremental);
-  Connector* expected = literalActivate(literal.root, incremental);
+  Connector* expected = literal::activate(literal.root, incremental);
   if (engine.calm) ++tally.activations;
   if (engine.calm && engine.walks > CHECKS * engine.idle) ++tally.walks;
   EXPECT_EQ(engine.events, literal.events);

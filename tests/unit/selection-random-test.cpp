@@ -7,8 +7,10 @@
 #include <memory>
 #include <sstream>
 #include <string>
+#include <type_traits>
 #include <vector>
 
+#include "dialogue.hpp"
 #include "draw.hpp"
 #include "kit/atoms.hpp"
 #include "kit/connectors.hpp"
@@ -281,16 +283,31 @@ class Walking : public Policy {
 class OwnPolicy : public EDFScheduler {};
 class OwnSemantics : public StandardSemantics {};
 
+// The last arguments of a policy.
+template <class Policy>
+std::unique_ptr<Policy> make(Model& model, Filter& semantics, Filter& scheduler,
+                             std::ostream& trace, unsigned int seed) {
+  if constexpr (std::is_base_of_v<InteractiveExecuter, Policy>) {
+    return std::make_unique<Policy>(model.root, model.logical, semantics, scheduler, false, STEPS,
+                                    trace, ms(40));
+  } else {
+    return std::make_unique<Policy>(model.root, model.logical, semantics, scheduler, false, STEPS,
+                                    trace, static_cast<int>(seed), ms(40));
+  }
+}
+
 // The run, as text.
 template <class Policy, class Semantics = StandardSemantics>
 std::string run(Model& model, const Filter& scheduler, unsigned int seed) {
   std::ostringstream trace;
+  std::ostringstream dialogue;
   Semantics semantics;
-  Policy executer(model.root, model.logical, semantics, const_cast<Filter&>(scheduler), false,
-                  STEPS, trace, static_cast<int>(seed), ms(40));
-  executer.initialize();
-  executer.run();
-  return trace.str() + model.marks();
+  const auto executer = make<Policy>(model, semantics, const_cast<Filter&>(scheduler), trace, seed);
+  SuitableAnswers answers(seed, model.logical, dialogue);
+  const Redirected console(&answers, dialogue.rdbuf());
+  executer->initialize();
+  executer->run();
+  return trace.str() + dialogue.str() + model.marks();
 }
 
 template <class Policy>
@@ -333,6 +350,14 @@ TEST_P(SelectionRandomTest, ARandomTime) {
 
 TEST_P(SelectionRandomTest, ARandomTimeWithEarliestDeadlineFirst) {
   compareAll<RandomExecuter>(EDFScheduler());
+}
+
+TEST_P(SelectionRandomTest, Answers) {
+  compareAll<InteractiveExecuter>(EmptyScheduler());
+}
+
+TEST_P(SelectionRandomTest, AnswersWithEarliestDeadlineFirst) {
+  compareAll<InteractiveExecuter>(EDFScheduler());
 }
 
 INSTANTIATE_TEST_SUITE_P(Shard, SelectionRandomTest, testing::Range(0, SHARDS));

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "allocations.hpp"
+#include "dialogue.hpp"
 #include "kit/atoms.hpp"
 #include "kit/connectors.hpp"
 #include "kit/systems.hpp"
@@ -193,6 +194,17 @@ struct Timers {
     executer.initialize();
     executer.run();
   }
+  // A dialogue that leaves everything to chance.
+  void runByAnswers() {
+    RepeatedAnswers answers("r\n");
+    Nowhere nowhere;
+    const Redirected console(&answers, &nowhere);
+    StandardSemantics semantics;
+    EmptyScheduler scheduler;
+    InteractiveExecuter executer(root, clock, semantics, scheduler, true, LAST, std::cout, Time(0));
+    executer.initialize();
+    executer.run();
+  }
   void note() {
     if (ticks == FIRST) {
       readings = clock.readings;
@@ -231,6 +243,16 @@ TEST(ReadingCountTest, StepsAtRandomTimesDoNotAskAllInternalPorts) {
     timers.run<RandomExecuter>(EmptyScheduler());
     EXPECT_EQ(timers.ticks, Timers::LAST);
     EXPECT_LT(timers.readings, 40 * (Timers::LAST - Timers::FIRST)) << number;
+  }
+}
+
+TEST(ReadingCountTest, StepsOfADialogueDoNotAskAllInternalPorts) {
+  for (const int number : {20, 1000}) {
+    Timers timers(number, true);
+    timers.runByAnswers();
+    EXPECT_EQ(timers.ticks, Timers::LAST);
+    EXPECT_LT(timers.readings, 40 * (Timers::LAST - Timers::FIRST)) << number;
+    EXPECT_EQ(timers.made, 0);
   }
 }
 

@@ -491,9 +491,9 @@ TEST(ArrayTest, AListOnDemandHasNoBlockBeforeItsFirstElement) {
   for (const int* number : list) ADD_FAILURE() << number;
 }
 
-TEST(ArrayTest, AListOnDemandHasRoomForFourAtItsFirstElementAndThenGrowsLikeAnyOther) {
+TEST(ArrayTest, AListOnDemandHasRoomForTwoAtItsFirstElementAndThenGrowsLikeAnyOther) {
   int numbers[14] = {};
-  const int expected[] = {4, 4, 4, 4, 6, 6, 9, 9, 9, 13, 13, 13, 13, 18};
+  const int expected[] = {2, 2, 3, 5, 5, 7, 7, 10, 10, 10, 14, 14, 14, 14};
   Reference list(Vesk::ON_DEMAND);
   for (int i = 0; i < 14; ++i) {
     list.add(&numbers[i]);
@@ -513,6 +513,17 @@ TEST(ArrayTest, OlderModelsAddToAListOnDemand) {
   for (int i = 8; i < 20; ++i) list.add(&numbers[i]);
   ASSERT_EQ(list.count(), 20);
   for (int i = 0; i < 20; ++i) EXPECT_EQ(list[i], &numbers[i]) << i;
+}
+
+TEST(ArrayTest, OlderModelsAddToAListThatHasABlockOfTheEngine) {
+  int numbers[40] = {};
+  for (int first = 1; first < 20; ++first) {
+    Reference list(Vesk::ON_DEMAND);
+    for (int i = 0; i < first; ++i) list.add(&numbers[i]);
+    for (int i = first; i < 40; ++i) Older<int, false>::add(list, &numbers[i]);
+    ASSERT_EQ(list.count(), 40);
+    for (int i = 0; i < 40; ++i) EXPECT_EQ(list[i], &numbers[i]) << first << ' ' << i;
+  }
 }
 
 // The engine adds to the lists of its classes as well: whoever comes first makes the block.

@@ -290,6 +290,11 @@ void ActivationPlan::noteStale(std::size_t rank) {
   mWrittenByHand = true;
 }
 
+void ActivationPlan::noteFired(std::size_t rank) {
+  if (mFired.size() < MANY_FIRED) mFired.push_back(rank);
+  if (mLookahead != nullptr) mLookahead->fires(rank, *mTurns[rank].connector);
+}
+
 void ActivationPlan::recordChange(std::size_t rank) {
   if (!mChanged.empty() && mChanged.back() == rank) return;
   mRecords = mChanged.size() < mTurns.size();
@@ -333,7 +338,12 @@ void ActivationPlan::visitConnector(std::size_t rank) {
   if (connector.evaluated()) mPending.remove(rank);
   if (connector.legal() != (connector.feasibleInter() != nullptr)) mWrittenByHand = true;
   list(rank, connector.legal() && !connector.isSubconn());
-  noteDomination(rank);
+  const bool nothingToSettle = connector.feasibleInter() == nullptr && !connector.recomputexPort();
+  if (!nothingToSettle) {
+    noteDomination(rank);
+  } else if (mRecords) {
+    recordChange(rank);
+  }
 }
 
 // Puts a connector into the list, or takes it out.

@@ -57,10 +57,7 @@ class ActivationPlan {
   // It was to be reset, but is not evaluated any more.
   void noteStale(std::size_t rank);
   // It fires: code of the model runs.
-  void noteFired(std::size_t rank) {
-    if (mFired.size() < MANY_FIRED) mFired.push_back(rank);
-    if (mLookahead != nullptr) mLookahead->fires(rank, *mTurns[rank].connector);
-  }
+  void noteFired(std::size_t rank);
   // A priority has changed its interactions.
   void noteDomination(std::size_t rank) {
     mUnsettled.add(rank);

@@ -4,18 +4,11 @@
 
 #include "executable.hpp"
 
-namespace {
-
 using Number = Vesk::Times::Number;
 
-constexpr unsigned int CLOSED_MARK = 1;  // that of the semantics
-constexpr unsigned int LATER_MARK = 2;   // that of the scheduler
+namespace {
 
 constexpr std::size_t FEW = 64;  // executables beyond one for each slot
-
-Number maximum() {
-  return Vesk::Time::MAX.microseconds();
-}
 
 }  // namespace
 
@@ -77,8 +70,8 @@ Agenda::Id Agenda::add(std::size_t slot, Id before, Executable& executable, cons
   mEntries[id] = {&executable, times, static_cast<Id>(slot), NONE, State::NEVER, false};
   ++mSize;
   (before == NONE ? mSlots[slot] : mEntries[before].behind) = id;
-  if (times.until < maximum()) mExpiry.add(id, times.until);
-  enter(id, times.low < maximum() ? State::CLOSED : State::NEVER);
+  if (times.until < Times::MAX) mExpiry.add(id, times.until);
+  enter(id, times.low < Times::MAX ? State::CLOSED : State::NEVER);
   return id;
 }
 
@@ -228,7 +221,7 @@ bool Agenda::empty() const {
 void Agenda::choose() {
   if (mPolicy == Policy::EVERYTHING || empty()) return;
   Target target = earliest();
-  if (mMargin != maximum()) {
+  if (mMargin != Times::MAX) {
     const bool ready = !mReadyDue.empty() || !mReadyEager.empty();
     const Number next = ready ? mNow : mWaiting.topKey();
     if (next + mMargin < target.deadline) target = soonest();
@@ -269,7 +262,7 @@ Agenda::Target Agenda::soonest() {
   if (!mReadyDue.empty()) return {Kind::READY, false, mReadyDue.topKey(), 0};
   mGathered.clear();
   mWaiting.gatherTop(mGathered);
-  Number deadline = maximum();
+  Number deadline = Times::MAX;
   for (const Id id : mGathered) deadline = std::min(deadline, mEntries[id].times.deadline);
   return {Kind::SOONEST, false, deadline, mWaiting.topKey()};
 }
@@ -303,14 +296,15 @@ void Agenda::gatherMeant() {
   }
 }
 
-Executable* Agenda::at(std::size_t index, std::size_t& slot) const {
-  slot = mLeft.find(index);
-  Id id = mSlots[slot];
+Executable* Agenda::at(std::size_t index, Place& place) const {
+  place.slot = mLeft.find(index);
+  Id id = mSlots[place.slot];
   while (!mEntries[id].left || index-- > 0) id = mEntries[id].behind;
   const Entry& entry = mEntries[id];
   const Executable& found = *entry.executable;
   const Time now(static_cast<long long>(mNow));
   const Number next = std::max(entry.times.low, mNow);
+  place.next = next;
   const bool asSaid =
       !found.dominated() && found.mark() == 0 && found.next(now).microseconds() == next &&
       found.deadline(now).microseconds() == (entry.times.eager ? next : entry.times.deadline);

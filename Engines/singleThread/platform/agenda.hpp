@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <utility>
 #include <vector>
 
@@ -14,12 +15,17 @@ class Executable;
 
 namespace Vesk {
 
+// The marks of the filters of a run.
+constexpr unsigned int CLOSED_MARK = 1;  // of the semantics
+constexpr unsigned int LATER_MARK = 2;   // of the scheduler
+
 // What an executable answers from now on, as long as it is not changed: with the first and the last
 // time of the interval that it is in, or comes to next,
 //   next(t) is the larger one of low and t,
 //   deadline(t) is that too when it is eager, else the given one.
 struct Times {
-  using Number = std::int64_t;  // microseconds
+  using Number = std::int64_t;                                             // microseconds
+  static constexpr Number MAX = std::numeric_limits<std::int32_t>::max();  // that of Time::MAX
 
   Number low;       // not below MAX: never enabled
   Number deadline;  // MAX: none
@@ -73,6 +79,12 @@ class Agenda {
 
   enum class Policy { EVERYTHING, EARLIEST_DEADLINE };
 
+  // Of something that is left: its slot, and when it can fire.
+  struct Place {
+    std::size_t slot;
+    Times::Number next;
+  };
+
   // With a margin as in EDFdeltaScheduler; MAX: none.
   Agenda(Policy policy, Times::Number margin);
 
@@ -101,8 +113,7 @@ class Agenda {
   // How many the scheduler has left, and number n of them in the order of the walk: null when it
   // answers something else than was said when it was added.
   std::size_t count() const { return mLeft.total(); }
-  // Gives its slot as well.
-  Executable* at(std::size_t index, std::size_t& slot) const;
+  Executable* at(std::size_t index, Place& place) const;
 
  private:
   enum class State : std::uint8_t { NEVER, CLOSED, WAITING, READY };

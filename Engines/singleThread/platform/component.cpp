@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "activation-plan.hpp"
+#include "blocks.hpp"
 #include "clock.hpp"
 #include "connector.hpp"
 #include "constraint.hpp"
@@ -96,13 +97,13 @@ Component::Component(const char* name, const Compound* holder)
       mClock(nullptr) {}
 
 Component::~Component() {
-  std::free(mName);
+  Vesk::endName(mName);
 }
 
 CtrlState::CtrlState(const char* name) : mName(Vesk::duplicate(name)) {}
 
 CtrlState::~CtrlState() {
-  std::free(mName);
+  Vesk::endName(mName);
 }
 
 // ---- Atom --------------------------------------------------------------------------------------

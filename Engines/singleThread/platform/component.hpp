@@ -45,7 +45,9 @@
 #ifndef VESK_COMPONENT_HPP
 #define VESK_COMPONENT_HPP
 
+#include <cstddef>
 #include <initializer_list>
+#include <new>
 
 #include "locality.hpp"
 #include "structure.hpp"
@@ -92,6 +94,17 @@ class Component {
   Component(const Component&) = delete;
   Component& operator=(const Component&) = delete;
   virtual ~Component();
+
+  // Large systems stand in memory of their own: objects of this class and of derived ones have it
+  // from there, unless they are large or say themselves where they have theirs from. Arrays and
+  // `::new` have theirs from the heap.
+  static void* operator new(std::size_t size);
+  static void* operator new(std::size_t size, const std::nothrow_t&) noexcept;
+  static void* operator new(std::size_t size, std::align_val_t alignment);
+  static void* operator new(std::size_t, void* place) noexcept { return place; }
+  static void operator delete(void* block, std::size_t size) noexcept;
+  static void operator delete(void* block, std::size_t size, std::align_val_t alignment) noexcept;
+  static void operator delete(void*, void*) noexcept {}
 
   // Slot order is fixed: generated code is built against it.
   // Which of the two kinds it is. Called in every walk of the tree; models leave both as they are.

@@ -6,16 +6,20 @@
 #include <string>
 
 #include "activation-plan.hpp"
+#include "blocks.hpp"
 #include "chain.hpp"
 #include "clock.hpp"
 #include "component.hpp"
 #include "constraint.hpp"
 #include "exploration/signals.hpp"
 #include "interaction-index.hpp"
+#include "names.hpp"
 #include "on-demand.hpp"
 #include "port.hpp"
 #include "priority.hpp"
 #include "work-stack.hpp"
+
+using Vesk::textOf;
 
 char Connector::LABEL[1024];
 
@@ -29,10 +33,6 @@ const char* const MANY_SETS =
 
 constexpr int MANY_TIMED_PORTS = 16;  // more are reported
 
-const char* textOf(const char* name) {
-  return name != nullptr ? name : "";
-}
-
 void checkPortCount(const char* name, int count) {
   if (count <= Connector::MAX_PORTS) return;
   std::fprintf(stderr, TOO_MANY_PORTS, textOf(name), count, Connector::MAX_PORTS);
@@ -43,10 +43,6 @@ void connect(Connector& connector, Port* port) {
   port->setConnected();
   connector.ports().add(port);
   port->setLink(&connector);
-}
-
-const GenericClock* clockOf(const Compound* compound) {
-  return compound != nullptr ? compound->clock() : nullptr;
 }
 
 // Makes an interaction the one under consideration for the life of this object.
@@ -139,7 +135,7 @@ Connector::~Connector() {
   delete mInteractions;
   if (mxPort != nullptr) mxPort->dropConstraint();
   delete mxPort;
-  std::free(mName);
+  Vesk::endName(mName);
 }
 
 void Connector::setVarPorts(int n, va_list ports) {
@@ -202,7 +198,7 @@ class Connector::EvalVisits {
 
 // The connectors that own the exported ports of a connector before that connector, in the order of
 // its ports.
-void Connector::evalDepthFirst(bool incremental) {
+[[gnu::noinline]] void Connector::evalDepthFirst(bool incremental) {
   EvalVisits visits;
   visits.enter(this);
   while (Connector* connector = visits.current()) {
@@ -287,10 +283,10 @@ void Connector::dn(const BitVector& set) {
 
 void Connector::createFeasibleInters() {
   checkPortCount(mName, mPorts.count());
-  if (!isBroadcast()) {
-    createFeasibleRendezvous();
-    return;
-  }
+  isBroadcast() ? createFeasibleSets() : createFeasibleRendezvous();
+}
+
+[[gnu::noinline]] void Connector::createFeasibleSets() {
   BitVector set;
   ClearedFlags flags(mPorts);
   reportManySets(flags.enabled());
@@ -310,11 +306,23 @@ void Connector::reportManySets(const BitVector& enabled) {
 }
 
 void Connector::createFeasibleRendezvous() {
-  const BitVector all = BitVector::below(mPorts.count());
-  mFeasibleInter = guard(all) ? Interaction::CreateRealTime(this, all, all) : nullptr;
+  auto* const all = mInteractions->ofAllPorts(mPorts.count());
+  if (all == nullptr) {
+    mFeasibleInter = unknownRendezvous();
+  } else {
+    mFeasibleInter = guard(all->synced()) && all->intersectPortConstraints() ? all : nullptr;
+  }
   if (mFeasibleInter == nullptr) return;
   mFeasibleInter->setDominated(false);
   mFeasibleInter->setNext(nullptr);
+}
+
+// The interaction of all ports, looked for by its set; null when it is not possible.
+[[gnu::noinline]] Interaction* Connector::unknownRendezvous() {
+  const BitVector all = BitVector::below(mPorts.count());
+  Interaction* const found = guard(all) ? Interaction::CreateRealTime(this, all, all) : nullptr;
+  mInteractions->learnAllPorts(mPorts.count());
+  return found;
 }
 
 // Larger sets first: an enabled port without constraint is always taken, one with a constraint is
@@ -347,7 +355,7 @@ enum class Remainder {
 
 // The constraint of a set, ready to have the times of larger ones taken away.
 Constraint& timesOf(Interaction& set) {
-  if (set.constraint() == nullptr) set.useOwnConstraint(clockOf(set.connector()->holder()));
+  if (set.constraint() == nullptr) set.useOwnConstraint(set.displayClock());
   set.constraint()->setDelay(Vesk::Time(0));
   set.constraint()->setDomination(false);
   return *set.constraint();
@@ -398,7 +406,7 @@ Interaction* Connector::addFeasible(const BitVector& enabled, const BitVector& s
   return added;
 }
 
-void Connector::computexPort() {
+[[gnu::noinline]] void Connector::computexPort() {
   if (mxPort == nullptr) return;
   mxPort->setSynced(false);
   bool found = false;
@@ -447,8 +455,13 @@ void Connector::resetLink() {
   if (mLinks.count() + mDominatedPriorities.count() + mDominatorPriorities.count() == 0) {
     mEval = false;
     noteEvaluation();
-    return;
+  } else {
+    resetAll();
   }
+}
+
+// Resets this connector and all that depends on it, however long the chain is.
+[[gnu::noinline]] void Connector::resetAll() {
   Vesk::WorkStack<Connector*> pending;
   resetAlone(pending);
   while (!pending.empty()) {

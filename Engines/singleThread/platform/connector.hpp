@@ -29,7 +29,9 @@
 #define VESK_CONNECTOR_HPP
 
 #include <cstdarg>
+#include <cstddef>
 #include <initializer_list>
+#include <new>
 
 #include "interaction.hpp"
 #include "locality.hpp"
@@ -67,6 +69,17 @@ class Connector {
   Connector(const Connector&) = delete;
   Connector& operator=(const Connector&) = delete;
   virtual ~Connector();
+
+  // Large systems stand in memory of their own: objects of this class and of derived ones have it
+  // from there, unless they are large or say themselves where they have theirs from. Arrays and
+  // `::new` have theirs from the heap.
+  static void* operator new(std::size_t size);
+  static void* operator new(std::size_t size, const std::nothrow_t&) noexcept;
+  static void* operator new(std::size_t size, std::align_val_t alignment);
+  static void* operator new(std::size_t, void* place) noexcept { return place; }
+  static void operator delete(void* block, std::size_t size) noexcept;
+  static void operator delete(void* block, std::size_t size, std::align_val_t alignment) noexcept;
+  static void operator delete(void*, void*) noexcept {}
 
   // Slot order is fixed: generated code is built against it.
   // True: any set that guard() and complete() allow may fire. False: all ports together. Called at
@@ -221,10 +234,13 @@ class Connector {
   Connector* nextProvider(int& port) const;
   void evalAlone();
   void createFeasibleRendezvous();
+  Interaction* unknownRendezvous();
+  void createFeasibleSets();
   void reportManySets(const BitVector& enabled);
   Interaction* possible(const BitVector& enabled, const BitVector& set);
   Interaction* addFeasible(const BitVector& enabled, const BitVector& set, Interaction* list);
   Interaction* firstPossible(const Vesk::Time& t) const;
+  void resetAll();
   void resetAlone(Vesk::WorkStack<Connector*>& dependent);
   void noteEvaluation();
   void noteStale();

@@ -9,6 +9,7 @@
 #include "filter.hpp"
 #include "input-watch.hpp"
 #include "plain-output.hpp"
+#include "selection.hpp"
 
 namespace {
 
@@ -74,19 +75,26 @@ InteractiveExecuter::InteractiveExecuter(Compound& system, LogicalClock& clock, 
     : Executer(system, clock, semantics, scheduler, quiet, maxSimLimit, simout, IGNORED_SEED,
                maxDrift) {}
 
+// For classes of a program: a selection that knows no policy asks the filters.
 void InteractiveExecuter::choose() {
+  Vesk::Selection walk({system(), logicalClock(), interactions(), wait(), semantics(), scheduler()},
+                       false);
+  askFor(walk);
+}
+
+void InteractiveExecuter::askFor(Vesk::Selection& selection) {
   setChoice(nullptr);
   setTime(wait().low());
   Vesk::Time chosen;
   if (!askTime(chosen)) return;
   logicalClock().wait(chosen);
   wait().setLow(chosen);
-  semantics().filter(interactions(), wait());
+  selection.applySemantics();
   setTime(chosen);
-  const int rows = listExecutables();
+  const int rows = listExecutables(selection);
   int number = 0;
   if (!askNumber(rows, number) || number < 1 || number > rows) return;
-  setChoice(interactions()[static_cast<unsigned int>(number - 1)]);
+  setChoice(selection.left()[static_cast<std::size_t>(number - 1)]);
   setTime(choice()->next(chosen));
 }
 
@@ -119,14 +127,12 @@ Vesk::Time InteractiveExecuter::randomTime() {
 }
 
 // Writes the rows of the second question and returns their number.
-int InteractiveExecuter::listExecutables() {
+int InteractiveExecuter::listExecutables(Vesk::Selection& selection) {
   const Vesk::PlainOutput plain(std::cout);
   plain << LIST << time() << LIST_END;
+  selection.collectLeft();
   int rows = 0;
-  const Executables::iterator last = interactions().end();
-  for (Executables::iterator it = interactions().begin(); it != last; ++it) {
-    plain << ROW << ++rows << ROW_NUMBER_END << *it << '\n';
-  }
+  for (Executable* row : selection.left()) plain << ROW << ++rows << ROW_NUMBER_END << row << '\n';
   return rows;
 }
 

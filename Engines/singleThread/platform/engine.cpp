@@ -101,13 +101,13 @@ void Executer::initialize() {
   std::srand(static_cast<unsigned int>(mRandSeed));
 }
 
-// A policy of this engine draws from the selection; one of a program looks at what the filters have
-// left, and may do whatever it likes with it.
+// A policy of this engine chooses from the selection; one of a program looks at what the filters
+// have left, and may do whatever it likes with it.
 void Executer::run() {
   unsigned int steps = 0;
   Vesk::Selection selection(
       {system(), logicalClock(), interactions(), wait(), semantics(), scheduler()},
-      drawsByChance());
+      policyIsKnown());
   Vesk::tellStarted(system(), &logicalClock());
   for (;;) {
     beginStep(selection);
@@ -123,7 +123,7 @@ void Executer::run() {
 
 namespace {
 
-// One of each policy by chance, to tell their class by: never destroyed, and never run.
+// One of each policy, to tell their class by: never destroyed, and never run.
 struct Examples {
   Compound root{"", nullptr};
   SimuClock platform{""};
@@ -132,6 +132,7 @@ struct Examples {
   EmptyScheduler scheduler;
   StandardExecuter standard{root, clock, semantics, scheduler, true, 1, std::cout, 1, 0};
   RandomExecuter random{root, clock, semantics, scheduler, true, 1, std::cout, 1, 0};
+  InteractiveExecuter interactive{root, clock, semantics, scheduler, true, 1, std::cout, 0};
 };
 
 const Examples& examples() {
@@ -145,11 +146,12 @@ bool isOf(const Executer& executer, const Executer& example) {
 
 }  // namespace
 
-// Whether the class is one of those below; a random time is drawn from what the semantics leaves.
-bool Executer::drawsByChance() const {
+// Whether the class is one of this engine. The last two apply the semantics once more at a time of
+// their own, and what a scheduler left before that is known only when it leaves everything.
+bool Executer::policyIsKnown() const {
   if (isOf(*this, examples().standard)) return true;
-  return isOf(*this, examples().random) &&
-         Vesk::tableOf(mScheduler) == Vesk::tableOf<Filter>(examples().scheduler);
+  if (!isOf(*this, examples().random) && !isOf(*this, examples().interactive)) return false;
+  return Vesk::tableOf(mScheduler) == Vesk::tableOf<Filter>(examples().scheduler);
 }
 
 void Executer::beginStep(Vesk::Selection& selection) {
@@ -211,7 +213,7 @@ bool Executer::driftIsBounded() {
 // (docs/decisions/0008-an-interactive-run-ends-with-a-bug-line.md)
 bool Executer::pickExecutable(Vesk::Selection& selection) {
   selection.applyScheduler();
-  if (selection.byChance()) {
+  if (selection.policyIsKnown()) {
     chooseFrom(selection);
   } else {
     choose();
@@ -260,15 +262,17 @@ Executable* Executer::pickAtRandom() {
   return *(interactions().begin() + index);
 }
 
-// What choose() of the two classes below does.
+// What choose() of the classes of this engine does.
 void Executer::chooseFrom(Vesk::Selection& selection) {
+  if (isOf(*this, examples().interactive)) {
+    return static_cast<InteractiveExecuter&>(*this).askFor(selection);
+  }
   if (isOf(*this, examples().random)) {
     wait().setLow(drawTime());
     selection.applySemantics();
   }
-  const Vesk::Time now = wait().low();
   setChoice(selection.pick());
-  setTime(choice() != nullptr ? choice()->next(now) : now);
+  setTime(choice() != nullptr ? selection.next() : wait().low());
 }
 
 // Deliberate: the latest possible time is never drawn unless it is the only one, because a seed

@@ -163,7 +163,7 @@ class Executer : public Engine {
   int mRandSeed;
 
  private:
-  bool drawsByChance() const;
+  bool policyIsKnown() const;
   void beginStep(Vesk::Selection& selection);
   bool semanticsLeavesSomething(Vesk::Selection& selection);
   void catchUpWithPlatform(Vesk::Selection& selection);
@@ -209,12 +209,15 @@ class InteractiveExecuter : public Executer {
   void choose() override;
 
  private:
+  friend class Executer;
+
+  void askFor(Vesk::Selection& selection);
   // Both questions are asked again until the answer is valid; false at the end of input. Times are
   // read in milliseconds.
   bool askTime(Vesk::Time& chosen);
   bool askNumber(int rows, int& number);
   Vesk::Time randomTime();
-  int listExecutables();
+  int listExecutables(Vesk::Selection& selection);
 };
 
 #endif

@@ -9,24 +9,19 @@
 #include "connector.hpp"
 #include "constraint.hpp"
 #include "interaction-index.hpp"
+#include "names.hpp"
 #include "on-demand.hpp"
 #include "port.hpp"
+
+using Vesk::textOf;
 
 HashTable<Interaction> Interaction::TABLE;
 
 namespace {
 
-const char* textOf(const char* name) {
-  return name != nullptr ? name : "";
-}
-
 // Writes a text as it is, whatever width the model has left on the stream.
 void write(const char* text) {
   std::cout.write(text, static_cast<std::streamsize>(std::strlen(text)));
-}
-
-const GenericClock* clockOf(const Compound* compound) {
-  return compound != nullptr ? compound->clock() : nullptr;
 }
 
 }  // namespace
@@ -80,7 +75,6 @@ Interaction* Interaction::CreateRealTime(const Connector* connector, const BitVe
   return interaction->intersectPortConstraints() ? interaction : nullptr;
 }
 
-// Whether there is a time at which it is possible.
 // A constraint that somebody else has set is used again as it would be if it were the own one.
 bool Interaction::intersectPortConstraints() {
   const Array<Port, false>& ports = mConnector->ports();
@@ -100,8 +94,8 @@ bool Interaction::intersectPortConstraints() {
 }
 
 // Makes it the constraint that always holds, over the clock of the connector's holder.
-void Interaction::resetConstraint() {
-  const GenericClock* clock = clockOf(mConnector->holder());
+[[gnu::noinline]] void Interaction::resetConstraint() {
+  const GenericClock* clock = Interaction::displayClock();
   if (mConstraint == nullptr) {
     useOwnConstraint(clock);
   } else {

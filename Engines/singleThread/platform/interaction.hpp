@@ -153,8 +153,11 @@ class Interaction : public Executable {
   Array<Priority, false> mInhibitors;
   Interaction* mNext;
 
- private:
+  // Makes the intersection of the constraints of the set's ports its constraint. False when that is
+  // empty: there is no time at which it is possible.
   bool intersectPortConstraints();
+
+ private:
   void noteFired() const;
   void resetConstraint();
 };

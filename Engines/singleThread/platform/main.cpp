@@ -8,6 +8,7 @@
 #include <exception>
 #include <memory>
 
+#include "blocks.hpp"
 #include "clock.hpp"
 #include "component.hpp"
 #include "engine.hpp"
@@ -29,7 +30,11 @@ constexpr int MODEL_THREW = 3;  // exit status: an exception came out of model c
 // ends the process.
 Compound* root = nullptr;
 
+// Whether the process ends when the run has ended.
+bool endsProcess = false;
+
 void deleteRoot() {
+  if (endsProcess) Vesk::Blocks::leaveAll();
   delete root;
   root = nullptr;
 }
@@ -160,5 +165,6 @@ int Vesk::runProgram(int argc, char** argv) {
 }
 
 int main(int argc, char** argv) {
+  endsProcess = true;
   return Vesk::runProgram(argc, argv);
 }

@@ -5,21 +5,21 @@
 #include <cstring>
 #include <string>
 
+#include "blocks.hpp"
 #include "clock.hpp"
 #include "component.hpp"
 #include "connector.hpp"
 #include "constraint.hpp"
 #include "internal-ports.hpp"
+#include "names.hpp"
 #include "structure.hpp"
+
+using Vesk::textOf;
 
 namespace {
 
 const char* const NOT_SYNCED =
     "ERROR: the port %s.%s seems to appars several time in a connector\n";
-
-const char* textOf(const char* name) {
-  return name != nullptr ? name : "";
-}
 
 const char* nameOf(const Component* component) {
   return component != nullptr ? textOf(component->name()) : "";
@@ -56,7 +56,7 @@ Port::Port(const char* name, const Connector* holder) : Port(name, static_cast<A
 
 Port::~Port() {
   std::free(mLongLabel);
-  std::free(mName);
+  Vesk::endName(mName);
 }
 
 // ---- Label -------------------------------------------------------------------------------------

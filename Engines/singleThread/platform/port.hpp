@@ -15,6 +15,9 @@
 #ifndef VESK_PORT_HPP
 #define VESK_PORT_HPP
 
+#include <cstddef>
+#include <new>
+
 #include "executable.hpp"
 
 class Atom;
@@ -32,6 +35,17 @@ class Port : public Executable {
   Port(const char* name, const Atom* holder);
   Port(const char* name, const Connector* holder);
   ~Port() override;
+
+  // Large systems stand in memory of their own: objects of this class and of derived ones have it
+  // from there, unless they are large or say themselves where they have theirs from. Arrays and
+  // `::new` have theirs from the heap.
+  static void* operator new(std::size_t size);
+  static void* operator new(std::size_t size, const std::nothrow_t&) noexcept;
+  static void* operator new(std::size_t size, std::align_val_t alignment);
+  static void* operator new(std::size_t, void* place) noexcept { return place; }
+  static void operator delete(void* block, std::size_t size) noexcept;
+  static void operator delete(void* block, std::size_t size, std::align_val_t alignment) noexcept;
+  static void operator delete(void*, void*) noexcept {}
 
   // Slot order is fixed: generated code is built against it.
   // "atom:port", or "compound:connector" for an exported port. Built once; the text belongs to the

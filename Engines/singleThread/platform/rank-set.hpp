@@ -33,23 +33,25 @@ class RankSet {
     std::uint64_t& word = mWords[number / BITS];
     const bool known = word != 0;
     word |= bit(number);
-    if (!known) addAbove(number / BITS);
+    if (!known && mHeight > 1) addAbove(number / BITS);
   }
   void remove(std::size_t number) {
     std::uint64_t& word = mWords[number / BITS];
     word &= ~bit(number);
-    if (word == 0) removeAbove(number / BITS);
+    if (word == 0 && mHeight > 1) removeAbove(number / BITS);
   }
 
   // The smallest number of the set that is not below, and the largest one that is below the given
   // number; NONE when there is none. Requires: not above the limit.
   std::size_t from(std::size_t number) const {
     const std::uint64_t word = mWords[number / BITS] >> (number % BITS);
-    return word != 0 ? number + lowestBit(word) : fromAbove(number / BITS + 1);
+    if (word != 0) return number + lowestBit(word);
+    return mHeight > 1 ? fromAbove(number / BITS + 1) : NONE;
   }
   std::size_t below(std::size_t number) const {
     const std::uint64_t word = mWords[number / BITS] & (bit(number) - 1);
-    return word != 0 ? number / BITS * BITS + highestBit(word) : belowAbove(number / BITS);
+    if (word != 0) return number / BITS * BITS + highestBit(word);
+    return mHeight > 1 ? belowAbove(number / BITS) : NONE;
   }
 
  private:
@@ -77,7 +79,7 @@ class RankSet {
   }
 
   // The same on the levels above the numbers, from the given word of theirs on.
-  void addAbove(std::size_t number) {
+  [[gnu::noinline]] void addAbove(std::size_t number) {
     for (std::size_t height = 1; height < mHeight; ++height) {
       std::uint64_t& word = wordOf(height, number);
       const bool known = word != 0;
@@ -86,7 +88,7 @@ class RankSet {
       number /= BITS;
     }
   }
-  void removeAbove(std::size_t number) {
+  [[gnu::noinline]] void removeAbove(std::size_t number) {
     for (std::size_t height = 1; height < mHeight; ++height) {
       std::uint64_t& word = wordOf(height, number);
       word &= ~bit(number);
@@ -94,7 +96,7 @@ class RankSet {
       number /= BITS;
     }
   }
-  std::size_t fromAbove(std::size_t number) const {
+  [[gnu::noinline]] std::size_t fromAbove(std::size_t number) const {
     for (std::size_t height = 1; height < mHeight; ++height) {
       const std::size_t index = number / BITS;
       if (index >= mLevels[height].count) return NONE;
@@ -104,7 +106,7 @@ class RankSet {
     }
     return NONE;
   }
-  std::size_t belowAbove(std::size_t number) const {
+  [[gnu::noinline]] std::size_t belowAbove(std::size_t number) const {
     for (std::size_t height = 1; height < mHeight; ++height) {
       const std::size_t index = number / BITS;
       const std::uint64_t word = wordOf(height, number) & (bit(number) - 1);

@@ -194,6 +194,8 @@ void Scheduler::setDeadline(Vesk::Time now) {
 }
 
 // One choice among interactions and ports, so that equal ones of both kinds have the same chance.
+// All are asked: which one is the better of two depends on those before it, and each equal one
+// takes a draw.
 void Scheduler::rt_choose(Vesk::Time now) {
   Choice choice(mDelta);
   everyCandidate(mLegal, mInternals, now, mLogicalClock, [&choice](const Candidate& candidate) {

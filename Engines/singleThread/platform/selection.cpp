@@ -21,18 +21,21 @@ using Vesk::Times;
 
 namespace {
 
-constexpr unsigned int FEW_STEPS = 8;      // an agenda that has served fewer has not paid
-constexpr unsigned int MOST_WALKS = 1023;  // between two attempts
+constexpr unsigned int FEW_STEPS = 8;       // an agenda that has served fewer has not paid
+constexpr unsigned int MOST_WALKED = 1023;  // between two attempts
 
 constexpr std::size_t FEW_REFRESHED = 8;  // slots that are remembered
 
-Number maximum() {
-  return Time::MAX.microseconds();
-}
-
 // Whether a time is none of those that the operations of times treat in a special way.
 bool isOrdinary(Number t) {
-  return Time::MIN.microseconds() < t && t < maximum();
+  return Time::MIN.microseconds() < t && t < Times::MAX;
+}
+
+// Whether sums with ordinary times may not fit into 64 bits: those wrap around, and nothing stays
+// in order.
+bool isFar(const Time& t) {
+  constexpr Number FAR = Number{1} << 62;
+  return t.microseconds() < -FAR || t.microseconds() > FAR;
 }
 
 // Later by some time; infinite times stay as they are.
@@ -83,17 +86,19 @@ bool foretell(Constraint& constraint, Number shift, const Time& now, Times& resu
   while (index < constraint.size() && constraint[index].high() < Time(static_cast<long long>(t))) {
     ++index;
   }
-  result = {maximum(), maximum(), maximum(), false};
+  result = {Times::MAX, Times::MAX, Times::MAX, false};
   if (index == constraint.size()) return true;
   const Interval& interval = constraint[index];
+  const Time deadline = deadlineFrom(constraint, index);
+  if (isFar(interval.low()) || isFar(interval.high()) || isFar(deadline)) return false;
   const bool unbounded = interval.high() == Time::MAX;
   result.low = shifted(interval.low(), shift);
   result.eager = interval.urgency() == EAGER;
-  result.deadline = shifted(deadlineFrom(constraint, index), shift);
-  if (unbounded && shift < 0) result.until = maximum() + shift - 1;
+  result.deadline = shifted(deadline, shift);
+  if (unbounded && shift < 0) result.until = Times::MAX + shift - 1;
   if (!unbounded && interval.urgency() == LAZY)
     result.until = interval.high().microseconds() + shift;
-  return result.deadline <= maximum() && (!result.eager || result.low < maximum());
+  return result.deadline <= Times::MAX && (!result.eager || result.low < Times::MAX);
 }
 
 // Whether an object is of the class of another one. Models may be built without run-time type
@@ -104,7 +109,7 @@ bool isLike(const Base& object, const Base& other) {
 }
 
 bool isPlainScheduler(const Filter& scheduler, Vesk::Agenda::Policy& policy, Number& margin) {
-  margin = maximum();
+  margin = Times::MAX;
   policy = Vesk::Agenda::Policy::EVERYTHING;
   if (scheduler.level() != 1) return false;
   if (isLike<Filter>(scheduler, EmptyScheduler())) return true;
@@ -112,7 +117,7 @@ bool isPlainScheduler(const Filter& scheduler, Vesk::Agenda::Policy& policy, Num
   if (isLike<Filter>(scheduler, EDFScheduler())) return true;
   if (!isLike<Filter>(scheduler, EDFdeltaScheduler(Time::MAX))) return false;
   margin = static_cast<const EDFdeltaScheduler&>(scheduler).delta().microseconds();
-  return 0 <= margin && margin <= maximum();
+  return 0 <= margin && margin <= Times::MAX;
 }
 
 bool isPlainSemantics(const Filter& semantics) {
@@ -143,9 +148,9 @@ bool PortTimes::shift(const Port& port, const LogicalClock& clock, Number& resul
 
 // ---- Selection ---------------------------------------------------------------------------------
 
-Selection::Selection(const Run& run, bool byChance)
+Selection::Selection(const Run& run, bool policyIsKnown)
     : mRun(run),
-      mByChance(byChance),
+      mPolicyIsKnown(policyIsKnown),
       mForetells(false),
       mPolicy(Agenda::Policy::EVERYTHING),
       mMargin(0),
@@ -161,7 +166,7 @@ Selection::Selection(const Run& run, bool byChance)
       mSteps(0),
       mAsked(0),
       mScheduled(false) {
-  mForetells = byChance && isPlainSemantics(run.semantics) &&
+  mForetells = policyIsKnown && isPlainSemantics(run.semantics) &&
                isPlainScheduler(run.scheduler, mPolicy, mMargin);
 }
 
@@ -231,17 +236,53 @@ Executable* Selection::pick() {
   if (count == 0) return nullptr;
   const long double fraction = std::rand() * 0x1p-31L;
   const auto index = static_cast<std::size_t>(count * fraction);
-  if (mWay == Way::SHORT) return mFew.at(index);
+  if (mWay == Way::SHORT) {
+    mNext = Time(static_cast<long long>(mFew.nextAt(index)));
+    return mFew.at(index);
+  }
   if (mWay == Way::AGENDA) {
-    std::size_t slot = 0;
-    if (Executable* const picked = mAgenda->at(index, slot)) {
-      lookAhead(slot, *picked);
+    Agenda::Place place{};
+    if (Executable* const picked = mAgenda->at(index, place)) {
+      mNext = Time(static_cast<long long>(place.next));
+      lookAhead(place.slot, *picked);
       return picked;
     }
     walkAgain();
   }
-  const int walked = mRun.executables.count();
-  return walked > 0 ? *(mRun.executables.begin() + static_cast<int>(walked * fraction)) : nullptr;
+  return pickByWalk(fraction);
+}
+
+Executable* Selection::pickByWalk(long double fraction) {
+  const int count = mRun.executables.count();
+  if (count == 0) return nullptr;
+  Executable* const picked = *(mRun.executables.begin() + static_cast<int>(count * fraction));
+  mNext = picked->next(mRun.wait.low());
+  return picked;
+}
+
+// All of it before any is given: what the agenda does not know any more makes the step a walk.
+void Selection::collectLeft() {
+  mLeft.clear();
+  if (mWay == Way::AGENDA && !collectFromAgenda()) walkAgain();
+  if (mWay == Way::SHORT) {
+    for (std::size_t i = 0; i < mFew.count(); ++i) mLeft.push_back(mFew.at(i));
+  } else if (mWay == Way::WALK) {
+    const Executables::iterator last = mRun.executables.end();
+    for (auto it = mRun.executables.begin(); it != last; ++it) mLeft.push_back(*it);
+  }
+}
+
+bool Selection::collectFromAgenda() {
+  Agenda::Place place{};
+  for (std::size_t i = 0; i < mAgenda->count(); ++i) {
+    Executable* const found = mAgenda->at(i, place);
+    if (found == nullptr) {
+      mLeft.clear();
+      return false;
+    }
+    mLeft.push_back(found);
+  }
+  return true;
 }
 
 std::size_t Selection::numberOf(std::size_t slot) const {
@@ -296,7 +337,7 @@ bool Selection::takeUpFew() {
 }
 
 bool Selection::addFew(Executable& executable, Number shift, const Time& now) {
-  Times times{Time::MIN.microseconds(), maximum(), maximum(), false};
+  Times times{Time::MIN.microseconds(), Times::MAX, Times::MAX, false};
   Constraint* const constraint = executable.constraint();
   if (constraint != nullptr && !foretell(*constraint, shift, now, times)) return false;
   if (!mFew.add(executable, times)) return false;
@@ -407,7 +448,7 @@ bool Selection::refreshConnector(std::size_t slot, const Time& now) {
   for (Interaction* feasible : Chain(connector->feasibleInter())) {
     if (feasible->dominated()) continue;
     if (!isPlain(*feasible)) return false;
-    Times times{Time::MIN.microseconds(), maximum(), maximum(), false};
+    Times times{Time::MIN.microseconds(), Times::MAX, Times::MAX, false};
     Constraint* const constraint = feasible->constraint();
     if (constraint != nullptr && !foretell(*constraint, 0, now, times)) return false;
     before = mAgenda->add(slot, before, *feasible, times);
@@ -464,7 +505,7 @@ bool Selection::openAt(const Time& t) {
 // The marks are no longer those that the agenda knows.
 void Selection::giveUp() {
   mPlanNumber = 0;
-  mPatience = mSteps < FEW_STEPS ? std::min(2 * mPatience + 1, MOST_WALKS) : 1;
+  mPatience = mSteps < FEW_STEPS ? std::min(2 * mPatience + 1, MOST_WALKED) : 1;
   mWalks = mPatience;
 }
 

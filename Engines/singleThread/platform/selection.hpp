@@ -36,19 +36,22 @@ class PortTimes {
   static bool shift(const Port& port, const LogicalClock& clock, Times::Number& result);
 };
 
-// Does for a step what the filters and the draw do, either by asking them, which walks all
-// executables, or from an agenda, which looks only at what has changed. Marks, the interval of
-// times and the choice are the same.
+// Does for a step what the filters, the draw and the list of a dialogue do, either by asking the
+// filters, which walks all executables, or from an agenda, which looks only at what has changed.
+// Marks, the interval of times and the choice are the same.
 //
-// The agenda is used in large systems, by policies that draw by chance with the filters of this
-// engine, and while every executable can be foretold: as long as its atom does not move, its times
-// follow from its constraint and a running clock. Those of ports over clocks that stand still or
-// have a class of the model are not foretold, nor those of executables whose class has a deadline()
-// or next() of its own. Such a step is walked, and so are some after it. A step that has only a few
+// The agenda is used in large systems, by the policies of this engine with filters of this engine,
+// and while every executable can be foretold: as long as its atom does not move, its times follow
+// from its constraint and a running clock. Those of ports over clocks that stand still or have a
+// class of the model are not foretold, nor those of executables whose class has a deadline() or
+// next() of its own. Such a step is walked, and so are some after it. A step that has only a few
 // executables goes by a short agenda of its own, in small systems too.
+//
+// Always walked are the runs of policies that apply the semantics at a time of their own when the
+// scheduler is another one than EmptyScheduler: whom that has removed the agenda would forget.
 class Selection {
  public:
-  // What the run has. Without chance the policy walks by itself.
+  // What the run has. A policy that is not known walks by itself.
   struct Run {
     Compound& system;
     const LogicalClock& clock;
@@ -58,8 +61,8 @@ class Selection {
     const Filter& scheduler;
   };
 
-  Selection(const Run& run, bool byChance);
-  bool byChance() const { return mByChance; }
+  Selection(const Run& run, bool policyIsKnown);
+  bool policyIsKnown() const { return mPolicyIsKnown; }
   Selection(const Selection&) = delete;
   Selection& operator=(const Selection&) = delete;
   ~Selection();
@@ -73,6 +76,11 @@ class Selection {
   void applyScheduler();
   // One of what is left, drawn uniformly with one rand(); null, and no draw, when there is nothing.
   Executable* pick();
+  // When that can fire.
+  const Time& next() const { return mNext; }
+  // Takes together all that is left, in the order of the walk, in a time in proportion to that.
+  void collectLeft();
+  const std::vector<Executable*>& left() const { return mLeft; }
 
  private:
   // How a step filters.
@@ -92,6 +100,8 @@ class Selection {
   bool openFewAt(const Time& t);
   void leaveWhenFew();
   std::size_t count() const;
+  Executable* pickByWalk(long double fraction);
+  bool collectFromAgenda();
   std::size_t numberOf(std::size_t slot) const;
   void lookAhead();
   void lookAhead(std::size_t slot, Executable& picked);
@@ -112,7 +122,7 @@ class Selection {
   void walkAgain();
 
   const Run mRun;
-  const bool mByChance;
+  const bool mPolicyIsKnown;
   bool mForetells;         // it knows the policy and the filters
   Agenda::Policy mPolicy;  // if so
   Times::Number mMargin;
@@ -125,6 +135,7 @@ class Selection {
   Agenda::Id mUpcoming;  // slot of what will be enabled next, perhaps
   Time mOpened;          // the last semantics of the agenda, and what it has returned
   Time mLatest;
+  Time mNext;  // of what has been picked
   Way mWay;
   std::size_t mFewSteps;       // since the agenda had more than a few executables
   unsigned int mWalks;         // steps before the next attempt
@@ -138,6 +149,7 @@ class Selection {
   std::vector<User> mMoreUsers;
   std::vector<std::size_t> mRefreshed;        // slots in this step; no more than a few
   std::vector<const GenericClock*> mClockOf;  // of the ports by slot, behind the connectors
+  std::vector<Executable*> mLeft;             // see collectLeft()
 };
 
 }  // namespace Vesk

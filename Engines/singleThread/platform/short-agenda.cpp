@@ -4,13 +4,6 @@
 
 #include "executable.hpp"
 
-namespace {
-
-constexpr unsigned int CLOSED_MARK = 1;  // that of the semantics
-constexpr unsigned int LATER_MARK = 2;   // that of the scheduler
-
-}  // namespace
-
 namespace Vesk {
 
 bool ShortAgenda::add(Executable& executable, const Times& times) {
@@ -26,17 +19,16 @@ void ShortAgenda::remove(Entry& entry, unsigned int mark) {
 }
 
 Times::Number ShortAgenda::open(Number t, Number latest) {
-  const Number maximum = Time::MAX.microseconds();
   for (std::size_t i = 0; i < mCount; ++i) {
     Entry& entry = mEntries[i];
     if (!entry.left) continue;
-    entry.next = entry.times.low < maximum ? std::max(entry.times.low, t) : maximum;
+    entry.next = entry.times.low < Times::MAX ? std::max(entry.times.low, t) : Times::MAX;
     entry.deadline = entry.times.eager ? entry.next : entry.times.deadline;
     latest = std::min(latest, entry.deadline);
   }
   for (std::size_t i = 0; i < mCount; ++i) {
     Entry& entry = mEntries[i];
-    if (entry.left && (entry.next >= maximum || entry.next > latest)) remove(entry, CLOSED_MARK);
+    if (entry.left && (entry.next >= Times::MAX || entry.next > latest)) remove(entry, CLOSED_MARK);
   }
   return latest;
 }
@@ -47,16 +39,16 @@ void ShortAgenda::lower(Pair& pair, Number first, Number second) {
 }
 
 void ShortAgenda::choose(Number margin) {
-  const Number maximum = Time::MAX.microseconds();
-  Pair urgent{maximum, maximum};   // deadline, next
-  Pair soonest{maximum, maximum};  // next, deadline
+  if (mCount < 2) return;
+  Pair urgent{Times::MAX, Times::MAX};   // deadline, next
+  Pair soonest{Times::MAX, Times::MAX};  // next, deadline
   for (std::size_t i = 0; i < mCount; ++i) {
     const Entry& entry = mEntries[i];
     if (!entry.left) continue;
     lower(urgent, entry.deadline, entry.next);
     lower(soonest, entry.next, entry.deadline);
   }
-  const bool waits = margin != maximum && soonest.first + margin < urgent.first;
+  const bool waits = margin != Times::MAX && soonest.first + margin < urgent.first;
   const Pair limit = waits ? Pair{soonest.second, soonest.first} : urgent;
   for (std::size_t i = 0; i < mCount; ++i) {
     Entry& entry = mEntries[i];
@@ -73,10 +65,10 @@ std::size_t ShortAgenda::count() const {
   return left;
 }
 
-Executable* ShortAgenda::at(std::size_t index) const {
+const ShortAgenda::Entry& ShortAgenda::entryAt(std::size_t index) const {
   std::size_t i = 0;
   while (!mEntries[i].left || index-- > 0) ++i;
-  return mEntries[i].executable;
+  return mEntries[i];
 }
 
 }  // namespace Vesk

@@ -33,7 +33,9 @@ class ShortAgenda {
   void choose(Times::Number margin);
   // How many are left, and number n of them in the order of the walk.
   std::size_t count() const;
-  Executable* at(std::size_t index) const;
+  Executable* at(std::size_t index) const { return entryAt(index).executable; }
+  // When that can fire.
+  Times::Number nextAt(std::size_t index) const { return entryAt(index).next; }
 
  private:
   using Number = Times::Number;
@@ -53,6 +55,7 @@ class ShortAgenda {
 
   static void lower(Pair& pair, Number first, Number second);
   static void remove(Entry& entry, unsigned int mark);
+  const Entry& entryAt(std::size_t index) const;
 
   std::array<Entry, MOST> mEntries;
   std::size_t mCount = 0;

@@ -5,10 +5,30 @@
 #include <iostream>
 #include <new>
 
+#include "blocks.hpp"
+
 namespace Vesk {
+
+namespace {
+
+// Longer lists are few, and the heap makes them longer where they stand.
+constexpr std::size_t LONG_LIST = 128;
+
+bool isShort(std::size_t bytes) {
+  return bytes <= LONG_LIST && Blocks::fits(bytes);
+}
+
+// How large the block of a list was that models ask to grow to so many bytes which were compiled
+// before there was growList(): n pointers became n + n / 3 + 1.
+std::size_t bytesBefore(std::size_t bytes) {
+  return bytes / sizeof(void*) * 3 / 4 * sizeof(void*);
+}
+
+}  // namespace
 
 void* reallocate(void* block, std::size_t bytes) {
   assert(bytes > 0);
+  if (block != nullptr && Blocks::has(block)) return growList(block, bytesBefore(bytes), bytes);
   for (;;) {
     if (void* moved = std::realloc(block, bytes)) return moved;
     // Lets the new-handler make room, and reports exhausted memory when it cannot.
@@ -16,10 +36,29 @@ void* reallocate(void* block, std::size_t bytes) {
   }
 }
 
+void* growList(void* former, std::size_t formerBytes, std::size_t bytes) {
+  if (former != nullptr && !Blocks::has(former)) return reallocate(former, bytes);
+  void* const block = isShort(bytes) ? Blocks::take(bytes) : reallocate(nullptr, bytes);
+  if (former == nullptr) return block;
+  std::memcpy(block, former, formerBytes);
+  Blocks::giveBack(former, formerBytes);
+  return block;
+}
+
+void endList(void* block, std::size_t bytes) noexcept {
+  if (Blocks::has(block)) {
+    Blocks::giveBack(block, bytes);
+  } else {
+    std::free(block);
+  }
+}
+
 char* duplicate(const char* text) {
   if (text == nullptr) return nullptr;
   const std::size_t bytes = std::strlen(text) + 1;
-  return static_cast<char*>(std::memcpy(reallocate(nullptr, bytes), text, bytes));
+  void* block = std::malloc(bytes);
+  if (block == nullptr) block = reallocate(nullptr, bytes);
+  return static_cast<char*>(std::memcpy(block, text, bytes));
 }
 
 }  // namespace Vesk
@@ -90,10 +129,12 @@ std::size_t BitVector::scattered() const {
 // interactions knows the chains that follow. (docs/decisions/0016-the-hash-number-of-a-set.md)
 unsigned int BitVector::hash(unsigned int n) const {
   assert(n != 0);
-  unsigned int h = m_data[0] % n;
-  h = (h + m_data[1]) % n;
-  h = (h + m_data[2]) % n;
-  return (h + m_data[3]) % n;
+  unsigned int h = 0;
+  for (const unsigned int word : m_data) {
+    h += word;
+    if (h >= n) h %= n;  // most sums are small, and divisions take long
+  }
+  return h;
 }
 
 void BitVector::print() const {

@@ -38,6 +38,13 @@ namespace Vesk {
 // block gives a new one. The caller frees with std::free. Requires: bytes is not 0.
 void* reallocate(void* block, std::size_t bytes);
 
+// For lists: a larger block with what stands in the former one, which may be null or one from
+// reallocate() and ends; exhausted memory is reported as operator new reports it. The caller frees
+// with endList(), which takes the same blocks. Requires: formerBytes is the size of the former
+// block, bytes that of the block.
+void* growList(void* former, std::size_t formerBytes, std::size_t bytes);
+void endList(void* block, std::size_t bytes) noexcept;
+
 // strdup() that never gives null for a text: exhausted memory is reported as operator new reports
 // it. A null text stays null. The caller frees with std::free. All names of components, ports and
 // clocks are copied by it.
@@ -175,9 +182,12 @@ class Array {
 
   // An empty list with room for n elements; it grows beyond them as needed. A number below 1 means
   // no room yet.
-  Array(int n) : m_elem(nullptr), m_count(0), m_size(n > 0 ? n : 0) { reserve(m_size); }
-  // For the lists of the engine's classes, most of which stay empty: it has no block before the
-  // first element comes, then one for four.
+  Array(int n)
+      : m_elem(static_cast<T**>(Vesk::reallocate(nullptr, bytesOf(n)))),
+        m_count(0),
+        m_size(n > 0 ? n : 0) {}
+  // For the lists of the engine's classes, most of which stay empty or short: it has no block
+  // before the first element comes, then one for two.
   explicit Array(const Vesk::OnDemand&) : m_elem(nullptr), m_count(0), m_size(0) {}
   // A list is not copied: of two with the same elements both would delete them.
   Array(const Array&) = delete;
@@ -189,7 +199,7 @@ class Array {
     if constexpr (Owning) {
       for (int i = 0; i < m_count; ++i) delete m_elem[i];
     }
-    std::free(m_elem);
+    if (m_elem != nullptr) Vesk::endList(m_elem, bytesOf(m_size));
   }
 
   // How many elements there are, null ones and duplicates included. A list that grows while a loop
@@ -217,23 +227,26 @@ class Array {
   }
 
  protected:
-  T** m_elem;  // malloc; freed by the destructor; null while a list that is made on demand is empty
+  // Freed by the destructor: malloc, or for a list that is made on demand a block of growList(),
+  // and null while that is empty.
+  T** m_elem;
   int m_count;  // elements in use
   int m_size;   // room
 
  private:
-  static constexpr int FIRST_ROOM = 4;
+  static constexpr int FIRST_ROOM = 2;
 
   // Makes room for a third more elements, and one, so that adding costs the same on average however
   // long the list is. A list without a block was made on demand; models that were compiled before
   // there were such lists give it room for one, which works as well.
-  void resize() { reserve(m_elem == nullptr ? FIRST_ROOM : m_count + m_count / 3 + 1); }
-  // Moves the list to a block of so many pointers, at least one; pointers into the old one are
-  // stale.
-  void reserve(int size) {
-    const std::size_t bytes = static_cast<std::size_t>(size > 0 ? size : 1) * sizeof(T*);
-    m_elem = static_cast<T**>(Vesk::reallocate(m_elem, bytes));
+  void resize() {
+    const int size = m_elem == nullptr ? FIRST_ROOM : m_count + m_count / 3 + 1;
+    m_elem = static_cast<T**>(Vesk::growList(m_elem, bytesOf(m_count), bytesOf(size)));
     m_size = size;
+  }
+  // Of a block of so many pointers, at least one.
+  static std::size_t bytesOf(int size) {
+    return static_cast<std::size_t>(size > 0 ? size : 1) * sizeof(T*);
   }
 };
 
