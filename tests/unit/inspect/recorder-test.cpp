@@ -57,31 +57,46 @@ TEST_F(RecorderTest, AConnectorThatIsImpossibleAtTimeZeroFiresNoPort) {
   EXPECT_EQ(Json::array({2}), fired[2]["ports"]);
 }
 
-TEST_F(RecorderTest, IntervalsOverNoClockOrInARunWithoutTimeAreAsTheyStand) {
-  TestAtom* a = system.atom("A");
-  SimuClock platform("p");
-  LogicalClock clock("l", platform);
-  clock.wait(Time(100));
-  auto* own = new Clock("own", clock);
-  a->clocks().add(own);
-  own->reset();
-  auto* since = new Constraint(own, Time(5), Time(9), EAGER);
-  a->constraints().add(since);
-  system.rendezvous("k", a->enabled("p", a->within(Time(5), Time(9))));
-  system.rendezvous("m", a->enabled("q", since));
-  const auto enabled = [&](const LogicalClock* logical) {
+namespace {
+
+// A constraint over a clock that was reset at 100, and one over none.
+class RecorderIntervalsTest : public RecorderTest {
+ protected:
+  RecorderIntervalsTest() {
+    clock.wait(Time(100));
+    TestAtom* a = system.atom("A");
+    auto* own = new Clock("own", clock);
+    a->clocks().add(own);
+    own->reset();
+    auto* since = new Constraint(own, Time(5), Time(9), EAGER);
+    a->constraints().add(since);
+    system.rendezvous("k", a->enabled("p", a->within(Time(5), Time(9))));
+    system.rendezvous("m", a->enabled("q", since));
+  }
+  Json enabledIn(const LogicalClock* logical) {
     recorder.started(system, logical);
     recorder.stepBegins(system.activate(false), nullptr);
     recorder.stepEnds();
-  };
-  enabled(&clock);
-  enabled(nullptr);
-  recorder.finish();
-  const Json timed = lines().at(1)["enabled"];
-  EXPECT_EQ(Json::parse(R"([[105,109,"eager"]])"), timed[0]["intervals"]);
-  EXPECT_EQ(Json::parse(R"([[5,9,"lazy"]])"), timed[1]["intervals"]);
-  const Json untimed = lines().at(3)["enabled"];
-  EXPECT_EQ(Json::parse(R"([[5,9,"eager"]])"), untimed[0]["intervals"]);
+    recorder.finish();
+    return lines().at(1)["enabled"];
+  }
+
+  SimuClock platform{"p"};
+  LogicalClock clock{"l", platform};
+};
+
+}  // namespace
+
+TEST_F(RecorderIntervalsTest, AreInTheModelsTimeInARunWithTime) {
+  const Json enabled = enabledIn(&clock);
+  EXPECT_EQ(Json::parse(R"([[105,109,"eager"]])"), enabled[0]["intervals"]);
+  EXPECT_EQ(Json::parse(R"([[5,9,"lazy"]])"), enabled[1]["intervals"]);
+}
+
+TEST_F(RecorderIntervalsTest, AreAsTheyStandInARunWithout) {
+  const Json enabled = enabledIn(nullptr);
+  EXPECT_EQ(Json::parse(R"([[5,9,"eager"]])"), enabled[0]["intervals"]);
+  EXPECT_EQ(Json::parse(R"([[5,9,"lazy"]])"), enabled[1]["intervals"]);
 }
 
 TEST_F(RecorderTest, AnExplorationIsSaidNotToBeRecorded) {
