@@ -6,10 +6,12 @@
 #include <cstdlib>
 #include <functional>
 
-// What sanitizers have that look for leaks and stale pointers. Null in programs without one.
+// What tools have that look for leaks and stale pointers, or measure the heap: two sanitizers, and
+// those of Valgrind in their place of malloc(). Null in programs without one.
 extern "C" {
-[[gnu::weak]] void __asan_init();  // NOLINT(bugprone-reserved-identifier)
-[[gnu::weak]] void __lsan_init();  // NOLINT(bugprone-reserved-identifier)
+[[gnu::weak]] void __asan_init();                    // NOLINT(bugprone-reserved-identifier)
+[[gnu::weak]] void __lsan_init();                    // NOLINT(bugprone-reserved-identifier)
+[[gnu::weak]] void _vgr10010ZU_libcZdsoZa_malloc();  // NOLINT(bugprone-reserved-identifier)
 }
 
 namespace Vesk {
@@ -23,8 +25,8 @@ namespace Vesk {
 // here: parts may be made before main() and end after it. Not thread-safe.
 class Blocks {
  public:
-  // Whether it has blocks of this size. Others, and all of them where a sanitizer has to see every
-  // block come and go, are left to the heap.
+  // Whether it has blocks of this size. Others, and all of them where a tool has to see every block
+  // come and go, are left to the heap.
   static bool fits(std::size_t bytes) {
     return bytes <= LARGEST && bytes % sizeof(Kept) == 0 && !isWatched();
   }
@@ -34,7 +36,7 @@ class Blocks {
   // Requires: take(bytes) has given it.
   static void giveBack(void* block, std::size_t bytes);
   // The program ends, and the system gives all memory back at once: from now on blocks and names
-  // are left to it. Not where a sanitizer would take them for lost.
+  // are left to it. Not where a tool would take them for lost.
   static void leaveAll() { sLeft = !isWatched(); }
   static bool areLeft() { return sLeft; }
   // Whether take() has given the block, in contrast to the heap.
@@ -58,7 +60,10 @@ class Blocks {
     }
   };
 
-  static bool isWatched() { return __asan_init != nullptr || __lsan_init != nullptr; }
+  static bool isWatched() {
+    return __asan_init != nullptr || __lsan_init != nullptr ||
+           _vgr10010ZU_libcZdsoZa_malloc != nullptr;
+  }
   static bool isInSlab(const void* block);
   static void* cut(std::size_t bytes);
   static void addSlab();
