@@ -21,21 +21,39 @@ struct Connector;
 
 struct Atom {
   virtual ~Atom() = default;
-  virtual void fire(bool take) = 0;
+  virtual void fire(unsigned int port) = 0;
 
-  bool full = false;
+  unsigned int enabled = 0;  // a bit for each port
   std::vector<Connector*> users;
 };
 
 struct Place : Atom {
-  void fire(bool take) override { full = take; }
+  static constexpr unsigned int GIVE = 0;
+  static constexpr unsigned int TAKE = 1;
+
+  explicit Place(bool full) { announce(full); }
+  void fire(unsigned int port) override { announce(port == TAKE); }
+  void announce(bool full) { enabled = 1u << (full ? GIVE : TAKE); }
 };
 
 struct Connector {
-  bool enabled() const { return from->full && !to->full; }
+  struct End {
+    Atom* atom;
+    unsigned int port;
+  };
 
-  Atom* from;
-  Atom* to;
+  bool isEnabled() const {
+    for (int i = 0; i < count; ++i) {
+      if ((ends[i].atom->enabled >> ends[i].port & 1u) == 0) return false;
+    }
+    return true;
+  }
+  void fire() const {
+    for (int i = 0; i < count; ++i) ends[i].atom->fire(ends[i].port);
+  }
+
+  int count;
+  End ends[3];
   int level = 0;
   bool queued = false;
 };
@@ -89,23 +107,23 @@ int main(int argc, char** argv) {
   std::vector<std::unique_ptr<Atom>> atoms;
   std::vector<std::unique_ptr<Connector>> connectors;
   Queue queue;
-  for (std::size_t i = 0; i < count; ++i) atoms.push_back(std::make_unique<Place>());
+  for (std::size_t i = 0; i < count; ++i) atoms.push_back(std::make_unique<Place>(i == 0));
   for (std::size_t i = 0; i < count; ++i) {
-    Atom* const ends[] = {atoms[i].get(), atoms[(i + 1) % count].get()};
-    connectors.push_back(std::make_unique<Connector>(Connector{ends[0], ends[1]}));
-    for (Atom* end : ends) end->users.push_back(connectors.back().get());
+    Atom* const from = atoms[i].get();
+    Atom* const to = atoms[(i + 1) % count].get();
+    connectors.push_back(
+        std::make_unique<Connector>(Connector{2, {{from, Place::GIVE}, {to, Place::TAKE}, {}}}));
+    for (Atom* end : {from, to}) end->users.push_back(connectors.back().get());
     queue.put(connectors.back().get());
   }
-  atoms[0]->full = true;
   const double begin = processorTime();
   for (long step = 0; step < steps && !queue.empty();) {
     Connector* const top = queue.take();
-    if (!top->enabled()) continue;
+    if (!top->isEnabled()) continue;
     ++step;
-    top->from->fire(false);
-    top->to->fire(true);
-    for (const Atom* atom : {top->from, top->to}) {
-      for (Connector* user : atom->users) queue.put(user);
+    top->fire();
+    for (int i = 0; i < top->count; ++i) {
+      for (Connector* user : top->ends[i].atom->users) queue.put(user);
     }
   }
   std::printf("%.1f\n", (processorTime() - begin) * 1e9 / double(steps));

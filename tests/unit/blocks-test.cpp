@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <map>
 #include <memory>
@@ -17,6 +18,7 @@
 #include "draw.hpp"
 #include "port.hpp"
 #include "states.hpp"
+#include "structure.hpp"
 
 namespace {
 
@@ -219,6 +221,31 @@ TEST_F(BlocksTest, SystemsComeAndGo) {
     blocks.take(LARGEST);
     EXPECT_TRUE(blocks.areIntact()) << round;
   }
+}
+
+TEST_F(BlocksTest, ThoseOfAVeryLargeSystemStayApart) {
+  Taken blocks;
+  for (int i = 0; i < 12000; ++i) ASSERT_TRUE(Blocks::has(blocks.take(LARGEST))) << i;
+  EXPECT_TRUE(blocks.areIntact());
+}
+
+namespace {
+
+// Ends the process, so that the other tests do not see it.
+void endAProgram() {
+  Blocks::leaveAll();
+  char* const name = Vesk::duplicate("name");
+  Vesk::endName(name);
+  void* const block = Blocks::take(WORD);
+  Blocks::giveBack(block, WORD);
+  const bool left = std::strcmp(name, "name") == 0 && Blocks::take(WORD) != block;
+  std::_Exit(left ? 0 : 1);
+}
+
+}  // namespace
+
+TEST_F(BlocksTest, AtTheEndOfAProgramTheyAreLeftToTheSystem) {
+  EXPECT_EXIT(endAProgram(), testing::ExitedWithCode(0), "");
 }
 
 // ---- What models make --------------------------------------------------------------------------

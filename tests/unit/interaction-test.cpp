@@ -298,6 +298,30 @@ TEST_F(InteractionTableTest, EverySetOfManyKeepsItsOwnObject) {
   }
 }
 
+// The first two interactions of a connector stand elsewhere than the others.
+TEST_F(InteractionTableTest, ConnectorsThatComeAndGoKeepManyInteractionsApart) {
+  const int before = Interaction::TABLE.count();
+  std::unique_ptr<TestConnector> connectors[8];
+  std::vector<Interaction*> stored[8];
+  for (std::size_t round = 0; round < 60; ++round) {
+    const std::size_t renewed = round * 5 % 8;
+    connectors[renewed] = std::make_unique<TestConnector>(RENDEZVOUS, "k", &compound, false);
+    stored[renewed].clear();
+    for (int i = 0; i < static_cast<int>(round % 6); ++i) {
+      stored[renewed].push_back(Interaction::Create(connectors[renewed].get(), setOf({i})));
+    }
+    for (std::size_t c = 0; c < 8; ++c) {
+      for (std::size_t i = 0; i < stored[c].size(); ++i) {
+        const auto port = static_cast<int>(i);
+        ASSERT_EQ(Interaction::Create(connectors[c].get(), setOf({port})), stored[c][i]) << round;
+        ASSERT_EQ(stored[c][i]->connector(), connectors[c].get()) << round;
+      }
+    }
+  }
+  for (auto& connector : connectors) connector.reset();
+  EXPECT_EQ(Interaction::TABLE.count(), before);
+}
+
 TEST_F(CreateRealTimeTest, FindsTheStoredInteraction) {
   TestConnector* connector = over(RENDEZVOUS, synced({nullptr}));
   Interaction* stored = Interaction::Create(connector, setOf({0}));
