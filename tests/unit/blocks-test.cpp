@@ -96,6 +96,12 @@ struct Plain : Connector {
 struct alignas(64) Aligned : Bare {
   using Bare::Bare;
 };
+struct alignas(64) AlignedPort : Port {
+  AlignedPort() : Port("p", static_cast<Atom*>(nullptr)) {}
+};
+struct alignas(64) AlignedConnector : Plain {
+  AlignedConnector() : Plain("c", nullptr, false) {}
+};
 
 // As strict as operator new is without being asked.
 struct Wide : Bare {
@@ -264,7 +270,11 @@ TEST(ObjectTest, StrictClassesAreAligned) {
     const std::unique_ptr<Port> odd(new Port("p", static_cast<Atom*>(nullptr)));
     const std::unique_ptr<Atom> aligned(new Aligned("A", nullptr));
     const std::unique_ptr<Atom> wide(new Wide("B", nullptr));
+    const std::unique_ptr<Port> port(new AlignedPort);
+    const std::unique_ptr<Connector> connector(new AlignedConnector);
     EXPECT_TRUE(suits(aligned.get(), 64)) << i;
+    EXPECT_TRUE(suits(port.get(), 64)) << i;
+    EXPECT_TRUE(suits(connector.get(), 64)) << i;
     EXPECT_TRUE(suits(wide.get(), alignof(Wide))) << i;
   }
 }
