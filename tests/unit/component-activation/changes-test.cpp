@@ -302,24 +302,46 @@ TEST_F(ManyPartsTest, AFlagThatAConnectorWritesByHandWhileItFiresIsSeenAtOnceAmo
   EXPECT_EQ(events, (Events{"guard k1500", "up k1500"}));
 }
 
-TEST_F(ManyPartsTest, AFlagThatThePriorityOfAConnectorWritesByHandIsSeenAtOnceAmongThousands) {
+class ManyPartsWithAPriority : public ManyParts {
+ protected:
+  // The guard of a priority, which does not hold, writes a flag of connector 1500.
+  void writeInAPriority(Interaction* low, Interaction* high) {
+    WrittenConnector* const written = connectors[1500];
+    auto* priority = new TestPriority("y", &system, low, high);
+    system.priorities().add(priority);
+    system.setup(nullptr);
+    int writes = 0;
+    walks();
+    priority->onGuard = [written, &writes] {
+      if (writes-- == 1) written->clearEvaluated();
+      return false;
+    };
+    for (int i = 0; i < 5; ++i) EXPECT_FALSE(walks()) << i;
+    writes = 1;
+    EXPECT_FALSE(walks());
+    EXPECT_TRUE(walks());
+    EXPECT_EQ(events, (Events{"guard k1500", "up k1500"}));
+  }
+  Interaction* interactionOf(std::size_t number) {
+    return Interaction::Create(connectors[number], 1, 0);
+  }
+};
+
+using ManyPartsWithAPriorityTest = ManyPartsWithAPriority;
+
+TEST_F(ManyPartsWithAPriorityTest, AFlagOfTheLowConnectorThatItWritesIsSeenAtOnceAmongThousands) {
   make(2000);
-  WrittenConnector* const written = connectors[1500];
-  auto* priority = new TestPriority("y", &system, Interaction::Create(written, 1, 0),
-                                    Interaction::Create(connectors[3], 1, 0));
-  system.priorities().add(priority);
-  system.setup(nullptr);
-  int writes = 0;
-  walks();
-  priority->onGuard = [written, &writes] {
-    if (writes-- == 1) written->clearEvaluated();
-    return false;
-  };
-  for (int i = 0; i < 5; ++i) EXPECT_FALSE(walks()) << i;
-  writes = 1;
-  EXPECT_FALSE(walks());
-  EXPECT_TRUE(walks());
-  EXPECT_EQ(events, (Events{"guard k1500", "up k1500"}));
+  writeInAPriority(interactionOf(1500), interactionOf(3));
+}
+
+TEST_F(ManyPartsWithAPriorityTest, AFlagOfTheHighConnectorThatItWritesIsSeenAtOnceAmongThousands) {
+  make(2000);
+  writeInAPriority(interactionOf(3), interactionOf(1500));
+}
+
+TEST_F(ManyPartsWithAPriorityTest, AFlagOfAConnectorThatYieldsToAllIsSeenAtOnceAmongThousands) {
+  make(2000);
+  writeInAPriority(interactionOf(1500), nullptr);
 }
 
 TEST_F(ManyPartsTest, AConnectorWhoseGuardThrowsIsAskedAgain) {
