@@ -553,6 +553,23 @@ TEST_P(HookTest, AnExceptionLeavesFilesThatCanBeRead) {
   }
 }
 
+// The leaf is one of the state that is being looked at.
+TEST_P(HookTest, AnExceptionAfterAnErrorShowsTheFaultyAtomOfTheStateInHand) {
+  clearGlobals();
+  const Folder folder;
+  auto system = line({"0 PRUNE,", "1,"});
+  testing::internal::CaptureStdout();
+  hookAt(*system, "setState", 1, [] {
+    global_error = true;
+    throw std::runtime_error("model");
+  });
+  EXPECT_THROW(run(*system, GetParam(), folder), std::runtime_error);
+  const std::string out = testing::internal::GetCapturedStdout();
+  EXPECT_NE(std::string::npos, out.find("Faulty atom : 0 PRUNE,\n")) << out;
+  EXPECT_EQ(nullptr, faulty_leaf);
+  clearGlobals();
+}
+
 TEST_P(HookTest, ExitInAHookLeavesFilesThatCanBeRead) {
   for (const char* hook : HOOKS) {
     for (const int n : {1, 2, lateCall()}) {

@@ -22,14 +22,21 @@ void BreadthFirst::takeOne() {
   withKindOf(*mSpace, [this](auto& space) { takeOneOf(space); });
 }
 
+// The state stays in the queue until its end: a hook may throw, and the summary still tells of a
+// leaf of its tree.
 template <class Space>
 void BreadthFirst::takeOneOf(Space& space) {
-  PendingState state = std::move(mQueue.front());
-  mQueue.pop_front();
+  PendingState& state = mQueue.front();
   --mStored;
   space.restore(state);
   space.activate();
-  if (enumerationCut) return space.end(std::move(state));
+  if (!enumerationCut) lookAt(space, state);
+  space.end(std::move(state));
+  mQueue.pop_front();
+}
+
+template <class Space>
+void BreadthFirst::lookAt(Space& space, const PendingState& state) {
   writeState(space, state);
   Transition transition;
   if (space.firstLegal(transition)) {
@@ -37,7 +44,6 @@ void BreadthFirst::takeOneOf(Space& space) {
   } else {
     meetDeadlock(state);
   }
-  space.end(std::move(state));
 }
 
 void BreadthFirst::endAll() {

@@ -18,6 +18,8 @@ class BreadthFirst : public Search {
   void endAll() override;
   template <class Space>
   void takeOneOf(Space& space);
+  template <class Space>
+  void lookAt(Space& space, const PendingState& state);
   void put(PendingState state);
   template <class Space>
   void writeState(Space& space, const PendingState& state);

@@ -43,10 +43,11 @@ void DepthFirst::takeOneOf(Space& space) {
     take(space, state, transition);
     space.settle(state);
   } else {
-    PendingState state = popSource();
+    PendingState& state = mLeaving.emplace(popSource());
     if (!mSources.empty()) expect(space, mSources.back());
     take(space, state, transition);
     space.end(std::move(state));
+    mLeaving.reset();
   }
 }
 
@@ -59,6 +60,8 @@ PendingState DepthFirst::popSource() {
 void DepthFirst::endAll() {
   mSpace->dropFrozen();
   mStored = 0;
+  if (mLeaving) mSpace->end(std::move(*mLeaving));
+  mLeaving.reset();
   while (!mSources.empty()) mSpace->end(popSource());
 }
 

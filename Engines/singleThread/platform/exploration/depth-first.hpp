@@ -3,6 +3,7 @@
 #define VESK_EXPLORATION_DEPTH_FIRST_HPP
 
 #include <deque>
+#include <optional>
 
 #include "exploration/search.hpp"
 
@@ -40,8 +41,11 @@ class DepthFirst : public Search {
 
   static constexpr StateNumber NO_STATE = UINT32_MAX;
 
-  std::deque<PendingState>
-      mSources;                     // of the frozen transitions, each once; the top is at the back
+  // Of the frozen transitions, each once; the top is at the back.
+  std::deque<PendingState> mSources;
+  // The one whose last transition is taken: a hook may throw, and the summary still tells of a leaf
+  // of its tree.
+  std::optional<PendingState> mLeaving;
   StateNumber mArrived = NO_STATE;  // the state that was found last, until it is looked at
   // The states whose transitions were announced last: that they are coming, that they are there.
   StateNumber mExpected = NO_STATE;
