@@ -134,4 +134,61 @@ TEST_F(LtsComparisonTest, LongListsAreCut) {
   EXPECT_NE(std::string::npos, mText.find("  ... and 10 more transitions\n"));
 }
 
+TEST_F(LtsComparisonTest, OfSeveralTargetsOfALabelTheMissingOneIsShown) {
+  write("a", 3, "(0, x, 1)\n(0, x, 2)\n(1, y, 2)\n", "0 : s\n1 : t\n2 : u\n");
+  write("b", 3, "(0, x, 1)\n(1, y, 2)\n", "0 : s\n1 : t\n2 : u\n");
+  const Json json = compare();
+  EXPECT_EQ((Json::array({{{"from", 0}, {"label", "x"}, {"to", 2}}})),
+            json["onlyIn"][0]["transitions"]);
+  EXPECT_EQ(Json::array(), json["onlyIn"][1]["transitions"]);
+}
+
+TEST_F(LtsComparisonTest, TheWayLeadsToWhatOnlyTheOtherOneHas) {
+  write("a", 2, "(0, x, 1)\n", "0 : s\n1 : t\n");
+  write("b", 2, "(0, x, 1)\n(1, back, 0)\n", "0 : s\n1 : t\n");
+  const Json json = compare();
+  EXPECT_EQ(Json::array(), json["onlyIn"][0]["transitions"]);
+  EXPECT_EQ((Json::array({{{"from", 1}, {"label", "back"}, {"to", 0}}})),
+            json["onlyIn"][1]["transitions"]);
+  EXPECT_EQ(1u, json["path"]["steps"].size());
+}
+
+TEST_F(LtsComparisonTest, WithOneStateOnThisSideAndTwoOnThatNoneCanBeTold) {
+  const std::string one = "(0, x, 1)\n(1, y, 0)\n";
+  const std::string two = "(0, x, 1)\n(0, x, 2)\n(2, y, 0)\n";
+  const std::string message = "to several states without texts";
+  write("a", 2, one, "");
+  write("b", 3, two, "");
+  EXPECT_NE(std::string::npos, faultOf(mFiles, [&] { compare(); }).find(message));
+  write("a", 3, two, "");
+  write("b", 2, one, "");
+  EXPECT_NE(std::string::npos, faultOf(mFiles, [&] { compare(); }).find(message));
+}
+
+// No search lists a text twice, but somebody may have written the files.
+TEST_F(LtsComparisonTest, OfTwoStatesWithOneTextTheFirstOneCounts) {
+  const std::string once = "0 : s\n1 : t\n";
+  const std::string twice = "0 : s\n1 : t\n2 : t\n";
+  write("a", 2, "(0, x, 1)\n", once);
+  write("b", 3, "(0, x, 1)\n(0, x, 2)\n", twice);
+  Json json = compare();
+  EXPECT_EQ(0, json["onlyIn"][0]["stateCount"]);
+  EXPECT_EQ((Json::array({{{"state", 2}, {"text", "t"}}})), json["onlyIn"][1]["states"]);
+  write("a", 3, "(0, x, 1)\n(0, x, 2)\n", twice);
+  write("b", 2, "(0, x, 1)\n", once);
+  json = compare();
+  EXPECT_EQ((Json::array({{{"state", 2}, {"text", "t"}}})), json["onlyIn"][0]["states"]);
+  EXPECT_EQ(0, json["onlyIn"][1]["stateCount"]);
+}
+
+// Each label alone leads to one state without a text, but there are two in one of the files.
+TEST_F(LtsComparisonTest, AStateWithoutATextBelongsToOneStateOfTheOther) {
+  write("a", 2, "(0, x, 1)\n(0, y, 1)\n", "");
+  write("b", 3, "(0, x, 1)\n(0, y, 2)\n", "");
+  EXPECT_EQ(1, compare()["onlyIn"][1]["stateCount"]);
+  write("a", 3, "(0, x, 1)\n(0, y, 2)\n", "");
+  write("b", 2, "(0, x, 1)\n(0, y, 1)\n", "");
+  EXPECT_EQ(1, compare()["onlyIn"][0]["stateCount"]);
+}
+
 }  // namespace

@@ -242,4 +242,24 @@ TEST_F(LtsExplorationTest, OnlyWantedTextsAreKept) {
   EXPECT_FALSE(texts.of(0));
 }
 
+// The number of the next state is larger.
+TEST_F(LtsExplorationTest, ATextMayHaveALineThatLooksLikeAState) {
+  mFiles.writeOwn("x.aut", 1, 3, "(1, x, 2)\n");
+  mFiles.write("x.state", "1 : a\n1 : b\n0 : c\n2 : d\n");
+  const Exploration exploration = mFiles.explore("x");
+  const StateTexts texts(exploration, mFiles.progress());
+  EXPECT_EQ("a\n1 : b\n0 : c", texts.of(1));
+  EXPECT_EQ("d", texts.of(2));
+  EXPECT_FALSE(texts.of(0));
+}
+
+TEST_F(LtsExplorationTest, ErrorsAndPrunedStatesAreNoDeadlocksEvenWithoutTheFileOfDeadlocks) {
+  mFiles.writeOwn("x.aut", 3, 4, "(0, x, 1)\n(0, y, 2)\n(0, z, 3)\n");
+  mFiles.write("x.state", "0 : s\n1 : t\n2 : PRUNE\n3 : ERROR\n");
+  mFiles.write("x.pruned", "2 || y\n");
+  const Exploration exploration = mFiles.explore("x");
+  EXPECT_EQ(State{3}, exploration.errorState());
+  EXPECT_EQ(std::vector<State>{1}, exploration.deadlocks());
+}
+
 }  // namespace

@@ -4,13 +4,17 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <limits>
+#include <new>
 #include <random>
 #include <string>
 #include <tuple>
+#include <unordered_map>
 #include <vector>
 
 #include "column.hpp"
 #include "label-table.hpp"
+#include "text-hash.hpp"
 
 namespace {
 
@@ -117,6 +121,50 @@ TEST(LtsColumnTest, ItGrowsAndKeepsItsElements) {
   EXPECT_EQ(1010u, other.size());
   other.clear();
   EXPECT_TRUE(other.empty());
+}
+
+TEST(LtsColumnTest, ItGetsShorterAndWhatIsNewIsZero) {
+  Column<int> column;
+  for (int i = 1; i <= 5; ++i) column.push(i);
+  column.resize(2);
+  ASSERT_EQ(2u, column.size());
+  EXPECT_EQ(2, column.back());
+  column.resize(4);
+  EXPECT_EQ(0, column[2]);
+  EXPECT_EQ(0, column[3]);
+}
+
+TEST(LtsColumnTest, MoreThanCanBeAddressedIsNoMemory) {
+  Column<std::uint64_t> column(1);
+  EXPECT_THROW(column.resize(std::numeric_limits<std::size_t>::max() / 2), std::bad_alloc);
+  EXPECT_EQ(1u, column.size());
+}
+
+TEST(LtsColumnTest, AColumnThatCannotGrowKeepsItsElements) {
+#ifdef __SANITIZE_ADDRESS__
+  GTEST_SKIP() << "the sanitizer ends the program";
+#endif
+  Column<char> column;
+  column.push('x');
+  EXPECT_THROW(column.resize(std::numeric_limits<std::size_t>::max() / 2), std::bad_alloc);
+  ASSERT_EQ(1u, column.size());
+  EXPECT_EQ('x', column[0]);
+}
+
+TEST(LtsLabelTableTest, LabelsOfOneHashStayApart) {
+  std::unordered_map<std::uint32_t, std::string> seen;
+  std::string one;
+  std::string other;
+  for (int i = 0; one.empty(); ++i) {
+    other = "label" + std::to_string(i);
+    const auto [found, isNew] = seen.emplace(static_cast<std::uint32_t>(textHash(other)), other);
+    if (!isNew) one = found->second;
+  }
+  LabelTable table;
+  EXPECT_EQ(0u, table.intern(one));
+  EXPECT_EQ(LabelTable::NONE, table.find(other));
+  EXPECT_EQ(1u, table.intern(other));
+  EXPECT_EQ(0u, table.find(one));
 }
 
 }  // namespace

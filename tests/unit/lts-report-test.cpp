@@ -133,4 +133,14 @@ TEST_F(LtsReportTest, JsonTakesAnyBytes) {
   EXPECT_NE(std::string::npos, text.find("\"\\ufffd<\""));
 }
 
+TEST_F(LtsReportTest, NumbersThatAreWiderThanTheirColumnsAreWhole) {
+  std::string lines;
+  for (int state = 0; state < 100001; ++state) {
+    lines += "(" + std::to_string(state) + ", a/b/c, " + std::to_string(state + 1) + ")\n";
+  }
+  mFiles.writeOwn("x.aut", 100001, 100002, lines);
+  const std::string text = Summary(mFiles.explore("x")).text();
+  EXPECT_NE(std::string::npos, text.find("\n99999           1\n100000           1\n"));
+}
+
 }  // namespace

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <set>
+#include <utility>
 #include <vector>
 
 #include "part.hpp"
@@ -108,6 +110,14 @@ TEST_F(LtsSearchTest, AllIsAPart) {
   EXPECT_TRUE(all.isAll());
   EXPECT_EQ(6u, all.states());
   EXPECT_EQ(7u, all.transitions());
+}
+
+TEST_F(LtsSearchTest, WhatLeadsOutOfAPartIsNotInIt) {
+  std::set<std::pair<State, State>> shown;
+  Part(mGraph, 1, 1).eachTransition([&](State source, const Edge& edge) {
+    shown.emplace(source, edge.target);
+  });
+  EXPECT_EQ((std::set<std::pair<State, State>>{{0, 1}, {1, 3}, {3, 0}}), shown);
 }
 
 }  // namespace

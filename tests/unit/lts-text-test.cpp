@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "fault.hpp"
 #include "pattern.hpp"
 #include "printable.hpp"
 #include "summary.hpp"
@@ -124,6 +125,21 @@ TEST(ConnectorOfTest, ItIsTheLabelUpToThePorts) {
   EXPECT_EQ("a/b", connectorOf("a/b/"));
   EXPECT_EQ("tau", connectorOf("tau"));
   EXPECT_EQ("a/b", connectorOf("a/b"));
+}
+
+// ---- Messages
+// ------------------------------------------------------------------------------------
+
+TEST(InQuotesTest, LongTextsAreCutBetweenCharacters) {
+  EXPECT_EQ("\"" + std::string(60, 'x') + "\"", inQuotes(std::string(60, 'x')));
+  EXPECT_EQ("\"" + std::string(60, 'x') + "...\"", inQuotes(std::string(61, 'x')));
+  EXPECT_EQ("\"" + std::string(58, 'x') + "...\"",
+            inQuotes(std::string(58, 'x') + "\xE2\x82\xAC and more"));
+}
+
+// As in a file of another kind.
+TEST(InQuotesTest, BytesThatNoCharacterBeginsWithAreLeftOut) {
+  EXPECT_EQ("\"...\"", inQuotes(std::string(61, '\x80')));
 }
 
 }  // namespace

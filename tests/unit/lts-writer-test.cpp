@@ -5,9 +5,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <csignal>
+#include <filesystem>
 #include <string>
 #include <vector>
 
+#include "limits.hpp"
 #include "lts-files.hpp"
 #include "output-file.hpp"
 #include "page.hpp"
@@ -323,6 +326,53 @@ TEST_F(LtsWriterTest, ALinkStaysALink) {
 TEST_F(LtsWriterTest, AFolderThatIsNotThereIsNamed) {
   EXPECT_EQ("no/x: cannot be written (No such file or directory), expected a file that can",
             faultOf(mFiles, [&] { OutputFile file(mFiles.path("no/x")); }));
+}
+
+TEST_F(LtsWriterTest, AFileWhosePlaceIsTakenMeanwhileLeavesNothing) {
+  const std::string message = "place: cannot be written (Is a directory)";
+  {
+    OutputFile file(mFiles.path("place"));
+    file.write("x");
+    std::filesystem::create_directory(mFiles.path("place"));
+    EXPECT_EQ(message, faultOf(mFiles, [&] { file.commit(); }).substr(0, message.size()));
+  }
+  EXPECT_EQ((std::vector<std::string>{"place", "t.aut", "t.deadlock", "t.pruned", "t.state"}),
+            mFiles.names());
+}
+
+TEST_F(LtsWriterTest, AFullDiskIsNoticedHoweverMuchIsWrittenAtOnce) {
+  const FileSizes limited(1000);
+  for (const std::size_t size : {1001u, 1u << 18, 1u << 20}) {
+    {
+      OutputFile file(mFiles.path("large"));
+      file.write(std::string(size, 'x'));
+      EXPECT_EQ("large: cannot be written (File too large), expected a file that can",
+                faultOf(mFiles, [&] { file.commit(); }))
+          << size;
+    }
+    EXPECT_FALSE(std::filesystem::exists(mFiles.path("large")));
+  }
+}
+
+TEST_F(LtsWriterTest, ManySmallPiecesMakeAFile) {
+  for (const bool isShown : {false, true}) {
+    OutputFile file(mFiles.path("small"));
+    if (isShown) file.showOn(mFiles.progress());
+    for (int i = 0; i < 10000; ++i) file.write(i % 2 == 0 ? "ab" : "");
+    file.commit();
+    EXPECT_EQ(10000u, mFiles.read("small").size());
+  }
+}
+
+using LtsWriterDeathTest = LtsWriterTest;
+
+TEST_F(LtsWriterDeathTest, ASignalBetweenTwoFilesEndsTheProgram) {
+  const auto end = [&] {
+    OutputFile(mFiles.path("one")).commit();
+    raise(SIGTERM);
+  };
+  EXPECT_EXIT(end(), testing::KilledBySignal(SIGTERM), "");
+  EXPECT_TRUE(std::filesystem::exists(mFiles.path("one")));
 }
 
 }  // namespace

@@ -93,9 +93,9 @@ void Comparison::addTransitions(Side& side, State source, bool isA, std::vector<
   }
 }
 
+// Of a state that both have.
 bool Comparison::differs(State a) const {
-  const State b = mMatching.inB(a);
-  return b == Matching::NONE || !onlyIn(a, true).empty() || !onlyIn(b, false).empty();
+  return !onlyIn(a, true).empty() || !onlyIn(mMatching.inB(a), false).empty();
 }
 
 // The path goes over common states alone: a state with a transition that is only in one is an end.

@@ -134,7 +134,7 @@ void Exploration::findDeadlocks() {
     if (isReported && !(state == graph().initial() && counted == 0 && graph().transitions() == 0))
       continue;
     const bool isListed = !hasTexts() || is(state, LISTED);
-    const bool isError = errorState() == state || errorSource() == state;
+    const bool isError = errorState() == state;
     if (graph().out(state).size() == 0 && isListed && !isPruned(state) && !isError) {
       mark(state, DEADLOCK);
     }

@@ -107,7 +107,7 @@ void OutputFile::openBeside() {
 }
 
 OutputFile::~OutputFile() {
-  if (mFile != nullptr && mFile != stdout) std::fclose(mFile);
+  if (mFile != stdout) std::fclose(mFile);
   if (mTemporary.empty()) return;
   const SignalsBlocked blocked;
   unlink(mTemporary.c_str());

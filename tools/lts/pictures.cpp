@@ -24,7 +24,8 @@ File temporaryWith(const std::string& text) {
   File file(std::tmpfile());
   if (!file) return nullptr;
   std::fwrite(text.data(), 1, text.size(), file.get());
-  return std::fflush(file.get()) == 0 ? std::move(file) : nullptr;
+  const bool isWhole = std::fflush(file.get()) == 0 && std::ferror(file.get()) == 0;
+  return isWhole ? std::move(file) : nullptr;
 }
 
 std::string contentOf(std::FILE* file) {

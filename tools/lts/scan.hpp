@@ -41,7 +41,7 @@ inline bool takeLastNumber(std::string_view& text, std::uint64_t& number) {
   std::size_t start = text.size();
   while (start > 0 && isDigit(text[start - 1])) --start;
   std::string_view digits = text.substr(start);
-  if (!takeNumber(digits, number) || !digits.empty()) return false;
+  if (!takeNumber(digits, number)) return false;
   text.remove_suffix(text.size() - start);
   return true;
 }
