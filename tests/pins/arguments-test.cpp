@@ -26,6 +26,10 @@ TEST(PinsArgumentsTest, ABackslashIsItselfWithinSingleQuotes) {
   EXPECT_EQ(wordsOf(R"('a\b' "a\"b" c\\d)"), (Words{"a\\b", "a\"b", "c\\d"}));
 }
 
+TEST(PinsArgumentsTest, ABackslashAtTheEndIsItself) {
+  EXPECT_EQ(wordsOf("a\\"), (Words{"a\\"}));
+}
+
 TEST(PinsArgumentsTest, AQuoteThatIsNotClosedReachesToTheEnd) {
   EXPECT_EQ(wordsOf("a 'b c"), (Words{"a", "b c"}));
 }

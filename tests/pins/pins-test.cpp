@@ -91,6 +91,40 @@ class Loaded {
   std::unique_ptr<Bridge> mBridge;
 };
 
+// An atom with an untimed port that is always enabled, and a state that the test says.
+class ShapedAtom : public Atom {
+ public:
+  ShapedAtom(const char* name, const Compound* holder, std::function<Node*()> state)
+      : Atom(name, holder), mState(std::move(state)) {
+    addPort(port = new Port("p", this));
+  }
+  using Atom::initialize;
+  void initialize() override { port->setSynced(true); }
+  void execute(Port*) override {}
+  Node* getState() override { return mState(); }
+  void setState(Node*) override {}
+
+  Port* port;
+
+ private:
+  const std::function<Node*()> mState;
+};
+
+// A model that makes its state itself, which depends on how often it has fired.
+class OwnState : public kit::System {
+ public:
+  explicit OwnState(std::function<Node*(int fired)> state)
+      : System("s"), mState(std::move(state)), mAtom(atom("A")) {
+    rendezvous("k", mAtom->rule("p", [] { return true; }));
+  }
+  Node* getState() override { return mState(mAtom->fired); }
+  void setState(Node*) override {}
+
+ private:
+  const std::function<Node*(int)> mState;
+  TestAtom* mAtom;
+};
+
 // Two switches, each turned on by its own connector and both turned off by a third one.
 void fillWithSwitches(kit::System& system) {
   auto* one = system.add(new PromisedAtom("A", &system, {"off", "on"}));
@@ -138,6 +172,14 @@ TEST(PinsTest, ThereAreTwoSlotsAtLeast) {
   EXPECT_EQ(loaded.transitions(false), (std::multiset<std::tuple<Names, std::string, Names>>{
                                            {{"0", "none"}, "s/p/A:p", {"1", "none"}}}));
   EXPECT_EQ(grey_box_model::row(*loaded.model().depends, 0), grey_box_model::Row{0});
+}
+
+TEST(PinsTest, AnAtomWithoutANameHasAPathWithoutOne) {
+  Loaded loaded([](kit::System& system) {
+    system.add(new ShapedAtom(nullptr, &system, [] { return new Leaf(new Atomleaf("x")); }));
+    system.add(new PromisedAtom("B", &system, {"y"}));
+  });
+  EXPECT_EQ(loaded.model().type->slots, (Names{"s/", "s/B"}));
 }
 
 TEST(PinsTest, LabelsOfTransitionsAndStatesHaveNames) {
@@ -334,6 +376,77 @@ TEST(PinsTest, AModelThatRaisesAFlagWithoutAMarkerIsRefused) {
   }
 }
 
+TEST(PinsTest, AStateMayHaveTheSameMarkerInSeveralAtoms) {
+  for (const std::string marker : {"PRUNE", "ERROR"}) {
+    const auto fill = [&](kit::System& system) {
+      auto* one = system.add(new PromisedAtom("A", &system, {"0", "1 " + marker}));
+      auto* other = system.add(new PromisedAtom("B", &system, {"0", "2 " + marker}));
+      system.join("k", {one->addPort("p", {{0, 1}}), other->addPort("q", {{0, 1}})});
+    };
+    for (const Locality locality : {Locality::UNDECLARED, Locality::LOCAL}) {
+      Loaded loaded(fill, locality);
+      EXPECT_EQ(loaded.labelled("prune"), marker == "PRUNE" ? 1u : 0u);
+      EXPECT_EQ(loaded.labelled("error"), marker == "ERROR" ? 1u : 0u);
+      EXPECT_EQ(loaded.labelled("deadlock"), 0u);
+    }
+  }
+}
+
+// ---- States without texts
+// --------------------------------------------------------------------------
+
+TEST(PinsTest, WhatHasNoTextHasAnEmptyOne) {
+  const std::vector<std::function<Node*()>> states{
+      [] { return new Leaf(new Atomleaf("")); }, [] { return new Leaf(new Atomleaf); },
+      [] { return new Leaf(static_cast<Atomleaf*>(nullptr)); }, []() -> Node* { return nullptr; }};
+  for (std::size_t i = 0; i < states.size(); ++i) {
+    Loaded loaded(
+        [&](kit::System& system) {
+          auto* atom = system.add(new ShapedAtom("A", &system, states[i]));
+          auto* other = system.add(new PromisedAtom("B", &system, {"0", "1"}));
+          system.join("a", {atom->port});
+          system.join("b", {other->addPort("q", {{0, 1}})});
+        },
+        Locality::LOCAL);
+    EXPECT_EQ(loaded.texts(loaded.model().initial), (Names{"", "0"})) << i;
+    EXPECT_EQ(loaded.transitions(true), (std::multiset<std::tuple<Names, std::string, Names>>{
+                                            {{"", "0"}, "s/a/A:p", {"", "0"}},
+                                            {{"", "1"}, "s/a/A:p", {"", "1"}},
+                                            {{"", "0"}, "s/b/B:q", {"", "1"}}}))
+        << i;
+  }
+}
+
+// Its atoms are no leaves of the tree then, so leaves are counted.
+TEST(PinsTest, AModelAsAWholeMayHaveAnAtomWithoutAState) {
+  Loaded loaded(
+      [](kit::System& system) {
+        system.add(new ShapedAtom("A", &system, []() -> Node* { return nullptr; }));
+        auto* other = system.add(new PromisedAtom("B", &system, {"0", "1"}));
+        system.join("b", {other->addPort("q", {{0, 1}})});
+      },
+      Locality::UNDECLARED);
+  EXPECT_EQ(loaded.model().type->slots, (Names{"leaf0", "none"}));
+  EXPECT_EQ(loaded.transitions(false), (std::multiset<std::tuple<Names, std::string, Names>>{
+                                           {{"0", "none"}, "s/b/B:q", {"1", "none"}}}));
+}
+
+TEST(PinsTest, AModelThatTellsNothingOfItsStateHasOne) {
+  Loaded loaded(std::make_unique<OwnState>([](int) { return nullptr; }));
+  const PinsHost::Exploration found = loaded.explore();
+  EXPECT_EQ(found.states.size(), 1u);
+  EXPECT_EQ(found.transitions.size(), 1u);
+}
+
+TEST(PinsTest, AModelWhoseTreeChangesItsShapeIsRefused) {
+  Loaded loaded(std::make_unique<OwnState>([](int fired) -> Node* {
+    auto* tree = new Nonleaf(1 + fired);
+    for (int i = 0; i <= fired; ++i) tree->setChild(new Leaf(new Atomleaf("x")), i);
+    return tree;
+  }));
+  EXPECT_THROW(loaded.explore(), Fault);
+}
+
 TEST(PinsTest, AnAtomWhoseStateIsATreeIsRefused) {
   EXPECT_THROW(Loaded([](kit::System& system) {
                  system.add(new PromisedAtom("A", &system, {"0"}))->shape =
@@ -386,6 +499,13 @@ TEST(PinsLoadDeathTest, WhatTheModelThrowsEndsTheTool) {
   create = [](int, char**) -> Compound* { throw std::runtime_error("out of paper"); };
   grey_box_model model;
   EXPECT_EXIT(Vesk::Pins::load(&model, "m"), testing::ExitedWithCode(255), "vesk: out of paper");
+}
+
+TEST(PinsLoadDeathTest, WhatIsNoExceptionEndsTheToolToo) {
+  create = [](int, char**) -> Compound* { throw 7; };
+  grey_box_model model;
+  EXPECT_EXIT(Vesk::Pins::load(&model, "m"), testing::ExitedWithCode(255),
+              "vesk: the model has thrown something that is no std::exception");
 }
 
 TEST(PinsLoadDeathTest, ASecondModelInTheProcessIsRefused) {

@@ -207,6 +207,43 @@ TEST_F(LtsOptionsTest, LoopsAtDeadlocksHaveTheLabelThatWasGiven) {
   EXPECT_NE(std::string::npos, output().find("(4,\"deadlock\",4)")) << output();
 }
 
+TEST_F(LtsOptionsTest, AnEmptyOperandIsNone) {
+  mFiles.writeTable("t");
+  ASSERT_EQ(0, run("vesk-lts convert t --to aut --deadlock-loops ''"));
+  EXPECT_NE(std::string::npos, output().find("(4,\"deadlock\",4)")) << output();
+  ASSERT_EQ(0, run("vesk-lts path t --deadlock ''")) << output();
+  EXPECT_NE(std::string::npos, output().find("steps to state 4, a deadlock")) << output();
+}
+
+TEST_F(LtsOptionsTest, HelpAndVersionAreNoFailures) {
+  for (const char* program : {"vesk-lts", "vesk-trace"}) {
+    for (const char* option : {" --help", " --version"}) {
+      EXPECT_EQ(0, run(program + std::string(option))) << output();
+    }
+    EXPECT_EQ(2, run(program + std::string(" --no-such-option"))) << output();
+    EXPECT_EQ(2, run(program)) << output();
+  }
+}
+
+TEST_F(LtsOptionsTest, APartHasTheTextsOfItsStates) {
+  mFiles.writeTable("t");
+  ASSERT_EQ(0, run("vesk-lts convert t --to csv --states --around 4 --radius 0")) << output();
+  EXPECT_NE(std::string::npos, output().find("l,u,l,u,")) << output();
+  EXPECT_EQ(std::string::npos, output().find("t,f,t,f,")) << output();
+}
+
+// A line has to fit.
+TEST_F(LtsOptionsTest, WithoutMemoryTheProgramsSaySo) {
+#ifdef __SANITIZE_ADDRESS__
+  GTEST_SKIP() << "the sanitizer needs more memory than there is to be";
+#endif
+  const std::string few = "truncate -s 300M x.aut; ulimit -v 300000; ";
+  EXPECT_EQ(2, run(few + "vesk-lts info x"));
+  EXPECT_EQ("vesk-lts: there is not enough memory, expected files that fit into it\n", output());
+  EXPECT_EQ(2, run(few + "vesk-trace table x.aut"));
+  EXPECT_EQ("vesk-trace: there is not enough memory, expected names that fit into it\n", output());
+}
+
 TEST_F(LtsOptionsTest, TheNumberOfADeadlockCountsFromOne) {
   for (const char* number : {"0", "x", "1x"}) {
     EXPECT_EQ("vesk-lts: --deadlock \"" + std::string(number) + "\", expected a number from 1\n",

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 #include <filesystem>
 #include <string>
@@ -346,6 +347,7 @@ TEST_F(LtsWriterTest, AFullDiskIsNoticedHoweverMuchIsWrittenAtOnce) {
     {
       OutputFile file(mFiles.path("large"));
       file.write(std::string(size, 'x'));
+      errno = 0;
       EXPECT_EQ("large: cannot be written (File too large), expected a file that can",
                 faultOf(mFiles, [&] { file.commit(); }))
           << size;

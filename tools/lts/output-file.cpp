@@ -124,10 +124,15 @@ void OutputFile::showProgress() const {
   if (mProgress != nullptr) mProgress->show(mWritten, 0);
 }
 
+// What is done between a write and the end has errors of its own.
+void OutputFile::noteError() {
+  if (mError == 0) mError = errno;
+}
+
 void OutputFile::commit() {
   if (mProgress != nullptr) mProgress->finish();
-  const bool failed = std::fflush(mFile) != 0 || std::ferror(mFile) != 0;
-  if (failed) fail(errno);
+  if (std::fflush(mFile) != 0) noteError();
+  if (mError != 0) fail(mError);
   if (mTemporary.empty()) return;
   const SignalsBlocked blocked;
   if (rename(mTemporary.c_str(), mPath.c_str()) != 0) fail(errno);

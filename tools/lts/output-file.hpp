@@ -22,7 +22,7 @@ class OutputFile {
   OutputFile& operator=(const OutputFile&) = delete;
 
   void write(std::string_view text) {
-    if (!text.empty()) std::fwrite(text.data(), 1, text.size(), mFile);
+    if (std::fwrite(text.data(), 1, text.size(), mFile) != text.size()) noteError();
     mWritten += text.size();
     if (++mCalls % CALLS == 0) showProgress();
   }
@@ -36,6 +36,7 @@ class OutputFile {
 
   void openBeside();
   void showProgress() const;
+  void noteError();
   [[noreturn]] void fail(int error) const;
 
   std::string mPath;
@@ -44,6 +45,7 @@ class OutputFile {
   Progress* mProgress = nullptr;
   std::uint64_t mWritten = 0;
   unsigned mCalls = 0;
+  int mError = 0;  // of the first write that has failed
 };
 
 }  // namespace Vesk::Lts

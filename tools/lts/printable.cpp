@@ -116,6 +116,16 @@ std::size_t columns(std::string_view printableText) {
   return count;
 }
 
+std::string padded(const std::string& text, std::size_t width) {
+  const std::size_t length = columns(text);
+  return text + std::string(length < width ? width - length : 0, ' ');
+}
+
+std::string rightAligned(std::uint64_t number, std::size_t width) {
+  const std::string digits = std::to_string(number);
+  return std::string(digits.size() < width ? width - digits.size() : 0, ' ') + digits;
+}
+
 std::string hexEscaped(std::string_view text) {
   std::string result;
   result.reserve(text.size());

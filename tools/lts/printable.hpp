@@ -4,6 +4,7 @@
 #define VESK_LTS_PRINTABLE_HPP
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -18,6 +19,10 @@ bool isUtf8(std::string_view text);
 
 // The columns that printable UTF-8 takes, one for each character.
 std::size_t columns(std::string_view printableText);
+
+// With blanks behind it, or in front of it, up to so many columns; whole when it is wider.
+std::string padded(const std::string& printableText, std::size_t width);
+std::string rightAligned(std::uint64_t number, std::size_t width);
 
 // Only printable ASCII without the quote: everything else, and the backslash, becomes \x and two
 // hexadecimal digits.

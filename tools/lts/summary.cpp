@@ -13,16 +13,6 @@ namespace {
 constexpr std::size_t SHOWN_DEADLOCKS = 10;
 constexpr int NAME_WIDTH = 12;
 
-std::string padded(const std::string& text, std::size_t width) {
-  const std::size_t length = columns(text);
-  return text + std::string(length < width ? width - length : 0, ' ');
-}
-
-std::string rightAligned(std::uint64_t number, std::size_t width) {
-  const std::string digits = std::to_string(number);
-  return std::string(digits.size() < width ? width - digits.size() : 0, ' ') + digits;
-}
-
 std::string row(const char* name, const std::string& value) {
   return padded(name, NAME_WIDTH) + ": " + value + "\n";
 }

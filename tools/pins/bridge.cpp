@@ -182,11 +182,16 @@ void Bridge::setMatrices() {
   GBsetStateLabelInfo(mHost, makeLabelMatrix());
 }
 
-matrix_t* Bridge::makeGroupMatrix() const {
+matrix_t* Bridge::makeMatrix(std::size_t rows) const {
   auto* matrix = static_cast<matrix_t*>(std::malloc(sizeof(matrix_t)));
   if (matrix == nullptr) throw std::bad_alloc();
+  dm_create(matrix, static_cast<int>(rows), static_cast<int>(mWidth));
+  return matrix;
+}
+
+matrix_t* Bridge::makeGroupMatrix() const {
   const std::size_t groups = mSystem->groups();
-  dm_create(matrix, static_cast<int>(groups), static_cast<int>(mWidth));
+  matrix_t* matrix = makeMatrix(groups);
   for (std::size_t group = 0; group < groups; ++group) {
     for (const Index slot : mSystem->slotsOf(group)) {
       dm_set(matrix, static_cast<int>(group), static_cast<int>(slot));
@@ -197,9 +202,7 @@ matrix_t* Bridge::makeGroupMatrix() const {
 
 // Every atom may have a marker, and every one may be what keeps a state from being a deadlock.
 matrix_t* Bridge::makeLabelMatrix() const {
-  auto* matrix = static_cast<matrix_t*>(std::malloc(sizeof(matrix_t)));
-  if (matrix == nullptr) throw std::bad_alloc();
-  dm_create(matrix, STATE_LABELS, static_cast<int>(mWidth));
+  matrix_t* matrix = makeMatrix(STATE_LABELS);
   for (int label = 0; label < STATE_LABELS; ++label) {
     for (std::size_t slot = 0; slot < mSystem->slots(); ++slot) {
       dm_set(matrix, label, static_cast<int>(slot));

@@ -53,6 +53,7 @@ class Bridge {
   void nameSlots(lts_type_t type);
   void nameLabels(lts_type_t type);
   void setMatrices();
+  matrix_t* makeMatrix(std::size_t rows) const;
   matrix_t* makeGroupMatrix() const;
   matrix_t* makeLabelMatrix() const;
   void setInitialState();

@@ -10,8 +10,8 @@ namespace {
 
 using Lts::printable;
 
-std::string timeText(const std::optional<Moment>& moment, bool exact) {
-  return moment ? millisecondsText(*moment, exact) + " ms" : "no time";
+std::string timeText(Moment moment, bool exact) {
+  return millisecondsText(moment, exact) + " ms";
 }
 
 std::string quoted(const std::string& text) {
@@ -79,12 +79,12 @@ void Comparison::compare() {
 std::string Comparison::differenceOf(const Line& a, const Line& b) const {
   if (a.label != b.label) return "something else fires";
   if (differ(a.time, b.time)) {
-    return "it fires at " + timeText(a.time, mIsExact) + " in A and at " +
-           timeText(b.time, mIsExact) + " in B";
+    return "it fires at " + timeText(*a.time, mIsExact) + " in A and at " +
+           timeText(*b.time, mIsExact) + " in B";
   }
   if (differ(a.before, b.before)) {
-    return "the step starts at " + timeText(a.before, mIsExact) + " in A and at " +
-           timeText(b.before, mIsExact) + " in B";
+    return "the step starts at " + timeText(*a.before, mIsExact) + " in A and at " +
+           timeText(*b.before, mIsExact) + " in B";
   }
   if (!mA.reader().run().isRecording || !mB.reader().run().isRecording || a.changed == b.changed) {
     return "";
@@ -92,14 +92,13 @@ std::string Comparison::differenceOf(const Line& a, const Line& b) const {
   std::size_t i = 0;
   while (i < a.changed.size() && i < b.changed.size() && a.changed[i] == b.changed[i]) ++i;
   const auto stateOf = [&](const Line& line) {
-    return i < line.changed.size()
-               ? quoted(line.changed[i].first) + " becomes " + quoted(line.changed[i].second)
-               : "no other atom changes";
+    if (i == line.changed.size()) return std::string("no other atom changes");
+    return quoted(line.changed[i].first) + " becomes " + quoted(line.changed[i].second);
   };
   return "in A " + stateOf(a) + ", in B " + stateOf(b);
 }
 
-// A run without times is compared by what fires.
+// A run without times is compared by what fires: times that differ are there.
 bool Comparison::differ(const std::optional<Moment>& a, const std::optional<Moment>& b) const {
   if (mOptions.ignoresTimes || !a || !b) return false;
   return mIsExact ? *a != *b : cutToMilliseconds(*a) != cutToMilliseconds(*b);
@@ -114,7 +113,7 @@ std::string Comparison::differenceOfEnds() const {
     return "A ends with " + quoted(kindOf(a)) + " and B with " + quoted(kindOf(b));
   }
   if (!differ(a.time, b.time)) return "";
-  return "A ends at " + timeText(a.time, mIsExact) + " and B at " + timeText(b.time, mIsExact);
+  return "A ends at " + timeText(*a.time, mIsExact) + " and B at " + timeText(*b.time, mIsExact);
 }
 
 void Comparison::readBehind(Lines& lines, std::vector<Line>& behind) const {
@@ -126,7 +125,7 @@ void Comparison::readBehind(Lines& lines, std::vector<Line>& behind) const {
 
 std::string Comparison::lineText(const Line& line) const {
   std::string text = std::to_string(line.number) + ": ";
-  if (line.time) text += timeText(line.time, mIsExact) + "  ";
+  if (line.time) text += timeText(*line.time, mIsExact) + "  ";
   return text + printable(line.label) + "\n";
 }
 

@@ -9,7 +9,9 @@ namespace Vesk::Traces {
 namespace {
 
 using Lts::Json;
+using Lts::padded;
 using Lts::printable;
+using Lts::rightAligned;
 
 constexpr std::size_t BAR = 40;  // columns of the longest one
 const char* const CUT_TIMES = "whole milliseconds: the trace has no microseconds";
@@ -42,16 +44,6 @@ std::uint64_t countOf(const std::vector<std::uint64_t>& counts, std::size_t numb
   return number < counts.size() ? counts[number] : 0;
 }
 
-std::string padded(const std::string& text, std::size_t width) {
-  const std::size_t used = Lts::columns(text);
-  return text + std::string(used < width ? width - used : 0, ' ');
-}
-
-std::string rightOf(std::uint64_t number, std::size_t width) {
-  const std::string text = std::to_string(number);
-  return std::string(text.size() < width ? width - text.size() : 0, ' ') + text;
-}
-
 // A title and a line for each, with a word for what has not fired.
 template <class Counts>
 std::string countsText(const std::string& title, const Counts& counts, const char* never) {
@@ -60,7 +52,7 @@ std::string countsText(const std::string& title, const Counts& counts, const cha
   for (const auto& entry : counts) width = std::max(width, Lts::columns(entry.name));
   std::string text = "\n" + padded(title, width) + "     fired\n";
   for (const auto& entry : counts) {
-    text += padded(entry.name, width) + rightOf(entry.fired, 10);
+    text += padded(entry.name, width) + rightAligned(entry.fired, 10);
     text += entry.fired == 0 ? std::string("  ") + never + "\n" : "\n";
   }
   return text;
@@ -174,7 +166,7 @@ std::string Summary::waitsText() const {
   for (std::size_t bucket = 0; bucket < WAITS; ++bucket) {
     if (mWaits[bucket] == 0) continue;
     const auto bar = static_cast<std::size_t>((mWaits[bucket] * BAR + most - 1) / most);
-    text += padded(bucketText(bucket), 16) + rightOf(mWaits[bucket], 9) + "   " +
+    text += padded(bucketText(bucket), 16) + rightAligned(mWaits[bucket], 9) + "   " +
             std::string(bar, '#') + "\n";
   }
   return text;

@@ -9,13 +9,12 @@ namespace {
 
 using Lts::printable;
 
-// "connector: port", as the arrow has it; an internal port stands alone.
+// "connector: port", as the arrow has it; an internal port stands alone. Requires: something fires.
 std::string arrowText(const Run& run, const Firing& firing, std::size_t to) {
   std::string text;
   if (firing.connector) {
     text = printable(Names::ownName(run.names.connectors()[*firing.connector]));
   }
-  if (firing.ports.empty()) return text;
   if (!text.empty()) text += ": ";
   text += printable(run.names.ports()[firing.ports.front()].name);
   if (to != 0) text += ", " + printable(run.names.ports()[firing.ports[to]].name);

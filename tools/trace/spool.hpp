@@ -21,13 +21,16 @@ class Spool {
   Spool& operator=(const Spool&) = delete;
 
   void write(std::string_view text) {
-    if (!text.empty()) std::fwrite(text.data(), 1, text.size(), mFile);
+    if (std::fwrite(text.data(), 1, text.size(), mFile) != text.size()) noteError();
   }
   // All that was written. Throws a Fault when it could not be kept.
   void copyTo(Lts::OutputFile& file);
 
  private:
+  void noteError();
+
   std::FILE* mFile;
+  int mError = 0;  // of the first write that has failed
 };
 
 }  // namespace Vesk::Traces

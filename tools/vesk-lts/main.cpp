@@ -1,4 +1,5 @@
 // Answers what people ask after an exploration.
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <new>
@@ -31,12 +32,12 @@ Commands addCommands(CLI::App& app) {
   return commands;
 }
 
+// One has been parsed: without one the command line is refused.
 Status runChosen(const Commands& commands) {
   Progress progress(stderr);
-  for (const auto& command : commands) {
-    if (command->options().parsed()) return command->run(progress);
-  }
-  return FAILURE;
+  const auto chosen = std::find_if(commands.begin(), commands.end(),
+                                   [](const auto& command) { return command->options().parsed(); });
+  return (*chosen)->run(progress);
 }
 
 Status runAll(int argc, char** argv) {

@@ -1,4 +1,5 @@
 // Shows what runs have done.
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <new>
@@ -29,11 +30,11 @@ Commands addCommands(CLI::App& app) {
   return commands;
 }
 
+// One has been parsed: without one the command line is refused.
 Status runChosen(const Commands& commands) {
-  for (const auto& command : commands) {
-    if (command->options().parsed()) return command->run();
-  }
-  return FAILURE;
+  const auto chosen = std::find_if(commands.begin(), commands.end(),
+                                   [](const auto& command) { return command->options().parsed(); });
+  return (*chosen)->run();
 }
 
 Status runAll(int argc, char** argv) {

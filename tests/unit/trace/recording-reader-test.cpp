@@ -187,4 +187,17 @@ TEST_F(RecordingReaderTest, AnExportedPortThatCannotBeFoundIsLeftOut) {
   EXPECT_TRUE(unknown.exported.empty());
 }
 
+TEST_F(RecordingReaderTest, APortNeedsAnAtom) {
+  const auto startOf = [](const std::string& port) {
+    return R"({"vesk-recording":1,"atoms":["S/a"],"ports":[")" + port +
+           R"("],"connectors":[],"states":[]})"
+           "\n";
+  };
+  EXPECT_EQ("", faultOf(startOf("S/a.p")));
+  EXPECT_EQ("", faultOf(startOf("S/a.p.q"))) << "a name may have dots";
+  for (const char* port : {"S/a", "S/b.p", ".p", "..p", "p"}) {
+    EXPECT_NE("", faultOf(startOf(port))) << port;
+  }
+}
+
 }  // namespace

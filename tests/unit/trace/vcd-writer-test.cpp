@@ -62,4 +62,13 @@ TEST_F(VcdWriterTest, IdentifiersAreDistinct) {
   EXPECT_EQ(ids.end(), std::unique(ids.begin(), ids.end()));
 }
 
+TEST_F(VcdWriterTest, WhatIsDeeperThanReadersTakeKeepsItsSlashes) {
+  std::string path;
+  for (int level = 1; level <= 55; ++level) path += "c" + std::to_string(level) + "/";
+  const std::string text = dump("scheduler : s/k/" + path + "a:p\n");
+  EXPECT_TRUE(has(text, "$scope module c49 $end\n")) << text;
+  EXPECT_FALSE(has(text, "$scope module c50 $end\n")) << text;
+  EXPECT_TRUE(has(text, "$scope module c50/c51/c52/c53/c54/c55/a $end\n")) << text;
+}
+
 }  // namespace

@@ -85,4 +85,14 @@ TEST_F(TraceWritersTest, TheSelfTimedLoopMayHaveWrittenSomethingElse) {
   EXPECT_EQ(1u, mFiles.said().size());
 }
 
+// A note of a time stands over the atoms.
+TEST_F(TraceWritersTest, AStepBeforeTheFirstAtomHasNoTimeInASequence) {
+  const std::string idle = step(R"("before":0,"time":1000,"fired":[])");
+  const std::string fired =
+      step(R"("before":1000,"time":2000,"fired":[{"label":"S/k/a:p","connector":0,"ports":[0]}])");
+  const std::string text = mFiles.written<PlantUmlSequence>(START + idle + fired, std::uint64_t{9});
+  EXPECT_FALSE(has(text, "1.000 ms")) << text;
+  EXPECT_TRUE(has(text, "2.000 ms")) << text;
+}
+
 }  // namespace
