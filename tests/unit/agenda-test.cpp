@@ -217,3 +217,23 @@ TEST(AgendaTest, RandomStepsByEarliestDeadline) {
 TEST(AgendaTest, RandomStepsByEarliestDeadlineWithMargin) {
   for (const Number margin : {0, 1, 3, 1000}) runAll(Agenda::Policy::EARLIEST_DEADLINE, margin);
 }
+
+// More than there was room for.
+TEST(AgendaTest, ASlotMayHaveHundredsOfExecutables) {
+  constexpr std::size_t MANY = 300;
+  std::vector<std::unique_ptr<Foretold>> all;
+  Agenda agenda(Agenda::Policy::EVERYTHING, Times::MAX);
+  agenda.reset(2);
+  Agenda::Id before = Agenda::NONE;
+  for (std::size_t i = 0; i < MANY; ++i) {
+    const Times times{0, 100, Times::MAX, false};
+    all.push_back(std::make_unique<Foretold>(times));
+    before = agenda.add(1, before, *all.back(), times);
+  }
+  agenda.open(0, Times::MAX);
+  agenda.choose();
+  EXPECT_EQ(agenda.size(), MANY);
+  ASSERT_EQ(agenda.count(), MANY);
+  const std::vector<Executable*> left = leftOf(agenda);
+  for (std::size_t i = 0; i < MANY; ++i) ASSERT_EQ(left[i], all[i].get());
+}

@@ -787,6 +787,23 @@ TEST_F(ExplorerTest, InitialisingSetsTheSystemUpAndDoesNotSeed) {
   EXPECT_EQ(seeds.size(), 0u);
 }
 
+TEST_F(ExplorerTest, OneThatADerivedClassHasGivenALimitReportsThat) {
+  class Limited : public Explorer {
+   public:
+    Limited(Compound& system, LogicalClock& clock, Filter& semantics, bool quiet)
+        : Explorer(system, clock, semantics, quiet) {
+      mMaxSimLimit = 5;
+    }
+  };
+  for (const bool quiet : {false, true}) {
+    std::ostringstream text;
+    std::streambuf* const former = std::cout.rdbuf(text.rdbuf());
+    Limited(root, logical, semantics, quiet).run();
+    std::cout.rdbuf(former);
+    EXPECT_EQ(text.str(), quiet ? "" : "Execution limit size (5) reached!\n");
+  }
+}
+
 TEST_F(ExplorerTest, RunningNeverReturns) {
   add("a");
   const auto runForAMoment = [this] {

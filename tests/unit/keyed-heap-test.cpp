@@ -83,3 +83,19 @@ TEST(KeyedHeapTest, TheTopIsThatOfAList) {
     ASSERT_EQ(found, smallest(model));
   }
 }
+
+// Large enough to be fetched ahead.
+TEST(KeyedHeapTest, ThousandsOfThingsComeOutInOrder) {
+  constexpr Id MANY = 5000;
+  Draw draw(3);
+  Heap heap;
+  for (Id id = 0; id < MANY; ++id) heap.add(id, draw.below(1000000));
+  int last = -1;
+  for (Id left = MANY; left > 0; --left) {
+    ASSERT_EQ(heap.size(), left);
+    ASSERT_GE(heap.topKey(), last);
+    last = heap.topKey();
+    heap.remove(heap.top());
+  }
+  EXPECT_TRUE(heap.empty());
+}

@@ -143,6 +143,10 @@ TEST(LookaheadTest, PartsThatHaveLittleAreLearned) {
   Lookahead lookahead(8);
   lookahead.fires(0, *bare);
   lookahead.fires(1, *group);
+  TestConnector* impossible = root.rendezvous("i", root.atom("D")->port("d"));
+  impossible->evaluate(nullptr, false, false);
+  ASSERT_EQ(impossible->feasibleInter(), nullptr);
+  lookahead.fires(6, *impossible);
   lookahead.learn(2, alone, {nullptr, &lookahead, nullptr});
   lookahead.learn(3, *group->xPort(), {});
   alone.setConstraint(&clockless);

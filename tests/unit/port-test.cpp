@@ -518,3 +518,11 @@ TEST(PortOwnershipTest, AConstraintMadeByADominationIsUsedAgainAndReleased) {
     low.setConstraint(nullptr);
   }
 }
+
+TEST(PortOwnershipTest, APortThatNobodyHasFiresNothing) {
+  Port alone("p", static_cast<const Atom*>(nullptr));
+  alone.setSynced(true);
+  alone.actuate(Vesk::Time(0));
+  alone.execute(Vesk::Time(0));
+  EXPECT_TRUE(alone.synced());
+}

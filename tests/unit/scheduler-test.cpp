@@ -240,6 +240,26 @@ TEST(SchedulerTest, TheHeapFiresWhatHasWaitedLongestAmongEqualLevels) {
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "Error or Deadlock!\n");
 }
 
+TEST(SchedulerTest, TheHeapRunsASystemThatSomebodyElseHasActivated) {
+  const auto trace = [](bool activated) {
+    System root("R");
+    for (int i = 0; i < 20; ++i) root.counter("A", "k", 1 + i % 3);
+    if (activated) {
+      root.setup(nullptr);
+      root.initialize();
+      for (int i = 0; i < 3; ++i) root.activate(true);
+    }
+    OpenScheduler scheduler(&root, 0, 1, 2);
+    testing::internal::CaptureStdout();
+    const std::string text = traceOf(scheduler, [&] { scheduler.run(); });
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Error or Deadlock!\n");
+    return text;
+  };
+  const std::string fresh = trace(false);
+  EXPECT_EQ(std::count(fresh.begin(), fresh.end(), '\n'), 39) << "firings";
+  EXPECT_EQ(trace(true), fresh);
+}
+
 TEST(SchedulerTest, TheHeapReportsItsEndAlsoWhenQuiet) {
   Pair system(2, 1);
   OpenScheduler scheduler(&system, 0, 1, 2);

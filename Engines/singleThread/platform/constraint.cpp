@@ -107,8 +107,16 @@ bool isCountable(const List& list) {
   return true;
 }
 
+// What the operations need to ensure something about two lists.
+template <class List>
+bool areInOrder(const Constraint& list, const List& operand) {
+  return inOrder(list) && inOrder(operand) && isCountable(list) && isCountable(operand);
+}
+
+#ifndef NDEBUG
+
 // What clean() leaves.
-[[maybe_unused]] bool isClean(const Constraint& list) {
+bool isClean(const Constraint& list) {
   for (unsigned int i = 0; i < list.size(); ++i) {
     if (list[i].empty() || (i > 0 && fuse(list[i - 1], list[i]))) return false;
   }
@@ -116,21 +124,15 @@ bool isCountable(const List& list) {
 }
 
 // No instant in common but an infinite one.
-[[maybe_unused]] bool apart(const Interval& one, const Interval& other) {
+bool apart(const Interval& one, const Interval& other) {
   const Vesk::Time low = one.low() < other.low() ? other.low() : one.low();
   const Vesk::Time high = one.high() < other.high() ? one.high() : other.high();
   return low > high || (low == high && isInfinite(low));
 }
 
-// What the operations need to ensure something about two lists.
-template <class List>
-bool areInOrder(const Constraint& list, const List& operand) {
-  return inOrder(list) && inOrder(operand) && isCountable(list) && isCountable(operand);
-}
-
 // Both in order. Each interval of the one lies in an interval of the other.
 template <class List>
-[[maybe_unused]] bool liesWithin(const Constraint& list, const List& other) {
+bool liesWithin(const Constraint& list, const List& other) {
   unsigned int holder = 0;
   for (unsigned int i = 0; i < list.size(); ++i) {
     while (holder < other.size() && !other[holder].in(list[i])) ++holder;
@@ -141,7 +143,7 @@ template <class List>
 
 // Both in order. They have no instant in common but infinite ones.
 template <class List>
-[[maybe_unused]] bool areApart(const Constraint& list, const List& other) {
+bool areApart(const Constraint& list, const List& other) {
   unsigned int i = 0;
   unsigned int k = 0;
   while (i < list.size() && k < other.size()) {
@@ -157,7 +159,7 @@ template <class List>
 
 // Each non-empty interval of the operand lies in an interval of the list.
 template <class List>
-[[maybe_unused]] bool holdsAll(const Constraint& list, const List& operand) {
+bool holdsAll(const Constraint& list, const List& operand) {
   for (unsigned int k = 0; k < operand.size(); ++k) {
     const Interval part = operand[k];
     bool held = part.empty();
@@ -168,12 +170,14 @@ template <class List>
 }
 
 // What applyDomination() leaves.
-[[maybe_unused]] bool noneDominated(const Constraint& list) {
+bool noneDominated(const Constraint& list) {
   for (unsigned int i = 0; i < list.size(); ++i) {
     if (list[i].dominated()) return false;
   }
   return true;
 }
+
+#endif
 
 }  // namespace
 

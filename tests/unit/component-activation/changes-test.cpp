@@ -37,6 +37,28 @@ class WrittenConnector : public TestConnector {
   using TestConnector::TestConnector;
   void clearEvaluated() { mEval = false; }
   void clearLegal() { mLegal = false; }
+  void askForExportedPort() { mRecomputexPort = true; }
+};
+
+// Takes the last part away again, which stays the caller's.
+template <class T>
+void takeLast(Array<T, true>& list) {
+  struct Access : Array<T, true> {
+    static int& countOf(Array<T, true>& list) { return list.*(&Access::m_count); }
+  };
+  --Access::countOf(list);
+}
+
+// A component that is neither an atom nor a compound.
+class Buoy : public Component {
+ public:
+  explicit Buoy(const Compound* holder) : Component("Buoy", holder) {}
+  bool isAtom() override { return false; }
+  bool isCompound() override { return false; }
+  void initialize() override {}
+  void initialize(LogicalClock*) override {}
+  Node* getState() override { return nullptr; }
+  void setState(Node*) override {}
 };
 
 // Atoms with a port that is enabled until it is fired, each alone in a connector.
@@ -429,4 +451,136 @@ TEST_F(ManyPartsTest, AnInnerCompoundMayBeActivatedByItself) {
   walks();
   EXPECT_EQ(events, (Events{"guard k3"}));
   EXPECT_EQ(listOf(head).size(), 198u);
+}
+
+TEST_F(ManyPartsTest, WhatIsNeitherAnAtomNorACompoundIsPassedBy) {
+  system.add(new Buoy(&system));
+  make(100);
+  system.add(new Buoy(&system));
+  for (int i = 0; i < 10; ++i) walks();
+  fire(7);
+  EXPECT_FALSE(walks());
+  EXPECT_EQ(listOf(head), allBut({7}));
+}
+
+TEST_F(ManyPartsTest, ALinkOfTheListThatIsCutByHandIsSeen) {
+  make(100);
+  for (int i = 0; i < 5; ++i) walks();
+  connectors[60]->setNext(nullptr);
+  EXPECT_TRUE(walks());
+  EXPECT_EQ(listOf(head), allBut({}));
+}
+
+// The connector above is evaluated again.
+TEST_F(ManyPartsTest, AWishForAnExportedPortThatIsWrittenByHandIsSeen) {
+  auto* atom = system.atom("A");
+  auto* below =
+      system.add(new WrittenConnector(RENDEZVOUS, "below", &system, true, atom->enabled("b")));
+  below->exportPort();
+  TestConnector* above = system.rendezvous("above", below->xPort());
+  make(100);
+  for (int i = 0; i < 5; ++i) walks();
+  const int guards = above->guards;
+  below->askForExportedPort();
+  EXPECT_TRUE(walks());
+  EXPECT_FALSE(below->recomputexPort());
+  walks();
+  EXPECT_EQ(above->guards, guards + 1);
+}
+
+// It is linked nowhere, so the walk has it twice and the list not at all.
+TEST_F(ManyPartsTest, ASystemWithAConnectorInTwoPlacesIsWalked) {
+  auto* atom = system.atom("A");
+  TestConnector* shared = system.exported(RENDEZVOUS, "shared", atom->enabled("s"));
+  make(100);
+  system.connectors().add(shared);
+  for (int i = 0; i < 10; ++i) {
+    EXPECT_TRUE(walks());
+    EXPECT_EQ(listOf(head), allBut({}));
+  }
+  takeLast(system.connectors());
+}
+
+TEST_F(ManyPartsTest, AConnectorThatEndsIsNotAskedAgain) {
+  make(100);
+  for (int i = 0; i < 5; ++i) walks();
+  takeLast(system.connectors());
+  delete connectors.back();
+  connectors.pop_back();
+  EXPECT_TRUE(walks());
+  EXPECT_EQ(listOf(head), allBut({}));
+  EXPECT_EQ(events, Events{});
+}
+
+// The inner one evaluates what is not evaluated, and that is the connector of the guard as well.
+TEST_F(ManyPartsTest, AGuardMayActivateTheSystem) {
+  make(100);
+  walks();
+  bool inner = false;
+  connectors[50]->beforeGuard = [&] {
+    if (inner) return;
+    inner = true;
+    connectors[70]->resetLink();
+    system.activate(true);
+  };
+  connectors[50]->resetLink();
+  walks();
+  EXPECT_EQ(events, (Events{"guard k50", "guard k50", "up k50", "guard k70", "up k70", "up k50"}));
+  EXPECT_EQ(listOf(head), allBut({}));
+}
+
+TEST_F(ManyPartsTest, AnInnerCompoundMayYieldToAConnectorOutsideOfIt) {
+  System* inner = system.compound("Inner");
+  make(1);
+  std::vector<TestConnector*> own;
+  for (int i = 0; i < 600; ++i) {
+    own.push_back(inner->rendezvous("n", inner->atom("N")->enabled("n")));
+  }
+  auto* priority = new TestPriority("y", inner, Interaction::Create(own[300], 1, 0),
+                                    Interaction::Create(connectors[0], 1, 0));
+  inner->priorities().add(priority);
+  inner->setup(nullptr);
+  int asked = 0;
+  priority->onGuard = [&] {
+    ++asked;
+    return false;
+  };
+  for (int i = 1; i <= 5; ++i) {
+    EXPECT_EQ(listOf(inner->activate(true)).size(), 600u);
+    EXPECT_EQ(asked, i);
+    EXPECT_EQ(own[300]->guards, 1);
+  }
+}
+
+TEST_F(ManyInternalPortsTest, APortThatIsAddedIsSeenAmongHundreds) {
+  makeInternal(100);
+  auto* atom = static_cast<Atom*>(system.components()[50]);
+  auto* port = new Port("added", atom);
+  port->setConstraint(&always);
+  port->setSynced(true);
+  port->setInternal();
+  atom->addPort(port);
+  walks();
+  EXPECT_EQ(listOf(system.internals())[49], port);
+  EXPECT_EQ(listOf(system.internals()).size(), 101u);
+}
+
+TEST_F(ManyInternalPortsTest, SetConstraintsAreSeenAgainAndAgain) {
+  makeInternal(100);
+  for (const std::size_t number : {70u, 3u, 99u}) {
+    ports[number]->setConstraint(nullptr);
+    EXPECT_FALSE(walks());
+    EXPECT_EQ(listOf(system.internals()), allPortsBut(number));
+    ports[number]->setConstraint(&always);
+    EXPECT_FALSE(walks());
+    EXPECT_EQ(listOf(system.internals()), allPortsBut(100));
+  }
+}
+
+TEST_F(ManyInternalPortsTest, ALinkOfTheListThatIsCutByHandIsSeen) {
+  makeInternal(100);
+  walks();
+  ports[60]->setNext(nullptr);
+  EXPECT_TRUE(walks());
+  EXPECT_EQ(listOf(system.internals()), allPortsBut(100));
 }

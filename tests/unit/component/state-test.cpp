@@ -184,6 +184,13 @@ TEST_F(StateTest, AStateFromBeforeAComponentWasAddedEndsTheProgram) {
   }
 }
 
+TEST_F(StateTest, ACompoundWithoutANameEndsTheProgramWithoutOne) {
+  System grown(static_cast<const char*>(nullptr));
+  Nonleaf empty(0);
+  grown.atom("late");
+  EXPECT_DEATH(grown.setState(&empty), "^vesk: compound : 1 components, its state has 0\n$");
+}
+
 TEST_F(StateTest, ChildrenBeyondTheComponentsAreNotLookedAt) {
   System one("C");
   TestAtom* atom = one.atom("A");
@@ -191,6 +198,16 @@ TEST_F(StateTest, ChildrenBeyondTheComponentsAreNotLookedAt) {
   state.setChild(new Leaf(new Atomleaf("a")), 0);
   one.setState(&state);
   EXPECT_EQ(atom->state, "a");
+}
+
+TEST_F(StateTest, OfManyComponentsEachGetsItsChildAlsoWhenThereAreMore) {
+  System many("C");
+  std::vector<TestAtom*> parts;
+  for (int i = 0; i < 30; ++i) parts.push_back(many.atom("A"));
+  Nonleaf state(60);
+  for (int i = 0; i < 60; ++i) state.setChild(new Leaf(new Atomleaf(std::to_string(i).c_str())), i);
+  many.setState(&state);
+  for (std::size_t i = 0; i < parts.size(); ++i) EXPECT_EQ(parts[i]->state, std::to_string(i));
 }
 
 TEST_F(StateTest, ANullStateRestoresNothing) {
