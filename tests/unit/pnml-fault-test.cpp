@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -43,3 +44,13 @@ TEST(QuotedTextTest, NothingIsLeftOfBytesThatBeginNoCharacter) {
 }
 
 }  // namespace
+
+TEST(FaultsTest, ThoseBehindTheTwentiethAreLeftOut) {
+  pnml::Faults faults;
+  for (unsigned long line = 25; line > 0; --line) faults.add({{line, 1}, std::to_string(line)});
+  EXPECT_TRUE(faults.full());
+  const std::vector<pnml::Fault> all = faults.inOrder();
+  ASSERT_EQ(20u, all.size());
+  EXPECT_EQ("6", all.front().text());
+  EXPECT_EQ("25", all.back().text());
+}

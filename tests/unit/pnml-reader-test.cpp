@@ -284,6 +284,14 @@ TEST(PnmlReaderTest, EntitiesAreReplaced) {
   EXPECT_EQ("e", net.places[1].id);
 }
 
+// It may have declared something, but nothing that the net uses.
+TEST(PnmlReaderTest, AParameterEntityThatIsSomewhereElseIsPassedOver) {
+  const Net net = netOf(
+      "<!DOCTYPE pnml [<!ENTITY % more SYSTEM 'more.dtd'> %more;]>"
+      "<pnml><net id='n'><place id='p'/></net></pnml>");
+  EXPECT_EQ(1u, net.places.size());
+}
+
 TEST(PnmlReaderTest, ByteOrderMarksAndEncodingsAreUnderstood) {
   const std::string text = "<pnml><net id='n'><place id='p'/></net></pnml>";
   EXPECT_EQ(1u, netOf("\xEF\xBB\xBF" + text).places.size());

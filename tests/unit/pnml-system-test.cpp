@@ -480,3 +480,26 @@ TEST(PnmlSystemTest, InitialisingAgainKeepsTheGroups) {
   EXPECT_EQ(131, system.components().count());
   EXPECT_EQ((std::set<std::string>{"t"}), legalIn(system));
 }
+
+// Simulated time does not pass while something can fire, real time does.
+TEST(PnmlSystemTest, ANetFiresAtOnceInSimulatedTimeAndAtAnyTimeInRealTime) {
+  class Passing : public PlatformClock {
+   public:
+    Passing() : PlatformClock("passing") {}
+    Vesk::Time time() const override { return Vesk::Time(0); }
+    void wait(const Vesk::Time&) override {}
+  };
+  Passing passing;
+  SimuClock simulated("simulated");
+  for (PlatformClock* platform :
+       {static_cast<PlatformClock*>(&passing), static_cast<PlatformClock*>(&simulated)}) {
+    LogicalClock clock("logical", *platform);
+    NetSystem system(smallNet());
+    system.initialize(&clock);
+    const Constraint* const timing = place(system, 0).ports()[0]->constraint();
+    EXPECT_EQ(timing != nullptr, platform == &simulated);
+    system.initialize(&clock);
+    EXPECT_EQ(place(system, 0).ports()[0]->constraint(), timing) << "the second time";
+    EXPECT_EQ("1,0,12,", textOf(system));
+  }
+}

@@ -381,7 +381,7 @@ Fault Reader::faultOfParser() const {
   if (code == XML_ERROR_AMPLIFICATION_LIMIT_BREACH) {
     return {here(), "entities grow beyond all bounds, expected a document without such entities"};
   }
-  if (code == XML_ERROR_TAG_MISMATCH && mOpen.size() > 1) return mismatch();
+  if (code == XML_ERROR_TAG_MISMATCH) return mismatch();
   const bool early = code == XML_ERROR_NO_ELEMENTS || code == XML_ERROR_UNCLOSED_TOKEN ||
                      code == XML_ERROR_PARTIAL_CHAR || code == XML_ERROR_UNCLOSED_CDATA_SECTION;
   if (!early) {
@@ -394,7 +394,7 @@ Fault Reader::faultOfParser() const {
                       std::to_string(at.line) + ":" + std::to_string(at.column)};
 }
 
-// An end tag that is not that of the element that is open.
+// An end tag that is not that of the element that is open; there is one, or the tag is no token.
 Fault Reader::mismatch() const {
   const Open& open = mOpen.back();
   return {here(), "malformed XML: mismatched tag </" + nameHere() + ">, expected </" + open.name +
