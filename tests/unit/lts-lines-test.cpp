@@ -3,45 +3,19 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <cstdio>
 #include <string>
 #include <string_view>
 
+#include "alarms.hpp"
 #include "lts-files.hpp"
 
 namespace {
 
 using namespace Vesk::Lts;
-
-volatile std::sig_atomic_t alarms = 0;
-
-// Signals come all the time, and interrupt what waits.
-class Alarms {
- public:
-  Alarms() {
-    alarms = 0;
-    struct sigaction action {};
-    action.sa_handler = [](int) { alarms = alarms + 1; };
-    sigaction(SIGALRM, &action, &mFormer);
-    const itimerval often{{0, 1000}, {0, 1000}};
-    setitimer(ITIMER_REAL, &often, nullptr);
-  }
-  ~Alarms() {
-    const itimerval never{};
-    setitimer(ITIMER_REAL, &never, nullptr);
-    sigaction(SIGALRM, &mFormer, nullptr);
-  }
-  Alarms(const Alarms&) = delete;
-  Alarms& operator=(const Alarms&) = delete;
-
- private:
-  struct sigaction mFormer {};
-};
 
 class LtsLinesTest : public testing::Test {
  protected:
@@ -89,7 +63,7 @@ TEST_F(LtsLinesTest, ASignalDoesNotEndTheReading) {
     EXPECT_EQ("late", line);
     EXPECT_FALSE(lines.next(line));
   }
-  EXPECT_GT(alarms, 0);
+  EXPECT_GT(Alarms::count, 0);
   waitpid(writer, nullptr, 0);
 }
 

@@ -5,6 +5,7 @@
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -12,8 +13,10 @@
 #include <cstdlib>
 #include <string>
 
+#include "alarms.hpp"
 #include "kit/explorations.hpp"
 #include "kit/output.hpp"
+#include "limits.hpp"
 
 using namespace kit;
 
@@ -274,4 +277,79 @@ TEST(ExplorationFilesTest, WritingStopsAtTheFirstFailure) {
   EXPECT_EQ("vesk: it could not be written completely\n", testing::internal::GetCapturedStderr());
   EXPECT_EQ(0U, buffer.lines());
   EXPECT_EQ(0, std::fclose(full)) << "nothing is left in the stream";
+}
+
+// The buffer is a power of two, and grows to the next one.
+TEST(OutputBufferTest, ALineMayFillTheBufferToItsLastCharacter) {
+  const std::string line(std::size_t{1} << 22, 'x');
+  FILE* file = std::tmpfile();
+  {
+    OutputBuffer buffer(file, "the file");
+    buffer.put(line.data(), line.size());
+    buffer.endLine();
+    buffer.put("y");
+    buffer.endLine();
+    buffer.flush();
+    EXPECT_EQ(2U, buffer.lines());
+  }
+  EXPECT_TRUE(contents(file) == line + "\ny\n");
+  std::fclose(file);
+}
+
+TEST(OutputBufferTest, ALineThatFillsTheBufferMayFindAFullDisk) {
+  const std::string rest((std::size_t{1} << 16) - 2, 'x');
+  FILE* file = std::tmpfile();
+  testing::internal::CaptureStderr();
+  {
+    const FileSizes full(1);
+    OutputBuffer buffer(file, "the file");
+    buffer.put(std::string(std::size_t{1} << 22, 'x').c_str());
+    buffer.endLine();
+    EXPECT_TRUE(buffer.isOpen()) << "it has grown";
+    buffer.flush();
+    EXPECT_FALSE(buffer.isOpen());
+    OutputBuffer second(file, "the file");
+    second.put("a");
+    second.endLine();
+    second.put(rest.data(), rest.size());
+    second.endLine();
+    EXPECT_FALSE(second.isOpen());
+  }
+  testing::internal::GetCapturedStderr();  // which is a file, too
+  EXPECT_EQ("", contents(file));
+  std::fclose(file);
+}
+
+TEST(OutputBufferTest, SignalsWhileAPipeIsFullLoseNothing) {
+  int ends[2];
+  ASSERT_EQ(0, pipe(ends));
+  const std::string line(1000, 'x');
+  const pid_t reader = fork();
+  if (reader == 0) {
+    close(ends[1]);
+    usleep(100000);
+    std::size_t count = 0;
+    char block[4096];
+    for (ssize_t length; (length = read(ends[0], block, sizeof block)) > 0;) {
+      count += static_cast<std::size_t>(length);
+    }
+    _exit(count == 500 * 1001 ? 0 : 1);
+  }
+  close(ends[0]);
+  FILE* file = fdopen(ends[1], "w");
+  {
+    const Alarms often;
+    OutputBuffer buffer(file, "the pipe");
+    for (int i = 0; i < 500; ++i) {
+      buffer.put(line.c_str());
+      buffer.endLine();
+    }
+    buffer.flush();
+    EXPECT_EQ(500U, buffer.lines());
+    EXPECT_GT(Alarms::count, 0);
+  }
+  std::fclose(file);
+  int status = 0;
+  waitpid(reader, &status, 0);
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
 }

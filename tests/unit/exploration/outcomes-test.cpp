@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <iterator>
 #include <map>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -77,4 +78,32 @@ TEST(OutcomesTest, NothingIsLeftWhenAllIsForgotten) {
   EXPECT_EQ(Outcomes::NONE, outcomes.find(keyOf(1, {7})));
   EXPECT_EQ(0U, outcomes.add(keyOf(1, {7}), true));
   EXPECT_EQ(0U, outcomes.find(keyOf(1, {7})));
+}
+
+// Numbers have one code with others when the codes of all but the last ones differ in their lower
+// halves alone, which the last ones make up for.
+TEST(OutcomesTest, OutcomesOfOneCodeStayApart) {
+  const auto mixed = [](Outcomes::Number number) {
+    std::uint64_t code = number * 0xFF51AFD7ED558CCDu;
+    code ^= code >> 32;
+    code *= 0xFF51AFD7ED558CCDu;
+    return code ^ (code >> 32);
+  };
+  std::unordered_map<std::uint64_t, Outcomes::Number> seen;
+  Outcomes::Number one = 0;
+  Outcomes::Number other = 1000;
+  while (one == 0 && other < 2000000) {
+    const auto [found, isNew] = seen.emplace(mixed(++other) >> 32, other);
+    if (!isNew) one = found->second;
+  }
+  ASSERT_NE(0U, one);
+  const auto difference = static_cast<Outcomes::Number>(mixed(one) ^ mixed(other));
+  const Numbers numbers{one, 0, 7};
+  const Numbers alike{other, 0, 7 ^ difference};
+  Outcomes outcomes;
+  EXPECT_EQ(0U, outcomes.add(keyOf(1, numbers), true));
+  EXPECT_EQ(Outcomes::NONE, outcomes.find(keyOf(1, alike)));
+  EXPECT_EQ(1U, outcomes.add(keyOf(1, alike), true));
+  EXPECT_EQ(0U, outcomes.find(keyOf(1, numbers)));
+  EXPECT_EQ(1U, outcomes.find(keyOf(1, alike)));
 }

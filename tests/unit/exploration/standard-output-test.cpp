@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <stdio_ext.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -14,6 +15,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "alarms.hpp"
 #include "exploration/signals.hpp"
 #include "kit/processes.hpp"
 
@@ -136,4 +138,59 @@ TEST(StandardOutputTest, WithoutARequestAReaderThatComesBackGetsEverything) {
   });
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(outcome.err, "taken");
+}
+
+TEST(StandardOutputTest, SignalsWhileAReaderIsAwaitedLoseNothing) {
+  const Outcome outcome = isolated([] {
+    const int reader = fillStandardOutput();
+    std::printf("taken");
+    if (fork() == 0) {
+      close(STDOUT_FILENO);
+      usleep(100000);
+      const std::string taken = drained(reader);
+      std::fprintf(stderr, "%s", taken.c_str() + taken.find_first_not_of('x'));
+      std::fflush(stderr);
+      _exit(0);
+    }
+    {
+      const Alarms often;
+      flushOutput();
+      if (Alarms::count == 0) return 1;
+    }
+    std::fclose(stdout);
+    int status = 0;
+    waitpid(-1, &status, 0);
+    return 0;
+  });
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.err, "taken");
+}
+
+// A process that may have no files cannot ask whether there is room, nor open another one.
+TEST(StandardOutputTest, WhereRoomCannotBeAskedForTheOutputIsTried) {
+  const Outcome outcome = isolated([] {
+    std::printf("printed");
+    const rlimit none = {0, 0};
+    setrlimit(RLIMIT_NOFILE, &none);
+    flushOutput();
+    _exit(__fpending(stdout) == 0 ? 0 : 1);
+    return 0;
+  });
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.out, "printed");
+}
+
+TEST(StandardOutputTest, WhatNobodyTakesIsDroppedEvenWhenThereIsNoOtherPlace) {
+  const Outcome outcome = isolated([] {
+    const SearchSignals signals;
+    fillStandardOutput();
+    raise(SIGTERM);
+    std::printf("dropped");
+    const rlimit one = {1, 1};
+    setrlimit(RLIMIT_NOFILE, &one);
+    flushOutput();
+    return __fpending(stdout) == 0 ? 0 : 1;
+  });
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.err, LOST);
 }

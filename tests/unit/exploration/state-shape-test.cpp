@@ -304,3 +304,14 @@ TEST(TreeTest, ContainsItsNodesAndNoOthers) {
   const Nonleaf incomplete(1);
   EXPECT_FALSE(Vesk::contains(&incomplete, nullptr)) << "a missing child is no node";
 }
+
+TEST(StateShapeTest, WhatIsNoTreeCannotBePacked) {
+  StateText text;
+  Lengths lengths;
+  StateShape shape;
+  EXPECT_FALSE(shape.pack(nullptr, text, lengths)) << "without a shape";
+  EXPECT_FALSE(shape.pack(treeOf("(a)").get(), text, lengths));
+  shape.take(treeOf("(a)").get());
+  EXPECT_FALSE(shape.pack(nullptr, text, lengths));
+  EXPECT_TRUE(shape.pack(treeOf("(b)").get(), text, lengths));
+}

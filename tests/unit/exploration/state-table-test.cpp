@@ -2,10 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <unordered_map>
 
 #include "kit/trees.hpp"
 
@@ -94,4 +97,36 @@ TEST(StateTableTest, OneStateTooManyIsRefusedAndTheOthersStay) {
   EXPECT_THROW(table.insert(pairOf("a", "3").get()), std::length_error);
   EXPECT_EQ(2U, table.count());
   EXPECT_EQ(1U, table.insert(pairOf("a", "2").get()).number);
+}
+
+namespace {
+
+// The hash of the table, for texts of fewer than eight characters.
+std::uint32_t hashOf(const std::string& text) {
+  const auto mix = [](std::uint64_t word) {
+    word *= 0x9E3779B97F4A7C15u;
+    return word ^ (word >> 32);
+  };
+  std::uint64_t word = 0;
+  std::memcpy(&word, text.data(), text.size());
+  return static_cast<std::uint32_t>(mix(mix(mix(text.size()) ^ word)) >> 16);
+}
+
+}  // namespace
+
+TEST(StateTableTest, TextsOfOneHashStayApart) {
+  std::unordered_map<std::uint32_t, std::string> seen;
+  bool ofOneLength = false;
+  bool ofTwoLengths = false;
+  for (int i = 0; !ofOneLength || !ofTwoLengths; ++i) {
+    const std::string text = std::to_string(i);
+    const auto [found, isNew] = seen.emplace(hashOf(text), text);
+    if (isNew) continue;
+    (found->second.size() == text.size() ? ofOneLength : ofTwoLengths) = true;
+    StateTable table;
+    EXPECT_EQ(0U, table.insert(pairOf(found->second, "").get()).number);
+    EXPECT_EQ(1U, table.insert(pairOf(text, "").get()).number);
+    EXPECT_EQ(0U, table.insert(pairOf(found->second, "").get()).number);
+    EXPECT_EQ(text, textOf(table, 1));
+  }
 }

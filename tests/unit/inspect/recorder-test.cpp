@@ -100,6 +100,22 @@ TEST_F(RecorderIntervalsTest, AreAsTheyStandInARunWithout) {
   EXPECT_EQ(Json::parse(R"([[5,9,"lazy"]])"), enabled[1]["intervals"]);
 }
 
+TEST_F(RecorderIntervalsTest, AreAsTheyStandForAnInternalPortWithoutAClock) {
+  Port* port = system.atom("B")->enabled("i", system.atom("C")->within(Time(5), Time(9)));
+  port->setInternal();
+  system.setClock(&clock);
+  recorder.started(system, &clock);
+  recorder.stepBegins(nullptr, (system.activate(false), system.internals()));
+  recorder.stepEnds();
+  recorder.finish();
+  EXPECT_EQ(Json::parse(R"([[5,9,"lazy"]])"), lines().at(1)["enabled"].at(0)["intervals"]);
+}
+
+TEST_F(RecorderTest, NothingIsSaidOfARunThatHasNotBegun) {
+  recorder.configured(&system, OpenScheduler(&system, 0, Vesk::EXECUTE));
+  EXPECT_EQ("", errorsOf([this] { recorder.finish(); }));
+}
+
 TEST_F(RecorderTest, AnExplorationIsSaidNotToBeRecorded) {
   recorder.configured(&system, OpenScheduler(&system, 0, Vesk::EXPLORE));
   EXPECT_EQ("vesk: nothing is recorded of an exploration\n",

@@ -1,12 +1,17 @@
 // The file of a recording when signals come, and when it takes no more.
 #include "recording-file.hpp"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <string>
 
+#include "alarms.hpp"
 #include "kit/output.hpp"
 #include "kit/processes.hpp"
 
@@ -134,4 +139,30 @@ TEST_F(RecordingFileTest, AFileThatCannotBeOpenedIsReported) {
   const std::string name = mFolder.name("missing/file");
   EXPECT_EQ("vesk: cannot open " + name + ": No such file or directory\n",
             kit::errorsOf([&] { EXPECT_FALSE(RecordingFile(name).isOpen()); }));
+}
+
+TEST_F(RecordingFileTest, SignalsWhileAPipeIsFullLoseNothing) {
+  const std::string pipe = mFolder.name("pipe");
+  ASSERT_EQ(0, mkfifo(pipe.c_str(), 0600));
+  const pid_t reader = fork();
+  if (reader == 0) {
+    const int descriptor = open(pipe.c_str(), O_RDONLY);
+    usleep(100000);
+    std::size_t count = 0;
+    char block[4096];
+    for (ssize_t length; (length = read(descriptor, block, sizeof block)) > 0;) {
+      count += static_cast<std::size_t>(length);
+    }
+    _exit(count == 500 * 1001 ? 0 : 1);
+  }
+  {
+    RecordingFile file(pipe);
+    const Alarms often;
+    for (int i = 0; i < 500; ++i) file.add(std::string(1000, 'x'));
+    EXPECT_TRUE(file.flush());
+    EXPECT_GT(Alarms::count, 0);
+  }
+  int status = 0;
+  waitpid(reader, &status, 0);
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
 }
