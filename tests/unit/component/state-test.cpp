@@ -210,6 +210,17 @@ TEST_F(StateTest, OfManyComponentsEachGetsItsChildAlsoWhenThereAreMore) {
   for (std::size_t i = 0; i < parts.size(); ++i) EXPECT_EQ(parts[i]->state, std::to_string(i));
 }
 
+TEST_F(StateTest, MissingChildrenRestoreNothing) {
+  System wide("C");
+  constexpr int COMPOUNDS = 5;
+  for (int i = 0; i < COMPOUNDS; ++i) wide.compound("D");
+  TestAtom* atom = wide.atom("A");
+  Nonleaf state(COMPOUNDS + 1);
+  state.setChild(new Leaf(new Atomleaf("a")), COMPOUNDS);
+  wide.setState(&state);
+  EXPECT_EQ(atom->state, "a");
+}
+
 TEST_F(StateTest, ANullStateRestoresNothing) {
   buildTree();
   root.setState(nullptr);
