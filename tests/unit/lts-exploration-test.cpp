@@ -257,10 +257,10 @@ TEST_F(LtsExplorationTest, OnlyWantedTextsAreKept) {
 // The number of the next state is larger.
 TEST_F(LtsExplorationTest, ATextMayHaveALineThatLooksLikeAState) {
   mFiles.writeOwn("x.aut", 1, 3, "(1, x, 2)\n");
-  mFiles.write("x.state", "1 : a\n1 : b\n0 : c\n2 : d\n");
+  mFiles.write("x.state", "1 : a\n1 : b\n0 : c\n9\n2 : d\n");
   const Exploration exploration = mFiles.explore("x");
   const StateTexts texts(exploration, mFiles.progress());
-  EXPECT_EQ("a\n1 : b\n0 : c", texts.of(1));
+  EXPECT_EQ("a\n1 : b\n0 : c\n9", texts.of(1));
   EXPECT_EQ("d", texts.of(2));
   EXPECT_FALSE(texts.of(0));
 }

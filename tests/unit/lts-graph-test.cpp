@@ -144,6 +144,7 @@ TEST(LtsColumnTest, AColumnThatCannotGrowKeepsItsElements) {
 #ifdef __SANITIZE_ADDRESS__
   GTEST_SKIP() << "the sanitizer ends the program";
 #endif
+  if (sizeof(std::size_t) == 4) GTEST_SKIP() << "so much can be there";
   Column<char> column;
   column.push('x');
   EXPECT_THROW(column.resize(std::numeric_limits<std::size_t>::max() / 2), std::bad_alloc);

@@ -348,6 +348,8 @@ TEST_F(LtsWriterTest, AFullDiskIsNoticedHoweverMuchIsWrittenAtOnce) {
       OutputFile file(mFiles.path("large"));
       file.write(std::string(size, 'x'));
       errno = 0;
+      file.write(std::string(1u << 20, 'x'));
+      errno = 0;
       EXPECT_EQ("large: cannot be written (File too large), expected a file that can",
                 faultOf(mFiles, [&] { file.commit(); }))
           << size;

@@ -53,6 +53,16 @@ int fillStandardOutput() {
   return ends[0];
 }
 
+// The process may have no more files meanwhile.
+void flushWithFiles(rlim_t most) {
+  rlimit former;
+  getrlimit(RLIMIT_NOFILE, &former);
+  const rlimit few = {most, former.rlim_max};
+  setrlimit(RLIMIT_NOFILE, &few);
+  flushOutput();
+  setrlimit(RLIMIT_NOFILE, &former);
+}
+
 }  // namespace
 
 TEST(StandardOutputTest, FlushingHandsOverWhatWasPrinted) {
@@ -170,11 +180,8 @@ TEST(StandardOutputTest, SignalsWhileAReaderIsAwaitedLoseNothing) {
 TEST(StandardOutputTest, WhereRoomCannotBeAskedForTheOutputIsTried) {
   const Outcome outcome = isolated([] {
     std::printf("printed");
-    const rlimit none = {0, 0};
-    setrlimit(RLIMIT_NOFILE, &none);
-    flushOutput();
-    _exit(__fpending(stdout) == 0 ? 0 : 1);
-    return 0;
+    flushWithFiles(0);
+    return __fpending(stdout) == 0 ? 0 : 1;
   });
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(outcome.out, "printed");
@@ -186,9 +193,7 @@ TEST(StandardOutputTest, WhatNobodyTakesIsDroppedEvenWhenThereIsNoOtherPlace) {
     fillStandardOutput();
     raise(SIGTERM);
     std::printf("dropped");
-    const rlimit one = {1, 1};
-    setrlimit(RLIMIT_NOFILE, &one);
-    flushOutput();
+    flushWithFiles(1);
     return __fpending(stdout) == 0 ? 0 : 1;
   });
   EXPECT_EQ(outcome.status, 0);

@@ -51,6 +51,8 @@ TEST_F(SpoolTest, WithoutRoomItFailsHoweverMuchIsWrittenAtOnce) {
     Spool spool;
     spool.write(std::string(size, 'x'));
     errno = 0;
+    spool.write(std::string(200000, 'x'));
+    errno = 0;
     EXPECT_EQ("a temporary file cannot be used (File too large" + NO_ROOM,
               faultOf(mFiles, [&] { copied(spool); }))
         << size;
