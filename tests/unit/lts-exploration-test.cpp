@@ -233,6 +233,27 @@ TEST_F(LtsExplorationTest, TextsAreFoundByStateAndStatesByText) {
   EXPECT_EQ(Graph::NO_STATE, index.find("d"));
 }
 
+// As many texts as the index has room for at first, and one more.
+TEST_F(LtsExplorationTest, ATextThatNoStateHasIsNotFoundAmongAnyNumberOfThem) {
+  for (int count = 1; count <= 33; ++count) {
+    std::string transitions;
+    std::string texts;
+    for (int state = 0; state < count; ++state) {
+      transitions += "(0, a, " + std::to_string(state) + ")\n";
+      texts += std::to_string(state) + " : text " + std::to_string(state) + "\n";
+    }
+    mFiles.writeOwn("x.aut", count, count, transitions);
+    mFiles.write("x.state", texts);
+    const Exploration exploration = mFiles.explore("x");
+    const StateTexts all(exploration, mFiles.progress());
+    const TextIndex index(all, exploration.graph().states());
+    for (State state = 0; state < exploration.graph().states(); ++state) {
+      EXPECT_EQ(state, index.find("text " + std::to_string(state)));
+    }
+    EXPECT_EQ(Graph::NO_STATE, index.find("another text"));
+  }
+}
+
 TEST_F(LtsExplorationTest, OnlyWantedTextsAreKept) {
   mFiles.writeTable("t");
   const StateTexts texts(mFiles.explore("t"), mFiles.progress(),

@@ -264,6 +264,21 @@ TEST(PnmlReaderTest, EachUnknownElementIsWarnedAboutOnceAndTenAltogether) {
   EXPECT_EQ(10u, reading.warnings.size());
 }
 
+TEST(PnmlReaderTest, AnUnknownElementThatComesBackIsNotWarnedAboutAgain) {
+  const Reading reading = read(netDocument("<strange/><other/><strange/>"));
+  ASSERT_EQ(2u, reading.warnings.size());
+  EXPECT_NE(std::string::npos, reading.warnings[0].text.find("\"strange\""));
+  EXPECT_NE(std::string::npos, reading.warnings[1].text.find("\"other\""));
+}
+
+TEST(PnmlReaderTest, AnElementOfAnotherNamespaceIsIgnoredWhateverItsName) {
+  const Reading reading = read(netDocument(
+      "<place id=\"p\"><x:type xmlns:x=\"urn:x\"/><x:initialMarking xmlns:x=\"urn:x\"/></place>"));
+  ASSERT_TRUE(reading.net.has_value()) << linesOf(reading.errors);
+  ASSERT_EQ(2u, reading.warnings.size());
+  EXPECT_NE(std::string::npos, reading.warnings[0].text.find("\"type\" is ignored"));
+}
+
 TEST(PnmlReaderTest, CommentsInstructionsAndCdataAreUnderstood) {
   const Net net = netOf(
       "<?xml version='1.0'?><!-- a --><?pi b?><pnml><!-- c --><net id='n'><place id='p'>"

@@ -43,6 +43,12 @@ TEST_F(RecordingReaderTest, TheFirstLineHasAllNames) {
   EXPECT_FALSE(run.states[1]);
 }
 
+TEST_F(RecordingReaderTest, AllArgumentsAreRead) {
+  std::string start = START;
+  start.replace(start.find(R"(["2"])"), 5, R"(["2","--bfs","-q"])");
+  EXPECT_EQ((Texts{"2", "--bfs", "-q"}), mFiles.open(start)->run().arguments);
+}
+
 TEST_F(RecordingReaderTest, APortBelongsToTheAtomWithTheLongestName) {
   const auto reader = mFiles.open(START);
   const Names& names = reader->run().names;

@@ -1,0 +1,114 @@
+// Text that waits in a temporary file, also when the system does not take it.
+#include "spool.hpp"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <memory>
+#include <string>
+
+#include "lts-files.hpp"
+#include "output-file.hpp"
+
+namespace {
+
+using Vesk::Lts::OutputFile;
+using Vesk::Traces::Spool;
+
+// Nothing may go beyond the limit as long as this object lives.
+class Limit {
+ public:
+  Limit(__rlimit_resource resource, rlim_t most) : mResource(resource) {
+    mFormerAction = signal(SIGXFSZ, SIG_IGN);
+    getrlimit(mResource, &mFormer);
+    const rlimit limit{most, mFormer.rlim_max};
+    setrlimit(mResource, &limit);
+  }
+  ~Limit() {
+    setrlimit(mResource, &mFormer);
+    signal(SIGXFSZ, mFormerAction);
+  }
+  Limit(const Limit&) = delete;
+  Limit& operator=(const Limit&) = delete;
+
+ private:
+  const __rlimit_resource mResource;
+  rlimit mFormer{};
+  sighandler_t mFormerAction;
+};
+
+std::string faultFor(const std::string& reason) {
+  return "a temporary file cannot be used (" + reason + "), expected room for one";
+}
+
+class SpoolTest : public testing::Test {
+ protected:
+  std::string copyOf(Spool& spool) {
+    OutputFile file(mFiles.path("copy"));
+    spool.copyTo(file);
+    file.commit();
+    return mFiles.read("copy");
+  }
+  std::string faultOfCopy(Spool& spool) {
+    return faultOf(mFiles, [&] { copyOf(spool); });
+  }
+
+  LtsFiles mFiles;
+};
+
+TEST_F(SpoolTest, AllThatWasWrittenIsCopied) {
+  Spool spool;
+  std::string text;
+  for (int i = 0; i < 50000; ++i) {
+    spool.write("line " + std::to_string(i) + "\n");
+    text += "line " + std::to_string(i) + "\n";
+  }
+  EXPECT_EQ(text, copyOf(spool));
+}
+
+TEST_F(SpoolTest, WithoutADescriptorThereIsNone) {
+  std::string fault;
+  {
+    const Limit limit(RLIMIT_NOFILE, 0);
+    fault = faultOf(mFiles, [] { Spool(); });
+  }
+  EXPECT_EQ(faultFor("Too many open files"), fault);
+}
+
+TEST_F(SpoolTest, WhatCouldNotBeKeptIsAFault) {
+  Spool spool;
+  spool.write("text");
+  OutputFile file(mFiles.path("copy"));
+  std::string fault;
+  {
+    const Limit limit(RLIMIT_FSIZE, 0);
+    fault = faultOf(mFiles, [&] { spool.copyTo(file); });
+  }
+  EXPECT_EQ(faultFor("File too large"), fault);
+}
+
+// What was lost before does not come back when there is room again.
+TEST_F(SpoolTest, WhatWasLostBeforeIsAFault) {
+  Spool spool;
+  {
+    const Limit limit(RLIMIT_FSIZE, 0);
+    spool.write(std::string(1000000, 'x'));
+  }
+  EXPECT_EQ("a temporary file cannot be used (", faultOfCopy(spool).substr(0, 33));
+}
+
+// The file gets the smallest free descriptor, behind which another one is put.
+TEST_F(SpoolTest, WhatCannotBeReadBackIsAFault) {
+  const int next = dup(STDIN_FILENO);
+  close(next);
+  Spool spool;
+  const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
+  ASSERT_EQ(next, dup2(nowhere, next));
+  close(nowhere);
+  EXPECT_EQ(faultFor("Bad file descriptor"), faultOfCopy(spool));
+}
+
+}  // namespace
