@@ -86,6 +86,10 @@ TEST_F(AutReaderTest, APipesFileHasNoHeader) {
   EXPECT_EQ((Texts{"0 a 1"}), transitionsOf(file));
 }
 
+TEST_F(AutReaderTest, WithoutAHeaderASearchBeginsInTheFirstState) {
+  EXPECT_EQ(0u, read(std::string(37, ' ') + "\n(0, a, 1)\n").graph.initial());
+}
+
 TEST_F(AutReaderTest, TheHeaderMayCountLessThanThereIs) {
   const AutFile file = readOwn(1, 2, "(0, a, 1)\n(1, b, 2)\n");
   EXPECT_EQ(3u, file.graph.states());

@@ -215,6 +215,24 @@ TEST_F(LtsExplorationTest, CutAndKilledFilesAreReadWithAWarning) {
   EXPECT_EQ(3u, killed.statesFound());
 }
 
+TEST_F(LtsExplorationTest, StatesThatTheTransitionSystemHasLostAreLeftOut) {
+  const std::string deadlocks = mFiles.write("x.deadlock", "3\n4\n5\n");
+  EXPECT_EQ((std::vector<State>{3}), readDeadlocks(deadlocks, 4, mFiles.progress()).states);
+  const std::string pruned = mFiles.write("x.pruned", "4 || 0,  :: a[[x]]\n5 || 0,  :: a[[x]]\n");
+  EXPECT_EQ((std::vector<State>{4}), readPruned(pruned, 5, mFiles.progress()).states);
+  const std::string states = mFiles.write("x.state", "3 : a\n4 : b\n");
+  std::vector<State> given;
+  readStates(states, 4, mFiles.progress(),
+             [&](State state, std::string_view) { given.push_back(state); });
+  EXPECT_EQ((std::vector<State>{3}), given);
+}
+
+TEST_F(LtsExplorationTest, ASideFileBeginsWithALineOfItsKind) {
+  const std::string path = mFiles.write("x.deadlock", "what\n3\n");
+  EXPECT_EQ("x.deadlock:1: \"what\", expected \"NUMBER\" or \"NUMBER || PATH\"",
+            faultOf(mFiles, [&] { readDeadlocks(path, 9, mFiles.progress()); }));
+}
+
 // ---- Texts
 // ---------------------------------------------------------------------------------------
 

@@ -1,6 +1,7 @@
 // Reading files line by line.
 #include "lines.hpp"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <pty.h>
 #include <signal.h>
@@ -64,6 +65,63 @@ TEST_F(LinesTest, AFolderHasNoLines) {
             faultOf(mFiles, [&] { read(mFiles.path("")); }));
 }
 
+// ---- Standard input ----------------------------------------------------------------------------
+
+// Standard input is this as long as the object lives.
+class Input {
+ public:
+  explicit Input(const std::string& path) : mFormer(dup(STDIN_FILENO)) {
+    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (file == -1) {
+      close(STDIN_FILENO);
+    } else if (file != STDIN_FILENO) {
+      dup2(file, STDIN_FILENO);
+      close(file);
+    }
+  }
+  ~Input() {
+    dup2(mFormer, STDIN_FILENO);
+    close(mFormer);
+  }
+  Input(const Input&) = delete;
+  Input& operator=(const Input&) = delete;
+
+ private:
+  const int mFormer;
+};
+
+int smallestFreeDescriptor() {
+  const int descriptor = dup(STDERR_FILENO);
+  close(descriptor);
+  return descriptor;
+}
+
+TEST_F(LinesTest, StandardInputHasANameAndNoSize) {
+  const Input input(mFiles.write("x", "a\nb\n"));
+  Lines lines(Lines::standardInput, "here", mFiles.progress());
+  EXPECT_EQ("here", lines.path());
+  EXPECT_EQ(0u, lines.fileSize());
+  std::string_view line;
+  ASSERT_TRUE(lines.next(line));
+  EXPECT_EQ("a", line);
+}
+
+TEST_F(LinesTest, WithoutStandardInputThereAreNoLines) {
+  const Input input("/none");
+  EXPECT_EQ("here:1: it cannot be read (Bad file descriptor), expected an open standard input",
+            faultOf(mFiles, [&] { Lines(Lines::standardInput, "here", mFiles.progress()); }));
+}
+
+TEST_F(LinesTest, AllIsClosedInTheEndButStandardInput) {
+  const Input input(mFiles.write("x", "a\n"));
+  const int free = smallestFreeDescriptor();
+  read(mFiles.path("x"));
+  EXPECT_EQ(free, smallestFreeDescriptor());
+  Lines(Lines::standardInput, "here", mFiles.progress());
+  EXPECT_EQ(free, smallestFreeDescriptor());
+  EXPECT_NE(-1, fcntl(STDIN_FILENO, F_GETFD));
+}
+
 // ---- Signals -----------------------------------------------------------------------------------
 
 volatile sig_atomic_t signals = 0;
@@ -104,16 +162,17 @@ struct CloseFile {
   void operator()(std::FILE* file) const { std::fclose(file); }
 };
 
-// What the terminal shows while a file of eight million characters is read, with a pause behind the
-// first line, and then up to '#'.
-std::string shownWhileReading(const std::string& path) {
+// What the terminal shows while a long file is read, with a pause behind the first line, and then
+// up to '#'.
+template <class... Arguments>
+std::string shownWhileReading(const Arguments&... arguments) {
   int controller = -1;
   int terminal = -1;
   if (openpty(&controller, &terminal, nullptr, nullptr, nullptr) != 0) return "no terminal";
   const std::unique_ptr<std::FILE, CloseFile> stream(fdopen(terminal, "w"));
   Progress progress(stream.get());
   {
-    Lines lines(path, "a file", progress);
+    Lines lines(arguments..., progress);
     std::string_view line;
     lines.next(line);
     usleep(LONG);
@@ -128,11 +187,22 @@ std::string shownWhileReading(const std::string& path) {
   return text;
 }
 
-TEST_F(LinesTest, ATerminalSeesHowMuchOfALongFileHasBeenRead) {
+std::string longText() {
   std::string content;
   for (int i = 0; i < 200000; ++i) content += "a line with forty characters, as it seems\n";
-  const std::string shown = shownWhileReading(mFiles.write("x", content));
+  return content;
+}
+
+TEST_F(LinesTest, ATerminalSeesHowMuchOfALongFileHasBeenRead) {
+  const std::string shown = shownWhileReading(mFiles.write("x", longText()), "a file");
   const std::regex expected("(\r\x1b\\[Kreading [^:]*/x: [1-9][0-9]? %)+\r\x1b\\[K");
+  EXPECT_TRUE(std::regex_match(shown, expected)) << shown;
+}
+
+TEST_F(LinesTest, ATerminalSeesHowMuchOfALongInputHasBeenRead) {
+  const Input input(mFiles.write("x", longText()));
+  const std::string shown = shownWhileReading(Lines::standardInput, "input");
+  const std::regex expected("(\r\x1b\\[Kreading input: [1-9][0-9]*)+\r\x1b\\[K");
   EXPECT_TRUE(std::regex_match(shown, expected)) << shown;
 }
 

@@ -117,6 +117,49 @@ TEST(StandardOutputTest, AfterTheGraceOfARequestWhatNobodyTakesIsDroppedWithAllT
   EXPECT_EQ(outcome.err, LOST) << "said once";
 }
 
+// The way to nowhere then has the smallest descriptor of all.
+TEST(StandardOutputTest, ItIsDroppedAlsoWithoutStandardInput) {
+  const Outcome outcome = isolated([] {
+    const SearchSignals signals;
+    const int reader = fillStandardOutput();
+    close(STDIN_FILENO);
+    raise(SIGTERM);
+    for (int i = 0; i < 3; ++i) {
+      std::printf("dropped");
+      flushOutput();
+      if (__fpending(stdout) != 0) return 1;
+    }
+    if (fcntl(STDIN_FILENO, F_GETFD) != -1) return 3;
+    return drained(reader).find_first_not_of('x') == std::string::npos ? 0 : 2;
+  });
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.err, LOST) << "said once";
+}
+
+TEST(StandardOutputTest, ASingleCharacterIsHandedOver) {
+  const Outcome outcome = isolated([] {
+    std::printf("x");
+    flushOutput();
+    return __fpending(stdout) == 0 ? 0 : 1;
+  });
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.out, "x");
+}
+
+// After a request, too, nothing is said of what was never printed.
+TEST(StandardOutputTest, WithNothingPrintedNothingIsDropped) {
+  const Outcome outcome = isolated([] {
+    const SearchSignals signals;
+    fillStandardOutput();
+    raise(SIGTERM);
+    while (!Vesk::graceIsOver()) usleep(10000);
+    flushOutput();
+    _exit(0);
+    return 0;
+  });
+  EXPECT_EQ(outcome.err, "");
+}
+
 TEST(StandardOutputTest, WithoutARequestAReaderThatComesBackGetsEverything) {
   const Outcome outcome = isolated([] {
     const int reader = fillStandardOutput();

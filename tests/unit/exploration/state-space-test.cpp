@@ -90,6 +90,47 @@ TEST_F(StateSpaceTest, AnAtomWithoutStateIsExploredByTextsAndNotReportedMoreOfte
   EXPECT_EQ("", testing::internal::GetCapturedStderr());
 }
 
+// What the root shows does not say what is missing.
+TEST_F(StateSpaceTest, AnAtomWithoutStateBelowARootThatShowsOneIsExploredByTexts) {
+  Talkative root("t");
+  root.add(new Unfinished("U", &root));
+  root.atom("A")->state = "morea";
+  root.join("k", {});
+  EXPECT_EQ(Locality::UNDECLARED, wayOf(root, Locality::REPEATABLE));
+}
+
+// The caller can see in the place that it gave which connector fires.
+TEST_F(StateSpaceTest, WhatFiresIsTheChoice) {
+  for (const Locality declared : {Locality::UNDECLARED, Locality::LOCAL, Locality::REPEATABLE}) {
+    declareAll(system, declared);
+    Connector* legal = nullptr;
+    Connector* choice = nullptr;
+    system.initialize(nullptr);
+    const std::unique_ptr<StateSpace> space = StateSpace::create({system, legal, choice});
+    ASSERT_EQ(declared, space->kind());
+    space->read();
+    space->find();
+    const Vesk::PendingState first = space->keep();
+    space->restore(first);
+    space->activate();
+    Vesk::Transition transition;
+    Vesk::Label label;
+    ASSERT_TRUE(space->firstLegal(transition));
+    ASSERT_TRUE(space->fire(transition, label));
+    EXPECT_EQ(transition.connector, choice) << nameOf(declared);
+    space->drop();
+    choice = nullptr;
+    space->restore(first);
+    space->activate();
+    ASSERT_TRUE(space->firstLegal(transition));
+    space->freeze(&transition);
+    Vesk::Transition thawed = space->thaw();
+    ASSERT_TRUE(space->fireFrozen(first, thawed, label));
+    EXPECT_EQ(transition.connector, choice) << nameOf(declared);
+    space->drop();
+  }
+}
+
 TEST_F(StateSpaceTest, ASystemThatConnectsFromOutsideIsExploredByTexts) {
   TestAtom outside("O", nullptr);
   outside.declare(Locality::REPEATABLE);

@@ -31,6 +31,7 @@ TEST(JsonLineTest, ControlCharactersAreEscaped) {
 }
 
 TEST(JsonLineTest, TheControlCharacterBehindAllOthersIsEscaped) {
+  EXPECT_EQ(lineOf("\x7F"), R"({"a":"\u007f"})");
   EXPECT_EQ(lineOf("a\x7F"), R"({"a":"a\u007f"})");
 }
 

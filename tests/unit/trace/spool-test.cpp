@@ -100,10 +100,21 @@ TEST_F(SpoolTest, WhatWasLostBeforeIsAFault) {
   EXPECT_EQ("a temporary file cannot be used (", faultOfCopy(spool).substr(0, 33));
 }
 
+int smallestFreeDescriptor() {
+  const int descriptor = dup(STDERR_FILENO);
+  close(descriptor);
+  return descriptor;
+}
+
+TEST_F(SpoolTest, ItsFileIsClosedInTheEnd) {
+  const int free = smallestFreeDescriptor();
+  Spool().write("text");
+  EXPECT_EQ(free, smallestFreeDescriptor());
+}
+
 // The file gets the smallest free descriptor, behind which another one is put.
 TEST_F(SpoolTest, WhatCannotBeReadBackIsAFault) {
-  const int next = dup(STDIN_FILENO);
-  close(next);
+  const int next = smallestFreeDescriptor();
   Spool spool;
   const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
   ASSERT_EQ(next, dup2(nowhere, next));

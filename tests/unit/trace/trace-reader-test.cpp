@@ -99,6 +99,25 @@ TEST_F(TraceReaderTest, ADialogueIsOverWhenItsStepHasFired) {
   EXPECT_EQ(1u, reader->run().otherLines);
 }
 
+TEST_F(TraceReaderTest, EveryOtherStepEndsADialogue) {
+  const std::string question =
+      "scheduler [0ms] Enter a new value for current time in lazy (0ms,9ms): 6\n";
+  for (const char* step : {"scheduler : s/c/b:p\n", "scheduler [6ms] b:p lazy\n"}) {
+    const auto reader = mFiles.open(question + step + "a:p lazy (5ms,_)\n");
+    EXPECT_EQ(1u, mFiles.steps(*reader).size()) << step;
+    EXPECT_EQ(1u, reader->run().otherLines) << step;
+  }
+}
+
+TEST_F(TraceReaderTest, TheEndOfARunEndsADialogue) {
+  const auto reader = mFiles.open(
+      "scheduler [0ms] Enter a new value for current time in lazy (0ms,9ms): deadlock!\n"
+      "a:p lazy (5ms,_)\n");
+  EXPECT_EQ(Texts(), mFiles.steps(*reader));
+  EXPECT_EQ("deadlock", reader->end().kind);
+  EXPECT_EQ(1u, reader->run().otherLines);
+}
+
 TEST_F(TraceReaderTest, AUserWhoLeavesEndsTheRun) {
   const auto reader = mFiles.open(
       "scheduler [4ms] Enter a new value for current time in lazy (4ms,9ms): Interactions "
