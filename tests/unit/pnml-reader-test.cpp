@@ -622,7 +622,7 @@ TEST(PnmlReaderErrorTest, LongNamesAreNamedInPart) {
 }
 
 TEST(PnmlReaderErrorTest, OfALongNameSixtyCharactersAreNamed) {
-  for (const std::size_t length : {59, 60, 61, 100}) {
+  for (const std::size_t length : {59u, 60u, 61u, 100u}) {
     EXPECT_EQ("3:3: malformed XML: mismatched tag </" +
                   std::string(std::min<std::size_t>(length, 60), 'n') +
                   ">, expected </place> for the element that begins at 2:1",
