@@ -338,7 +338,8 @@ extern "C" int usleep(useconds_t time) {
     (*waiting)(time);
     return 0;
   }
-  const timespec wait = {time / 1000000, static_cast<long>(time % 1000000) * 1000};
+  const timespec wait = {static_cast<time_t>(time / 1000000),
+                         static_cast<long>(time % 1000000) * 1000};
   return nanosleep(&wait, nullptr);
 }
 
