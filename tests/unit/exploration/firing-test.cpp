@@ -56,7 +56,7 @@ TEST_F(FrozenTransitionsTest, KeepWhatTheirInteractionHasLostSince) {
   interaction->setDominated(true);
   freeze();
   interaction->setDominated(false);
-  interaction->setMark(2);
+  interaction->setMark(1);
   freeze();
   interaction->setMark(0);
   freeze();
@@ -66,7 +66,7 @@ TEST_F(FrozenTransitionsTest, KeepWhatTheirInteractionHasLostSince) {
   EXPECT_FALSE(frozenInteraction(bare)->dominated());
   EXPECT_EQ(nullptr, frozenInteraction(bare)->constraint());
   Transition marked = stack.pop();
-  EXPECT_EQ(2u, frozenInteraction(marked)->mark());
+  EXPECT_EQ(1u, frozenInteraction(marked)->mark());
   Transition dominated = stack.pop();
   EXPECT_TRUE(frozenInteraction(dominated)->dominated());
   Transition timed = stack.pop();
