@@ -2,8 +2,12 @@
 #include "aut-reader.hpp"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -84,6 +88,19 @@ TEST_F(AutReaderTest, APipesFileHasNoHeader) {
   EXPECT_FALSE(file.header);
   EXPECT_TRUE(file.isOwn);
   EXPECT_EQ((Texts{"0 a 1"}), transitionsOf(file));
+}
+
+// Its size is not known, so nothing can be said about states that are too large.
+TEST_F(AutReaderTest, APipeCanBeRead) {
+  const std::string path = mFiles.path("pipe");
+  ASSERT_EQ(0, mkfifo(path.c_str(), 0600));
+  const pid_t writer = fork();
+  if (writer == 0) {
+    std::ofstream(path) << std::string(37, ' ') << "\n(0, a, 1)\n(1, b, 70000)\n";
+    _exit(0);
+  }
+  EXPECT_EQ((Texts{"0 a 1", "1 b 70000"}), transitionsOf(readAut(path, mFiles.progress())));
+  waitpid(writer, nullptr, 0);
 }
 
 TEST_F(AutReaderTest, WithoutAHeaderASearchBeginsInTheFirstState) {

@@ -10,6 +10,7 @@
 #include "lts-files.hpp"
 #include "side-files.hpp"
 #include "state-texts.hpp"
+#include "text-hash.hpp"
 #include "text-index.hpp"
 
 namespace {
@@ -270,6 +271,24 @@ TEST_F(LtsExplorationTest, ATextThatNoStateHasIsNotFoundAmongAnyNumberOfThem) {
     }
     EXPECT_EQ(Graph::NO_STATE, index.find("another text"));
   }
+}
+
+// All of them want one of the even slots, of which there are just as many.
+TEST_F(LtsExplorationTest, TextsThatCollideAreFoundAllTheSame) {
+  std::vector<std::string> texts;
+  for (int i = 0; texts.size() < 9; ++i) {
+    const std::string text = "text " + std::to_string(i);
+    if (textHash(text) % 2 == 0) texts.push_back(text);
+  }
+  std::string states;
+  for (std::size_t i = 0; i < 8; ++i) states += std::to_string(i) + " : " + texts[i] + "\n";
+  mFiles.writeOwn("x.aut", 1, 8, "(0, a, 7)\n");
+  mFiles.write("x.state", states);
+  const Exploration exploration = mFiles.explore("x");
+  const StateTexts all(exploration, mFiles.progress());
+  const TextIndex index(all, 8);
+  for (std::size_t i = 0; i < 8; ++i) EXPECT_EQ(i, index.find(texts[i]));
+  EXPECT_EQ(Graph::NO_STATE, index.find(texts[8]));
 }
 
 TEST_F(LtsExplorationTest, OnlyWantedTextsAreKept) {

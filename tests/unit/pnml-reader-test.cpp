@@ -702,6 +702,11 @@ TEST(PnmlReaderErrorTest, ALongerNameMayHaveMoreWrongLetters) {
     EXPECT_TRUE(reading.net.has_value()) << linesOf(reading.errors);
     EXPECT_EQ(1u, reading.warnings.size()) << name;
   }
+  for (const char* name : {"ace", "xxplace", "plac_xx", "plaxxce"}) {
+    const Reading reading = read(netDocument("<" + std::string(name) + "/>"));
+    EXPECT_TRUE(reading.net.has_value()) << linesOf(reading.errors);
+    EXPECT_EQ(1u, reading.warnings.size()) << name;
+  }
   EXPECT_NE("", errorWith("<place id='p'><kapacity/></place>"));
   EXPECT_NE("", errorWith("<dransidion id='t'/>"));
 }
