@@ -14,6 +14,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "exploration/progress.hpp"
 #include "exploration/signals.hpp"
 #include "kit/processes.hpp"
 
@@ -115,6 +116,24 @@ TEST(StandardOutputTest, AfterTheGraceOfARequestWhatNobodyTakesIsDroppedWithAllT
   });
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(outcome.err, LOST) << "said once";
+}
+
+// The spinner has two characters, of which the second one would not fit.
+TEST(StandardOutputTest, TheProgressOfASearchMakesRoomBeforeItPrints) {
+  const Outcome outcome = isolated([] {
+    const SearchSignals signals;
+    fillStandardOutput();
+    std::printf("x");
+    std::printf("%s", std::string(__fbufsize(stdout) - 2, 'x').c_str());
+    raise(SIGTERM);
+    Vesk::Progress progress(false, 0);
+    Vesk::Counters counters;
+    progress.start();
+    for (counters.steps = 1; counters.steps <= 20; ++counters.steps) progress.show(counters, 1);
+    return __fpending(stdout) == 2 ? 0 : 1;
+  });
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.err, LOST);
 }
 
 // The way to nowhere then has the smallest descriptor of all.

@@ -91,6 +91,14 @@ TEST_F(RecordingReaderTest, StatesChangeInTheOrderOfTheAtoms) {
   EXPECT_EQ(9u, step.changed[0].first);
 }
 
+TEST_F(RecordingReaderTest, NothingIsReadBehindTheEnd) {
+  const auto reader = mFiles.open(START + END + STEP);
+  Step step;
+  EXPECT_FALSE(reader->next(step));
+  EXPECT_EQ("deadlock", reader->end().kind);
+  EXPECT_FALSE(reader->next(step));
+}
+
 TEST_F(RecordingReaderTest, WhatWasCutEndsWithTheLastWholeLine) {
   const auto reader = mFiles.open(START + STEP + END.substr(0, 20));
   EXPECT_EQ(1u, mFiles.steps(*reader).size());

@@ -207,6 +207,13 @@ TEST_F(TraceReaderTest, FilesOfOtherSystemsCanBeRead) {
   EXPECT_EQ((Texts{"1 - - s/c/a:p"}), mFiles.stepsOf("\xEF\xBB\xBFscheduler : s/c/a:p\r\n"));
 }
 
+TEST_F(TraceReaderTest, AMarkInALaterLineIsAText) {
+  const auto reader =
+      mFiles.open("\xEF\xBB\xBFscheduler : s/c/a:p\n\xEF\xBB\xBFscheduler : s/c/a:p\n");
+  EXPECT_EQ((Texts{"1 - - s/c/a:p"}), mFiles.steps(*reader));
+  EXPECT_EQ(1u, reader->run().otherLines);
+}
+
 TEST_F(TraceReaderTest, BytesThatAreNotUtf8BecomeCharacters) {
   EXPECT_EQ((Texts{"1 - - s/c/\xC3\xBC:p", "2 - - s/c/\xC3\xBC:q"}),
             mFiles.stepsOf("scheduler : s/c/\xFC:p\nscheduler : s/c/\xC3\xBC:q\n"));
