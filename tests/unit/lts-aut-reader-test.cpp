@@ -135,6 +135,11 @@ TEST_F(AutReaderTest, AFileThatIsCutBehindTheFirstLineOfALabelIsRead) {
   EXPECT_EQ((Texts{"0 a 1"}), transitionsOf(file));
 }
 
+TEST_F(AutReaderTest, TransitionsThatDoNotStandTogetherAreSortedByTargetInEachState) {
+  const AutFile file = readOwn(4, 4, "(0, a, 3)\n(1, b, 3)\n(0, c, 1)\n(1, d, 2)\n");
+  EXPECT_EQ((Texts{"0 c 1", "0 a 3", "1 d 2", "1 b 3"}), transitionsOf(file));
+}
+
 TEST_F(AutReaderTest, TransitionsOutOfOrderAreSortedBySource) {
   const AutFile file = readOwn(5, 4, "(0, a, 1)\n(1, b, 2)\n(0, c, 3)\n(3, d, 3)\n(1, a, 0)\n");
   EXPECT_EQ((Texts{"0 a 1", "0 c 3", "1 a 0", "1 b 2", "3 d 3"}), transitionsOf(file));
