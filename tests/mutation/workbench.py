@@ -23,6 +23,14 @@ def tracked_files():
     return [f for f in out.split("\n") if f and os.path.exists(os.path.join(ROOT, f))]
 
 
+def sources_of(file):
+    """The sources that are compiled by this one: those that it includes when CMake has put several together."""
+    if "/Unity/" not in file:
+        return [file]
+    with open(file) as text:
+        return re.findall(r'#include "(.*\.cpp)"', text.read())
+
+
 def compile_commands():
     folder = os.path.join(WORK, "plain")
     run("cmake", "-G", "Ninja", "-S", ROOT, "-B", folder, "-D", "CMAKE_BUILD_TYPE=Debug",
@@ -34,7 +42,8 @@ def compile_commands():
         words = shlex.split(entry["command"])
         kept = [w for i, w in enumerate(words)
                 if w.startswith(("-I", "-D", "-std")) or w == "-isystem" or words[i - 1] == "-isystem"]
-        commands.setdefault(os.path.relpath(entry["file"], ROOT), kept)
+        for source in sources_of(entry["file"]):
+            commands.setdefault(os.path.relpath(source, ROOT), kept)
     return commands
 
 
