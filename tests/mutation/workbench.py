@@ -34,7 +34,8 @@ def sources_of(file):
 def compile_commands():
     folder = os.path.join(WORK, "plain")
     run("cmake", "-G", "Ninja", "-S", ROOT, "-B", folder, "-D", "CMAKE_BUILD_TYPE=Debug",
-        "-D", "CMAKE_EXPORT_COMPILE_COMMANDS=ON", "-D", "BUILD_TESTING=ON", stdout=subprocess.DEVNULL)
+        "-D", "CMAKE_EXPORT_COMPILE_COMMANDS=ON", "-D", "BUILD_TESTING=ON",
+        "-D", "VESK_VALIDATE=ON", stdout=subprocess.DEVNULL)
     with open(os.path.join(folder, "compile_commands.json")) as file:
         entries = json.load(file)
     commands = {}
