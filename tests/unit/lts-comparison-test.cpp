@@ -94,6 +94,19 @@ TEST_F(LtsComparisonTest, TheDifferenceIsShownWithTheWayToIt) {
       mText);
 }
 
+// Explorations list no text twice, files of other programs may.
+TEST_F(LtsComparisonTest, StatesWithOneTextBelongTogetherInTheirOrder) {
+  const std::string lines = "(0, x, 1)\n(1, y, 2)\n(2, z, 0)\n";
+  write("a", 3, lines, "0 : s\n1 : t\n2 : t\n");
+  write("b", 3, lines, "0 : s\n1 : t\n2 : t\n");
+  EXPECT_EQ(true, compare()["same"]);
+  write("b", 3, lines, "0 : s\n1 : t\n2 : u\n");
+  const Json json = compare();
+  EXPECT_EQ(2, json["commonStates"]);
+  EXPECT_EQ((Json::array({{{"state", 2}, {"text", "t"}}})), json["onlyIn"][0]["states"]);
+  EXPECT_EQ((Json::array({{{"state", 2}, {"text", "u"}}})), json["onlyIn"][1]["states"]);
+}
+
 TEST_F(LtsComparisonTest, OtherInitialStatesDiffer) {
   write("a", 1, "", "0 : s\n");
   write("b", 1, "", "0 : t\n");

@@ -246,10 +246,22 @@ TEST_F(LtsExplorationTest, TextsAreFoundByStateAndStatesByText) {
   EXPECT_EQ("", texts.of(1));
   EXPECT_FALSE(texts.of(2));
   EXPECT_EQ("c", texts.of(3));
-  const TextIndex index(texts, 4);
-  EXPECT_EQ(3u, index.find("c"));
-  EXPECT_EQ(1u, index.find(""));
-  EXPECT_EQ(Graph::NO_STATE, index.find("d"));
+  TextIndex index(texts, 4);
+  EXPECT_EQ(3u, index.next("c"));
+  EXPECT_EQ(1u, index.next(""));
+  EXPECT_EQ(Graph::NO_STATE, index.next("d"));
+}
+
+TEST_F(LtsExplorationTest, StatesWithOneTextAreFoundOneAfterTheOther) {
+  mFiles.writeOwn("x.aut", 3, 4, "(0, a, 1)\n(0, b, 2)\n(1, a, 3)\n");
+  mFiles.write("x.state", "0 : a\n1 : b\n2 : a\n3 : a\n");
+  const StateTexts texts(mFiles.explore("x"), mFiles.progress());
+  TextIndex index(texts, 4);
+  EXPECT_EQ(0u, index.next("a"));
+  EXPECT_EQ(2u, index.next("a"));
+  EXPECT_EQ(1u, index.next("b"));
+  EXPECT_EQ(3u, index.next("a"));
+  EXPECT_EQ(3u, index.next("a"));
 }
 
 // As many texts as the index has room for at first, and one more.

@@ -107,13 +107,12 @@ std::vector<std::string> Arguments::words() const {
 
 unsigned int Arguments::seed() const {
   const std::vector<std::string> all = words();
+  std::string number = "1";
   for (std::size_t i = 0; i < all.size(); ++i) {
-    std::string number;
-    if (all[i] == "--seed" && i + 1 < all.size()) number = all[i + 1];
+    if (all[i] == "--seed" && i + 1 < all.size()) number = all[++i];
     if (all[i].rfind("--seed=", 0) == 0) number = all[i].substr(7);
-    if (!number.empty()) return static_cast<unsigned int>(std::atoi(number.c_str()));
   }
-  return 1;
+  return static_cast<unsigned int>(std::atoi(number.c_str()));
 }
 
 }  // namespace Vesk::Inspect

@@ -34,7 +34,7 @@ class Arguments {
   std::string model() const;
   // The words behind the name.
   std::vector<std::string> words() const;
-  // The number of the engine's option --seed; 1 when it is missing, as for the engine.
+  // The number of the engine's option --seed, the last one as for the engine; 1 when it is missing.
   unsigned int seed() const;
 
  private:

@@ -123,9 +123,22 @@ class Follower : public Executer {
       Connector& connector = *placed.part;
       const std::string start =
           std::string(textOf(connector.holder()->name())) + "/" + textOf(connector.name()) + "/";
-      if (nextLabel().rfind(utf8(start), 0) == 0) return mExplanation.whyNot(connector);
+      if (nextLabel().rfind(utf8(start), 0) != 0) continue;
+      const std::string offers = offersOf(utf8(start));
+      if (!offers.empty()) return "other ports of this connector are possible: " + offers;
+      return mExplanation.whyNot(connector);
     }
     return "the model has no such connector";
+  }
+
+  // The labels with this start that are enabled.
+  std::string offersOf(const std::string& start) {
+    std::string labels;
+    for (auto it = interactions().begin(0); it != interactions().end(0); ++it) {
+      const std::string label = utf8((*it)->label());
+      if (label.rfind(start, 0) == 0) labels += (labels.empty() ? "" : ", ") + label;
+    }
+    return labels;
   }
 
   // It is enabled, but only after something else must have fired.

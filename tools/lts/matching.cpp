@@ -66,13 +66,13 @@ void Matching::matchLabels() {
 
 void Matching::matchTexts(Progress& progress) {
   const StateTexts texts(mA, progress);
-  const TextIndex index(texts, mA.graph().states());
+  TextIndex index(texts, mA.graph().states());
   for (std::size_t state = 0; state < mHasTextA.size(); ++state) {
     mHasTextA[state] = texts.of(static_cast<State>(state)).has_value();
   }
   mB.readTexts(progress, [&](State b, std::string_view text) {
     mHasTextB[b] = 1;
-    const State a = index.find(text);
+    const State a = index.next(text);
     if (a != NONE && mInB[a] == NONE) match(a, b);
   });
 }

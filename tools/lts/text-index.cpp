@@ -8,12 +8,22 @@ TextIndex::TextIndex(const StateTexts& texts, std::size_t states) : mTexts(texts
   std::size_t slots = 16;
   while (slots < 2 * texts.count()) slots *= 2;
   for (std::size_t i = 0; i < slots; ++i) mSlots.push(Graph::NO_STATE);
-  for (std::size_t state = 0; state < states; ++state) {
-    const auto text = texts.of(static_cast<State>(state));
+  for (std::size_t i = states; i-- > 0;) {
+    const auto state = static_cast<State>(i);
+    const auto text = texts.of(state);
     if (!text) continue;
     State& slot = mSlots[slotOf(*text)];
-    if (slot == Graph::NO_STATE) slot = static_cast<State>(state);
+    if (slot != Graph::NO_STATE) mFurther[state] = slot;
+    slot = state;
   }
+}
+
+State TextIndex::next(std::string_view text) {
+  State& slot = mSlots[slotOf(text)];
+  const State found = slot;
+  const auto further = mFurther.find(found);
+  if (further != mFurther.end()) slot = further->second;
+  return found;
 }
 
 // Where the text stands, or the free slot that it would get.

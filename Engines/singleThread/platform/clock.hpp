@@ -26,7 +26,7 @@
 #include "vesk-time.hpp"
 
 namespace Vesk {
-class PortTimes;
+class Foretelling;
 }  // namespace Vesk
 
 // Anything that tells a time. A Constraint is expressed in the values of such a clock.
@@ -144,7 +144,7 @@ class Clock : public GenericClock {
   Vesk::Time mIntermediateTime;  // the reading frozen by stop()
 
  private:
-  friend class Vesk::PortTimes;
+  friend class Vesk::Foretelling;
 };
 
 #endif

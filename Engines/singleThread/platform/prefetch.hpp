@@ -14,6 +14,7 @@ constexpr int AHEAD = 3;
 // wait for. Null is allowed. Has no effect that can be seen.
 inline void prefetch(const void* object, std::size_t bytes) {
   constexpr std::size_t LINE = 64;
+  if (object == nullptr) return;
   for (std::size_t i = 0; i < bytes; i += LINE) {
     __builtin_prefetch(static_cast<const char*>(object) + i);
   }

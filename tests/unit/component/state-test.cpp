@@ -193,6 +193,17 @@ TEST_F(StateTest, ChildrenBeyondTheComponentsAreNotLookedAt) {
   EXPECT_EQ(atom->state, "a");
 }
 
+TEST_F(StateTest, MissingChildrenRestoreNothing) {
+  System wide("C");
+  constexpr int COMPOUNDS = 5;
+  for (int i = 0; i < COMPOUNDS; ++i) wide.compound("D");
+  TestAtom* atom = wide.atom("A");
+  Nonleaf state(COMPOUNDS + 1);
+  state.setChild(new Leaf(new Atomleaf("a")), COMPOUNDS);
+  wide.setState(&state);
+  EXPECT_EQ(atom->state, "a");
+}
+
 TEST_F(StateTest, ANullStateRestoresNothing) {
   buildTree();
   root.setState(nullptr);

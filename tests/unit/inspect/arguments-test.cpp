@@ -103,5 +103,7 @@ TEST(InspectArgumentsTest, TheSeedIsThatOfTheEngine) {
   EXPECT_EQ(5u, seedOf({"m-inspect", "--check", "--seed", "5"}));
   EXPECT_EQ(6u, seedOf({"m-inspect", "--check", "a", "--seed=6"}));
   EXPECT_EQ(1u, seedOf({"m-inspect", "--check", "--seed"}));
-  EXPECT_EQ(1u, seedOf({"m-inspect", "--check", "--seeds=6", "--seed="}));
+  EXPECT_EQ(1u, seedOf({"m-inspect", "--check", "--seeds=6"}));
+  EXPECT_EQ(0u, seedOf({"m-inspect", "--check", "--seed="}));
+  EXPECT_EQ(7u, seedOf({"m-inspect", "--check", "--seed", "5", "--seed=6", "--seed", "7"}));
 }
