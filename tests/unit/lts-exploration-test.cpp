@@ -277,11 +277,11 @@ TEST_F(LtsExplorationTest, ATextThatNoStateHasIsNotFoundAmongAnyNumberOfThem) {
     mFiles.write("x.state", texts);
     const Exploration exploration = mFiles.explore("x");
     const StateTexts all(exploration, mFiles.progress());
-    const TextIndex index(all, exploration.graph().states());
+    TextIndex index(all, exploration.graph().states());
     for (State state = 0; state < exploration.graph().states(); ++state) {
-      EXPECT_EQ(state, index.find("text " + std::to_string(state)));
+      EXPECT_EQ(state, index.next("text " + std::to_string(state)));
     }
-    EXPECT_EQ(Graph::NO_STATE, index.find("another text"));
+    EXPECT_EQ(Graph::NO_STATE, index.next("another text"));
   }
 }
 
@@ -298,9 +298,9 @@ TEST_F(LtsExplorationTest, TextsThatCollideAreFoundAllTheSame) {
   mFiles.write("x.state", states);
   const Exploration exploration = mFiles.explore("x");
   const StateTexts all(exploration, mFiles.progress());
-  const TextIndex index(all, 8);
-  for (std::size_t i = 0; i < 8; ++i) EXPECT_EQ(i, index.find(texts[i]));
-  EXPECT_EQ(Graph::NO_STATE, index.find(texts[8]));
+  TextIndex index(all, 8);
+  for (std::size_t i = 0; i < 8; ++i) EXPECT_EQ(i, index.next(texts[i]));
+  EXPECT_EQ(Graph::NO_STATE, index.next(texts[8]));
 }
 
 TEST_F(LtsExplorationTest, OnlyWantedTextsAreKept) {
