@@ -45,6 +45,7 @@ TEST_F(LabelsTest, StandInTheBufferOfAllConnectorsEachTime) {
 }
 
 TEST_F(LabelsTest, NothingOfALongerOneIsLeftInTheBuffer) {
+  labels.of(*connector, setOf({0}));
   labels.of(*connector, setOf({0, 1}));
   labels.of(*connector, setOf({0}));
   EXPECT_STREQ("s/k/A:p", Connector::LABEL);
