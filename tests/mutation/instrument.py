@@ -12,8 +12,9 @@ is, on the same lines. Every mutant is a change that a test should notice:
   remove    a statement that is an expression, `break`, `continue` or `return;` is left out
   result    a number that is returned becomes larger by one, a pointer that is returned becomes null
 
-Left alone: what macros write (asserts among it), constants that the compiler needs, and calls that give
-memory back or ask for some in advance, because nothing but memory and speed depends on them.
+Left alone: what macros write (asserts among it), constants that the compiler needs, calls that give
+memory back or ask for some in advance, because nothing but memory and speed depends on them, and the
+last statement of functions that never return, because without it they do nothing that is defined.
 """
 
 import re
@@ -24,7 +25,7 @@ from clang.cindex import Index, TypeKind
 
 Mutant = namedtuple("Mutant", "number file line column kind change text whole")
 
-MEMORY_CALLS = {"free", "reserve", "shrink_to_fit", "madvise"}
+MEMORY_CALLS = {"free", "reserve", "shrink_to_fit", "madvise", "operator delete"}
 CONSTANT_PLACES = {K.ENUM_CONSTANT_DECL, K.STATIC_ASSERT, K.TEMPLATE_NON_TYPE_PARAMETER,
                    K.TEMPLATE_TYPE_PARAMETER}
 LESS = {"<": ("less", "<="), "<=": ("notGreater", "<"), ">": ("greater", ">="), ">=": ("notLess", ">")}
@@ -68,6 +69,7 @@ class File:
         self.before, self.after, self.gaps = [], [], []
         self.seen = set()
         self.macros = list(self.calls_of_macros())
+        self.never_return = set(re.findall(r"\[\[noreturn\]\] void (\w+)", self.text.decode()))
 
     def line(self, number):
         return self.text.split(b"\n")[number - 1].decode().strip()
@@ -186,7 +188,7 @@ class Instrumenter:
         elif cursor.kind in (K.BREAK_STMT, K.CONTINUE_STMT):
             self.leave_out(cursor, file, depth)
         self.conditions(cursor, children, file, depth)
-        self.statements(cursor, children, file, depth)
+        self.statements(cursor, children, file, depth, parents[-1])
 
     # --- Kinds of mutants ---
 
@@ -364,9 +366,10 @@ class Instrumenter:
         if self.is_in(child, file) and not self.is_mutated_already(child):
             self.negation(child, file, depth)
 
-    def statements(self, cursor, children, file, depth):
+    def statements(self, cursor, children, file, depth, parent):
         if cursor.kind == K.COMPOUND_STMT:
-            bodies = children
+            ends = parent and parent.kind in FUNCTIONS and parent.spelling in file.never_return
+            bodies = children[:-1] if ends else children
         elif cursor.kind in (K.IF_STMT, K.WHILE_STMT, K.FOR_STMT, K.CXX_FOR_RANGE_STMT, K.CASE_STMT,
                              K.DEFAULT_STMT):
             bodies = children[1:] if cursor.kind == K.IF_STMT else children[-1:]

@@ -23,10 +23,19 @@ def tracked_files():
     return [f for f in out.split("\n") if f and os.path.exists(os.path.join(ROOT, f))]
 
 
+def sources_of(file):
+    """The sources that are compiled by this one: those that it includes when CMake has put several together."""
+    if "/Unity/" not in file:
+        return [file]
+    with open(file) as text:
+        return re.findall(r'#include "(.*\.cpp)"', text.read())
+
+
 def compile_commands():
     folder = os.path.join(WORK, "plain")
     run("cmake", "-G", "Ninja", "-S", ROOT, "-B", folder, "-D", "CMAKE_BUILD_TYPE=Debug",
-        "-D", "CMAKE_EXPORT_COMPILE_COMMANDS=ON", "-D", "BUILD_TESTING=ON", stdout=subprocess.DEVNULL)
+        "-D", "CMAKE_EXPORT_COMPILE_COMMANDS=ON", "-D", "BUILD_TESTING=ON",
+        "-D", "VESK_VALIDATE=ON", stdout=subprocess.DEVNULL)
     with open(os.path.join(folder, "compile_commands.json")) as file:
         entries = json.load(file)
     commands = {}
@@ -34,7 +43,8 @@ def compile_commands():
         words = shlex.split(entry["command"])
         kept = [w for i, w in enumerate(words)
                 if w.startswith(("-I", "-D", "-std")) or w == "-isystem" or words[i - 1] == "-isystem"]
-        commands.setdefault(os.path.relpath(entry["file"], ROOT), kept)
+        for source in sources_of(entry["file"]):
+            commands.setdefault(os.path.relpath(source, ROOT), kept)
     return commands
 
 
@@ -53,7 +63,8 @@ def write_if_changed(path, data):
 def write_copy(files, changed):
     """Copies the files, those that have changed with the functions of mutants.hpp before their new text."""
     # The compiler takes what a source includes for a header of the system: it does not warn of anything.
-    start = b"#pragma GCC system_header\n#include \"" + HERE.encode() + b"/mutants.hpp\"\n"
+    # It optimises them, because the questions whether a mutant acts are short functions.
+    start = b"#pragma GCC system_header\n#pragma GCC optimize(\"O1\")\n#include \"" + HERE.encode() + b"/mutants.hpp\"\n"
     for name in files:
         path = os.path.join(SOURCE, name)
         if name not in changed:
@@ -79,8 +90,8 @@ def build(targets):
         where = r"((?:Engines|tools)/[^:\s]+\.[ch]pp)(?:\.inc)?:(\d+):\d+: +(?:error|required from)"
         for file, line in re.findall(where, done.stdout):
             path = os.path.join(ROOT, file)
-            with open(path) as text:  # two lines stand before it in the copy
-                wrong.add((path, text.read().split("\n")[int(line) - 3].strip()))
+            with open(path) as text:  # three lines stand before it in the copy
+                wrong.add((path, text.read().split("\n")[int(line) - 4].strip()))
     return done.returncode == 0, wrong
 
 

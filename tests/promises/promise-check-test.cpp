@@ -291,6 +291,19 @@ TEST_F(PromiseCheckTest, SaysInWhichStateAndWhatWasExpected) {
       check(Locality::LOCAL)->message());
 }
 
+// The texts of all atoms that take part, in the order of the state.
+TEST_F(PromiseCheckTest, SaysWhatEachAtomThatTookPartShowed) {
+  TestAtom* third = system.atom("T");
+  third->state = "t";
+  int global = 0;
+  faulty->step = [&global] { return global++; };
+  system.join("both", {faulty->ports()[0], third->enabled("q")});
+  const std::string message = check(Locality::REPEATABLE)->message();
+  const std::size_t expected = message.find("\n  expected F:");
+  ASSERT_NE(std::string::npos, expected) << message;
+  EXPECT_NE(std::string::npos, message.find("\n  found    F:")) << message;
+}
+
 TEST_F(PromiseCheckTest, NamesThePlaceOfAnAtomWithAllCompoundsAbove) {
   System* inner = system.compound("C");
   auto* deep = inner->add(new Faulty(inner));

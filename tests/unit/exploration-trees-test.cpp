@@ -507,6 +507,23 @@ TEST(FaultyLeafTest, ALeafOfATreeThatDiesIsForgotten) {
   }
 }
 
+// Without files no line resets it.
+TEST(FaultyLeafTest, ALeafOfAPrunedStateIsForgottenAlsoWithoutFiles) {
+  for (const Traversal traversal : {BFS, DFS}) {
+    clearGlobals();
+    System system("s");
+    auto* atom = system.add(new Automaton("A", &system, {"0,", "1 PRUNE,"}));
+    system.join("go", {atom->addPort("p", {{0, 1}})});
+    ExploringScheduler scheduler(&system, traversal);
+    scheduler.disableOutput();
+    testing::internal::CaptureStdout();
+    scheduler.explore();
+    EXPECT_EQ(summary(1, 1, 0, 0, 2), testing::internal::GetCapturedStdout());
+    EXPECT_TRUE(global_prune) << nameOf(traversal);
+    EXPECT_EQ(nullptr, faulty_leaf) << nameOf(traversal);
+  }
+}
+
 TEST(FaultyLeafTest, TheTreeOfAnErrorLivesUntilItIsShown) {
   // The model points at a leaf of the state that is restored, and that state is done with at once.
   class Pointing : public Automaton {

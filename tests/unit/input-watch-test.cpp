@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <functional>
+#include <iostream>
 #include <memory>
 #include <string>
 #include <vector>
@@ -75,6 +76,21 @@ TEST(InputWatchTest, AnErrorEndsADialogueAsTheEndOfTheInputDoes) {
     EXPECT_EQ(failed.out, ended.out) << dialogue;
     EXPECT_EQ(failed.status, 0) << dialogue;
   }
+}
+
+// The system has said nothing.
+TEST(InputWatchTest, AnErrorWithoutAReasonIsOneOfInput) {
+  const Outcome failed = isolated(
+      [] {
+        create = [] {
+          std::cin.setstate(std::ios::badbit);
+          return makeSystem(false);
+        };
+        return engineMain({"--interactive"});
+      },
+      "0 1 ");
+  EXPECT_EQ(failed.err, "vesk: standard input cannot be read: Input/output error\n");
+  EXPECT_EQ(failed.status, 0);
 }
 
 TEST(InputWatchTest, AnErrorAfterSomeAnswersIsReportedOnceToo) {

@@ -2,8 +2,12 @@
 #include "aut-reader.hpp"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -86,6 +90,23 @@ TEST_F(AutReaderTest, APipesFileHasNoHeader) {
   EXPECT_EQ((Texts{"0 a 1"}), transitionsOf(file));
 }
 
+// Its size is not known, so nothing can be said about states that are too large.
+TEST_F(AutReaderTest, APipeCanBeRead) {
+  const std::string path = mFiles.path("pipe");
+  ASSERT_EQ(0, mkfifo(path.c_str(), 0600));
+  const pid_t writer = fork();
+  if (writer == 0) {
+    std::ofstream(path) << std::string(37, ' ') << "\n(0, a, 1)\n(1, b, 70000)\n";
+    _exit(0);
+  }
+  EXPECT_EQ((Texts{"0 a 1", "1 b 70000"}), transitionsOf(readAut(path, mFiles.progress())));
+  waitpid(writer, nullptr, 0);
+}
+
+TEST_F(AutReaderTest, WithoutAHeaderASearchBeginsInTheFirstState) {
+  EXPECT_EQ(0u, read(std::string(37, ' ') + "\n(0, a, 1)\n").graph.initial());
+}
+
 TEST_F(AutReaderTest, TheHeaderMayCountLessThanThereIs) {
   const AutFile file = readOwn(1, 2, "(0, a, 1)\n(1, b, 2)\n");
   EXPECT_EQ(3u, file.graph.states());
@@ -112,6 +133,11 @@ TEST_F(AutReaderTest, AFileThatIsCutBehindTheFirstLineOfALabelIsRead) {
   const AutFile file = readOwn(2, 2, "(0, a, 1)\n(1, b\n");
   EXPECT_TRUE(file.lastLineIsCut);
   EXPECT_EQ((Texts{"0 a 1"}), transitionsOf(file));
+}
+
+TEST_F(AutReaderTest, TransitionsThatDoNotStandTogetherAreSortedByTargetInEachState) {
+  const AutFile file = readOwn(4, 4, "(0, a, 3)\n(1, b, 3)\n(0, c, 1)\n(1, d, 2)\n");
+  EXPECT_EQ((Texts{"0 c 1", "0 a 3", "1 d 2", "1 b 3"}), transitionsOf(file));
 }
 
 TEST_F(AutReaderTest, TransitionsOutOfOrderAreSortedBySource) {

@@ -37,6 +37,17 @@ TEST_F(LtsComparisonTest, NumbersAndOrderDoNotCount) {
   EXPECT_EQ("the same: 3 states, 3 transitions\n", mText);
 }
 
+// Neither is the label of the first.
+TEST_F(LtsComparisonTest, TwoNewLabelsAreNew) {
+  write("a", 2, "(0, x, 1)\n(1, y, 0)\n", "0 : s\n1 : t\n");
+  write("b", 2, "(0, new, 1)\n(1, newer, 0)\n", "0 : s\n1 : t\n");
+  const Json json = compare();
+  EXPECT_EQ(0, json["commonTransitions"]);
+  EXPECT_EQ((Json::array({{{"from", 0}, {"label", "new"}, {"to", 1}},
+                          {{"from", 1}, {"label", "newer"}, {"to", 0}}})),
+            json["onlyIn"][1]["transitions"]);
+}
+
 TEST_F(LtsComparisonTest, ATransitionTwiceIsNotTheSameAsOnce) {
   write("a", 2, "(0, x, 1)\n(0, x, 1)\n", "0 : s\n1 : t\n");
   write("b", 2, "(0, x, 1)\n", "0 : s\n1 : t\n");

@@ -10,6 +10,7 @@
 #include "lts-files.hpp"
 #include "side-files.hpp"
 #include "state-texts.hpp"
+#include "text-hash.hpp"
 #include "text-index.hpp"
 
 namespace {
@@ -215,6 +216,24 @@ TEST_F(LtsExplorationTest, CutAndKilledFilesAreReadWithAWarning) {
   EXPECT_EQ(3u, killed.statesFound());
 }
 
+TEST_F(LtsExplorationTest, StatesThatTheTransitionSystemHasLostAreLeftOut) {
+  const std::string deadlocks = mFiles.write("x.deadlock", "3\n4\n5\n");
+  EXPECT_EQ((std::vector<State>{3}), readDeadlocks(deadlocks, 4, mFiles.progress()).states);
+  const std::string pruned = mFiles.write("x.pruned", "4 || 0,  :: a[[x]]\n5 || 0,  :: a[[x]]\n");
+  EXPECT_EQ((std::vector<State>{4}), readPruned(pruned, 5, mFiles.progress()).states);
+  const std::string states = mFiles.write("x.state", "3 : a\n4 : b\n");
+  std::vector<State> given;
+  readStates(states, 4, mFiles.progress(),
+             [&](State state, std::string_view) { given.push_back(state); });
+  EXPECT_EQ((std::vector<State>{3}), given);
+}
+
+TEST_F(LtsExplorationTest, ASideFileBeginsWithALineOfItsKind) {
+  const std::string path = mFiles.write("x.deadlock", "what\n3\n");
+  EXPECT_EQ("x.deadlock:1: \"what\", expected \"NUMBER\" or \"NUMBER || PATH\"",
+            faultOf(mFiles, [&] { readDeadlocks(path, 9, mFiles.progress()); }));
+}
+
 // ---- Texts
 // ---------------------------------------------------------------------------------------
 
@@ -243,6 +262,45 @@ TEST_F(LtsExplorationTest, StatesWithOneTextAreFoundOneAfterTheOther) {
   EXPECT_EQ(1u, index.next("b"));
   EXPECT_EQ(3u, index.next("a"));
   EXPECT_EQ(3u, index.next("a"));
+}
+
+// As many texts as the index has room for at first, and one more.
+TEST_F(LtsExplorationTest, ATextThatNoStateHasIsNotFoundAmongAnyNumberOfThem) {
+  for (int count = 1; count <= 33; ++count) {
+    std::string transitions;
+    std::string texts;
+    for (int state = 0; state < count; ++state) {
+      transitions += "(0, a, " + std::to_string(state) + ")\n";
+      texts += std::to_string(state) + " : text " + std::to_string(state) + "\n";
+    }
+    mFiles.writeOwn("x.aut", count, count, transitions);
+    mFiles.write("x.state", texts);
+    const Exploration exploration = mFiles.explore("x");
+    const StateTexts all(exploration, mFiles.progress());
+    TextIndex index(all, exploration.graph().states());
+    for (State state = 0; state < exploration.graph().states(); ++state) {
+      EXPECT_EQ(state, index.next("text " + std::to_string(state)));
+    }
+    EXPECT_EQ(Graph::NO_STATE, index.next("another text"));
+  }
+}
+
+// All of them want one of the even slots, of which there are just as many.
+TEST_F(LtsExplorationTest, TextsThatCollideAreFoundAllTheSame) {
+  std::vector<std::string> texts;
+  for (int i = 0; texts.size() < 9; ++i) {
+    const std::string text = "text " + std::to_string(i);
+    if (textHash(text) % 2 == 0) texts.push_back(text);
+  }
+  std::string states;
+  for (std::size_t i = 0; i < 8; ++i) states += std::to_string(i) + " : " + texts[i] + "\n";
+  mFiles.writeOwn("x.aut", 1, 8, "(0, a, 7)\n");
+  mFiles.write("x.state", states);
+  const Exploration exploration = mFiles.explore("x");
+  const StateTexts all(exploration, mFiles.progress());
+  TextIndex index(all, 8);
+  for (std::size_t i = 0; i < 8; ++i) EXPECT_EQ(i, index.next(texts[i]));
+  EXPECT_EQ(Graph::NO_STATE, index.next(texts[8]));
 }
 
 TEST_F(LtsExplorationTest, OnlyWantedTextsAreKept) {

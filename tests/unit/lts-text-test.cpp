@@ -36,6 +36,27 @@ TEST(PrintableTest, BytesThatAreNotUtf8BecomeEscapes) {
   EXPECT_EQ("\\xe2\\x82x", printable("\xE2\x82x"));
 }
 
+TEST(PrintableTest, TheFirstAndLastCharactersOfEachLengthStay) {
+  for (const char* text :
+       {"\xC2\xA0", "\xC3\xBF", "\xDF\xBF", "\xE0\xA0\x80", "\xED\x9F\xBF", "\xEE\x80\x80",
+        "\xEF\xBF\xBF", "\xF0\x90\x80\x80", "\xF0\xBF\xBF\xBF", "\xF4\x8F\xBF\xBF"}) {
+    EXPECT_EQ(text, printable(text));
+  }
+  EXPECT_EQ("\\xf0\\xc0\\x80\\x80", printable("\xF0\xC0\x80\x80"));
+  EXPECT_EQ("\\xc3\\xc0", printable("\xC3\xC0"));
+  EXPECT_EQ("\\xe0\\x9f\\xbf", printable("\xE0\x9F\xBF"));
+}
+
+TEST(QuotedTextTest, ALongTextIsCutBetweenTwoCharacters) {
+  const std::string most(60, 'x');
+  EXPECT_EQ("\"" + most + "\"", inQuotes(most));
+  EXPECT_EQ("\"" + most + "...\"", inQuotes(most + "y"));
+  const std::string less(59, 'x');
+  EXPECT_EQ("\"" + less + "...\"", inQuotes(less + "\xC3\xA4 and more"));
+  EXPECT_EQ("\"" + less.substr(1) + "...\"", inQuotes(less.substr(1) + "\xE2\x82\xAC and more"));
+  EXPECT_EQ("\"...\"", inQuotes(std::string(70, '\x80'))) << "nothing of it is a character";
+}
+
 TEST(PrintableTest, ColumnsCountCharacters) {
   EXPECT_EQ(3u, columns("a\xC3\xA4\xE2\x82\xAC"));
 }

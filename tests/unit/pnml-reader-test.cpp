@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdio>
 #include <memory>
 #include <string>
@@ -262,6 +264,21 @@ TEST(PnmlReaderTest, EachUnknownElementIsWarnedAboutOnceAndTenAltogether) {
   const Reading reading = read(netDocument(body));
   ASSERT_TRUE(reading.net.has_value());
   EXPECT_EQ(10u, reading.warnings.size());
+}
+
+TEST(PnmlReaderTest, AnUnknownElementThatComesBackIsNotWarnedAboutAgain) {
+  const Reading reading = read(netDocument("<strange/><other/><strange/>"));
+  ASSERT_EQ(2u, reading.warnings.size());
+  EXPECT_NE(std::string::npos, reading.warnings[0].text.find("\"strange\""));
+  EXPECT_NE(std::string::npos, reading.warnings[1].text.find("\"other\""));
+}
+
+TEST(PnmlReaderTest, AnElementOfAnotherNamespaceIsIgnoredWhateverItsName) {
+  const Reading reading = read(netDocument(
+      "<place id=\"p\"><x:type xmlns:x=\"urn:x\"/><x:initialMarking xmlns:x=\"urn:x\"/></place>"));
+  ASSERT_TRUE(reading.net.has_value()) << linesOf(reading.errors);
+  ASSERT_EQ(2u, reading.warnings.size());
+  EXPECT_NE(std::string::npos, reading.warnings[0].text.find("\"type\" is ignored"));
 }
 
 TEST(PnmlReaderTest, CommentsInstructionsAndCdataAreUnderstood) {
@@ -612,6 +629,25 @@ TEST(PnmlReaderErrorTest, LongNamesAreNamedInPart) {
   EXPECT_TRUE(reading.net.has_value()) << linesOf(reading.errors);
 }
 
+TEST(PnmlReaderErrorTest, OfALongNameSixtyCharactersAreNamed) {
+  for (const std::size_t length : {59u, 60u, 61u, 100u}) {
+    EXPECT_EQ("3:3: malformed XML: mismatched tag </" +
+                  std::string(std::min<std::size_t>(length, 60), 'n') +
+                  ">, expected </place> for the element that begins at 2:1",
+              errorWith("<place id='p'>\n</" + std::string(length, 'n') + ">"));
+  }
+}
+
+// Each of its two bytes is the number of a control character.
+TEST(PnmlReaderErrorTest, AWideCharacterOfAMismatchedTagIsNamedByQuestionMarks) {
+  for (bool bigEndian : {false, true}) {
+    std::string text = utf16("<pnml></#>", bigEndian);
+    text.replace(text.find('#') - (bigEndian ? 1 : 0), 2, bigEndian ? "\x7F\x16" : "\x16\x7F");
+    const std::string error = errorOf(text);
+    EXPECT_NE(std::string::npos, error.find("mismatched tag </?\?>, expected </pnml>")) << error;
+  }
+}
+
 TEST(PnmlReaderErrorTest, ATagThatClosesNothingIsNamed) {
   EXPECT_NE("", errorOf("<pnml></pnml></pnml>"));
   EXPECT_NE("", errorOf("</pnml>"));
@@ -665,6 +701,29 @@ TEST(PnmlReaderErrorTest, OtherUnknownElementsAreNotTakenForMisspeltOnes) {
     EXPECT_TRUE(reading.net.has_value()) << linesOf(reading.errors);
     EXPECT_EQ(1u, reading.warnings.size()) << body;
   }
+}
+
+// Of eight letters one may be wrong, of longer names two.
+TEST(PnmlReaderErrorTest, ALongerNameMayHaveMoreWrongLetters) {
+  for (const char* name : {"kapazity", "grafics"}) {
+    const Reading reading = read(netDocument("<place id='p'><" + std::string(name) + "/></place>"));
+    EXPECT_TRUE(reading.net.has_value()) << linesOf(reading.errors);
+    EXPECT_EQ(1u, reading.warnings.size()) << name;
+  }
+  for (const char* name : {"ace", "xxplace", "plac_xx", "plaxxce"}) {
+    const Reading reading = read(netDocument("<" + std::string(name) + "/>"));
+    EXPECT_TRUE(reading.net.has_value()) << linesOf(reading.errors);
+    EXPECT_EQ(1u, reading.warnings.size()) << name;
+  }
+  EXPECT_NE("", errorWith("<place id='p'><kapacity/></place>"));
+  EXPECT_NE("", errorWith("<dransidion id='t'/>"));
+}
+
+// The ring is the fault, not who leads into it.
+TEST(PnmlReaderErrorTest, AReferenceIntoARingIsNotAFaultOfItsOwn) {
+  EXPECT_EQ("2:1: reference \"r\" leads back to itself, expected a place at the end of the chain",
+            errorWith("<referencePlace id='r' ref='s'/>\n<referencePlace id='s' ref='r'/>\n"
+                      "<referencePlace id='q' ref='r'/>"));
 }
 
 TEST(PnmlReaderErrorTest, AllFaultsAreFoundInTheOrderOfTheirPlaces) {

@@ -65,6 +65,18 @@ TEST(ExplorationTest, MissingFilesAreSkipped) {
   }
 }
 
+TEST(ExplorationTest, WithoutOutputTheFilesStayTheCallers) {
+  auto system = line(numbered(3));
+  TemporaryFiles files;
+  ExploringScheduler scheduler(system.get(), BFS);
+  scheduler.setFiles(files[0], files[1], files[2], files[3]);
+  scheduler.disableOutput();
+  testing::internal::CaptureStdout();
+  scheduler.run();
+  EXPECT_EQ(summary(3, 0, 1, 0, 3), testing::internal::GetCapturedStdout());
+  EXPECT_TRUE(scheduler.hasFiles());
+}
+
 TEST(ExplorationTest, TheFilesAreClosedOnce) {
   auto system = line(numbered(3));
   ExploringScheduler scheduler(system.get(), BFS);

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <initializer_list>
+#include <memory>
 
 #include "kit/trees.hpp"
 
@@ -48,6 +49,13 @@ TEST(StateNodeTest, EqualsComparesStatesByIdentityOfTheirLeaves) {  // Deliberat
   EXPECT_FALSE(none.equals(&one));
   EXPECT_TRUE(none.equals(&none));
   EXPECT_FALSE(one.equals(nullptr));
+}
+
+TEST(StateNodeTest, StatesWithoutLeavesAreEqualWhenTheyHaveOneShape) {
+  Nonleaf empty(0), alsoEmpty(0);
+  EXPECT_TRUE(StateNode(&empty, 0).equals(std::make_unique<StateNode>(&alsoEmpty, 0).get()));
+  const auto pair = pairOf("a", "b");
+  EXPECT_FALSE(StateNode(&empty, 0).equals(std::make_unique<StateNode>(pair.get(), 0).get()));
 }
 
 TEST(StateNodeTest, TakesItsSuccessorAtConstructionOrLater) {

@@ -726,6 +726,34 @@ class TaggedText : public Atomleaf {
 
 }  // namespace
 
+// A text that tells of its end.
+class EndingText : public Atomleaf {
+ public:
+  explicit EndingText(int& ends) : Atomleaf("text"), mEnds(ends) {}
+  ~EndingText() override { ++mEnds; }
+
+ private:
+  int& mEnds;
+};
+
+TEST(LeafTest, ATextOfTheModelsOwnClassEndsAsOne) {
+  int ends = 0;
+  {
+    const Leaf leaf(new EndingText(ends));
+    Nonleaf tree(1);
+    tree.setChild(new Leaf(new EndingText(ends)), 0);
+  }
+  EXPECT_EQ(2, ends);
+}
+
+TEST(PooledTest, NodesCanBeMadeWithoutThrowing) {
+  auto* atom = new (std::nothrow) Atomleaf("text");
+  ASSERT_NE(nullptr, atom);
+  const std::unique_ptr<Leaf> leaf(new (std::nothrow) Leaf(atom));
+  ASSERT_NE(nullptr, leaf);
+  EXPECT_STREQ("text", leaf->getAleaf()->getVal());
+}
+
 TEST(PooledTest, AStrictAlignmentIsKept) {
   std::vector<std::unique_ptr<Node>> leaves;
   for (int i = 0; i < 100; ++i) {

@@ -86,8 +86,7 @@ class NumberReader {
 
   Lines mLines;
   NumberedStates mResult;
-  bool mIsFirst = true;
-  bool mInPath = false;
+  bool mInPath = false;  // the last line was one of a path, or went on from one
 };
 
 NumberedStates NumberReader::read(LineKind plain, std::size_t end, const char* expected) {
@@ -99,7 +98,6 @@ NumberedStates NumberReader::read(LineKind plain, std::size_t end, const char* e
     if (kind != plain && kind != NUMBER_AND_PATH) {
       throw Fault(mLines.path(), mLines.number(), inQuotes(line) + ", " + expected);
     }
-    mIsFirst = false;
     mInPath = kind != NUMBER;
     mResult.hasPaths = kind == NUMBER_AND_PATH;
     if (kind == PATH) {
@@ -113,7 +111,7 @@ NumberedStates NumberReader::read(LineKind plain, std::size_t end, const char* e
 
 // All lines of a file are of the first one's kind.
 bool NumberReader::goesOn(LineKind kind, LineKind plain) const {
-  return !mIsFirst && mInPath && kind != (mResult.hasPaths ? NUMBER_AND_PATH : plain);
+  return mInPath && kind != (mResult.hasPaths ? NUMBER_AND_PATH : plain);
 }
 
 }  // namespace

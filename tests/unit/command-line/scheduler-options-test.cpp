@@ -285,6 +285,19 @@ TEST_F(CommandLineTest, ParsingResetsTraversalTraceAndOutputOnly) {
   EXPECT_EQ(scheduler.optimizationMode(), 1);
 }
 
+// Each time it makes its clocks again, and ends those that it had.
+TEST_F(CommandLineTest, ASchedulerMayReadSeveralCommandLines) {
+  const Outcome outcome = isolated([] {
+    OpenScheduler scheduler(nullptr);
+    scheduler.parse({"--bfs", "--disable-output"});
+    scheduler.parse({"--execute"});
+    scheduler.parse({"--explore", "--disable-output"});
+    scheduler.parse({"--realtime"});
+    return scheduler.mRunMode == Vesk::REALTIME ? 0 : 1;
+  });
+  EXPECT_EQ(outcome.status, 0);
+}
+
 TEST_F(CommandLineTest, AModelThatHasParsedTheCommandLineDoesNotHideTheOptions) {
   create = [](int argc, char** argv) {
     const option table[] = {{"opt1", no_argument, nullptr, 'x'}, {nullptr, 0, nullptr, 0}};

@@ -6,11 +6,14 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <functional>
 #include <string>
 
 #include "alarms.hpp"
@@ -126,6 +129,52 @@ TEST(ExplorationFilesTest, AStreamWithoutDescriptorGetsAHeaderToo) {
   std::fclose(memory);
   EXPECT_EQ(header("des(0, 2, 3)") + "(0, a, 1)\n(1, b, 2)\n", std::string(text, size));
   std::free(text);
+}
+
+namespace {
+
+// What a stream without descriptor has handed over.
+struct Handed {
+  std::string text;
+  std::size_t position = 0;
+};
+
+ssize_t take(void* cookie, const char* text, std::size_t size) {
+  auto& handed = *static_cast<Handed*>(cookie);
+  handed.text.resize(std::max(handed.text.size(), handed.position + size));
+  handed.text.replace(handed.position, size, text, size);
+  handed.position += size;
+  return static_cast<ssize_t>(size);
+}
+
+int go(void* cookie, off64_t* offset, int whence) {
+  auto& handed = *static_cast<Handed*>(cookie);
+  const auto start = whence == SEEK_SET   ? std::size_t{0}
+                     : whence == SEEK_CUR ? handed.position
+                                          : handed.text.size();
+  handed.position = static_cast<std::size_t>(static_cast<off64_t>(start) + *offset);
+  *offset = static_cast<off64_t>(handed.position);
+  return 0;
+}
+
+}  // namespace
+
+// A kill would lose what the stream holds back.
+TEST(ExplorationFilesTest, AStreamWithoutDescriptorHoldsNothingBack) {
+  Handed handed;
+  cookie_io_functions_t calls = {};
+  calls.write = take;
+  calls.seek = go;
+  FILE* stream = fopencookie(&handed, "w", calls);
+  {
+    ExplorationFiles files(stream, nullptr, nullptr, nullptr);
+    files.begin();
+    EXPECT_EQ(header("des(0, 0, 1)"), handed.text);
+    files.writeTransition(0, "a", 1);
+    files.complete(1, 2);
+    EXPECT_EQ(header("des(0, 1, 2)") + "(0, a, 1)\n", handed.text);
+  }
+  std::fclose(stream);
 }
 
 // Without a descriptor the stream itself is asked, for the header as well.
@@ -258,6 +307,75 @@ TEST(ExplorationFilesTest, APipeThatIsGivenUpEndsWithAWholeLine) {
   close(ends[0]);
   EXPECT_LT(4096U, length);
   EXPECT_EQ(0U, length % 8);
+}
+
+// ---- Pipes -----------------------------------------------------------------------------------
+
+namespace {
+
+// What happens instead of sleeping; null: it sleeps.
+std::function<void(useconds_t)>* waiting = nullptr;
+
+// A pipe with a name.
+class NamedPipe {
+ public:
+  NamedPipe() {
+    std::string folder = (std::filesystem::temp_directory_path() / "pipe-XXXXXX").string();
+    mFolder = mkdtemp(folder.data());
+    mkfifo(name().c_str(), 0600);
+  }
+  ~NamedPipe() { std::filesystem::remove_all(mFolder); }
+  NamedPipe(const NamedPipe&) = delete;
+  NamedPipe& operator=(const NamedPipe&) = delete;
+  std::string name() const { return mFolder / "pipe"; }
+
+ private:
+  std::filesystem::path mFolder;
+};
+
+}  // namespace
+
+// The engine's, too.
+extern "C" int usleep(useconds_t time) {
+  if (waiting != nullptr) {
+    (*waiting)(time);
+    return 0;
+  }
+  const timespec wait = {static_cast<time_t>(time / 1000000),
+                         static_cast<long>(time % 1000000) * 1000};
+  return nanosleep(&wait, nullptr);
+}
+
+TEST(OpenOutputTest, APipeThatNobodyReadsIsGivenUpAfterASecond) {
+  const NamedPipe pipe;
+  useconds_t waited = 0;
+  std::function<void(useconds_t)> wait = [&](useconds_t time) { waited += time; };
+  waiting = &wait;
+  FILE* file = Vesk::openOutput(pipe.name().c_str(), "w+");
+  waiting = nullptr;
+  EXPECT_EQ(nullptr, file);
+  EXPECT_EQ(1000000u, waited);
+}
+
+TEST(OpenOutputTest, AReaderMayComeWithinASecond) {
+  const NamedPipe pipe;
+  int reader = -1;
+  useconds_t waited = 0;
+  std::function<void(useconds_t)> wait = [&](useconds_t time) {
+    waited += time;
+    if (waited >= 900000 && reader == -1) reader = open(pipe.name().c_str(), O_RDONLY | O_NONBLOCK);
+  };
+  waiting = &wait;
+  FILE* file = Vesk::openOutput(pipe.name().c_str(), "w+");
+  waiting = nullptr;
+  ASSERT_NE(nullptr, file);
+  EXPECT_EQ(0, fcntl(fileno(file), F_GETFL) & O_NONBLOCK) << "later a full pipe is waited for";
+  std::fputs("text", file);
+  std::fclose(file);
+  char text[8] = {};
+  EXPECT_EQ(4, read(reader, text, sizeof text));
+  EXPECT_STREQ("text", text);
+  close(reader);
 }
 
 TEST(ExplorationFilesTest, WritingStopsAtTheFirstFailure) {

@@ -44,6 +44,13 @@ TEST_F(LabelsTest, StandInTheBufferOfAllConnectorsEachTime) {
   EXPECT_STREQ("s/k/A:p", Connector::LABEL);
 }
 
+TEST_F(LabelsTest, NothingOfALongerOneIsLeftInTheBuffer) {
+  labels.of(*connector, setOf({0}));
+  labels.of(*connector, setOf({0, 1}));
+  labels.of(*connector, setOf({0}));
+  EXPECT_STREQ("s/k/A:p", Connector::LABEL);
+}
+
 TEST_F(LabelsTest, AreMadeOnce) {
   const char* first = labels.of(*connector, setOf({0})).text;
   labels.of(*connector, setOf({1}));

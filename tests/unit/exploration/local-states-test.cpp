@@ -57,6 +57,50 @@ TEST(LocalStatesTest, AnAtomMayAnnounceOtherPortsAfterEachPortAtOneText) {
   EXPECT_NE(std::string::npos, found.aut.find("s/afterRight/E:afterRight, "));
 }
 
+namespace {
+
+// After it has been executed it announces one port more than after setState() with the same text.
+class Eager : public Automaton {
+ public:
+  explicit Eager(const Compound* holder)
+      : Automaton("A", holder, {"0", "1"}),
+        step(addPort("step", {{0, 1}})),
+        more(new Port("more", this)) {
+    mPorts.add(more);
+  }
+  void execute(Port* port) override {
+    if (port != more) Automaton::execute(port);
+    more->setSynced(port != more);
+  }
+  void setState(Node* state) override {
+    Automaton::setState(state);
+    more->setSynced(false);
+  }
+
+  Port* const step;
+  Port* const more;
+};
+
+}  // namespace
+
+// It is 1 in two states, first as it was executed, then as it was restored while another atom
+// moved.
+TEST(LocalStatesTest, WhatAnAtomAnnouncedWhenItWasExecutedIsForgottenWhenItIsRestored) {
+  const auto fill = [](System& system) {
+    auto* eager = system.add(new Eager(&system));
+    auto* other = system.add(new Automaton("B", &system, {"0", "1"}));
+    system.join("step", {eager->step});
+    system.join("other", {other->addPort("p", {{0, 1}})});
+    system.join("more", {eager->more});
+  };
+  const Explored found = exploredAs(Locality::LOCAL, DFS, fill);
+  EXPECT_EQ(exploredAs(Locality::UNDECLARED, DFS, fill), found);
+  EXPECT_EQ(header("des(0, 5, 4)") +
+                "(0, s/step/A:step, 1)\n(1, s/other/B:p, 2)\n(1, s/more/A:more, 1)\n"
+                "(0, s/other/B:p, 3)\n(3, s/step/A:step, 2)\n",
+            found.aut);
+}
+
 TEST(LocalStatesTest, EveryTransitionFiresForReal) {
   for (const Traversal traversal : {BFS, DFS}) {
     std::string written[2];

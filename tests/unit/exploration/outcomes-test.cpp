@@ -69,6 +69,44 @@ TEST(OutcomesTest, TheNumbersAfterwardsAreKeptWhileOthersAreAdded) {
   }
 }
 
+namespace {
+
+// The code that the numbers of two atoms get when they need more than eight bits.
+std::uint64_t codeOf(const Numbers& numbers) {
+  std::uint64_t code = 0;
+  for (const Outcomes::Number number : numbers) {
+    code = (code ^ number) * 0xFF51AFD7ED558CCDu;
+    code ^= code >> 32;
+  }
+  return code;
+}
+
+}  // namespace
+
+// The product of the first number and the factor has no more than 32 bits, so the second number can
+// make up for the first.
+TEST(OutcomesTest, DifferentNumbersWithOneCodeAreToldApart) {
+  const Numbers one{0, 1000};
+  const Numbers other{573054361, 1000 ^ 3273416581};
+  ASSERT_EQ(codeOf(one), codeOf(other));
+  Outcomes outcomes;
+  EXPECT_EQ(0U, outcomes.add(keyOf(1, one), true));
+  EXPECT_EQ(Outcomes::NONE, outcomes.find(keyOf(1, other)));
+  EXPECT_EQ(1U, outcomes.add(keyOf(1, other), false));
+  EXPECT_EQ(0U, outcomes.find(keyOf(1, one)));
+  EXPECT_EQ(1U, outcomes.find(keyOf(1, other)));
+}
+
+TEST(OutcomesTest, WhatIsForgottenTakesNoRoom) {
+  Outcomes fresh;
+  fresh.add(keyOf(1, {7, 8}), true);
+  Outcomes outcomes;
+  for (Outcomes::Number i = 0; i < 5000; ++i) outcomes.add(keyOf(1, {i, i}), true);
+  outcomes.clear();
+  outcomes.add(keyOf(1, {7, 8}), true);
+  EXPECT_EQ(fresh.bytes(), outcomes.bytes());
+}
+
 TEST(OutcomesTest, NothingIsLeftWhenAllIsForgotten) {
   Outcomes outcomes;
   for (Outcomes::Number i = 0; i < 5000; ++i) outcomes.add(keyOf(1, {i}), true);

@@ -1,6 +1,7 @@
 // When a signal is an echo of the first, and when it kills: by a clock that the test sets.
 #include "exploration/signals.hpp"
 
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -16,7 +17,18 @@ namespace {
 
 long long fakeMilliseconds = -1;  // negative: the clock is that of the system
 
+itimerspec ticks = {};  // what a timer was set to last
+
 }  // namespace
+
+// Timers tick as they would.
+extern "C" int timer_settime(timer_t timer, int flags, const itimerspec* times,
+                             itimerspec* former) noexcept {
+  using Function = int (*)(timer_t, int, const itimerspec*, itimerspec*);
+  static const auto real = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "timer_settime"));
+  ticks = *times;
+  return real(timer, flags, times, former);
+}
 
 extern "C" int clock_gettime(clockid_t clock, timespec* now) noexcept {
   if (fakeMilliseconds < 0) return static_cast<int>(syscall(SYS_clock_gettime, clock, now));
@@ -116,6 +128,26 @@ TEST(SearchSignalsTest, SystemCallsAreInterruptedAgainAndAgainAfterTheRequest) {
   }
   close(ends[0]);
   close(ends[1]);
+}
+
+// The grace and one tick make half a second at most.
+TEST(SearchSignalsTest, TheTicksOfARequestComeTenTimesASecondOrMore) {
+  const SearchSignals signals;
+  ticks = {};
+  raise(SIGINT);
+  for (const timespec& time : {ticks.it_value, ticks.it_interval}) {
+    EXPECT_EQ(0, time.tv_sec);
+    EXPECT_LT(0, time.tv_nsec);
+    EXPECT_GE(100000000, time.tv_nsec);
+  }
+}
+
+TEST(SearchSignalsTest, AnEnumerationThatWasCutIsForgottenWithTheSearch) {
+  {
+    const SearchSignals signals;
+    Vesk::enumerationCut = true;
+  }
+  EXPECT_FALSE(Vesk::enumerationCut);
 }
 
 TEST(SearchSignalsTest, TheGraceEndsAfterTheRequest) {

@@ -16,6 +16,7 @@
 #include <string>
 
 #include "alarms.hpp"
+#include "exploration/progress.hpp"
 #include "exploration/signals.hpp"
 #include "kit/processes.hpp"
 
@@ -127,6 +128,80 @@ TEST(StandardOutputTest, AfterTheGraceOfARequestWhatNobodyTakesIsDroppedWithAllT
   });
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(outcome.err, LOST) << "said once";
+}
+
+// The spinner has two characters, of which the second one would not fit.
+TEST(StandardOutputTest, TheProgressOfASearchMakesRoomBeforeItPrints) {
+  const Outcome outcome = isolated([] {
+    const SearchSignals signals;
+    fillStandardOutput();
+    std::printf("x");
+    std::printf("%s", std::string(__fbufsize(stdout) - 2, 'x').c_str());
+    raise(SIGTERM);
+    Vesk::Progress progress(false, 0);
+    Vesk::Counters counters;
+    progress.start();
+    for (counters.steps = 1; counters.steps <= 20; ++counters.steps) progress.show(counters, 1);
+    return __fpending(stdout) == 2 ? 0 : 1;
+  });
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.err, LOST);
+}
+
+// The way to nowhere then has the smallest descriptor of all.
+TEST(StandardOutputTest, ItIsDroppedAlsoWithoutStandardInput) {
+  const Outcome outcome = isolated([] {
+    const SearchSignals signals;
+    const int reader = fillStandardOutput();
+    close(STDIN_FILENO);
+    raise(SIGTERM);
+    for (int i = 0; i < 3; ++i) {
+      std::printf("dropped");
+      flushOutput();
+      if (__fpending(stdout) != 0) return 1;
+    }
+    if (fcntl(STDIN_FILENO, F_GETFD) != -1) return 3;
+    return drained(reader).find_first_not_of('x') == std::string::npos ? 0 : 2;
+  });
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.err, LOST) << "said once";
+}
+
+// The system refuses to wait; writing shows what is the matter.
+TEST(StandardOutputTest, WhatCannotBeWaitedForIsWritten) {
+  const Outcome outcome = isolated([] {
+    const rlimit none = {0, 0};
+    setrlimit(RLIMIT_NOFILE, &none);
+    std::printf("written");
+    flushOutput();
+    return __fpending(stdout) == 0 ? 0 : 1;
+  });
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.out, "written");
+}
+
+TEST(StandardOutputTest, ASingleCharacterIsHandedOver) {
+  const Outcome outcome = isolated([] {
+    std::printf("x");
+    flushOutput();
+    return __fpending(stdout) == 0 ? 0 : 1;
+  });
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.out, "x");
+}
+
+// After a request, too, nothing is said of what was never printed.
+TEST(StandardOutputTest, WithNothingPrintedNothingIsDropped) {
+  const Outcome outcome = isolated([] {
+    const SearchSignals signals;
+    fillStandardOutput();
+    raise(SIGTERM);
+    while (!Vesk::graceIsOver()) usleep(10000);
+    flushOutput();
+    _exit(0);
+    return 0;
+  });
+  EXPECT_EQ(outcome.err, "");
 }
 
 TEST(StandardOutputTest, WithoutARequestAReaderThatComesBackGetsEverything) {

@@ -7,6 +7,7 @@
 
 #include "exploration/local-states.hpp"
 #include "exploration/repeatable-states.hpp"
+#include "exploration/signals.hpp"
 #include "exploration/text-states.hpp"
 #include "kit/explorations.hpp"
 #include "kit/promised-models.hpp"
@@ -88,6 +89,116 @@ TEST_F(StateSpaceTest, AnAtomWithoutStateIsExploredByTextsAndNotReportedMoreOfte
   testing::internal::CaptureStderr();
   EXPECT_EQ(Locality::UNDECLARED, wayOf(system, Locality::REPEATABLE));
   EXPECT_EQ("", testing::internal::GetCapturedStderr());
+}
+
+// What the root shows does not say what is missing.
+TEST_F(StateSpaceTest, AnAtomWithoutStateBelowARootThatShowsOneIsExploredByTexts) {
+  Talkative root("t");
+  root.add(new Unfinished("U", &root));
+  root.atom("A")->state = "morea";
+  root.join("k", {});
+  EXPECT_EQ(Locality::UNDECLARED, wayOf(root, Locality::REPEATABLE));
+}
+
+// The caller can see in the place that it gave which connector fires.
+TEST_F(StateSpaceTest, WhatFiresIsTheChoice) {
+  for (const Locality declared : {Locality::UNDECLARED, Locality::LOCAL, Locality::REPEATABLE}) {
+    declareAll(system, declared);
+    Connector* legal = nullptr;
+    Connector* choice = nullptr;
+    system.initialize(nullptr);
+    const std::unique_ptr<StateSpace> space = StateSpace::create({system, legal, choice});
+    ASSERT_EQ(declared, space->kind());
+    space->read();
+    space->find();
+    const Vesk::PendingState first = space->keep();
+    space->restore(first);
+    space->activate();
+    Vesk::Transition transition;
+    Vesk::Label label;
+    ASSERT_TRUE(space->firstLegal(transition));
+    ASSERT_TRUE(space->fire(transition, label));
+    EXPECT_EQ(transition.connector, choice) << nameOf(declared);
+    space->drop();
+    choice = nullptr;
+    space->restore(first);
+    space->activate();
+    ASSERT_TRUE(space->firstLegal(transition));
+    space->freeze(&transition);
+    Vesk::Transition thawed = space->thaw();
+    ASSERT_TRUE(space->fireFrozen(first, thawed, label));
+    EXPECT_EQ(transition.connector, choice) << nameOf(declared);
+    space->drop();
+  }
+}
+
+// A signal cuts what model code enumerates while it fires.
+TEST_F(StateSpaceTest, NothingIsReadWhenAnEnumerationWasCutInAStep) {
+  const Vesk::SearchSignals signals;
+  auto* atom = static_cast<TestAtom*>(system.components()[0]);
+  for (const Locality declared : {Locality::UNDECLARED, Locality::LOCAL, Locality::REPEATABLE}) {
+    declareAll(system, declared);
+    Connector* legal = nullptr;
+    Connector* choice = nullptr;
+    system.initialize(nullptr);
+    const std::unique_ptr<StateSpace> space = StateSpace::create({system, legal, choice});
+    space->read();
+    space->find();
+    const Vesk::PendingState first = space->keep();
+    atom->onExecute = [](Port*) { Vesk::enumerationCut = true; };
+    for (const bool frozen : {false, true}) {
+      space->restore(first);
+      space->activate();
+      Vesk::Transition transition;
+      Vesk::Label label;
+      ASSERT_TRUE(space->firstLegal(transition));
+      if (frozen) {
+        space->freeze(&transition);
+        Vesk::Transition thawed = space->thaw();
+        EXPECT_FALSE(space->fireFrozen(first, thawed, label)) << nameOf(declared);
+      } else {
+        EXPECT_FALSE(space->fire(transition, label)) << nameOf(declared);
+      }
+      Vesk::enumerationCut = false;
+    }
+    atom->onExecute = nullptr;
+  }
+}
+
+// What a connector below may fire is enumerated again before a waiting transition fires.
+TEST(ExportedPortsTest, NothingFiresWhenTheEnumerationBelowWasCut) {
+  const Vesk::SearchSignals signals;
+  System system("s");
+  int fired = 0;
+  TestAtom* caller = system.atom("A");
+  caller->onExecute = [&](Port*) { ++fired; };
+  System* inner = system.compound("C");
+  TestConnector* group = inner->group("group", {inner->atom("B")->enabled("p")});
+  system.join("all", {caller->enabled("p"), group->xPort()}, BROADCAST);
+  for (const Locality declared : {Locality::UNDECLARED, Locality::LOCAL}) {
+    declareAll(system, declared);
+    Connector* legal = nullptr;
+    Connector* choice = nullptr;
+    system.initialize(nullptr);
+    const std::unique_ptr<StateSpace> space = StateSpace::create({system, legal, choice});
+    ASSERT_EQ(declared, space->kind());
+    space->read();
+    space->find();
+    const Vesk::PendingState first = space->keep();
+    space->restore(first);
+    space->activate();
+    Vesk::Transition transition;
+    Vesk::Label label;
+    ASSERT_TRUE(space->firstLegal(transition));
+    space->freeze(&transition);
+    space->restore(first);
+    group->beforeGuard = [] { Vesk::enumerationCut = true; };
+    Vesk::Transition thawed = space->thaw();
+    EXPECT_FALSE(space->fireFrozen(first, thawed, label)) << nameOf(declared);
+    EXPECT_EQ(0, fired) << nameOf(declared);
+    group->beforeGuard = nullptr;
+    Vesk::enumerationCut = false;
+  }
 }
 
 TEST_F(StateSpaceTest, ASystemThatConnectsFromOutsideIsExploredByTexts) {

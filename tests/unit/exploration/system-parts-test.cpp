@@ -114,6 +114,20 @@ TEST_F(SystemPartsTest, CompoundsAlonePromiseNothing) {
   EXPECT_EQ(Locality::UNDECLARED, SystemParts(hollow).locality());
 }
 
+TEST(LonelyPartsTest, AtomsWithoutConnectorsKeepTheirPromise) {
+  System system("s");
+  system.atom("A");
+  declareAll(system, Locality::REPEATABLE);
+  EXPECT_EQ(Locality::REPEATABLE, SystemParts(system).locality());
+}
+
+TEST(LonelyPartsTest, ConnectorsWithoutAtomsKeepTheirPromise) {
+  System system("s");
+  system.join("k", {});
+  declareAll(system, Locality::REPEATABLE);
+  EXPECT_EQ(Locality::REPEATABLE, SystemParts(system).locality());
+}
+
 TEST_F(SystemPartsTest, TheLastDeclarationOfAnAtomCounts) {
   TestAtom atom("A", nullptr);
   EXPECT_EQ(Locality::UNDECLARED, atom.locality());

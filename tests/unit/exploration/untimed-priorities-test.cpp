@@ -224,6 +224,28 @@ TEST_F(TwoSets, WhereBothAreDominatedTheConnectorIsNotLegal) {
   EXPECT_EQ(labelsOf(Vesk::activateUnderPriorities(system)), (std::vector<std::string>{"s/h/D:d"}));
 }
 
+TEST_F(TwoSets, ThoseThatMayNotFireStandBehindTheOthers) {
+  system.priority(Interaction::Create(connector, {2}), high);
+  Vesk::activateUnderPriorities(system);
+  const Interaction* first = connector->feasibleInter();
+  ASSERT_NE(nullptr, first);
+  EXPECT_TRUE(first->synced().in(1));
+  ASSERT_NE(nullptr, first->next());
+  EXPECT_TRUE(first->next()->synced().in(2));
+  EXPECT_TRUE(first->next()->dominated());
+  EXPECT_EQ(nullptr, first->next()->next());
+}
+
+TEST_F(TwoSets, OnlyTimeZeroCounts) {
+  const std::vector<std::string> onlyHigh{"s/h/D:d"};
+  const std::vector<std::string> both{"s/h/D:d", "s/k/A:t|C:c"};
+  system.priority(Interaction::Create(connector, {1, 2}), high);
+  times = Constraint(nullptr, 1, 10, LAZY);
+  EXPECT_EQ(labelsOf(Vesk::activateUnderPriorities(system)), onlyHigh);
+  times = Constraint(nullptr, 0, 0, LAZY);
+  EXPECT_EQ(labelsOf(Vesk::activateUnderPriorities(system)), both);
+}
+
 TEST_F(TwoSets, ConnectorWithoutAnInteractionAtTimeZeroIsNotLegal) {
   system.priority(Interaction::Create(connector, {1, 2}), high);
   times = Constraint(nullptr, 5, 10, LAZY);

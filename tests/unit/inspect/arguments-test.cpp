@@ -76,6 +76,19 @@ TEST(InspectArgumentsTest, AValueThatIsMissingIsAWrongUse) {
   EXPECT_NE(said.find("--record"), std::string::npos) << said;
 }
 
+TEST(InspectArgumentsTest, TheNumberOfStepsIsNoneOrFromOneToAThousandMillions) {
+  int status = 0;
+  for (const char* steps : {"0", "1000000001", "-1", "x"}) {
+    kit::errorsOf([&] {
+      status = CommandLine({"m-inspect", "--check", "--steps", steps})->request().status;
+    });
+    EXPECT_EQ(2, status) << steps;
+  }
+  EXPECT_EQ(1u, CommandLine({"m-inspect", "--check", "--steps", "1"})->request().steps);
+  EXPECT_EQ(1000000000u,
+            CommandLine({"m-inspect", "--check", "--steps", "1000000000"})->request().steps);
+}
+
 TEST(InspectArgumentsTest, HelpIsNoFault) {
   int status = -1;
   const std::string said = kit::outputOf([&status] {

@@ -30,6 +30,11 @@ TEST(JsonLineTest, ControlCharactersAreEscaped) {
   EXPECT_EQ(lineOf("\x1F"), R"({"a":"\u001f"})");
 }
 
+TEST(JsonLineTest, TheControlCharacterBehindAllOthersIsEscaped) {
+  EXPECT_EQ(lineOf("\x7F"), R"({"a":"\u007f"})");
+  EXPECT_EQ(lineOf("a\x7F"), R"({"a":"a\u007f"})");
+}
+
 TEST(JsonLineTest, OtherCharactersAreWrittenInAscii) {
   EXPECT_EQ(lineOf("\u00E9"), R"({"a":"\u00e9"})");
   EXPECT_EQ(lineOf("\xFF"), R"({"a":"\ufffd"})");

@@ -37,6 +37,15 @@ TEST(TraceLabelTest, WhatIsNoConstraintIsNotTaken) {
   }
 }
 
+TEST(TraceLabelTest, AConstraintStandsAtTheEndWithAllItsPieces) {
+  for (const char* text : {"a:b lazy ", "a:b lazy empty ", "a:b (0ms,x)lazy ",
+                           "a:b (0ms,1ms)eager ", "a:b (0ms,x) lazy ", "a:b (0ms,1ms) lazy ",
+                           "a:b (_)lazy ", "a:b lazy or ", "a:b x (0ms,1ms) or "}) {
+    EXPECT_EQ("-", labelOf(text)) << text;
+  }
+  EXPECT_EQ("a:b x (0ms,1ms) or", labelOf("a:b x (0ms,1ms) or lazy (0ms,1ms)"));
+}
+
 TEST(TraceLabelTest, AnInteractionHasCompoundConnectorAndEnds) {
   const LabelPieces pieces = piecesOf("world/take/west:all|gate:take");
   EXPECT_TRUE(pieces.isInteraction);

@@ -43,6 +43,12 @@ TEST_F(RecordingReaderTest, TheFirstLineHasAllNames) {
   EXPECT_FALSE(run.states[1]);
 }
 
+TEST_F(RecordingReaderTest, AllArgumentsAreRead) {
+  std::string start = START;
+  start.replace(start.find(R"(["2"])"), 5, R"(["2","--bfs","-q"])");
+  EXPECT_EQ((Texts{"2", "--bfs", "-q"}), mFiles.open(start)->run().arguments);
+}
+
 TEST_F(RecordingReaderTest, APortBelongsToTheAtomWithTheLongestName) {
   const auto reader = mFiles.open(START);
   const Names& names = reader->run().names;
@@ -83,6 +89,14 @@ TEST_F(RecordingReaderTest, StatesChangeInTheOrderOfTheAtoms) {
   ASSERT_TRUE(reader->next(step));
   ASSERT_EQ(2u, step.changed.size());
   EXPECT_EQ(9u, step.changed[0].first);
+}
+
+TEST_F(RecordingReaderTest, NothingIsReadBehindTheEnd) {
+  const auto reader = mFiles.open(START + END + STEP);
+  Step step;
+  EXPECT_FALSE(reader->next(step));
+  EXPECT_EQ("deadlock", reader->end().kind);
+  EXPECT_FALSE(reader->next(step));
 }
 
 TEST_F(RecordingReaderTest, WhatWasCutEndsWithTheLastWholeLine) {

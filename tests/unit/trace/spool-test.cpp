@@ -1,7 +1,9 @@
-// Text that waits in a file without a name.
+// Text that waits in a temporary file, also when the system does not take it.
 #include "spool.hpp"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <string>
@@ -15,37 +17,68 @@ namespace {
 using Vesk::Lts::OutputFile;
 using Vesk::Traces::Spool;
 
-const std::string NO_ROOM = "), expected room for one";
+std::string faultFor(const std::string& reason) {
+  return "a temporary file cannot be used (" + reason + "), expected room for one";
+}
 
 class SpoolTest : public testing::Test {
  protected:
-  std::string copied(Spool& spool) {
-    OutputFile file(mFiles.path("out"));
+  std::string copyOf(Spool& spool) {
+    OutputFile file(mFiles.path("copy"));
     spool.copyTo(file);
     file.commit();
-    return mFiles.read("out");
+    return mFiles.read("copy");
   }
+  std::string faultOfCopy(Spool& spool) {
+    return faultOf(mFiles, [&] { copyOf(spool); });
+  }
+
   LtsFiles mFiles;
 };
 
-TEST_F(SpoolTest, ItGivesWhatItWasGiven) {
+TEST_F(SpoolTest, AllThatWasWrittenIsCopied) {
   Spool spool;
-  EXPECT_EQ("", copied(spool));
-  const std::string large(200000, 'x');
-  spool.write("a");
-  spool.write("");
-  spool.write(large);
-  EXPECT_EQ("a" + large, copied(spool));
+  std::string text;
+  for (int i = 0; i < 50000; ++i) {
+    spool.write("line " + std::to_string(i) + "\n");
+    text += "line " + std::to_string(i) + "\n";
+  }
+  EXPECT_EQ(text, copyOf(spool));
 }
 
-TEST_F(SpoolTest, WithoutAPlaceForFilesItFails) {
-  const MoreFiles none(0);
-  EXPECT_EQ("a temporary file cannot be used (Too many open files" + NO_ROOM,
-            faultOf(mFiles, [] { Spool spool; }));
+TEST_F(SpoolTest, WithoutADescriptorThereIsNone) {
+  std::string fault;
+  {
+    const MoreFiles none(0);
+    fault = faultOf(mFiles, [] { Spool(); });
+  }
+  EXPECT_EQ(faultFor("Too many open files"), fault);
+}
+
+TEST_F(SpoolTest, WhatCouldNotBeKeptIsAFault) {
+  Spool spool;
+  spool.write("text");
+  OutputFile file(mFiles.path("copy"));
+  std::string fault;
+  {
+    const FileSizes limited(0);
+    fault = faultOf(mFiles, [&] { spool.copyTo(file); });
+  }
+  EXPECT_EQ(faultFor("File too large"), fault);
+}
+
+// What was lost before does not come back when there is room again.
+TEST_F(SpoolTest, WhatWasLostBeforeIsAFault) {
+  Spool spool;
+  {
+    const FileSizes limited(0);
+    spool.write(std::string(1000000, 'x'));
+  }
+  EXPECT_EQ("a temporary file cannot be used (", faultOfCopy(spool).substr(0, 33));
 }
 
 // Small pieces wait in a buffer, large ones are written at once.
-TEST_F(SpoolTest, WithoutRoomItFailsHoweverMuchIsWrittenAtOnce) {
+TEST_F(SpoolTest, TheFirstErrorIsNamedHoweverMuchIsWrittenAtOnce) {
   for (const std::size_t size : {1001u, 4096u, 200000u}) {
     const FileSizes limited(1000);
     Spool spool;
@@ -53,10 +86,30 @@ TEST_F(SpoolTest, WithoutRoomItFailsHoweverMuchIsWrittenAtOnce) {
     errno = 0;
     spool.write(std::string(200000, 'x'));
     errno = 0;
-    EXPECT_EQ("a temporary file cannot be used (File too large" + NO_ROOM,
-              faultOf(mFiles, [&] { copied(spool); }))
-        << size;
+    EXPECT_EQ(faultFor("File too large"), faultOfCopy(spool)) << size;
   }
+}
+
+int smallestFreeDescriptor() {
+  const int descriptor = dup(STDERR_FILENO);
+  close(descriptor);
+  return descriptor;
+}
+
+TEST_F(SpoolTest, ItsFileIsClosedInTheEnd) {
+  const int free = smallestFreeDescriptor();
+  Spool().write("text");
+  EXPECT_EQ(free, smallestFreeDescriptor());
+}
+
+// The file gets the smallest free descriptor, behind which another one is put.
+TEST_F(SpoolTest, WhatCannotBeReadBackIsAFault) {
+  const int next = smallestFreeDescriptor();
+  Spool spool;
+  const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
+  ASSERT_EQ(next, dup2(nowhere, next));
+  close(nowhere);
+  EXPECT_EQ(faultFor("Bad file descriptor"), faultOfCopy(spool));
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "trace-files.hpp"
+#include "utf8.hpp"
 
 namespace {
 
@@ -85,6 +86,36 @@ TEST_F(TraceReaderTest, AnswersThatATerminalShowsBelongToTheDialogue) {
                      "[1]    a:p lazy (5ms,_)\n"
                      "Enter interaction or internal port number (hit 0 to exit): 1\n"
                      "a:p lazy (5ms,_)\n"));
+}
+
+// What the model prints then may look like it.
+TEST_F(TraceReaderTest, ADialogueIsOverWhenItsStepHasFired) {
+  const auto reader = mFiles.open(
+      "scheduler [0ms] Enter a new value for current time in lazy (0ms,9ms): 6\n"
+      "Enter interaction or internal port number (hit 0 to exit): 1\n"
+      "a:p lazy (5ms,_)\n"
+      "a:q lazy (5ms,_)\n");
+  EXPECT_EQ((Texts{"1 0 0 a:p"}), mFiles.steps(*reader));
+  EXPECT_EQ(1u, reader->run().otherLines);
+}
+
+TEST_F(TraceReaderTest, EveryOtherStepEndsADialogue) {
+  const std::string question =
+      "scheduler [0ms] Enter a new value for current time in lazy (0ms,9ms): 6\n";
+  for (const char* step : {"scheduler : s/c/b:p\n", "scheduler [6ms] b:p lazy\n"}) {
+    const auto reader = mFiles.open(question + step + "a:p lazy (5ms,_)\n");
+    EXPECT_EQ(1u, mFiles.steps(*reader).size()) << step;
+    EXPECT_EQ(1u, reader->run().otherLines) << step;
+  }
+}
+
+TEST_F(TraceReaderTest, TheEndOfARunEndsADialogue) {
+  const auto reader = mFiles.open(
+      "scheduler [0ms] Enter a new value for current time in lazy (0ms,9ms): deadlock!\n"
+      "a:p lazy (5ms,_)\n");
+  EXPECT_EQ(Texts(), mFiles.steps(*reader));
+  EXPECT_EQ("deadlock", reader->end().kind);
+  EXPECT_EQ(1u, reader->run().otherLines);
 }
 
 TEST_F(TraceReaderTest, AUserWhoLeavesEndsTheRun) {
@@ -176,9 +207,25 @@ TEST_F(TraceReaderTest, FilesOfOtherSystemsCanBeRead) {
   EXPECT_EQ((Texts{"1 - - s/c/a:p"}), mFiles.stepsOf("\xEF\xBB\xBFscheduler : s/c/a:p\r\n"));
 }
 
+TEST_F(TraceReaderTest, AMarkInALaterLineIsAText) {
+  const auto reader =
+      mFiles.open("\xEF\xBB\xBFscheduler : s/c/a:p\n\xEF\xBB\xBFscheduler : s/c/a:p\n");
+  EXPECT_EQ((Texts{"1 - - s/c/a:p"}), mFiles.steps(*reader));
+  EXPECT_EQ(1u, reader->run().otherLines);
+}
+
 TEST_F(TraceReaderTest, BytesThatAreNotUtf8BecomeCharacters) {
   EXPECT_EQ((Texts{"1 - - s/c/\xC3\xBC:p", "2 - - s/c/\xC3\xBC:q"}),
             mFiles.stepsOf("scheduler : s/c/\xFC:p\nscheduler : s/c/\xC3\xBC:q\n"));
+}
+
+TEST(AsUtf8Test, EachByteThatIsNotUtf8BecomesTheCharacterOfThatNumber) {
+  for (int byte = 0x80; byte <= 0xFF; ++byte) {
+    const std::string text = {'a', static_cast<char>(byte), '\x7F'};
+    const char second = static_cast<char>(byte < 0xC0 ? byte : byte - 0x40);
+    const std::string expected = {'a', byte < 0xC0 ? '\xC2' : '\xC3', second, '\x7F'};
+    EXPECT_EQ(expected, asUtf8(text)) << byte;
+  }
 }
 
 }  // namespace

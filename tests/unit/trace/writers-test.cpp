@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "csv-writer.hpp"
 #include "perfetto-writer.hpp"
 #include "plantuml-sequence.hpp"
 #include "run-comparison.hpp"
@@ -43,6 +44,18 @@ TEST_F(TraceWritersTest, AnEndWithoutTimeAddsNone) {
     EXPECT_FALSE(has(vcd, "#2147483647")) << vcd;
     EXPECT_FALSE(has(mFiles.written<PerfettoWriter>(fired + end), "2147483647"));
   }
+}
+
+// As every program reads it that knows comma-separated values.
+TEST_F(TraceWritersTest, AFieldWithACommaOrAQuoteHasQuotesAroundItAndTwoForEachOfItsOwn) {
+  EXPECT_EQ(
+      "number,before_ms,time_ms,compound,connector,ports,label\n"
+      "1,,,s,\"c\"\"d\",a:p,\"s/c\"\"d/a:p\"\n"
+      "2,,,s,\"c,d\",a:p,\"s/c,d/a:p\"\n"
+      "3,,,s,c d,a:p,s/c d/a:p\n",
+      mFiles.written<CsvWriter>("scheduler : s/c\"d/a:p\nscheduler : s/c,d/a:p\n"
+                                "scheduler : s/c d/a:p\n",
+                                CsvWriter::Options()));
 }
 
 TEST_F(TraceWritersTest, AConnectorMayFireNoPort) {
