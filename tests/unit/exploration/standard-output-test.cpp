@@ -167,19 +167,6 @@ TEST(StandardOutputTest, ItIsDroppedAlsoWithoutStandardInput) {
   EXPECT_EQ(outcome.err, LOST) << "said once";
 }
 
-// The system refuses to wait; writing shows what is the matter.
-TEST(StandardOutputTest, WhatCannotBeWaitedForIsWritten) {
-  const Outcome outcome = isolated([] {
-    const rlimit none = {0, 0};
-    setrlimit(RLIMIT_NOFILE, &none);
-    std::printf("written");
-    flushOutput();
-    return __fpending(stdout) == 0 ? 0 : 1;
-  });
-  EXPECT_EQ(outcome.status, 0);
-  EXPECT_EQ(outcome.out, "written");
-}
-
 TEST(StandardOutputTest, ASingleCharacterIsHandedOver) {
   const Outcome outcome = isolated([] {
     std::printf("x");
