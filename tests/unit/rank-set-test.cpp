@@ -64,4 +64,5 @@ TEST_P(RankSetTest, IsEmptyAfterAReset) {
   EXPECT_EQ(set.below(limit), RankSet::NONE);
 }
 
-INSTANTIATE_TEST_SUITE_P(Limits, RankSetTest, testing::Values(1, 63, 64, 65, 4095, 4096, 4097, 300000));
+INSTANTIATE_TEST_SUITE_P(Limits, RankSetTest,
+                         testing::Values(1, 63, 64, 65, 4095, 4096, 4097, 300000));
