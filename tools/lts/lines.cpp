@@ -58,9 +58,10 @@ const char* Lines::findEnd() const {
       std::memchr(mBegin, '\n', static_cast<std::size_t>(mEnd - mBegin)));
 }
 
+// A line may come in many small parts, so each is searched alone.
 bool Lines::nextFromFile(std::string_view& line) {
-  while (fill()) {
-    if (findEnd() != nullptr) return next(line);
+  while (const std::size_t added = fill()) {
+    if (std::memchr(mEnd - added, '\n', added) != nullptr) return next(line);
   }
   if (mBegin == mEnd) return false;
   mWasWhole = false;
@@ -70,16 +71,17 @@ bool Lines::nextFromFile(std::string_view& line) {
   return true;
 }
 
-// What is left moves to the start, and the rest of the block is read. False at the end of the file.
-bool Lines::fill() {
+// What is left moves to the start, and the rest of the block is read. Returns how much that is; 0 at
+// the end of the file.
+std::size_t Lines::fill() {
   const auto left = static_cast<std::size_t>(mEnd - mBegin);
-  if (left != 0) std::memmove(mBlock.data(), mBegin, left);
+  if (mBegin != mBlock.data()) std::memmove(mBlock.data(), mBegin, left);
   if (left == mBlock.size()) mBlock.resize(2 * mBlock.size());
   mBegin = mBlock.data();
   mEnd = mBegin + left;
   const char* const end = mEnd;
   readMore();
-  return mEnd != end;
+  return static_cast<std::size_t>(mEnd - end);
 }
 
 void Lines::readMore() {

@@ -46,7 +46,7 @@ class Lines {
  private:
   const char* findEnd() const;
   bool nextFromFile(std::string_view& line);
-  bool fill();
+  std::size_t fill();
   void readMore();
 
   std::string mPath;
