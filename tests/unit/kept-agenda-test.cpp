@@ -102,7 +102,7 @@ TEST(ClockUsersTest, SlotsComeInTheOrderOfAdding) {
   SimuClock one("1");
   SimuClock two("2");
   ClockUsers users;
-  for (const std::size_t slot : {4, 2, 9}) users.add(&one, slot);
+  for (const std::size_t slot : {4u, 2u, 9u}) users.add(&one, slot);
   users.add(&two, 2);
   EXPECT_EQ((std::vector<std::size_t>{4, 2, 9}), slotsOf(users, one));
   EXPECT_EQ((std::vector<std::size_t>{2}), slotsOf(users, two));
@@ -111,14 +111,14 @@ TEST(ClockUsersTest, SlotsComeInTheOrderOfAdding) {
 TEST(ClockUsersTest, ASlotIsKeptOnce) {
   SimuClock clock("c");
   ClockUsers users;
-  for (const std::size_t slot : {4, 4, 2, 4, 2}) users.add(&clock, slot);
+  for (const std::size_t slot : {4u, 4u, 2u, 4u, 2u}) users.add(&clock, slot);
   EXPECT_EQ((std::vector<std::size_t>{4, 2}), slotsOf(users, clock));
 }
 
 TEST(ClockUsersTest, AVisitEndsWhenItIsToldSo) {
   SimuClock clock("c");
   ClockUsers users;
-  for (const std::size_t slot : {1, 2, 3}) users.add(&clock, slot);
+  for (const std::size_t slot : {1u, 2u, 3u}) users.add(&clock, slot);
   int visits = 0;
   EXPECT_FALSE(users.visitAll(&clock, [&](std::size_t slot) {
     ++visits;
