@@ -9,6 +9,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <ctime>
 #include <vector>
 
 using Vesk::SearchSignals;
@@ -25,7 +26,10 @@ itimerspec ticks = {};  // what a timer was set to last
 extern "C" int timer_settime(timer_t timer, int flags, const itimerspec* times,
                              itimerspec* former) noexcept {
   using Function = int (*)(timer_t, int, const itimerspec*, itimerspec*);
-  static const auto real = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "timer_settime"));
+  // Where times have more bits than words, this name stands for another function.
+  static const char* const name =
+      sizeof(std::time_t) > sizeof(long) ? "__timer_settime64" : "timer_settime";
+  static const auto real = reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
   ticks = *times;
   return real(timer, flags, times, former);
 }
