@@ -71,8 +71,8 @@ bool Lines::nextFromFile(std::string_view& line) {
   return true;
 }
 
-// What is left moves to the start, and the rest of the block is read. Returns how much that is; 0 at
-// the end of the file.
+// What is left moves to the start, and the rest of the block is read. Returns how much that is; 0
+// at the end of the file.
 std::size_t Lines::fill() {
   const auto left = static_cast<std::size_t>(mEnd - mBegin);
   if (mBegin != mBlock.data()) std::memmove(mBlock.data(), mBegin, left);
