@@ -14,7 +14,6 @@
 namespace {
 
 constexpr int FEW_PARTS = 8;               // up to which the walk is as quick
-constexpr std::size_t MANY_TURNS = 512;    // from which a run looks at one in turn, not at all
 constexpr unsigned int FEW_RUNS = 4;       // a plan with fewer has not paid
 constexpr unsigned int MOST_WALKS = 1023;  // between two attempts to make a plan
 constexpr unsigned int FOR_EVER = ~0u;
@@ -52,7 +51,10 @@ struct ActivationPlan::Registry {
     unsigned int patience = 0;  // as many were done before the last attempt
 
     void postpone() { walks = patience = std::min(2 * patience + 1, MOST_WALKS); }
-    ActivationPlan* current(Compound& root);
+    ActivationPlan* current(Compound& root) {
+      return plan != nullptr && plan->holds() ? plan.get() : attempt(root);
+    }
+    ActivationPlan* attempt(Compound& root);
     void retire();
   };
 
@@ -83,11 +85,9 @@ unsigned long long ActivationPlan::sPlans = 0;
 const Compound* ActivationPlan::Registry::sLastRoot = nullptr;
 ActivationPlan::Registry::Entry* ActivationPlan::Registry::sLast = nullptr;
 
-ActivationPlan* ActivationPlan::Registry::Entry::current(Compound& root) {
-  if (plan != nullptr) {
-    if (plan->holds()) return plan.get();
-    retire();
-  }
+// Makes a new plan, null when it would not pay.
+[[gnu::noinline]] ActivationPlan* ActivationPlan::Registry::Entry::attempt(Compound& root) {
+  if (plan != nullptr) retire();
   if (walks > 0) {
     if (walks != FOR_EVER) --walks;
     return nullptr;
@@ -235,7 +235,7 @@ inline bool ActivationPlan::looksUntouched(std::size_t rank, bool listed,
 }
 
 bool ActivationPlan::looksUntouched() {
-  if (mTurns.size() < MANY_TURNS || mFired.size() == MANY_FIRED) {
+  if (looksAtAll()) {
     mFired.clear();
     return allLookUntouched();
   }
@@ -251,10 +251,13 @@ bool ActivationPlan::looksUntouched() {
 
 bool ActivationPlan::allLookUntouched() const {
   const Connector* below = nullptr;
+  std::size_t nextListed = mListed.from(0);
   for (std::size_t rank = 0; rank < mTurns.size(); ++rank) {
-    const bool listed = mListed.has(rank);
+    const bool listed = rank == nextListed;
     if (!looksUntouched(rank, listed, listed ? below : nullptr)) return false;
-    if (listed) below = mTurns[rank].connector;
+    if (!listed) continue;
+    below = mTurns[rank].connector;
+    nextListed = mListed.from(rank + 1);
   }
   return true;
 }
@@ -291,7 +294,7 @@ void ActivationPlan::noteStale(std::size_t rank) {
 }
 
 void ActivationPlan::noteFired(std::size_t rank) {
-  if (mFired.size() < MANY_FIRED) mFired.push_back(rank);
+  if (!looksAtAll()) mFired.push_back(rank);
   if (mLookahead != nullptr) mLookahead->fires(rank, *mTurns[rank].connector);
 }
 
@@ -314,7 +317,7 @@ void ActivationPlan::forget(std::size_t rank) {
 // ---- The run -----------------------------------------------------------------------------------
 
 // What is noted for a rank that the run has passed waits for the next one, as with the walk.
-Connector* ActivationPlan::run() {
+void ActivationPlan::run() {
   ++mRuns;
   for (const std::size_t end : mPriorityEnds) mPending.add(end);
   std::size_t rank = mPending.from(0);
@@ -328,7 +331,6 @@ Connector* ActivationPlan::run() {
     rank = mPending.from(rank + 1);
   }
   fillEnds();
-  return mHead;
 }
 
 // It stays noted when a hook throws.

@@ -49,8 +49,8 @@ class ActivationPlan {
   ActivationPlan& operator=(const ActivationPlan&) = delete;
   ~ActivationPlan();
 
-  // Returns the head of the list of legal connectors. Requires: holds().
-  Connector* run();
+  // Requires: holds().
+  void run();
 
   // The connector with this rank evaluates again, or has been evaluated.
   void noteEvaluation(std::size_t rank) { mPending.add(rank); }
@@ -88,6 +88,8 @@ class ActivationPlan {
  private:
   struct Registry;
 
+  static constexpr std::size_t MANY_TURNS =
+      512;  // from which a run looks at one in turn, not at all
   static constexpr std::size_t MANY_FIRED = 64;  // since the last run; from which it looks at all
 
   // The turn of a connector, or without one that of the end of a compound.
@@ -109,6 +111,7 @@ class ActivationPlan {
   void rankConnectors(std::size_t index);
   bool holds();
   bool hasAllParts() const;
+  bool looksAtAll() const { return mTurns.size() < MANY_TURNS || mFired.size() == MANY_FIRED; }
   bool looksUntouched();
   bool allLookUntouched() const;
   bool prioritiesLookUntouched() const;
@@ -131,7 +134,7 @@ class ActivationPlan {
   std::vector<Turn> mTurns;
   InternalPorts mInternals;
   std::vector<std::size_t> mPriorityEnds;  // of the compounds that have priorities
-  std::vector<std::size_t> mFired;         // connectors to be looked at; when full, all are
+  std::vector<std::size_t> mFired;         // connectors to be looked at, see looksAtAll()
   std::vector<std::size_t> mChanged;       // see record()
   std::unique_ptr<Lookahead> mLookahead;
   RankSet mPending;    // still to be visited

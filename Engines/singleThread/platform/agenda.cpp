@@ -218,7 +218,7 @@ bool Agenda::empty() const {
 // ---- The scheduler -----------------------------------------------------------------------------
 
 // Ready ones that are meant again stay as they are: those that have come since were looked at then.
-void Agenda::choose() {
+[[gnu::noinline]] void Agenda::choose() {
   if (mPolicy == Policy::EVERYTHING || empty()) return;
   Target target = earliest();
   if (mMargin != Times::MAX) {

@@ -88,7 +88,8 @@ bool yieldToHigh(Priority& priority) {
 // 2. The connectors of this compound, in front of those.
 // 3. The priorities of this compound.
 // 4. What the priorities have changed.
-Connector* Compound::activate(bool incremental) {
+// Every step does this, so all calls but those of the walk are inlined.
+[[gnu::flatten, gnu::noinline]] Connector* Compound::activate(bool incremental) {
   Vesk::ActivationPlan* const plan = incremental ? Vesk::ActivationPlan::of(*this) : nullptr;
   if (plan != nullptr) {
     plan->run();
@@ -102,14 +103,14 @@ Connector* Compound::activate(bool incremental) {
   return mLegalHead;
 }
 
-void Compound::activateAlone(bool incremental) {
+[[gnu::noinline]] void Compound::activateAlone(bool incremental) {
   evaluateConnectors(incremental);
   applyPriorities({mLegalHead, nullptr});
   settleConnectors();
 }
 
 // One frame per level of the tree, and a small one: trees may be very deep.
-Connector* Compound::subactivate(bool incremental) {
+[[gnu::noinline]] Connector* Compound::subactivate(bool incremental) {
   mLegalHead = mLegalTail = nullptr;
   mInternals = mInternalTail = nullptr;
   for (int i = 0; i < mComponents.count(); ++i) {

@@ -102,8 +102,9 @@ void Executer::initialize() {
 }
 
 // A policy of this engine chooses from the selection; one of a program looks at what the filters
-// have left, and may do whatever it likes with it.
-void Executer::run() {
+// have left, and may do whatever it likes with it. Steps of small systems are so short that all
+// calls are inlined but those that few steps make.
+[[gnu::flatten]] void Executer::run() {
   unsigned int steps = 0;
   Vesk::Selection selection(
       {system(), logicalClock(), interactions(), wait(), semantics(), scheduler()},
@@ -135,7 +136,7 @@ struct Examples {
   InteractiveExecuter interactive{root, clock, semantics, scheduler, true, 1, std::cout, 0};
 };
 
-const Examples& examples() {
+[[gnu::noinline]] const Examples& examples() {
   static const Examples* const made = new Examples;
   return *made;
 }

@@ -158,7 +158,7 @@ bool InternalPorts::look() {
     if (!refresh(mAtoms[mLookedAt++], false, differs)) return false;
     if (!differs || mUnnoted) continue;
     mUnnoted = true;
-    looks = i + 1 + mAtoms.size();
+    looks = i + mAtoms.size();
   }
   return true;
 }

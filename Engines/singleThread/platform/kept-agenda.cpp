@@ -96,7 +96,7 @@ void KeptAgenda::leaveWhenFew() {
 
 // ---- What has changed --------------------------------------------------------------------------
 
-bool KeptAgenda::takeUp() {
+[[gnu::noinline]] bool KeptAgenda::takeUp() {
   ActivationPlan* const plan = ActivationPlan::lastOf(mSystem);
   mPlan = plan;
   const Time now = mClock.time();
@@ -200,7 +200,7 @@ void KeptAgenda::watchClock(std::size_t slot, const Port& port) {
 
 // ---- A step ------------------------------------------------------------------------------------
 
-bool KeptAgenda::open(const Time& t, Interval& wait) {
+[[gnu::noinline]] bool KeptAgenda::open(const Time& t, Interval& wait) {
   if (t < mOpened || t > wait.high() || !isOrdinary(t)) return false;
   mExpired.clear();
   mAgenda->expire(t.microseconds(), mExpired);

@@ -82,7 +82,7 @@ Selection::Way Selection::chooseWay() {
 }
 
 // Does what has been done in this step once more, by asking the filters.
-void Selection::walkAgain() {
+[[gnu::noinline]] void Selection::walkAgain() {
   if (mWay == Way::AGENDA) mAgenda.giveUp();
   mWay = Way::WALK;
   mRun.executables.unmarkAll();
@@ -145,7 +145,7 @@ Executable* Selection::pick() {
   return pickByWalk(fraction);
 }
 
-Executable* Selection::pickByWalk(long double fraction) {
+[[gnu::noinline]] Executable* Selection::pickByWalk(long double fraction) {
   const int count = mRun.executables.count();
   if (count == 0) return nullptr;
   Executable* const picked = *(mRun.executables.begin() + static_cast<int>(count * fraction));

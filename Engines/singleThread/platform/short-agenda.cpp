@@ -8,28 +8,38 @@ namespace Vesk {
 
 bool ShortAgenda::add(Executable& executable, const Times& times) {
   if (mCount == MOST) return false;
-  mEntries[mCount++] = {&executable, times, 0, 0, true};
+  mEntries[mCount++] = {&executable, times, 0, 0};
   mUntil = std::min(mUntil, times.until);
   return true;
 }
 
-void ShortAgenda::remove(Entry& entry, unsigned int mark) {
-  entry.left = false;
-  entry.executable->setMark(entry.executable->mark() | mark);
+// Marks and takes out those for which the test holds.
+template <class Test>
+void ShortAgenda::removeIf(Test test, unsigned int mark) {
+  std::size_t left = 0;
+  for (std::size_t i = 0; i < mCount; ++i) {
+    const Entry& entry = mEntries[i];
+    if (test(entry)) {
+      entry.executable->setMark(entry.executable->mark() | mark);
+    } else {
+      if (left < i) mEntries[left] = entry;
+      ++left;
+    }
+  }
+  mCount = left;
 }
 
 Times::Number ShortAgenda::open(Number t, Number latest) {
   for (std::size_t i = 0; i < mCount; ++i) {
     Entry& entry = mEntries[i];
-    if (!entry.left) continue;
     entry.next = entry.times.low < Times::MAX ? std::max(entry.times.low, t) : Times::MAX;
     entry.deadline = entry.times.eager ? entry.next : entry.times.deadline;
     latest = std::min(latest, entry.deadline);
   }
-  for (std::size_t i = 0; i < mCount; ++i) {
-    Entry& entry = mEntries[i];
-    if (entry.left && (entry.next >= Times::MAX || entry.next > latest)) remove(entry, CLOSED_MARK);
-  }
+  const auto isClosed = [latest](const Entry& entry) {
+    return entry.next >= Times::MAX || entry.next > latest;
+  };
+  removeIf(isClosed, CLOSED_MARK);
   return latest;
 }
 
@@ -44,31 +54,15 @@ void ShortAgenda::choose(Number margin) {
   Pair soonest{Times::MAX, Times::MAX};  // next, deadline
   for (std::size_t i = 0; i < mCount; ++i) {
     const Entry& entry = mEntries[i];
-    if (!entry.left) continue;
     lower(urgent, entry.deadline, entry.next);
     lower(soonest, entry.next, entry.deadline);
   }
   const bool waits = margin != Times::MAX && soonest.first + margin < urgent.first;
   const Pair limit = waits ? Pair{soonest.second, soonest.first} : urgent;
-  for (std::size_t i = 0; i < mCount; ++i) {
-    Entry& entry = mEntries[i];
-    if (!entry.left) continue;
-    if (entry.next > limit.second || entry.deadline > limit.first) remove(entry, LATER_MARK);
-  }
-}
-
-std::size_t ShortAgenda::count() const {
-  std::size_t left = 0;
-  for (std::size_t i = 0; i < mCount; ++i) {
-    if (mEntries[i].left) ++left;
-  }
-  return left;
-}
-
-const ShortAgenda::Entry& ShortAgenda::entryAt(std::size_t index) const {
-  std::size_t i = 0;
-  while (!mEntries[i].left || index-- > 0) ++i;
-  return mEntries[i];
+  const auto isLater = [&limit](const Entry& entry) {
+    return entry.next > limit.second || entry.deadline > limit.first;
+  };
+  removeIf(isLater, LATER_MARK);
 }
 
 }  // namespace Vesk

@@ -32,10 +32,10 @@ class ShortAgenda {
   // MAX: none.
   void choose(Times::Number margin);
   // How many are left, and number n of them in the order of the walk.
-  std::size_t count() const;
-  Executable* at(std::size_t index) const { return entryAt(index).executable; }
+  std::size_t count() const { return mCount; }
+  Executable* at(std::size_t index) const { return mEntries[index].executable; }
   // When that can fire.
-  Times::Number nextAt(std::size_t index) const { return entryAt(index).next; }
+  Times::Number nextAt(std::size_t index) const { return mEntries[index].next; }
 
  private:
   using Number = Times::Number;
@@ -46,7 +46,6 @@ class ShortAgenda {
     Times times;
     Number next;  // what it answers at the time of the last open()
     Number deadline;
-    bool left;
   };
   struct Pair {
     Number first;
@@ -54,10 +53,10 @@ class ShortAgenda {
   };
 
   static void lower(Pair& pair, Number first, Number second);
-  static void remove(Entry& entry, unsigned int mark);
-  const Entry& entryAt(std::size_t index) const;
+  template <class Test>
+  void removeIf(Test test, unsigned int mark);
 
-  std::array<Entry, MOST> mEntries;
+  std::array<Entry, MOST> mEntries;  // those that are left
   std::size_t mCount = 0;
   Number mUntil = NEVER;
 };
