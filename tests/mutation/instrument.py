@@ -158,6 +158,9 @@ class Instrumenter:
         if "constexpr" in words[:4]:
             return True
         literals = (K.INTEGER_LITERAL, K.CXX_BOOL_LITERAL_EXPR)
+        if "static" in words[:2] and "const" in words[:3] and \
+                any(bare(c).kind == K.INIT_LIST_EXPR for c in cursor.get_children()):
+            return True
         return "const" in words[:3] and any(bare(c).kind in literals for c in cursor.get_children())
 
     @staticmethod
@@ -182,7 +185,7 @@ class Instrumenter:
         elif cursor.kind == K.INTEGER_LITERAL:
             self.number(cursor, file, depth, parents)
         elif cursor.kind == K.CXX_BOOL_LITERAL_EXPR:
-            self.truth(cursor, file, depth)
+            self.truth(cursor, file, depth, parents)
         elif cursor.kind == K.RETURN_STMT:
             self.result(cursor, children, file, depth, parents)
         elif cursor.kind in (K.BREAK_STMT, K.CONTINUE_STMT):
@@ -286,11 +289,9 @@ class Instrumenter:
     def number(self, cursor, file, depth, parents):
         start, end = cursor.extent.start.offset, cursor.extent.end.offset
         text = file.text[start:end].decode()
-        left = file.text[:start].rstrip()[-1:]
         parent = parents[-1]
-        declared = parent.kind.is_declaration() and left not in (b"=", b"{", b"(")
         pointer = parent.type.get_canonical().kind in (TypeKind.POINTER, TypeKind.MEMBERPOINTER)
-        if declared or not re.fullmatch(r"[0-9a-fA-FxXuUlL']+", text):
+        if self.is_in_type(cursor, file, parent) or not re.fullmatch(r"[0-9a-fA-FxXuUlL']+", text):
             return
         if pointer and parent.kind == K.UNEXPOSED_EXPR:
             return
@@ -299,7 +300,15 @@ class Instrumenter:
             if number is not None:
                 file.wrap(start, end, depth * 4, f"(vesk_mutants::acts({number}) ? {text} {change} : ", ")")
 
-    def truth(self, cursor, file, depth):
+    @staticmethod
+    def is_in_type(literal, file, parent):
+        """Whether it stands in the type of what is declared."""
+        left = file.text[:literal.extent.start.offset].rstrip()[-1:]
+        return parent.kind.is_declaration() and left not in (b"=", b"{", b"(")
+
+    def truth(self, cursor, file, depth, parents):
+        if self.is_in_type(cursor, file, parents[-1]):
+            return
         number = self.add(cursor, file, "constant", "!")
         if number is not None:
             file.wrap(cursor.extent.start.offset, cursor.extent.end.offset, depth * 4,

@@ -371,6 +371,7 @@ TEST_F(ConsoleTest, ATargetStateMatchesExactlyWithItsBlank) {
   std::string without = "7";
   EXPECT_TRUE(scheduler.matchToState(line.data(), with.data()));
   EXPECT_FALSE(scheduler.matchToState(line.data(), without.data()));
+  EXPECT_FALSE(scheduler.matchToState(line.data(), nullptr));
 }
 
 // ---- Paths -----------------------------------------------------------------------------------

@@ -174,8 +174,15 @@ TEST_F(ForetellingTest, NothingIsSaidOfAClockThatStandsStill) {
 }
 
 TEST_F(ForetellingTest, NothingIsSaidOfAClockOfAModel) {
+  class OwnTime : public Clock {
+   public:
+    using Clock::Clock;
+    Time time() const override { return Time(0); }
+  };
   HandClock hand(Time(0));
   EXPECT_FALSE(tells(*portOver(&hand, within(1, 2, EAGER))));
+  OwnTime own("c", mLogical);
+  EXPECT_FALSE(tells(*portOver(&own, within(1, 2, EAGER))));
 }
 
 TEST_F(ForetellingTest, NothingIsSaidOfClocksOfAnotherRun) {
@@ -235,6 +242,12 @@ TEST_F(ForetellingTest, NothingIsSaidOfTimesWhoseSumsDoNotFit) {
   const Time last(LLONG_MAX - 3);
   EXPECT_FALSE(tells(*port(Interval(first, Time(5), LAZY, false, true))));
   EXPECT_FALSE(tells(*port(Interval(Time(1), last, LAZY, false, true))));
+  Port* const later = port(within(1, 2, LAZY));
+  mClock.setTime(Time(-100));
+  *mConstraints.back() |= Constraint(&mClock, within(30, 40, EAGER));
+  EXPECT_TRUE(tells(*later));
+  (*mConstraints.back())[1] = Interval(last, Time(LLONG_MAX), EAGER, false, true);
+  EXPECT_FALSE(tells(*later)) << "it is due a hundred microseconds later";
 }
 
 // What it says of an interval without end holds until its last ordinary time.

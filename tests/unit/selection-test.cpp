@@ -374,6 +374,30 @@ TEST(SelectionTest, WhatADialogueOffersIsAskedOnceMore) {
   EXPECT_EQ(offer(false), offer(true));
 }
 
+// What was said of the first port turns out to be wrong when it is drawn, and counts no more then.
+TEST(SelectionTest, AStepThatIsAskedOnceMoreForgetsWhatWasSaid) {
+  const auto traceOf = [](bool walked) {
+    System system("R");
+    Port* const first =
+        system.atom("A")->timedRule("t", within(15000, 15000, EAGER), [] { return true; });
+    first->setInternal();
+    const auto postpone = [first] { (*first->constraint())[0] = within(400000, 400000, EAGER); };
+    int moves = 0;
+    for (int i = 0; i < 12; ++i) {
+      const int when = 10000 + 20000 * i;
+      const auto move = [&] {
+        if (++moves == 1) postpone();
+      };
+      const auto guard = [] { return true; };
+      system.atom("B")->timedRule("t", within(when, when, EAGER), guard, move)->setInternal();
+    }
+    std::ostringstream trace;
+    runInto<StandardExecuter>(trace, system, walked);
+    return trace.str();
+  };
+  EXPECT_EQ(traceOf(false), traceOf(true));
+}
+
 TEST(SelectionTest, TimesNearTheInfinities) {
   const long long top = Time::MAX.microseconds();
   const long long bottom = Time::MIN.microseconds();

@@ -102,6 +102,16 @@ TEST_F(CommandLineTest, ClosedStandardDescriptorsNeverReceiveAFile) {
 
 // ---- Ends --------------------------------------------------------------------------------------
 
+TEST_F(CommandLineTest, NoFurtherDescriptorIsLeftOpen) {
+  const Outcome outcome = isolated([] {
+    const int next = dup(STDOUT_FILENO);
+    close(next);
+    const int status = engineMain({"--opt1"});
+    return status == 0 ? dup(STDOUT_FILENO) - next : status;
+  });
+  EXPECT_EQ(outcome.status, 0);
+}
+
 TEST_F(CommandLineTest, WithoutASystemTheOptionsAreReadFirst) {
   create = [](int, char**) { return nullptr; };
   const std::string diagnostic = "vesk: the model has built no system\n";
