@@ -25,7 +25,8 @@ from clang.cindex import Index, TypeKind
 
 Mutant = namedtuple("Mutant", "number file line column kind change text whole")
 
-MEMORY_CALLS = {"free", "reserve", "shrink_to_fit", "madvise", "operator delete"}
+MEMORY_CALLS = {"free", "reserve", "shrink_to_fit", "madvise", "operator delete",
+                "posix_spawn_file_actions_destroy"}
 CONSTANT_PLACES = {K.ENUM_CONSTANT_DECL, K.STATIC_ASSERT, K.TEMPLATE_NON_TYPE_PARAMETER,
                    K.TEMPLATE_TYPE_PARAMETER}
 LESS = {"<": ("less", "<="), "<=": ("notGreater", "<"), ">": ("greater", ">="), ">=": ("notLess", ">")}

@@ -146,6 +146,16 @@ TEST_F(LtsExplorationTest, DepthFirstDoesNotReportTheInitialState) {
   EXPECT_EQ((std::vector<State>{0}), mFiles.explore("x").deadlocks());
 }
 
+// Where the header counts transitions, or there are some, an initial state without one waits.
+TEST_F(LtsExplorationTest, AnInitialStateIsNoDeadlockWhereThereAreTransitions) {
+  mFiles.write("x.state", "0 : a\n1 : b\n2 : c\n");
+  mFiles.write("x.deadlock", "2\n");
+  mFiles.writeOwn("x.aut", 2, 3, "");
+  EXPECT_FALSE(mFiles.explore("x").isDeadlock(0)) << "they are lost";
+  mFiles.writeOwn("x.aut", 0, 3, "(1, a, 2)\n");
+  EXPECT_FALSE(mFiles.explore("x").isDeadlock(0)) << "they are not counted";
+}
+
 // 0 -> 1, 0 -> 2 (pruned), 1 -> 3, 3 is a deadlock.
 TEST_F(LtsExplorationTest, BreadthFirstDoesNotListPrunedStates) {
   mFiles.writeOwn("x.aut", 3, 4, "(0, a, 1)\n(0, b, 2)\n(1, a, 3)\n");

@@ -49,6 +49,25 @@ TEST(LtsProgressTest, ATerminalSeesHowFarLongWorkIsAndAnEmptyLineInTheEnd) {
   close(controller);
 }
 
+TEST(LtsProgressTest, TheLineIsTakenAwayOnce) {
+  int controller = -1;
+  int terminal = -1;
+  ASSERT_EQ(0, openpty(&controller, &terminal, nullptr, nullptr, nullptr));
+  const File stream(fdopen(terminal, "w"));
+  {
+    Progress progress(stream.get());
+    progress.start("x");
+    usleep(LONG);
+    progress.show(7, 0);
+    progress.finish();
+    progress.finish();
+  }
+  std::fputs("#", stream.get());
+  std::fflush(stream.get());
+  EXPECT_EQ("\r\x1b[Kx: 7\r\x1b[K", readUpTo('#', controller));
+  close(controller);
+}
+
 TEST(LtsProgressTest, AnythingElseSeesNothing) {
   const File stream(std::tmpfile());
   work(stream.get());

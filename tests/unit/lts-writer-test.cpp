@@ -271,6 +271,20 @@ TEST_F(LtsWriterTest, APageHasItsDataAsJsonWithoutTags) {
   EXPECT_EQ(std::string::npos, page.find("@DATA@"));
 }
 
+TEST_F(LtsWriterTest, APageKnowsTheNumbersTextsAndKindsOfItsStates) {
+  mFiles.writeOwn("x.aut", 1, 2, "(0, a, 1)\n");
+  mFiles.write("x.state", "0 : zero\n1 : one\n");
+  const Exploration exploration = mFiles.explore("x");
+  const StateTexts texts(exploration, mFiles.progress());
+  const Json all = pageData(exploration, Part(exploration.graph()), texts);
+  EXPECT_EQ((Json{0, 1}), all["numbers"]);
+  EXPECT_EQ((Json{"zero", "one"}), all["texts"]);
+  EXPECT_EQ((Json{{0, "initial"}, {1, "deadlock"}}), all["kinds"]);
+  const Json last = pageData(exploration, Part(exploration.graph(), 1, 0), texts);
+  EXPECT_EQ((Json{1}), last["numbers"]);
+  EXPECT_EQ((Json{{0, "deadlock"}}), last["kinds"]) << "by its place";
+}
+
 TEST_F(LtsWriterTest, WhatIsPutIntoAPageIsNotLookedAtAgain) {
   mFiles.writeOwn("@DATA@.aut", 0, 1, "");
   const Exploration exploration = mFiles.explore("@DATA@");
@@ -377,6 +391,18 @@ TEST_F(LtsWriterDeathTest, ASignalBetweenTwoFilesEndsTheProgram) {
   };
   EXPECT_EXIT(end(), testing::KilledBySignal(SIGTERM), "");
   EXPECT_TRUE(std::filesystem::exists(mFiles.path("one")));
+}
+
+// The name of the file in between is forgotten with it.
+TEST_F(LtsWriterDeathTest, ASignalAfterAFileTakesNoOtherFileAway) {
+  const std::string other = mFiles.write("o", "x");
+  const auto end = [&] {
+    std::filesystem::current_path(mFiles.path(""));
+    OutputFile("one").commit();
+    raise(SIGTERM);
+  };
+  EXPECT_EXIT(end(), testing::KilledBySignal(SIGTERM), "");
+  EXPECT_TRUE(std::filesystem::exists(other));
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdio>
 #include <cstring>
 
 namespace Vesk::Inspect {
@@ -43,7 +44,7 @@ void StuckWatch::progress(const std::string& doing) {
       "fires for ever\n  do:  let the transition of an internal port change what enables it\n1 "
       "finding\n";
   alarm(0);
-  std::strncpy(report, text.c_str(), sizeof report - 1);
+  std::snprintf(report, sizeof report, "%s", text.c_str());
   alarm(seconds);
 }
 

@@ -281,7 +281,7 @@ class StateCheck {
     if (text == known.now) return;
     const std::string announced = announcedBy(index);
     const auto [place, isNew] = known.announced.emplace(text, announced);
-    if (!isNew && place->second != announced) {
+    if (place->second != announced) {
       report(index, "after execute() in the state " + shown(text), place->second, announced);
     }
     known.lengthVaries = known.lengthVaries || text.size() != known.now.size();

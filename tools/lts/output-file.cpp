@@ -8,7 +8,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
-#include <vector>
 
 #include "fault.hpp"
 #include "printable.hpp"
@@ -93,15 +92,14 @@ OutputFile::OutputFile(const std::string& path) : mPath(path) {
 }
 
 void OutputFile::openBeside() {
-  const std::string pattern = mPath + ".XXXXXX";
-  if (pattern.size() >= sizeof temporaryOfHandler) fail(ENAMETOOLONG);
-  std::vector<char> name(pattern.c_str(), pattern.c_str() + pattern.size() + 1);
+  std::string name = mPath + ".XXXXXX";
+  if (name.size() >= sizeof temporaryOfHandler) fail(ENAMETOOLONG);
   catchSignals();
   const SignalsBlocked blocked;
   const int descriptor = mkstemp(name.data());
   if (descriptor == -1) fail(errno);
-  mTemporary = name.data();
-  std::memcpy(temporaryOfHandler, name.data(), name.size());
+  mTemporary = name;
+  std::strcpy(temporaryOfHandler, name.c_str());
   fchmod(descriptor, modeOf(mPath));
   mFile = fdopen(descriptor, "w");
 }

@@ -40,6 +40,18 @@ TEST_F(EndingTest, ADeadlockWithTimeLeftIsOneOfTheModel) {
 TEST_F(EndingTest, ALimitIsNotTheEndOfTime) {
   EXPECT_FALSE(isEndOfTime(
       "scheduler [0ms] , wait for 2147483ms, a:p lazy\nExecution limit size (1) reached!\n"));
+  EXPECT_FALSE(
+      isEndOfTime(R"({"vesk-recording":1,"atoms":[],"ports":[],"connectors":[],"states":[]})"
+                  "\n"
+                  R"({"step":1,"before":0,"time":2147000000,"fired":[]})"
+                  "\n"
+                  R"({"end":"limit","text":null,"time":2147000000})"
+                  "\n"));
+}
+
+TEST_F(EndingTest, AWaitWithoutEndIsNone) {
+  EXPECT_FALSE(isEndOfTime("scheduler [0ms] , wait for _, a:p lazy\nscheduler [7ms] deadlock!\n"));
+  EXPECT_FALSE(isEndOfTime("scheduler [_] , wait for 7ms, a:p lazy\nscheduler [7ms] deadlock!\n"));
 }
 
 }  // namespace

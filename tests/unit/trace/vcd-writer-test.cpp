@@ -45,6 +45,11 @@ TEST_F(VcdWriterTest, NamesAreWords) {
   EXPECT_TRUE(has(text, "sp\\x20q ")) << text;
 }
 
+TEST_F(VcdWriterTest, TextsKeepEveryVisibleSignButTheBackslash) {
+  const std::string text = dump("scheduler : s/c/a:p!~\\\x7f\n");
+  EXPECT_TRUE(has(text, "sp!~\\x5c\\x7f ")) << text;
+}
+
 // Every variable has an identifier of its own, also when one character is not enough.
 TEST_F(VcdWriterTest, IdentifiersAreDistinct) {
   std::string run;
@@ -60,6 +65,9 @@ TEST_F(VcdWriterTest, IdentifiersAreDistinct) {
   EXPECT_EQ(4002u, ids.size());
   std::sort(ids.begin(), ids.end());
   EXPECT_EQ(ids.end(), std::unique(ids.begin(), ids.end()));
+  for (const std::string& id : ids) {
+    for (const char c : id) EXPECT_TRUE('!' <= c && c <= '~') << id;
+  }
 }
 
 TEST_F(VcdWriterTest, WhatIsDeeperThanReadersTakeKeepsItsSlashes) {
