@@ -5,8 +5,7 @@
 #include <cstdlib>
 #include <fstream>
 
-// ---- The model
-// -----------------------------------------------------------------------------------
+// ---- The model ----------------------------------------------------------------------------------
 
 grey_box_model::~grey_box_model() {
   if (exit != nullptr) exit(this);
@@ -52,8 +51,7 @@ void resize(std::vector<std::string>& names, std::vector<int>& types, int count)
 
 }  // namespace
 
-// ---- What a plugin calls
-// -------------------------------------------------------------------------
+// ---- What a plugin calls ------------------------------------------------------------------------
 
 extern "C" {
 
@@ -172,8 +170,7 @@ chunk pins_chunk_get(model_t model, int type, int number) {
 }
 }
 
-// ---- Exploration
-// ---------------------------------------------------------------------------------
+// ---- Exploration --------------------------------------------------------------------------------
 
 namespace PinsHost {
 

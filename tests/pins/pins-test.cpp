@@ -150,8 +150,7 @@ Compound* Compound::Create(int argc, char** argv) {
   return create ? create(argc, argv) : nullptr;
 }
 
-// ---- What a tool is told
-// -------------------------------------------------------------------------
+// ---- What a tool is told ------------------------------------------------------------------------
 
 TEST(PinsTest, TheVectorHasASlotForEachAtomWithItsPathAndText) {
   Loaded loaded([](kit::System& system) {
@@ -271,8 +270,7 @@ TEST(PinsTest, StateLabelsReadTheWholeVector) {
   }
 }
 
-// ---- Transitions
-// ---------------------------------------------------------------------------------
+// ---- Transitions --------------------------------------------------------------------------------
 
 TEST(PinsTest, AllGroupsTogetherGiveWhatTheGroupsGive) {
   const Names off{"off", "off"};
@@ -327,8 +325,7 @@ TEST(PinsTest, WhatExecuteDoesIsRepeatedWhereItIsNotPromised) {
   EXPECT_EQ(loaded.explore(true).transitions.size(), 3u);
 }
 
-// ---- Markers
-// ---------------------------------------------------------------------------------------
+// ---- Markers ------------------------------------------------------------------------------------
 
 TEST(PinsTest, DeadlocksAreLabelled) {
   const auto fill = [](kit::System& system) {
@@ -392,8 +389,7 @@ TEST(PinsTest, AStateMayHaveTheSameMarkerInSeveralAtoms) {
   }
 }
 
-// ---- States without texts
-// --------------------------------------------------------------------------
+// ---- States without texts -----------------------------------------------------------------------
 
 TEST(PinsTest, WhatHasNoTextHasAnEmptyOne) {
   const std::vector<std::function<Node*()>> states{
@@ -455,8 +451,7 @@ TEST(PinsTest, AnAtomWhoseStateIsATreeIsRefused) {
                Fault);
 }
 
-// ---- Random models
-// ---------------------------------------------------------------------------------
+// ---- Random models ------------------------------------------------------------------------------
 
 // Promised models keep their promises, so what is asked group by group is what the whole system
 // does.
@@ -475,8 +470,7 @@ TEST(PinsTest, LocalModelsDoWhatTheyDoAsAWhole) {
   EXPECT_GE(compared, 8);
 }
 
-// ---- Loading
-// ---------------------------------------------------------------------------------------
+// ---- Loading ------------------------------------------------------------------------------------
 
 TEST(PinsLoadDeathTest, TheModelGetsItsArguments) {
   create = [](int argc, char** argv) -> Compound* {

@@ -178,8 +178,7 @@ TEST_F(AutReaderTest, TheInitialStateMayBeAnother) {
   EXPECT_EQ(6u, file.graph.states());
 }
 
-// ---- Faults
-// --------------------------------------------------------------------------------------
+// ---- Faults -------------------------------------------------------------------------------------
 
 TEST_F(AutReaderTest, FaultsNameFileAndLine) {
   EXPECT_EQ("x.aut:1: the file is empty, expected \"des (INITIAL, TRANSITIONS, STATES)\"",

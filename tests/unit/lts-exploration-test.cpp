@@ -46,8 +46,7 @@ class LtsExplorationTest : public testing::Test {
   LtsFiles mFiles;
 };
 
-// ---- Names
-// ---------------------------------------------------------------------------------------
+// ---- Names --------------------------------------------------------------------------------------
 
 TEST_F(LtsExplorationTest, ANameStandsForAllFilesThatAreThere) {
   mFiles.writeTable("t");
@@ -70,8 +69,7 @@ TEST_F(LtsExplorationTest, ANameMayItselfEndLikeAFile) {
   EXPECT_EQ(mFiles.path("a.aut.aut"), FileNames::of(mFiles.path("a.aut")).transitions);
 }
 
-// ---- Lines of the files
-// --------------------------------------------------------------------------
+// ---- Lines of the files -------------------------------------------------------------------------
 
 TEST_F(LtsExplorationTest, StatesHaveNumbersAndTexts) {
   EXPECT_EQ((Texts{{0, "a : b"}, {1, ""}, {5, " x"}}), statesOf("0 : a : b\n1 : \n5 :  x\n"));
@@ -113,8 +111,7 @@ TEST_F(LtsExplorationTest, PrunedPathsOfBothSearches) {
             faultOf(mFiles, [&] { prunedOf("3\n"); }));
 }
 
-// ---- What they mean
-// ------------------------------------------------------------------------------
+// ---- What they mean -----------------------------------------------------------------------------
 
 TEST_F(LtsExplorationTest, AWholeExplorationHasNoWarnings) {
   mFiles.writeTable("t");
@@ -244,8 +241,7 @@ TEST_F(LtsExplorationTest, ASideFileBeginsWithALineOfItsKind) {
             faultOf(mFiles, [&] { readDeadlocks(path, 9, mFiles.progress()); }));
 }
 
-// ---- Texts
-// ---------------------------------------------------------------------------------------
+// ---- Texts --------------------------------------------------------------------------------------
 
 TEST_F(LtsExplorationTest, TextsAreFoundByStateAndStatesByText) {
   mFiles.writeOwn("x.aut", 3, 4, "(0, a, 1)\n(0, b, 2)\n(1, a, 3)\n");

@@ -14,8 +14,7 @@ namespace {
 
 using namespace Vesk::Lts;
 
-// ---- Printable
-// -----------------------------------------------------------------------------------
+// ---- Printable ----------------------------------------------------------------------------------
 
 TEST(PrintableTest, TextsAndUtf8Stay) {
   EXPECT_EQ("a,|\"\\ \xC3\xA4 \xE2\x82\xAC \xF0\x9F\x98\x80",
@@ -76,8 +75,7 @@ TEST(PrintableTest, HexEscapesAreTakenBack) {
   EXPECT_EQ("\\xzz", hexUnescaped("\\xzz"));
 }
 
-// ---- Patterns
-// ------------------------------------------------------------------------------------
+// ---- Patterns -----------------------------------------------------------------------------------
 
 TEST(PatternTest, ItMatchesAnywhere) {
   EXPECT_TRUE(Pattern("left0").matches("table/left0/P0:left|F0:take"));
@@ -112,8 +110,7 @@ TEST(PatternTest, EverythingElseStandsForItself) {
   EXPECT_TRUE(Pattern("a^b$c").matches("a^b$c"));
 }
 
-// ---- Changes
-// -------------------------------------------------------------------------------------
+// ---- Changes ------------------------------------------------------------------------------------
 
 std::string marksOf(const std::string& before, const std::string& after) {
   return markLine(after, changedRanges(before, after));
@@ -137,8 +134,7 @@ TEST(TextChangeTest, MarksStandBelowWhatIsShown) {
   EXPECT_EQ("^^", marksOf("a\n", "\t\n"));
 }
 
-// ---- Connectors
-// ----------------------------------------------------------------------------------
+// ---- Connectors ---------------------------------------------------------------------------------
 
 TEST(ConnectorOfTest, ItIsTheLabelUpToThePorts) {
   EXPECT_EQ("table/left0", connectorOf("table/left0/P0:left|F0:take"));
@@ -148,8 +144,7 @@ TEST(ConnectorOfTest, ItIsTheLabelUpToThePorts) {
   EXPECT_EQ("a/b", connectorOf("a/b"));
 }
 
-// ---- Messages
-// ------------------------------------------------------------------------------------
+// ---- Messages -----------------------------------------------------------------------------------
 
 TEST(InQuotesTest, LongTextsAreCutBetweenCharacters) {
   EXPECT_EQ("\"" + std::string(60, 'x') + "\"", inQuotes(std::string(60, 'x')));

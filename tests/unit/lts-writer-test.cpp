@@ -21,8 +21,7 @@ namespace {
 
 using namespace Vesk::Lts;
 
-// ---- A parser from the grammar of the format
-// -----------------------------------------------------
+// ---- A parser from the grammar of the format ----------------------------------------------------
 //
 //   aut_header : 'des (' number ',' number ',' number ')'
 //   aut_edge   : '(' number ',' '"' string '"' ',' number ')'
@@ -111,8 +110,7 @@ class LtsWriterTest : public testing::Test {
   LtsFiles mFiles;
 };
 
-// ---- aut
-// -----------------------------------------------------------------------------------------
+// ---- aut ----------------------------------------------------------------------------------------
 
 TEST_F(LtsWriterTest, AutHasQuotesAndNoBlankLine) {
   EXPECT_EQ(
@@ -184,8 +182,7 @@ TEST_F(LtsWriterTest, APartWithoutTheInitialStateStartsAtItsCentre) {
   EXPECT_EQ(2, AutParser(text).parse().initial);
 }
 
-// ---- dot
-// -----------------------------------------------------------------------------------------
+// ---- dot ----------------------------------------------------------------------------------------
 
 TEST_F(LtsWriterTest, DotMarksSpecialStates) {
   const Exploration table = mFiles.explore("t");
@@ -227,8 +224,7 @@ TEST_F(LtsWriterTest, DotOfManyTransitionsIsLaidOutBySprings) {
   EXPECT_NE(std::string::npos, dot.find("layout=sfdp;"));
 }
 
-// ---- json and csv
-// --------------------------------------------------------------------------------
+// ---- json and csv -------------------------------------------------------------------------------
 
 TEST_F(LtsWriterTest, JsonHasStatesAndTransitions) {
   const Exploration table = mFiles.explore("t");
@@ -255,8 +251,7 @@ TEST_F(LtsWriterTest, CsvQuotesWhatMustBeQuoted) {
             written([&](OutputFile& file) { writeStatesCsv(exploration, all, texts, file); }));
 }
 
-// ---- Pages
-// ---------------------------------------------------------------------------------------
+// ---- Pages --------------------------------------------------------------------------------------
 
 TEST_F(LtsWriterTest, APageHasItsDataAsJsonWithoutTags) {
   mFiles.writeOwn("x.aut", 1, 2, "(0, </script><b>&, 1)\n");
@@ -294,8 +289,7 @@ TEST_F(LtsWriterTest, WhatIsPutIntoAPageIsNotLookedAtAgain) {
   EXPECT_NE(std::string::npos, page.find("@DATA@.aut</title>"));
 }
 
-// ---- Files
-// ---------------------------------------------------------------------------------------
+// ---- Files --------------------------------------------------------------------------------------
 
 TEST_F(LtsWriterTest, AFileIsThereWholeOrNotAtAll) {
   mFiles.write("old", "before");

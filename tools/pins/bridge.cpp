@@ -264,8 +264,7 @@ const Number* Bridge::ownState(const int* state, const std::vector<Index>& slots
   return mState.data();
 }
 
-// ---- Transitions and labels
-// ----------------------------------------------------------------------
+// ---- Transitions and labels ---------------------------------------------------------------------
 
 // Hands transitions out of one state to the tool.
 class Bridge::Callback : public EdgeVisitor {
