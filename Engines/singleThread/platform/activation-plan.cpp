@@ -38,6 +38,12 @@ int countOf(Compound& compound) {
          compound.priorities().count();
 }
 
+// Whether it is as most are: nothing is to be done for it, and it is not in the list.
+bool isAtRest(const Connector* connector) {
+  return connector == nullptr || (connector->evaluated() && !connector->recomputexPort() &&
+                                  !connector->legal() && connector->next() == nullptr);
+}
+
 }  // namespace
 
 namespace Vesk {
@@ -251,13 +257,17 @@ bool ActivationPlan::looksUntouched() {
 
 bool ActivationPlan::allLookUntouched() const {
   const Connector* below = nullptr;
+  std::size_t rank = 0;
   std::size_t nextListed = mListed.from(0);
-  for (std::size_t rank = 0; rank < mTurns.size(); ++rank) {
-    const bool listed = rank == nextListed;
-    if (!looksUntouched(rank, listed, listed ? below : nullptr)) return false;
-    if (!listed) continue;
-    below = mTurns[rank].connector;
-    nextListed = mListed.from(rank + 1);
+  for (const Turn& turn : mTurns) {
+    if (rank == nextListed) {
+      if (!looksUntouched(rank, true, below)) return false;
+      below = turn.connector;
+      nextListed = mListed.from(rank + 1);
+    } else if (!isAtRest(turn.connector) && !looksUntouched(rank, false, nullptr)) {
+      return false;
+    }
+    ++rank;
   }
   return true;
 }
