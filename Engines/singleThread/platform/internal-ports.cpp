@@ -151,14 +151,41 @@ bool InternalPorts::update() {
 // A change that nobody has noted. Of many atoms only some have been looked at: then the others are
 // looked at now.
 bool InternalPorts::look() {
+  if (looksAtAll() && allLookUnchanged()) return true;
   bool differs = false;
-  std::size_t looks = mUnnoted || mAtoms.size() < MANY_ATOMS ? mAtoms.size() : LOOKS;
+  std::size_t looks = looksAtAll() ? mAtoms.size() : LOOKS;
   for (std::size_t i = 0; i < looks; ++i) {
     if (mLookedAt >= mAtoms.size()) mLookedAt = 0;
     if (!refresh(mAtoms[mLookedAt++], false, differs)) return false;
     if (!differs || mUnnoted) continue;
     mUnnoted = true;
     looks = i + mAtoms.size();
+  }
+  return true;
+}
+
+bool InternalPorts::looksAtAll() const {
+  return mUnnoted || mAtoms.size() < MANY_ATOMS;
+}
+
+// Whether refresh() would find nothing.
+bool InternalPorts::allLookUnchanged() const {
+  for (const Watched& watched : mAtoms) {
+    if (watched.atom->ports().count() != watched.ports) return false;
+  }
+  const Port* below = nullptr;
+  std::size_t rank = 0;
+  std::size_t nextListed = mListed.from(0);
+  for (const Place& place : mPorts) {
+    const Port& port = *place.port;
+    const bool listed = rank == nextListed;
+    ++rank;
+    if (!listed && !port.isInternal()) continue;
+    if (isListed(port) != listed || port.constraint() != place.constraint) return false;
+    if (!listed) continue;
+    if (port.next() != below) return false;
+    below = &port;
+    nextListed = mListed.from(rank);
   }
   return true;
 }

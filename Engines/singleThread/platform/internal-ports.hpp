@@ -92,6 +92,8 @@ class InternalPorts {
 
   void note(std::size_t index);
   bool look();
+  bool looksAtAll() const;
+  bool allLookUnchanged() const;
   bool refresh(const Watched& watched, bool noted, bool& differs);
   void list(std::size_t rank, bool listed);
   void setHeads(std::size_t rank);
