@@ -120,6 +120,36 @@ TEST_F(LtsRunTest, AFullDeviceIsReported) {
       output());
 }
 
+// What is printed last is missed, too.
+TEST_F(LtsRunTest, EveryCommandReportsAFullDevice) {
+  mFiles.writeTable("t");
+  mFiles.write("run", "scheduler : s/k/a:p\n");
+  for (const char* command : {"vesk-lts info t", "vesk-lts compare t t", "vesk-lts path t --to 4",
+                              "vesk-trace summary run", "vesk-trace compare run run",
+                              "vesk-trace table run", "vesk-trace csv run"}) {
+    EXPECT_EQ(2, run(std::string(command) + " >/dev/full")) << command;
+    EXPECT_NE(std::string::npos, output().find("cannot be written")) << output();
+  }
+}
+
+TEST_F(LtsRunTest, AComparisonWarnsOfBothOfThem) {
+  mFiles.writeTable("t");
+  mFiles.write("c.aut", "des (0, 2, 3)\n(0, a, 1)\n(1, b, 2");
+  for (const char* names : {"c t", "t c"}) {
+    EXPECT_EQ(1, run("vesk-lts compare " + std::string(names)));
+    EXPECT_NE(std::string::npos, output().find("vesk-lts: warning: ")) << output();
+  }
+}
+
+TEST_F(LtsRunTest, ADrawingMayHaveAsManyTransitionsAsCanBeRead) {
+  std::string lines;
+  for (int i = 0; i < 5000; ++i) lines += "(0, " + std::to_string(i) + ", 0)\n";
+  mFiles.writeOwn("x.aut", 5000, 1, lines);
+  EXPECT_EQ(0, run("vesk-lts convert x --to dot")) << output();
+  mFiles.writeOwn("x.aut", 5001, 1, lines + "(0, a, 0)\n");
+  EXPECT_EQ(2, run("vesk-lts convert x --to dot"));
+}
+
 TEST_F(LtsRunTest, APageThatIsTooLargeIsRefusedWithAdvice) {
   std::string lines;
   for (int i = 0; i < 100001; ++i)
@@ -566,6 +596,19 @@ TEST_F(LtsRunTest, ASequenceHasThreeFormats) {
   EXPECT_NE(std::string::npos, output().find("<svg"));
   EXPECT_NE(std::string::npos,
             output().find("vesk-trace: warning: 1 step left out, --most draws more\n"));
+}
+
+TEST_F(LtsRunTest, TimesOfARecordingAreCutOnRequest) {
+  const std::string names =
+      R"({"vesk-recording":1,"atoms":["S/a"],"ports":["S/a.p"],"connectors":["S/k"],)"
+      R"("states":["0"]})";
+  const std::string step = R"({"step":1,"before":0,"time":1500,)"
+                           R"("fired":[{"label":"S/k/a:p","connector":0,"ports":[0]}]})";
+  mFiles.write("a", names + "\n" + step + "\n");
+  ASSERT_EQ(0, run("vesk-trace csv a")) << output();
+  EXPECT_NE(std::string::npos, output().find(",1.500,")) << output();
+  ASSERT_EQ(0, run("vesk-trace csv --milliseconds a")) << output();
+  EXPECT_NE(std::string::npos, output().find(",1,")) << output();
 }
 
 TEST_F(LtsRunTest, OnlyOneOfTwoRunsIsStandardInput) {
