@@ -50,6 +50,7 @@ class ManyPorts {
   HandPort& port(std::size_t number) { return *mPorts[number]; }
   bool isListed(std::size_t number) const { return mLook->listed(number) == mPorts[number]; }
   bool update() { return mLook->update(); }
+  const std::vector<std::size_t>& changed() const { return mLook->changed(); }
 
  private:
   System mSystem;
@@ -94,4 +95,27 @@ TEST(InternalPortsTest, AfterTheFirstWriteByHandAllAreLookedAt) {
   EXPECT_TRUE(many.update());
   EXPECT_TRUE(many.isListed(1));
   EXPECT_FALSE(many.isListed(2));
+}
+
+TEST(InternalPortsTest, OfAFewPortsAnotherConstraintIsSeenAtOnce) {
+  ManyPorts few(10);
+  few.port(7).write(true);
+  EXPECT_TRUE(few.update());
+  EXPECT_TRUE(few.update());
+  EXPECT_TRUE(few.changed().empty());
+  Constraint other(nullptr, Interval(0, 5, LAZY, false, true));
+  few.port(7).setConstraint(&other);
+  EXPECT_TRUE(few.update());
+  EXPECT_EQ((std::vector<std::size_t>{7}), few.changed());
+  few.port(7).write(false);
+  EXPECT_TRUE(few.update());
+  EXPECT_FALSE(few.isListed(7));
+}
+
+TEST(InternalPortsTest, OfAFewAtomsAPortThatIsAddedIsSeenAtOnce) {
+  ManyPorts few(10);
+  EXPECT_TRUE(few.update());
+  Atom* const atom = few.port(3).atomHolder();
+  atom->addPort(new Port("q", atom));
+  EXPECT_FALSE(few.update());
 }

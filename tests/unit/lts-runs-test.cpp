@@ -124,9 +124,11 @@ TEST_F(LtsRunTest, AFullDeviceIsReported) {
 TEST_F(LtsRunTest, EveryCommandReportsAFullDevice) {
   mFiles.writeTable("t");
   mFiles.write("run", "scheduler : s/k/a:p\n");
-  for (const char* command : {"vesk-lts info t", "vesk-lts compare t t", "vesk-lts path t --to 4",
-                              "vesk-trace summary run", "vesk-trace compare run run",
-                              "vesk-trace table run", "vesk-trace csv run"}) {
+  for (const char* command :
+       {"vesk-lts info t", "vesk-lts compare t t", "vesk-lts path t --to 4",
+        "vesk-lts info t --json", "vesk-lts compare t t --json", "vesk-lts path t --to 4 --json",
+        "vesk-trace summary run", "vesk-trace compare run run", "vesk-trace table run",
+        "vesk-trace csv run"}) {
     EXPECT_EQ(2, run(std::string(command) + " >/dev/full")) << command;
     EXPECT_NE(std::string::npos, output().find("cannot be written")) << output();
   }

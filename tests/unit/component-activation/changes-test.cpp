@@ -471,6 +471,17 @@ TEST_F(ManyPartsTest, ALinkOfTheListThatIsCutByHandIsSeen) {
   EXPECT_EQ(listOf(head), allBut({}));
 }
 
+TEST_F(ManyPartsTest, ALinkOfAConnectorThatIsNotInTheListIsSeen) {
+  make(100);
+  for (int i = 0; i < 5; ++i) walks();
+  fire(60);
+  EXPECT_FALSE(walks());
+  connectors[60]->setNext(connectors[3]);
+  EXPECT_TRUE(walks());
+  EXPECT_EQ(listOf(head), allBut({60}));
+  EXPECT_EQ(nullptr, connectors[60]->next());
+}
+
 // The connector above is evaluated again.
 TEST_F(ManyPartsTest, AWishForAnExportedPortThatIsWrittenByHandIsSeen) {
   auto* atom = system.atom("A");
