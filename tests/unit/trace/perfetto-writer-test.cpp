@@ -75,6 +75,21 @@ TEST_F(PerfettoWriterTest, EveryFiringHasASliceInEachOfItsAtoms) {
   EXPECT_EQ(4, slices);
 }
 
+// Compounds and atoms are shown as two programs with threads.
+TEST_F(PerfettoWriterTest, EveryTrackIsInAGroupWithAName) {
+  std::map<int, std::string> groups;
+  std::map<std::string, std::string> groupOf;
+  for (const Json& event : events("scheduler [0ms] s/c/a:p|b:q lazy\n")) {
+    if (event["ph"] != "M") continue;
+    const std::string name = event["args"]["name"];
+    if (event["name"] == "process_name") groups[event["pid"]] = name;
+    if (event["name"] == "thread_name") groupOf[name] = groups[event["pid"]];
+  }
+  EXPECT_EQ(
+      (std::map<std::string, std::string>{{"s", "compounds"}, {"a", "atoms"}, {"b", "atoms"}}),
+      groupOf);
+}
+
 TEST_F(PerfettoWriterTest, AnAtomIsAsItWasUntilItsStateChanges) {
   const std::string run =
       R"({"vesk-recording":1,"atoms":["a"],"ports":["a.p"],"connectors":[],"states":["off"]})"
