@@ -18,11 +18,12 @@ std::string quoted(const std::string& text) {
   return "\"" + printable(text) + "\"";
 }
 
-// The line of the engine counts when there is one, because a trace has nothing else.
+// The line of the engine counts when there is one, because a trace has nothing else. Only the times
+// before it are in brackets.
 std::string kindOf(const End& end) {
   std::string_view text = end.text;
   const std::size_t bracket = text.find("] ");
-  if (endKind(text).empty() && bracket != std::string_view::npos) text.remove_prefix(bracket + 2);
+  if (bracket != std::string_view::npos) text.remove_prefix(bracket + 2);
   const std::string_view kind = endKind(text);
   return std::string(kind.empty() ? std::string_view(end.kind) : kind);
 }

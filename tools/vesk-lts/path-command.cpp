@@ -93,8 +93,9 @@ std::string PathCommand::name() const {
   return mDeadlock;
 }
 
+// An option without a number has its default.
 std::uint64_t PathCommand::deadlockNumber() const {
-  if (mDeadlock.empty() || mName.empty()) return 1;
+  if (mName.empty()) return 1;
   std::uint64_t number;
   std::string_view word = mDeadlock;
   if (!takeNumber(word, number) || !word.empty() || number == 0) {
