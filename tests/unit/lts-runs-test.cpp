@@ -154,9 +154,11 @@ TEST_F(LtsRunTest, ADrawingMayHaveAsManyTransitionsAsCanBeRead) {
 
 TEST_F(LtsRunTest, APageThatIsTooLargeIsRefusedWithAdvice) {
   std::string lines;
-  for (int i = 0; i < 100001; ++i)
+  for (int i = 0; i < 100000; ++i)
     lines += "(" + std::to_string(i) + ", a/b/c, " + std::to_string(i + 1) + ")\n";
-  mFiles.writeOwn("x.aut", 100001, 100002, lines);
+  mFiles.writeOwn("most.aut", 100000, 100001, lines);
+  EXPECT_EQ(0, run("vesk-lts page most -o most.html")) << output();
+  mFiles.writeOwn("x.aut", 100001, 100002, lines + "(100000, a/b/c, 100001)\n");
   EXPECT_EQ(2, run("vesk-lts page x -o x.html"));
   EXPECT_NE(std::string::npos, output().find("--around STATE --radius N"));
   EXPECT_FALSE(std::filesystem::exists(mFiles.path("x.html")));
@@ -255,6 +257,29 @@ TEST_F(LtsOptionsTest, HelpAndVersionAreNoFailures) {
     EXPECT_EQ(2, run(program + std::string(" --no-such-option"))) << output();
     EXPECT_EQ(2, run(program)) << output();
   }
+}
+
+TEST_F(LtsOptionsTest, TheHelpSaysWhatStandsInAPattern) {
+  for (const char* command : {"vesk-lts path --help", "vesk-trace table --help"}) {
+    EXPECT_EQ(0, run(command));
+    EXPECT_NE(std::string::npos, output().find("In a PATTERN, * stands for any characters"))
+        << output();
+  }
+}
+
+// As the manual pages say.
+TEST_F(LtsOptionsTest, WithoutANumberAListEndsAfterTwentyAndASequenceAfterAHundred) {
+  mFiles.writeOwn("none.aut", 0, 1, "");
+  std::string loops;
+  for (int i = 0; i < 22; ++i) loops += "(0, a" + std::to_string(i) + ", 0)\n";
+  mFiles.writeOwn("many.aut", 22, 1, loops);
+  EXPECT_EQ(1, run("vesk-lts compare none many"));
+  EXPECT_NE(std::string::npos, output().find("  ... and 2 more transitions\n")) << output();
+  std::string steps;
+  for (int i = 0; i < 102; ++i) steps += "scheduler : s/k/a:p\n";
+  mFiles.write("run", steps);
+  EXPECT_EQ(0, run("vesk-trace sequence run"));
+  EXPECT_NE(std::string::npos, output().find("warning: 2 steps left out")) << output();
 }
 
 TEST_F(LtsOptionsTest, APartHasTheTextsOfItsStates) {
