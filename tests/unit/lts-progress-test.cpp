@@ -9,8 +9,12 @@
 #include <memory>
 #include <string>
 
+#include "lts-files.hpp"
+#include "output-file.hpp"
+
 namespace {
 
+using Vesk::Lts::OutputFile;
 using Vesk::Lts::Progress;
 
 constexpr useconds_t LONG = 250000;  // microseconds after which work is long
@@ -66,6 +70,29 @@ TEST(LtsProgressTest, TheLineIsTakenAwayOnce) {
   std::fflush(stream.get());
   EXPECT_EQ("\r\x1b[Kx: 7\r\x1b[K", readUpTo('#', controller));
   close(controller);
+}
+
+// Standard output may be the same terminal.
+TEST(LtsProgressTest, OnlyAFileShowsHowMuchIsWritten) {
+  const LtsFiles files;
+  const std::string path = files.path("x");
+  const std::string shown = "\r\x1b[Kbytes written into " + path + ": 0\r\x1b[K";
+  for (const std::string& name : {path, std::string("-")}) {
+    int controller = -1;
+    int terminal = -1;
+    ASSERT_EQ(0, openpty(&controller, &terminal, nullptr, nullptr, nullptr));
+    const File stream(fdopen(terminal, "w"));
+    Progress progress(stream.get());
+    OutputFile file(name);
+    file.showOn(progress);
+    usleep(LONG);
+    for (int i = 0; i < 5000; ++i) file.write("");
+    file.commit();
+    std::fputs("#", stream.get());
+    std::fflush(stream.get());
+    EXPECT_EQ(name == path ? shown : "", readUpTo('#', controller));
+    close(controller);
+  }
 }
 
 TEST(LtsProgressTest, AnythingElseSeesNothing) {

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
@@ -397,6 +398,28 @@ TEST_F(LtsWriterDeathTest, ASignalAfterAFileTakesNoOtherFileAway) {
   };
   EXPECT_EXIT(end(), testing::KilledBySignal(SIGTERM), "");
   EXPECT_TRUE(std::filesystem::exists(other));
+}
+
+// It may have the name that a finished file had before.
+TEST_F(LtsWriterDeathTest, AFileThatSomebodyElseMakesIsNotTakenAway) {
+  const auto end = [&] {
+    const auto before = mFiles.names();
+    std::string temporary;
+    {
+      OutputFile file(mFiles.path("one"));
+      for (const std::string& name : mFiles.names()) {
+        if (std::find(before.begin(), before.end(), name) == before.end()) temporary = name;
+      }
+      file.commit();
+    }
+    mFiles.write("found", temporary);
+    mFiles.write(temporary, "x");
+    raise(SIGTERM);
+  };
+  EXPECT_EXIT(end(), testing::KilledBySignal(SIGTERM), "");
+  const std::string temporary = mFiles.read("found");
+  ASSERT_EQ("one.", temporary.substr(0, 4));
+  EXPECT_EQ("x", mFiles.read(temporary));
 }
 
 }  // namespace
