@@ -148,6 +148,36 @@ class Throwing : public Counter {
   void execute(Port*) override { throw std::runtime_error("no more"); }
 };
 
+// One of three ports leads to a state of its own, and from each of these `step` to the state 4.
+// There it does something else every other time.
+class Wavering : public Counter {
+ public:
+  Wavering(const char* name, const Compound* holder) : Counter(name, holder) {
+    for (const char* way : {"one", "two", "three"}) addPort(new Port(way, this));
+  }
+  void execute(Port* port) override {
+    if (port != step()) {
+      mCount = port == mPorts[1] ? 1 : port == mPorts[2] ? 2 : 3;
+    } else if (mCount < 4) {
+      mCount = 4;
+    } else if (mCount == 4) {
+      mCount = mWavers ? 6 : 5;
+      mWavers = !mWavers;
+    }
+    announce();
+  }
+
+ protected:
+  void announce() override {
+    for (Port* port : mPorts) port->setSynced(false);
+    sync(4, step(), int(mCount != 0), mPorts[1], int(mCount == 0), mPorts[2], int(mCount == 0),
+         mPorts[3], int(mCount == 0));
+  }
+
+ private:
+  bool mWavers = false;  // in no text
+};
+
 // Its port is under a constraint that it has made.
 class Timed : public Counter {
  public:
@@ -201,6 +231,7 @@ Counter* makeFirst(const Compound* holder) {
   if (is("no-text")) return new Mute("A", holder);
   if (is("internal-for-ever")) return new Restless("A", holder);
   if (is("exception")) return new Throwing("A", holder);
+  if (is("late-broken-promise")) return new Wavering("A", holder);
   const bool isTimed =
       std::strncmp(mistake, "interval", 8) == 0 || is("foreign-clock") || is("urgent-first");
   if (isTimed) return new Timed("A", holder);
@@ -244,6 +275,12 @@ void addConnectors(Compound* system, Counter* a, Counter* b) {
   if (is("never-enabled")) {
     system->connectors().add(new Connector("rest", system, false, 1, a->ports()[1]));
   }
+  if (is("late-broken-promise")) {
+    for (int i = 1; i <= 3; ++i) {
+      Port* way = a->ports()[i];
+      system->connectors().add(new Connector(way->name(), system, false, 1, way));
+    }
+  }
   if (is("priority-of-a-subconnector")) {
     auto* above = new Connector("above", system, false, 1, k->xPort());
     auto* alone = new Rendezvous("alone", system, a->step(), b->step());
@@ -283,7 +320,7 @@ Compound* Compound::Create(int argc, char** argv) {
     if (is("same-port-names")) b->ports()[1]->setInternal();
   }
   addConnectors(system, a, b);
-  if (is("broken-promise") || is("kept-promise") || is("one-state")) {
+  if (is("broken-promise") || is("late-broken-promise") || is("kept-promise") || is("one-state")) {
     declareAll(system, Vesk::Locality::REPEATABLE);
   }
   if (is("local-promise")) declareAll(system, Vesk::Locality::LOCAL);

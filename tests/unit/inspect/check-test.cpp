@@ -310,6 +310,29 @@ TEST_F(StateCheckTest, OtherPortsAfterExecuteInTheSameStateAreFound) {
       << findings.text();
 }
 
+// It takes its first state only until it has left it for the second time.
+TEST_F(StateCheckTest, AnAtomIsPutBackEachTimeThatItLeavesItsFirstState) {
+  struct Tiring : Automaton {
+    using Automaton::Automaton;
+    void execute(Port* port) override {
+      Automaton::execute(port);
+      ++rounds;
+    }
+    void setState(Node* given) override {
+      if (rounds < 3) Automaton::setState(given);
+    }
+    int rounds = 0;
+  };
+  System own("s");
+  auto* tiring = own.add(new Tiring("T", &own, {"0,", "1,"}));
+  own.rendezvous("k", tiring->addPort("go", {{0, 1}, {1, 0}}));
+  Seen seen;
+  Findings findings;
+  checkStates(own, 3, 1, seen, findings);
+  EXPECT_TRUE(has(findings.text(), "restored \"0,\", then getState() gives \"1,\""))
+      << findings.text();
+}
+
 TEST_F(StateCheckTest, TextsThatRunIntoEachOtherAreFound) {
   ring("A", {"1", "11"});
   ring("B", {"1", "2"});

@@ -144,21 +144,26 @@ TEST_F(RecordingFileTest, AFileThatCannotBeOpenedIsReported) {
 TEST_F(RecordingFileTest, SignalsWhileAPipeIsFullLoseNothing) {
   const std::string pipe = mFolder.name("pipe");
   ASSERT_EQ(0, mkfifo(pipe.c_str(), 0600));
+  const auto line = [](int number) {
+    return std::string(1000, static_cast<char>('a' + number % 26));
+  };
+  std::string all;
+  for (int i = 0; i < 500; ++i) all += line(i) + "\n";
   const pid_t reader = fork();
   if (reader == 0) {
     const int descriptor = open(pipe.c_str(), O_RDONLY);
     usleep(100000);
-    std::size_t count = 0;
+    std::string text;
     char block[4096];
     for (ssize_t length; (length = read(descriptor, block, sizeof block)) > 0;) {
-      count += static_cast<std::size_t>(length);
+      text.append(block, static_cast<std::size_t>(length));
     }
-    _exit(count == 500 * 1001 ? 0 : 1);
+    _exit(text == all ? 0 : 1);
   }
   {
     RecordingFile file(pipe);
     const Alarms often;
-    for (int i = 0; i < 500; ++i) file.add(std::string(1000, 'x'));
+    for (int i = 0; i < 500; ++i) file.add(line(i));
     EXPECT_TRUE(file.flush());
     EXPECT_GT(Alarms::count, 0);
   }
