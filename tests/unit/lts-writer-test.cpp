@@ -400,26 +400,28 @@ TEST_F(LtsWriterDeathTest, ASignalAfterAFileTakesNoOtherFileAway) {
   EXPECT_TRUE(std::filesystem::exists(other));
 }
 
-// It may have the name that a finished file had before.
+// It may have the name that a file had before, until it was finished or given up.
 TEST_F(LtsWriterDeathTest, AFileThatSomebodyElseMakesIsNotTakenAway) {
-  const auto end = [&] {
-    const auto before = mFiles.names();
-    std::string temporary;
-    {
-      OutputFile file(mFiles.path("one"));
-      for (const std::string& name : mFiles.names()) {
-        if (std::find(before.begin(), before.end(), name) == before.end()) temporary = name;
+  for (const bool isFinished : {true, false}) {
+    const auto end = [&] {
+      const auto before = mFiles.names();
+      std::string temporary;
+      {
+        OutputFile file(mFiles.path("one"));
+        for (const std::string& name : mFiles.names()) {
+          if (std::find(before.begin(), before.end(), name) == before.end()) temporary = name;
+        }
+        if (isFinished) file.commit();
       }
-      file.commit();
-    }
-    mFiles.write("found", temporary);
-    mFiles.write(temporary, "x");
-    raise(SIGTERM);
-  };
-  EXPECT_EXIT(end(), testing::KilledBySignal(SIGTERM), "");
-  const std::string temporary = mFiles.read("found");
-  ASSERT_EQ("one.", temporary.substr(0, 4));
-  EXPECT_EQ("x", mFiles.read(temporary));
+      mFiles.write("found", temporary);
+      mFiles.write(temporary, "x");
+      raise(SIGTERM);
+    };
+    EXPECT_EXIT(end(), testing::KilledBySignal(SIGTERM), "");
+    const std::string temporary = mFiles.read("found");
+    ASSERT_EQ("one.", temporary.substr(0, 4));
+    EXPECT_EQ("x", mFiles.read(temporary)) << isFinished;
+  }
 }
 
 }  // namespace
