@@ -39,9 +39,9 @@ int countOf(Compound& compound) {
 }
 
 // Whether it is as most are: nothing is to be done for it, and it is not in the list.
-bool isAtRest(const Connector* connector) {
-  return connector == nullptr || (connector->evaluated() && !connector->recomputexPort() &&
-                                  !connector->legal() && connector->next() == nullptr);
+bool isAtRest(const Connector& connector) {
+  return connector.evaluated() && !connector.recomputexPort() && !connector.legal() &&
+         connector.next() == nullptr;
 }
 
 }  // namespace
@@ -264,7 +264,8 @@ bool ActivationPlan::allLookUntouched() const {
       if (!looksUntouched(rank, true, below)) return false;
       below = turn.connector;
       nextListed = mListed.from(rank + 1);
-    } else if (!isAtRest(turn.connector) && !looksUntouched(rank, false, nullptr)) {
+    } else if (turn.connector != nullptr && !isAtRest(*turn.connector) &&
+               !looksUntouched(rank, false, nullptr)) {
       return false;
     }
     ++rank;
@@ -346,7 +347,7 @@ void ActivationPlan::run() {
 // It stays noted when a hook throws.
 void ActivationPlan::visitConnector(std::size_t rank) {
   Connector& connector = *mTurns[rank].connector;
-  connector.eval(true);
+  if (!connector.evaluated()) connector.evalNow(true);
   if (connector.evaluated()) mPending.remove(rank);
   if (connector.legal() != (connector.feasibleInter() != nullptr)) mWrittenByHand = true;
   list(rank, connector.legal() && !connector.isSubconn());
@@ -361,7 +362,7 @@ void ActivationPlan::visitConnector(std::size_t rank) {
 // Puts a connector into the list, or takes it out.
 void ActivationPlan::list(std::size_t rank, bool legal) {
   if (legal == mListed.has(rank)) return;
-  Connector* connector = mTurns[rank].connector;
+  Connector* const connector = mTurns[rank].connector;
   const std::size_t above = mListed.from(rank + 1);
   Connector* const next = connectorAt(mListed.below(rank));
   if (legal) {

@@ -185,9 +185,15 @@ class Connector::EvalVisits {
   Vesk::WorkStack<Visit> mVisits;
 };
 
-// Steps spend most of their time here, so all calls to what stands in this file are inlined.
-[[gnu::flatten]] void Connector::eval(bool incremental) {
+void Connector::eval(bool incremental) {
   if (incremental && mEval) return;
+  evalNow(incremental);
+  noteEvaluation();
+}
+
+// Does not note for the plan that this connector has been evaluated. Steps spend most of their time
+// here, so all calls to what stands in this file are inlined.
+[[gnu::flatten]] void Connector::evalNow(bool incremental) {
   int port = 0;
   if (nextProvider(port) != nullptr) {
     evalDepthFirst(incremental);
@@ -206,6 +212,7 @@ class Connector::EvalVisits {
     if (provider == nullptr) {
       visits.leave();
       connector->evalAlone();
+      connector->noteEvaluation();
     } else if (!incremental || !provider->mEval) {
       visits.enter(provider);
     }
@@ -239,7 +246,6 @@ void Connector::evalAlone() {
   if (mxPort != nullptr) computexPort();
   if (mLegal) up();
   mEval = true;
-  noteEvaluation();
 }
 
 // Tells the plan of the activation that this connector evaluates again, or has been evaluated.

@@ -42,6 +42,7 @@ class Port;
 class Priority;
 
 namespace Vesk {
+class ActivationPlan;
 class InteractionIndex;
 template <class T>
 class WorkStack;
@@ -228,8 +229,11 @@ class Connector {
   Array<Connector, false> mLinks;
 
  private:
+  friend class Vesk::ActivationPlan;  // evaluates what it has noted itself
+
   class EvalVisits;
 
+  void evalNow(bool incremental);
   void evalDepthFirst(bool incremental);
   Connector* nextProvider(int& port) const;
   void evalAlone();

@@ -31,9 +31,10 @@ class RankSet {
   bool has(std::size_t number) const { return (mWords[number / BITS] >> (number % BITS) & 1) != 0; }
   void add(std::size_t number) {
     std::uint64_t& word = mWords[number / BITS];
-    const bool known = word != 0;
-    word |= bit(number);
-    if (!known && mHeight > 1) addAbove(number / BITS);
+    const std::uint64_t former = word;
+    if ((former & bit(number)) != 0) return;
+    word = former | bit(number);
+    if (former == 0 && mHeight > 1) addAbove(number / BITS);
   }
   void remove(std::size_t number) {
     std::uint64_t& word = mWords[number / BITS];
