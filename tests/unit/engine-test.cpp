@@ -12,6 +12,7 @@
 
 #include "allocation-count.hpp"
 #include "kit/scripted.hpp"
+#include "kit/systems.hpp"
 #include "priority.hpp"
 #include "scripted-rand.hpp"
 
@@ -603,6 +604,34 @@ TEST_F(StandardExecuterTest, OnlyWhatTheSchedulerKeptIsChosen) {
   scriptDraws({0, RAND_MAX});
   EXPECT_EQ(trace(2),
             "scheduler [0ms] a lazy (_,_)\nscheduler [0ms] a lazy (_,_)\n" + limitLine(2));
+}
+
+// Nobody notes a constraint that is written in place while its atom stands still. What is drawn is
+// asked once more, and when it answers something else all the others are, in this step and in the
+// next one.
+TEST_F(StandardExecuterTest, WhatHasBeenDrawnInVainIsNotCountedInTheNextStep) {
+  System system("R");
+  std::vector<Port*> ports;
+  std::vector<int> fired;
+  for (int i = 0; i < 12; ++i) {
+    const auto effect = [&, i] {
+      fired.push_back(i);
+      if (fired.size() == 4) (*ports[5]->constraint())[0] = within(-9, -5, DELAYABLE);
+    };
+    ports.push_back(system.atom("A")->timedRule(
+        "t", within(0, 1000000, DELAYABLE), [] { return true; }, effect));
+    ports.back()->setInternal();
+  }
+  StandardExecuter executer(system, logical, semantics, everything, QUIET, 6, out, SEED,
+                            Time(MAX_DRIFT));
+  executer.initialize();
+  const auto part = [](double share) { return static_cast<int>(share * 0x1p31); };
+  // The list begins with port 11. Of twelve the fifth draw is port 5, the only one that is gone,
+  // and of the eleven that are left port 6. The sixth is number 8 of both, port 2; of twelve that
+  // were port 3.
+  scriptDraws({0, 0, 0, 0, part(0.54), part(0.74)});
+  executer.run();
+  EXPECT_EQ(fired, std::vector<int>({11, 11, 11, 11, 6, 2}));
 }
 
 // Random time

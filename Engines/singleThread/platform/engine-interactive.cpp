@@ -9,6 +9,7 @@
 #include "filter.hpp"
 #include "input-watch.hpp"
 #include "plain-output.hpp"
+#include "random-draw.hpp"
 #include "selection.hpp"
 
 namespace {
@@ -142,7 +143,7 @@ bool InteractiveExecuter::askNumber(int rows, int& number) {
   while (ask(question, word)) {
     if (refuseDebugWord(word, NOT_SUPPORTED)) continue;
     if (word[0] == 'r') {
-      number = static_cast<int>(rows * randomFraction() + 1);
+      number = 1 + static_cast<int>(Vesk::RandomDraw().of(rows));
       Vesk::PlainOutput(std::cout) << RANDOM_CHOICE << number << '\n';
       return true;
     }

@@ -9,6 +9,7 @@
 #include "component.hpp"
 #include "filter.hpp"
 #include "plain-output.hpp"
+#include "random-draw.hpp"
 #include "run-observer.hpp"
 #include "selection.hpp"
 #include "virtual-table.hpp"
@@ -250,17 +251,16 @@ bool Executer::limitReached(unsigned int& steps) {
   return true;
 }
 
-// Choice by chance. Extended precision holds every product exactly, so that all builds draw alike.
+// Choice by chance.
 
 long double Executer::randomFraction() {
-  return std::rand() * 0x1p-31L;
+  return Vesk::RandomDraw().fraction();
 }
 
 Executable* Executer::pickAtRandom() {
   const int count = interactions().count();
   if (count == 0) return nullptr;
-  const int index = static_cast<int>(count * randomFraction());
-  return *(interactions().begin() + index);
+  return *(interactions().begin() + static_cast<int>(Vesk::RandomDraw().of(count)));
 }
 
 // What choose() of the classes of this engine does.
@@ -281,8 +281,7 @@ void Executer::chooseFrom(Vesk::Selection& selection) {
 // (docs/decisions/0013-the-latest-time-of-a-random-draw.md)
 Vesk::Time Executer::drawTime() const {
   const Vesk::Time width = mWait.high() - mWait.low();
-  const long double offset = randomFraction() * width.microseconds();
-  return mWait.low() + Vesk::Time(static_cast<long long>(offset));
+  return mWait.low() + Vesk::Time(Vesk::RandomDraw().of(width.microseconds()));
 }
 
 void StandardExecuter::choose() {

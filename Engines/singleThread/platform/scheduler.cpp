@@ -1,6 +1,5 @@
 #include "scheduler.hpp"
 
-#include <cstdlib>
 #include <iostream>
 #include <memory>
 
@@ -13,6 +12,7 @@
 #include "lookahead.hpp"
 #include "plain-output.hpp"
 #include "port.hpp"
+#include "random-draw.hpp"
 #include "reports.hpp"
 #include "run-observer.hpp"
 
@@ -30,11 +30,6 @@ int countUndominated(const Connector* list) {
     if (!connector->dominated()) ++count;
   }
   return count;
-}
-
-// A number in 0 .. count-1: rand() times 2^-31 times the count, exactly. Requires: count > 0.
-int randomIndex(int count) {
-  return static_cast<int>((static_cast<long long>(std::rand()) * count) >> 31);
 }
 
 // Gives the connectors of a system that no plan has the numbers that a plan would give them, from
@@ -243,7 +238,7 @@ bool Scheduler::execMaxSynchronize(Connector* connector) {
 Connector* Scheduler::choose() const {
   const int count = countUndominated(mLegal);
   if (count == 0) return nullptr;
-  int ahead = randomIndex(count);
+  long long ahead = Vesk::RandomDraw().of(count);
   Connector* pick = mLegal;
   while (pick->dominated() || ahead-- > 0) pick = pick->next();
   return pick;

@@ -1,7 +1,5 @@
 #include "selection.hpp"
 
-#include <cstdlib>
-
 #include "chain.hpp"
 #include "clock.hpp"
 #include "component.hpp"
@@ -132,8 +130,8 @@ std::size_t Selection::count() const {
 Executable* Selection::pick() {
   const std::size_t count = this->count();
   if (count == 0) return nullptr;
-  const long double fraction = std::rand() * 0x1p-31L;
-  const auto index = static_cast<std::size_t>(count * fraction);
+  const RandomDraw draw;
+  const auto index = static_cast<std::size_t>(draw.of(static_cast<long long>(count)));
   if (mWay == Way::SHORT) {
     mNext = Time(static_cast<long long>(mFew.nextAt(index)));
     return mFew.at(index);
@@ -142,13 +140,13 @@ Executable* Selection::pick() {
     if (Executable* const picked = mAgenda.pick(index, mNext)) return picked;
     walkAgain();
   }
-  return pickByWalk(fraction);
+  return pickByWalk(draw);
 }
 
-[[gnu::noinline]] Executable* Selection::pickByWalk(long double fraction) {
+[[gnu::noinline]] Executable* Selection::pickByWalk(RandomDraw draw) {
   const int count = mRun.executables.count();
   if (count == 0) return nullptr;
-  Executable* const picked = *(mRun.executables.begin() + static_cast<int>(count * fraction));
+  Executable* const picked = *(mRun.executables.begin() + static_cast<int>(draw.of(count)));
   mNext = picked->next(mRun.wait.low());
   return picked;
 }
@@ -193,6 +191,7 @@ bool Selection::addFew(Executable& executable, const Times& times) {
 }
 
 bool Selection::openFew(const Time& t) {
+  if (mAsked > 1 && t == mTimes[mAsked - 2]) return true;  // nothing has changed since
   const Time& latest = mRun.wait.high();
   if (t > latest || !isOrdinary(t) || mFew.isOver(t.microseconds())) return false;
   mRun.wait.setHigh(

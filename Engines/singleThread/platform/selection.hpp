@@ -9,6 +9,7 @@
 #include "agenda.hpp"
 #include "foretelling.hpp"
 #include "kept-agenda.hpp"
+#include "random-draw.hpp"
 #include "short-agenda.hpp"
 #include "vesk-time.hpp"
 
@@ -82,7 +83,7 @@ class Selection {
   bool addFew(Executable& executable, const Times& times);
   bool openFew(const Time& t);
   std::size_t count() const;
-  Executable* pickByWalk(long double fraction);
+  Executable* pickByWalk(RandomDraw draw);
   void walkAgain();
 
   const Run mRun;
