@@ -38,7 +38,7 @@ class Port : public Executable {
 
   // Large systems stand in memory of their own: objects of this class and of derived ones have it
   // from there, unless they are large or say themselves where they have theirs from. Arrays and
-  // `::new` have theirs from the heap.
+  // the global operator new have theirs from the heap.
   static void* operator new(std::size_t size);
   static void* operator new(std::size_t size, const std::nothrow_t&) noexcept;
   static void* operator new(std::size_t size, std::align_val_t alignment);

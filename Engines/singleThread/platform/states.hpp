@@ -64,8 +64,8 @@ class Pooled {
     FreeBlock* next;
   };
   // The blocks of one size. Every one has come from the global operator new for exactly this size,
-  // whoever has asked for it: an object that a model made by `::new` may end here, and one made
-  // here may end by `::delete`.
+  // whoever has asked for it: an object that a model made by that may end here, and one made here
+  // may end by the global operator delete.
   struct Blocks {
     FreeBlock* free;   // waiting for their next object
     std::size_t used;  // given to objects that have not ended here; what ends beyond was not made
