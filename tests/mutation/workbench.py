@@ -5,6 +5,7 @@ import os
 import re
 import resource
 import shlex
+import signal
 import subprocess
 
 HERE = os.path.dirname(os.path.realpath(__file__))
@@ -101,6 +102,9 @@ def jobs():
 
 def limits(seconds):
     def apply():
+        # What runs in the background ignores some of them, and so would the tests, but not with CTest.
+        for number in (signal.SIGHUP, signal.SIGINT, signal.SIGQUIT, signal.SIGTERM):
+            signal.signal(number, signal.SIG_DFL)
         resource.setrlimit(resource.RLIMIT_CPU, (seconds, seconds + 1))
         resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
         resource.setrlimit(resource.RLIMIT_AS, (6 << 30, 6 << 30))
