@@ -140,6 +140,7 @@ ActivationPlan::ActivationPlan(Compound& root)
       mHead(nullptr),
       mLookedAt(0),
       mRuns(0),
+      mIsLarge(false),
       mUsable(true),
       mDisturbed(false),
       mWrittenByHand(false),
@@ -152,6 +153,7 @@ ActivationPlan::ActivationPlan(Compound& root)
   mListed.reset(mTurns.size());
   const std::size_t count = mTurns.size() + mInternals.ranks();
   if (Lookahead::pays(count)) mLookahead = std::make_unique<Lookahead>(count);
+  mIsLarge = mTurns.size() >= MANY_TURNS || mLookahead != nullptr;
   for (std::size_t rank = 0; rank < mTurns.size(); ++rank) mPending.add(rank);
 }
 
@@ -264,7 +266,7 @@ bool ActivationPlan::allLookUntouched() const {
       if (!looksUntouched(rank, true, below)) return false;
       below = turn.connector;
       nextListed = mListed.from(rank + 1);
-    } else if (turn.connector != nullptr && !isAtRest(*turn.connector) &&
+    } else if (turn.connector != nullptr && !isAtRest(*turn.connector) && !mPending.has(rank) &&
                !looksUntouched(rank, false, nullptr)) {
       return false;
     }
@@ -304,7 +306,7 @@ void ActivationPlan::noteStale(std::size_t rank) {
   mWrittenByHand = true;
 }
 
-void ActivationPlan::noteFired(std::size_t rank) {
+void ActivationPlan::noteFiredAmongMany(std::size_t rank) {
   if (!looksAtAll()) mFired.push_back(rank);
   if (mLookahead != nullptr) mLookahead->fires(rank, *mTurns[rank].connector);
 }
@@ -351,12 +353,19 @@ void ActivationPlan::visitConnector(std::size_t rank) {
   if (connector.evaluated()) mPending.remove(rank);
   if (connector.legal() != (connector.feasibleInter() != nullptr)) mWrittenByHand = true;
   list(rank, connector.legal() && !connector.isSubconn());
-  const bool nothingToSettle = connector.feasibleInter() == nullptr && !connector.recomputexPort();
-  if (!nothingToSettle) {
+  if (mayNeedSettling(rank)) {
     noteDomination(rank);
   } else if (mRecords) {
     recordChange(rank);
   }
+}
+
+// Priorities may still change its interactions.
+bool ActivationPlan::mayNeedSettling(std::size_t rank) const {
+  const Turn& turn = mTurns[rank];
+  if (turn.connector->feasibleInter() == nullptr) return turn.connector->recomputexPort();
+  return mParts[turn.compound].compound->priorities().count() > 0 ||
+         !Compound::isSettled(*turn.connector);
 }
 
 // Puts a connector into the list, or takes it out.

@@ -56,8 +56,10 @@ class ActivationPlan {
   void noteEvaluation(std::size_t rank) { mPending.add(rank); }
   // It was to be reset, but is not evaluated any more.
   void noteStale(std::size_t rank);
-  // It fires: code of the model runs.
-  void noteFired(std::size_t rank);
+  // It fires: code of the model runs. A small system is looked at as a whole anyway.
+  void noteFired(std::size_t rank) {
+    if (mIsLarge) noteFiredAmongMany(rank);
+  }
   // A priority has changed its interactions.
   void noteDomination(std::size_t rank) {
     mUnsettled.add(rank);
@@ -118,8 +120,10 @@ class ActivationPlan {
   bool looksUntouched(const Connector& connector) const;
   bool looksUntouched(std::size_t rank) const;
   bool looksUntouched(std::size_t rank, bool listed, const Connector* below) const;
+  void noteFiredAmongMany(std::size_t rank);
   void recordChange(std::size_t rank);
   void visitConnector(std::size_t rank);
+  bool mayNeedSettling(std::size_t rank) const;
   void list(std::size_t rank, bool legal);
   void finish(const Part& part);
   LegalConnectors legalsOf(const Part& part) const;
@@ -143,6 +147,7 @@ class ActivationPlan {
   Connector* mHead;
   std::size_t mLookedAt;
   unsigned int mRuns;
+  bool mIsLarge;
   bool mUsable;
   bool mDisturbed;
   bool mWrittenByHand;

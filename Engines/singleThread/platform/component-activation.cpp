@@ -188,6 +188,17 @@ void Compound::settleConnectors() {
   for (Connector* connector : mConnectors) settle(*connector);
 }
 
+// Whether settle() would find nothing to do. False when it takes long to tell.
+bool Compound::isSettled(const Connector& connector) {
+  if (connector.recomputexPort()) return false;
+  for (const Interaction* feasible : Chain(connector.feasibleInter())) {
+    const Constraint* const constraint = feasible->constraint();
+    if (constraint == nullptr || feasible->dominated()) continue;
+    if (constraint->size() != 1 || (*constraint)[0].dominated()) return false;
+  }
+  return true;
+}
+
 void Compound::settle(Connector& connector) {
   for (Interaction* feasible : Chain(connector.feasibleInter())) {
     if (feasible->constraint() == nullptr || feasible->dominated()) continue;

@@ -311,6 +311,7 @@ class Compound : public Component {
   void applyPriorities(const Vesk::LegalConnectors& legals);
   void settleConnectors();
   static void settle(Connector& connector);
+  static bool isSettled(const Connector& connector);
   static bool isTimedInternal(const Port& port);
 
   Connector* mLegalHead;  // the list that activate() is building, and its last element

@@ -4,6 +4,7 @@
 
 #include "clock.hpp"
 #include "constraint.hpp"
+#include "interaction-index.hpp"
 #include "interaction.hpp"
 #include "port.hpp"
 #include "virtual-table.hpp"
@@ -41,7 +42,7 @@ bool answersAs(const Executable& executable, const Executable& other) {
 }
 
 bool isPlain(const Interaction& interaction) {
-  static const Interaction* const plain = new Interaction(nullptr, BitVector::EMPTY);
+  static const Interaction* const plain = new Vesk::StoredInteraction(nullptr, BitVector::EMPTY);
   return answersAs(interaction, *plain);
 }
 

@@ -151,7 +151,7 @@ bool InternalPorts::update() {
 // A change that nobody has noted. Of many atoms only some have been looked at: then the others are
 // looked at now.
 bool InternalPorts::look() {
-  if (looksAtAll() && allLookUnchanged()) return true;
+  if (mAtoms.empty() || (looksAtAll() && allLookUnchanged())) return true;
   bool differs = false;
   std::size_t looks = looksAtAll() ? mAtoms.size() : LOOKS;
   for (std::size_t i = 0; i < looks; ++i) {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "kit/activation-fixture.hpp"
+#include "kit/lists.hpp"
 
 using namespace kit;
 
@@ -366,6 +367,67 @@ TEST_F(ManyPartsWithAPriorityTest, AFlagOfAConnectorThatYieldsToAllIsSeenAtOnceA
   writeInAPriority(interactionOf(1500), nullptr);
 }
 
+// Under a constraint, of which code of the model rules out a part by itself.
+class ManyTimedParts : public ManyParts {
+ protected:
+  void makeTimed(int atoms) {
+    make(atoms);
+    for (Component* component : elements(system.components())) {
+      static_cast<Atom*>(component)->ports()[0]->setConstraint(&within);
+    }
+  }
+  void ruleOut(Constraint& times, std::size_t number) {
+    Port high("h", static_cast<const Atom*>(nullptr));
+    high.setConstraint(&times);
+    high.dominate(*connectors[number]->feasibleInter(), Vesk::Time(0));
+  }
+  std::string timesOf(std::size_t number) {
+    return spans(connectors[number]->feasibleInter()->constraint());
+  }
+
+  Constraint within{nullptr, 0, 30, LAZY};
+  Constraint part{nullptr, 10, 20, LAZY};
+};
+
+using ManyTimedPartsTest = ManyTimedParts;
+
+TEST_F(ManyTimedPartsTest, TimesThatUpRulesOutAreTakenOut) {
+  makeTimed(1000);
+  walks();
+  connectors[500]->onUp = [this] { ruleOut(part, 500); };
+  fire(300);
+  connectors[500]->resetLink();
+  EXPECT_FALSE(walks());
+  EXPECT_EQ(timesOf(500), "[0,9] [21,30]");
+  EXPECT_EQ(timesOf(501), "[0,30]");
+  EXPECT_EQ(listOf(head), allBut({300}));
+}
+
+TEST_F(ManyTimedPartsTest, AllTimesMayBeTakenOut) {
+  makeTimed(1000);
+  walks();
+  connectors[500]->onUp = [this] { ruleOut(within, 500); };
+  connectors[500]->resetLink();
+  EXPECT_FALSE(walks());
+  EXPECT_EQ(timesOf(500), "none");
+}
+
+TEST_F(ManyTimedPartsTest, TimesThatAPriorityWithoutEffectRulesOutAreTakenOutOfWhatIsNew) {
+  makeTimed(1000);
+  auto* priority =
+      new TestPriority("y", &system, Interaction::Create(connectors[3], 1, 0), nullptr);
+  system.priorities().add(priority);
+  system.setup(nullptr);
+  walks();
+  priority->onGuard = [this] {
+    ruleOut(part, 500);
+    return false;
+  };
+  connectors[500]->resetLink();
+  EXPECT_FALSE(walks());
+  EXPECT_EQ(timesOf(500), "[0,9] [21,30]");
+}
+
 TEST_F(ManyPartsTest, AConnectorWhoseGuardThrowsIsAskedAgain) {
   make(1000);
   walks();
@@ -497,6 +559,16 @@ TEST_F(ManyPartsTest, AWishForAnExportedPortThatIsWrittenByHandIsSeen) {
   EXPECT_FALSE(below->recomputexPort());
   walks();
   EXPECT_EQ(above->guards, guards + 1);
+}
+
+TEST_F(ManyPartsTest, AWishForAnExportedPortThatAGuardWritesByHandIsGrantedAtOnce) {
+  make(1000);
+  walks();
+  connectors[30]->beforeGuard = [this] { connectors[30]->askForExportedPort(); };
+  fire(30);
+  EXPECT_FALSE(walks());
+  EXPECT_FALSE(connectors[30]->legal());
+  EXPECT_FALSE(connectors[30]->recomputexPort());
 }
 
 // It is linked nowhere, so the walk has it twice and the list not at all.
