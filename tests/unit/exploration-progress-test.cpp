@@ -69,6 +69,31 @@ TEST(ProgressTest, AClockThatGoesBackShowsNoRate) {
             outputWith({1000, 0, -1000}, 100));
 }
 
+// Reports come at 50, 100 and 150 steps; each is made in the step before the next state is read.
+TEST(ProgressTest, WhatIsShownIsHandedOnOnceASecond) {
+  auto system = ring(numbered(170));
+  std::vector<off_t> handedOn;
+  int reads = 0;
+  auto* atom = static_cast<Automaton*>(system->components()[0]);
+  atom->setHook([&](Automaton&, const std::string& hook) {
+    if (hook != "getState") return;
+    ++reads;
+    if (reads == 40 || reads == 60 || reads == 110 || reads == 160) {
+      handedOn.push_back(lseek(STDOUT_FILENO, 0, SEEK_CUR));
+    }
+  });
+  readings = {0, 1, 1, 2, 2};
+  nextReading = 0;
+  std::fflush(stdout);
+  std::setvbuf(stdout, nullptr, _IOFBF, 1 << 16);
+  explored(*system, BFS);
+  const std::string first = "|\r/\r" + count('-', 50) + "\r";
+  const std::string third =
+      first + "\\\r|\r/\r" + count('-', 100) + "\r" + "\\\r|\r" + count('/', 150) + "\r";
+  const auto lengthOf = [](const std::string& text) { return static_cast<off_t>(text.size()); };
+  EXPECT_EQ(handedOn, (std::vector<off_t>{0, lengthOf(first), lengthOf(first), lengthOf(third)}));
+}
+
 TEST(ProgressTest, TheFilesCanBeReadWheneverTheRateIsShown) {
   auto system = ring(numbered(120));
   TemporaryFiles files;

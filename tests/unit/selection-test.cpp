@@ -164,13 +164,13 @@ std::string run(Tide& tide, const Filter& scheduler, const Settings& settings = 
   return trace.str() + tide.seen();
 }
 
-// A system of atoms with rules, by earliest deadline first.
+// A system of atoms with rules, by earliest deadline first if nothing else is said.
 template <class Policy>
-void runInto(std::ostream& trace, Compound& system, bool walked) {
+void runInto(std::ostream& trace, Compound& system, bool walked,
+             Filter&& scheduler = EDFScheduler()) {
   SimuClock platform("p");
   LogicalClock clock("l", platform);
   StandardSemantics semantics;
-  EDFScheduler scheduler;
   Policy quick(system, clock, semantics, scheduler, false, STEPS, trace, 1, Time(0));
   Walking<Policy> slow(system, clock, semantics, scheduler, false, STEPS, trace, 1, Time(0));
   Executer& executer = walked ? static_cast<Executer&>(slow) : quick;
@@ -589,9 +589,10 @@ TEST(SelectionTest, AModelMayPutTheClockOfTheRunForwardAndBack) {
       16, settings);
 }
 
-// Its own atom stands still.
+// Its own atom stands still. Without a scheduler the others fire on while its former deadline
+// passes.
 TEST(SelectionTest, AClockThatSomebodyElseStops) {
-  const auto trace = [](bool walked) {
+  const auto trace = [](bool walked, Filter&& scheduler) {
     std::ostringstream text;
     System system("R");
     std::vector<TestAtom*> atoms;
@@ -603,18 +604,19 @@ TEST(SelectionTest, AClockThatSomebodyElseStops) {
               "t", within(10 + i % 3, 40 + 5 * i, DELAYABLE), [] { return true; },
               [&, i] {
                 const std::size_t other = static_cast<std::size_t>(i + 5) % 12;
-                if (++moves % 10 == 3) atoms[other]->ownClock->stop();
-                if (moves % 10 == 6) {
+                if (++moves % 40 == 3) atoms[other]->ownClock->stop();
+                if (moves % 40 == 36) {
                   for (TestAtom* each : atoms) each->ownClock->go();
                 }
               })
           ->setInternal();
     }
-    runInto<StandardExecuter>(text, system, walked);
+    runInto<StandardExecuter>(text, system, walked, std::move(scheduler));
     EXPECT_GT(moves, 100);
     return text.str();
   };
-  EXPECT_EQ(trace(false), trace(true));
+  EXPECT_EQ(trace(false, EDFScheduler()), trace(true, EDFScheduler()));
+  EXPECT_EQ(trace(false, EmptyScheduler()), trace(true, EmptyScheduler()));
 }
 
 // An atom whose port is timed by one of two clocks that several have.

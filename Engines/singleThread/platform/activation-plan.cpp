@@ -400,11 +400,11 @@ void ActivationPlan::finish(const Part& part) {
   }
 }
 
+// Where none is in the list up to the end of the part, both are null.
 LegalConnectors ActivationPlan::legalsOf(const Part& part) const {
   const std::size_t last = mListed.below(part.end);
-  const bool none = last == RankSet::NONE || last < part.first;
   Connector* const end = connectorAt(mListed.below(part.first));
-  return {none ? end : connectorAt(last), end};
+  return {last < part.first ? end : connectorAt(last), end};
 }
 
 Connector* ActivationPlan::connectorAt(std::size_t rank) const {

@@ -129,11 +129,8 @@ void Scheduler::parseCmdFile(int argc, char** argv) {
   optind = 0;  // the model may have parsed the command line already
   for (int c; (c = getopt_long(argc, argv, SHORT_OPTIONS, table, nullptr)) != -1;) {
     switch (c) {
-      case ':':
-      case '?':
-        rejectOption(c, table);
-      case 'h':
-        showHelp(table);
+      default:
+        break;  // a flag
       case 'l':
         mMaxSimLimit = numberOf("limit", optarg);
         mSimLimit = true;
@@ -148,8 +145,11 @@ void Scheduler::parseCmdFile(int argc, char** argv) {
       case 's':
         openTrace(optarg);
         break;
-      default:
-        break;  // a flag
+      case ':':
+      case '?':
+        rejectOption(c, table);
+      case 'h':
+        showHelp(table);
     }
   }
   if (mIntQuiet > 0) mQuiet = true;

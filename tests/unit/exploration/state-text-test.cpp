@@ -1,8 +1,10 @@
 #include "exploration/state-text.hpp"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstddef>
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 
@@ -59,6 +61,19 @@ TEST(StateTextTest, EachMissingPartIsReportedAndTheOthersAreAppended) {
   EXPECT_EQ("a", shown(text)) << "after a missing child";
   EXPECT_EQ(MISSING, errorsOf([&] { text.append(nullptr); })) << "a missing tree";
   EXPECT_EQ("a", shown(text)) << "after a missing tree";
+}
+
+TEST(StateTextTest, AMissingPartIsReportedAtOnceWhereStandardErrorHasABuffer) {
+  StateText text;
+  char buffer[BUFSIZ];
+  off_t reported = 0;
+  EXPECT_EQ(MISSING, errorsOf([&] {
+              std::setvbuf(stderr, buffer, _IOFBF, sizeof buffer);
+              text.append(nullptr);
+              reported = lseek(fileno(stderr), 0, SEEK_CUR);
+              std::setvbuf(stderr, nullptr, _IONBF, 0);
+            }));
+  EXPECT_EQ(static_cast<off_t>(sizeof MISSING - 1), reported);
 }
 
 TEST(StateTextTest, ALongTextIsWholeWhereverTheBufferGrows) {

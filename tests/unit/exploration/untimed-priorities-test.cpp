@@ -252,6 +252,31 @@ TEST_F(TwoSets, ConnectorWithoutAnInteractionAtTimeZeroIsNotLegal) {
   EXPECT_EQ(labelsOf(Vesk::activateUnderPriorities(system)), (std::vector<std::string>{"s/h/D:d"}));
 }
 
+// Each receiver alone: the set of the last one is found last and stands in front.
+TEST(UntimedPrioritiesTest, ASetThatMayNotFireGoesBehindAllOthers) {
+  Constraint times(nullptr, 0, 10, LAZY);
+  System system("s");
+  std::vector<Port*> ports = {system.atom("A")->enabled("t")};
+  for (const char* name : {"B", "C", "D"}) ports.push_back(system.atom(name)->enabled("p", &times));
+  TestConnector* const connector = system.broadcast("k", ports[0], ports[1], ports[2], ports[3]);
+  connector->onGuard = [connector] {
+    const BitVector& set = connector->feasibleInter()->synced();
+    return set.in(1) + set.in(2) + set.in(3) == 1;
+  };
+  Interaction* high =
+      Interaction::Create(system.rendezvous("h", system.atom("E")->enabled("e")), {0});
+  system.priority(Interaction::Create(connector, {2}), high);
+  system.declare(Priorities::EVERYWHERE);
+  Vesk::activateUnderPriorities(system);
+  std::vector<int> receivers;
+  for (const Interaction* set = connector->feasibleInter(); set != nullptr; set = set->next()) {
+    for (const int port : {1, 2, 3}) {
+      if (set->synced().in(port)) receivers.push_back(port);
+    }
+  }
+  EXPECT_EQ(receivers, (std::vector<int>{3, 1, 2}));
+}
+
 // ---- maximal synchronisation -------------------------------------------------------------------
 
 TEST(UntimedPrioritiesTest, MaximalStepLeavesOutWhatIsDominated) {
