@@ -43,9 +43,8 @@ void StuckWatch::progress(const std::string& doing) {
       "\n  why: model code does not return; an internal port without time that stays enabled "
       "fires for ever\n  do:  let the transition of an internal port change what enables it\n1 "
       "finding\n";
-  alarm(0);
+  alarm(seconds);  // long enough to write the report
   std::snprintf(report, sizeof report, "%s", text.c_str());
-  alarm(seconds);
 }
 
 }  // namespace Vesk::Inspect

@@ -51,6 +51,14 @@ TEST(StuckWatchTest, ALargeModelHasMoreTime) {
   EXPECT_GT(left, 500u);
 }
 
+TEST(StuckWatchTest, NoSignalComesBehindItsEnd) {
+  {
+    const StuckWatch watch(1);
+    StuckWatch::progress("a dream");
+  }
+  EXPECT_EQ(0u, alarm(0));
+}
+
 TEST(StuckWatchTest, NothingIsLeftOpen) {
   const int before = nextDescriptor();
   { const StuckWatch watch(1); }
