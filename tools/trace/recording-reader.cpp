@@ -160,12 +160,6 @@ bool readRun(const Json& json, Run& run) {
   if (!json.is_object() || json.value("vesk-recording", Json()) != VERSION) return false;
   Names& names = run.names;
   run.model = textOf(json, "model");
-  run.root = textOf(json, "root");
-  run.mode = textOf(json, "mode");
-  takeTexts(json, "arguments", [&](const std::string& text) {
-    run.arguments.push_back(text);
-    return true;
-  });
   const auto addPart = [&](const std::string& text) {
     names.addPart(text);
     return true;

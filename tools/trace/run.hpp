@@ -43,9 +43,6 @@ struct Run {
   std::string file;
   bool isRecording = false;
   std::string model;  // the name of the program; empty in a trace
-  std::string root;
-  std::string mode;
-  std::vector<std::string> arguments;
   Names names;  // in a recording those of the model are there from the start, in a trace they grow
   std::vector<std::optional<std::string>> states;  // at the start, of the first parts
   std::uint64_t otherLines = 0;                    // neither a step nor an end: left alone

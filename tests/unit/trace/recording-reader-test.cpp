@@ -36,17 +36,10 @@ TEST_F(RecordingReaderTest, TheFirstLineHasAllNames) {
   const auto& run = reader->run();
   EXPECT_TRUE(run.isRecording);
   EXPECT_EQ("m", run.model);
-  EXPECT_EQ((Texts{"2"}), run.arguments);
   EXPECT_EQ((Texts{"S/a", "S/a.b"}), run.names.parts());
   EXPECT_EQ((Texts{"S/c"}), run.names.connectors());
   EXPECT_EQ("n,", run.states[0]);
   EXPECT_FALSE(run.states[1]);
-}
-
-TEST_F(RecordingReaderTest, AllArgumentsAreRead) {
-  std::string start = START;
-  start.replace(start.find(R"(["2"])"), 5, R"(["2","--bfs","-q"])");
-  EXPECT_EQ((Texts{"2", "--bfs", "-q"}), mFiles.open(start)->run().arguments);
 }
 
 TEST_F(RecordingReaderTest, APortBelongsToTheAtomWithTheLongestName) {
