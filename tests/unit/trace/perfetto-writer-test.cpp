@@ -4,7 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include "json-text.hpp"
 #include "trace-files.hpp"
@@ -22,6 +24,17 @@ class PerfettoWriterTest : public testing::Test {
     const Json json = Json::parse(mFiles.written<PerfettoWriter>(run), nullptr, false);
     EXPECT_FALSE(json.is_discarded());
     return json.value("traceEvents", Json::array());
+  }
+  // The slices between ports, each as "NAME START DURATION" in microseconds.
+  std::vector<std::string> slices(const std::string& run) {
+    std::vector<std::string> result;
+    for (const Json& event : events(run)) {
+      if (event["ph"] != "X") continue;
+      result.push_back(event["name"].get<std::string>() + " " +
+                       std::to_string(event["ts"].get<int>()) + " " +
+                       std::to_string(event["dur"].get<int>()));
+    }
+    return result;
   }
   static Track trackOf(const Json& event) {
     return {event["pid"].get<int>(), event["tid"].get<long long>()};
@@ -99,14 +112,14 @@ TEST_F(PerfettoWriterTest, AnAtomIsAsItWasUntilItsStateChanges) {
       "\n"
       R"({"end":"limit","text":null,"steps":1,"time":9000})"
       "\n";
-  std::vector<std::string> states;
-  for (const Json& event : events(run)) {
-    if (event["ph"] != "X") continue;
-    states.push_back(event["name"].get<std::string>() + " " +
-                     std::to_string(event["ts"].get<int>()) + " " +
-                     std::to_string(event["dur"].get<int>()));
-  }
-  EXPECT_EQ((std::vector<std::string>{"off 1000 3000", "on 4000 5000"}), states);
+  EXPECT_EQ((std::vector<std::string>{"off 1000 3000", "on 4000 5000"}), slices(run));
+}
+
+// A trace names an atom when it fires, and may begin late.
+TEST_F(PerfettoWriterTest, AnAtomThatIsNamedLaterHasWaitedSinceTheStartOfTheRun) {
+  EXPECT_EQ((std::vector<std::string>{"wait for q 5000 3000"}),
+            slices("scheduler [5ms] a:p lazy\n"
+                   "scheduler [5ms] , wait for 8ms, b:q lazy (8ms,_)\n"));
 }
 
 }  // namespace

@@ -86,6 +86,15 @@ TEST_F(TraceWritersTest, ATableLeavesOutAtomsThatWereNotAskedFor) {
   EXPECT_FALSE(has(text, "y1")) << text;
 }
 
+// As with maximal synchronisation.
+TEST_F(TraceWritersTest, ATableNamesEverythingThatHasFiredInAStep) {
+  const std::string text = tableOf(
+      START + step(R"("before":0,"time":0,"fired":[{"label":"S/k/a:p","connector":0,"ports":[0]},)"
+                   R"({"label":"b:q","connector":-1,"ports":[]},)"
+                   R"({"label":"b:r","connector":-1,"ports":[]}])"));
+  EXPECT_TRUE(has(text, "  S/k/a:p; b:q; b:r\n")) << text;
+}
+
 TEST_F(TraceWritersTest, BetweenTimesWithoutEndNothingPasses) {
   for (const char* times : {R"("before":2147483647,"time":2147483647)", R"("before":0)",
                             R"("time":0)", R"("before":0,"time":2147483647)"}) {
