@@ -52,6 +52,7 @@ TEST(QuotedTextTest, ALongTextIsCutBetweenTwoCharacters) {
   EXPECT_EQ("\"" + most + "...\"", inQuotes(most + "y"));
   const std::string less(59, 'x');
   EXPECT_EQ("\"" + less + "...\"", inQuotes(less + "\xC3\xA4 and more"));
+  EXPECT_EQ("\"" + less + "...\"", inQuotes(less + "\xC3\xA5 and more"));
   EXPECT_EQ("\"" + less.substr(1) + "...\"", inQuotes(less.substr(1) + "\xE2\x82\xAC and more"));
   EXPECT_EQ("\"...\"", inQuotes(std::string(70, '\x80'))) << "nothing of it is a character";
 }
