@@ -72,11 +72,12 @@ struct ActivationPlan::Registry {
   }
   // Most steps ask for one compound all the time.
   static Entry& of(const Compound& root) {
-    if (sLastRoot != &root) {
-      sLast = &entries()[&root];
-      sLastRoot = &root;
-    }
+    if (sLastRoot != &root) lookUp(root);
     return *sLast;
+  }
+  [[gnu::noinline]] static void lookUp(const Compound& root) {
+    sLast = &entries()[&root];
+    sLastRoot = &root;
   }
   static void drop(const Compound& root) {
     if (sLastRoot == &root) sLastRoot = nullptr;
@@ -276,7 +277,7 @@ bool ActivationPlan::allLookUntouched() const {
 }
 
 // Their guards have run.
-bool ActivationPlan::prioritiesLookUntouched() const {
+[[gnu::noinline]] bool ActivationPlan::prioritiesLookUntouched() const {
   for (const std::size_t end : mPriorityEnds) {
     for (Priority* priority : mParts[mTurns[end].compound].compound->priorities()) {
       if (!looksUntouched(*priority->low()->connector())) return false;
@@ -311,7 +312,7 @@ void ActivationPlan::noteFiredAmongMany(std::size_t rank) {
   if (mLookahead != nullptr) mLookahead->fires(rank, *mTurns[rank].connector);
 }
 
-void ActivationPlan::recordChange(std::size_t rank) {
+[[gnu::noinline]] void ActivationPlan::recordChange(std::size_t rank) {
   if (!mChanged.empty() && mChanged.back() == rank) return;
   mRecords = mChanged.size() < mTurns.size();
   mChanged.push_back(rank);

@@ -171,7 +171,7 @@ void Compound::evaluateConnectors(bool incremental) {
 
 // A priority whose guard does not hold counts as evaluated until the links of its connectors are
 // reset. One that cannot be applied is tried again, with its warning, at every activation.
-void Compound::applyPriorities(const LegalConnectors& legals) {
+[[gnu::noinline]] void Compound::applyPriorities(const LegalConnectors& legals) {
   for (Priority* priority : mPriorities) {
     if (!priority->guard()) {
       priority->setEvaluated(true);
@@ -199,7 +199,7 @@ bool Compound::isSettled(const Connector& connector) {
   return true;
 }
 
-void Compound::settle(Connector& connector) {
+[[gnu::noinline]] void Compound::settle(Connector& connector) {
   for (Interaction* feasible : Chain(connector.feasibleInter())) {
     if (feasible->constraint() == nullptr || feasible->dominated()) continue;
     feasible->constraint()->applyDomination();

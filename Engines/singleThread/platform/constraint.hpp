@@ -286,7 +286,7 @@ class Constraint {
   void insertUnlessEmpty(int index, const Interval& interval);
   void meetOne(const Interval& part);
   template <class List>
-  void meetAll(const List& operand);
+  [[gnu::noinline]] void meetAll(const List& operand);
   bool isRun(int first, int last) const;
   void splitBeforeNext(int index, const Interval& current, const Interval& next);
   void cut(int first, int last, const Interval& part);

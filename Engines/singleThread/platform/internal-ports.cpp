@@ -191,7 +191,7 @@ bool InternalPorts::allLookUnchanged() const {
 }
 
 // Looks at the ports of an atom. False when they are not those that it had.
-bool InternalPorts::refresh(const Watched& watched, bool noted, bool& differs) {
+[[gnu::noinline]] bool InternalPorts::refresh(const Watched& watched, bool noted, bool& differs) {
   if (watched.atom->ports().count() != watched.ports) return false;
   for (int i = 0; i < watched.ports; ++i) {
     const std::size_t rank = watched.first + static_cast<std::size_t>(i);
