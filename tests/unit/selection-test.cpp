@@ -589,10 +589,11 @@ TEST(SelectionTest, AModelMayPutTheClockOfTheRunForwardAndBack) {
       16, settings);
 }
 
-// Its own atom stands still. Without a scheduler the others fire on while its former deadline
-// passes.
-TEST(SelectionTest, AClockThatSomebodyElseStops) {
-  const auto trace = [](bool walked, Filter&& scheduler) {
+// Twelve atoms that fire alone; after each move something is done to their clocks. Without a
+// scheduler the others fire on while the former deadline of one passes.
+template <class Change>
+void compareClocks(const Change& change) {
+  const auto trace = [&](bool walked, Filter&& scheduler) {
     std::ostringstream text;
     System system("R");
     std::vector<TestAtom*> atoms;
@@ -602,13 +603,7 @@ TEST(SelectionTest, AClockThatSomebodyElseStops) {
       atoms.push_back(atom);
       atom->timedRule(
               "t", within(10 + i % 3, 40 + 5 * i, DELAYABLE), [] { return true; },
-              [&, i] {
-                const std::size_t other = static_cast<std::size_t>(i + 5) % 12;
-                if (++moves % 40 == 3) atoms[other]->ownClock->stop();
-                if (moves % 40 == 36) {
-                  for (TestAtom* each : atoms) each->ownClock->go();
-                }
-              })
+              [&, i] { change(atoms, *atoms[static_cast<std::size_t>(i + 5) % 12], ++moves); })
           ->setInternal();
     }
     runInto<StandardExecuter>(text, system, walked, std::move(scheduler));
@@ -617,6 +612,21 @@ TEST(SelectionTest, AClockThatSomebodyElseStops) {
   };
   EXPECT_EQ(trace(false, EDFScheduler()), trace(true, EDFScheduler()));
   EXPECT_EQ(trace(false, EmptyScheduler()), trace(true, EmptyScheduler()));
+}
+
+// Their own atom stands still.
+TEST(SelectionTest, AClockThatSomebodyElseStops) {
+  compareClocks([](const std::vector<TestAtom*>& atoms, TestAtom& other, int moves) {
+    if (moves % 40 == 3) other.ownClock->stop();
+    if (moves % 40 != 36) return;
+    for (TestAtom* each : atoms) each->ownClock->go();
+  });
+}
+
+TEST(SelectionTest, AClockThatSomebodyElseSets) {
+  compareClocks([](const std::vector<TestAtom*>&, TestAtom& other, int moves) {
+    if (moves % 7 == 3) other.ownClock->setTime(Time(moves % 3));
+  });
 }
 
 // An atom whose port is timed by one of two clocks that several have.

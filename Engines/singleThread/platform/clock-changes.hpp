@@ -1,4 +1,4 @@
-// Which clocks have been set, stopped or started. Private to the engine.
+// Which clocks have been set or stopped. Private to the engine.
 #ifndef VESK_CLOCK_CHANGES_HPP
 #define VESK_CLOCK_CHANGES_HPP
 

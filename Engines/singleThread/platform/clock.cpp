@@ -96,9 +96,9 @@ void Clock::stop() {
   mStopped = true;
 }
 
+// Nobody keeps times of what stands still, so nobody has to be told.
 void Clock::go() {
   if (!mStopped) return;
-  Vesk::ClockChanges::note(*this);
   mResetTime = mLogicalClock.time() - mIntermediateTime;
   mStopped = false;
 }

@@ -412,6 +412,18 @@ TEST_F(ManyTimedPartsTest, AllTimesMayBeTakenOut) {
   EXPECT_EQ(timesOf(500), "none");
 }
 
+TEST_F(ManyTimedPartsTest, WhatIsRuledOutAltogetherKeepsItsTimes) {
+  makeTimed(1000);
+  walks();
+  connectors[500]->onUp = [this] {
+    ruleOut(part, 500);
+    connectors[500]->feasibleInter()->setDominated(true);
+  };
+  connectors[500]->resetLink();
+  EXPECT_FALSE(walks());
+  EXPECT_EQ(timesOf(500), "[0,9] [10,20] dominated [21,30]");
+}
+
 TEST_F(ManyTimedPartsTest, TimesThatAPriorityWithoutEffectRulesOutAreTakenOutOfWhatIsNew) {
   makeTimed(1000);
   auto* priority =
